@@ -1,0 +1,101 @@
+#include "cache/cache_slots.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/reporting.h"
+#include "ldif/object_buffer.h"
+#include "ldif/text.h"
+
+[[noreturn]] static void exitForOccupiedRow(const CacheMatrix& matrix, char* const* row) {
+  reportError("%s():  Destination slot is already occupied.  EXITING.%s", matrix.moveFunction, matrix.occupiedEnding);
+  echoError("%s = %s\n", matrix.name, row[0]);
+  exitForObject(ROW_ALREADY_OCCUPIED);
+}
+
+[[noreturn]] static void exitForFullTable(const CacheMatrix& matrix, const char* dnLine) {
+  reportError("%s():  ERROR:  The entry runs past the end of %s.  EXITING. \n", matrix.moveFunction, matrix.name);
+  concerning(dnLine);
+  exitWithMessage(ROW_ALREADY_OCCUPIED);
+}
+
+// Hands the buffer's lines over to the cells from the row on. A line that an earlier entry's overlong row left
+// there is lost.
+static void handOverLines(const CacheMatrix& matrix, char** row) {
+  char** const tableEnd = rowOf(matrix, *matrix.rows);
+  char** cell = row;
+  for (int32_t i = 0; i < next_available_object_slot; ++i) {
+    if (object[i] == nullptr) continue;
+    if (cell == tableEnd) exitForFullTable(matrix, row[0]);
+    free(*cell);
+    *cell++ = object[i];
+    object[i] = nullptr;
+  }
+  next_available_object_slot = 0;
+}
+
+static void moveObject(const CacheMatrix& matrix, int32_t slot) {
+  traceLine("%s():  FUNCTION ENTRY \n", matrix.moveFunction);
+  char** row = rowOf(matrix, slot);
+  if (row[0] != nullptr) exitForOccupiedRow(matrix, row);
+  handOverLines(matrix, row);
+  ++*matrix.occupied;
+  if (&matrix == &secMapForSecUserMatrix && debug != 0) {
+    traceLine("%s():  The secMap object moved is: \n", matrix.moveFunction);
+    for (int32_t i = 0; row[i] != nullptr; ++i) traceLine("secMap_for_secUser_matrix[%d][%d] = %s ", slot, i, row[i]);
+  }
+  traceLine("%s():  FUNCTION EXIT \n", matrix.moveFunction);
+}
+
+void moveSecUserObjectFromObjectArrayToSecUserMatrix(int32_t slot) { moveObject(secUserMatrix, slot); }
+void moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix(int32_t slot) { moveObject(usersSecUserMatrix, slot); }
+void moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix(int32_t slot) { moveObject(secPolicyDataMatrix, slot); }
+void moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix(int32_t slot) { moveObject(secPolicyMatrix, slot); }
+void moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix(int32_t slot) {
+  moveObject(secMapForSecUserMatrix, slot);
+}
+void moveSecGroupObjectFromObjectArrayToSecGroupMatrix(int32_t slot) { moveObject(secGroupMatrix, slot); }
+void moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix(int32_t slot) {
+  moveObject(secMapForSecGroupMatrix, slot);
+}
+
+// Kept: the walk ends at the first null cell, not at the end of the row, and so releases the rest of an entry
+// that ran on into the next row, whose own release then finds nothing to count down.
+static void releaseRow(const CacheMatrix& matrix, int32_t slot) {
+  char** cell = rowOf(matrix, slot);
+  if (*cell != nullptr) --*matrix.occupied;
+  for (; *cell != nullptr; ++cell) {
+    free(*cell);
+    *cell = nullptr;
+  }
+}
+
+void freeSecUser(int32_t slot) { releaseRow(secUserMatrix, slot); }
+void freeUsersSecUser(int32_t slot) { releaseRow(usersSecUserMatrix, slot); }
+void freeSecPolicyData(int32_t slot) { releaseRow(secPolicyDataMatrix, slot); }
+void freeSecPolicy(int32_t slot) { releaseRow(secPolicyMatrix, slot); }
+void freeSecMapForSecUser(int32_t slot) { releaseRow(secMapForSecUserMatrix, slot); }
+void freeSecGroup(int32_t slot) { releaseRow(secGroupMatrix, slot); }
+void freeSecMapForSecGroup(int32_t slot) { releaseRow(secMapForSecGroupMatrix, slot); }
+
+static void releaseDN(char** dns, int32_t slot) {
+  free(dns[slot]);
+  dns[slot] = nullptr;
+}
+
+void freeSecUserDN(int32_t slot) { releaseDN(secUser_dn, slot); }
+void freeSecPolicyDN(int32_t slot) { releaseDN(secPolicy_dn, slot); }
+void freeSecGroupDN(int32_t slot) { releaseDN(secGroup_dn, slot); }
+
+void copySecPolicyDNFromObjectArrayToSecPolicyDNArray(int32_t slot) {
+  constexpr size_t TAG_LENGTH = 3;
+  traceLine("copySecPolicyDNFromObjectArrayToSecPolicyDNArray():  FUNCTION ENTRY \n");
+  freeSecPolicyDN(slot);
+  secPolicy_dn[slot] = copyLine(skipSpaces(object[0] + TAG_LENGTH),
+                                "copySecPolicyDNFromObjectArrayToSecPolicyDNArray():  malloc() failure.  EXITING. \n");
+  traceLine("copySecPolicyDNFromObjectArrayToSecPolicyDNArray(): \n");
+  traceLine("   The secPolicy dn copied was:   %s \n", secPolicy_dn[slot]);
+  // Kept: the line says secGroup.
+  traceLine("   The secGroup dn was copied to slot %d \n", slot);
+  traceLine("copySecPolicyDNFromObjectArrayToSecPolicyDNArray():  FUNCTION EXIT \n");
+}

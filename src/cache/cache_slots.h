@@ -1,0 +1,37 @@
+// What goes into a slot and out of it: entries moved from the entry buffer into a row, rows and DNs released.
+// Slot numbers are trusted.
+#pragma once
+
+#include <cstdint>
+
+#include "cache/object_cache.h"
+
+// Moves the entry from the entry buffer into the slot's row, which takes over the lines; the buffer is left
+// empty and the matrix's counter raised. Ends the run with ROW_ALREADY_OCCUPIED when the row holds an entry or
+// the lines do not fit before the end of the table.
+void moveSecUserObjectFromObjectArrayToSecUserMatrix(int32_t slot);
+void moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix(int32_t slot);
+void moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix(int32_t slot);
+void moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix(int32_t slot);
+void moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix(int32_t slot);
+void moveSecGroupObjectFromObjectArrayToSecGroupMatrix(int32_t slot);
+void moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix(int32_t slot);
+
+// Frees the slot's row up to its first null cell, which may lie in a later row, and counts the entry down if
+// there was one.
+void freeSecUser(int32_t slot);
+void freeUsersSecUser(int32_t slot);
+void freeSecPolicyData(int32_t slot);
+void freeSecPolicy(int32_t slot);
+void freeSecMapForSecUser(int32_t slot);
+void freeSecGroup(int32_t slot);
+void freeSecMapForSecGroup(int32_t slot);
+
+// Frees the slot's DN, if it has one, and nulls it.
+void freeSecUserDN(int32_t slot);
+void freeSecPolicyDN(int32_t slot);
+void freeSecGroupDN(int32_t slot);
+
+// Stores a copy of the DN of line 0, its line end included, as the slot's policy DN. Line 0 must have its
+// three-character tag.
+void copySecPolicyDNFromObjectArrayToSecPolicyDNArray(int32_t slot);

@@ -1,0 +1,7 @@
+// The command line: names and limits into the run state.
+#pragma once
+
+// Takes the command line over into the file names, the slot limits, debug (1 when a trace file is named) and
+// createdFilePermissions. Ends the run with
+// USAGE_ERROR, messageReason saying why, when it cannot be used; nothing has been opened for writing then.
+void readCommandLine(int argumentCount, char* const* arguments);

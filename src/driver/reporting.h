@@ -1,0 +1,46 @@
+// The trace, the echo of errors, and the one way in which the run ends on a failure:
+// trace line, echoed line, message, exit.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "driver/message_codes.h"
+
+// 1 while tracing is on. Set by the command line; off during the preparation pass and while an entry is
+// being blanked out.
+inline int32_t debug = 0;
+
+// 1 when the environment variable DEBUG_ERROR is set, to whatever value: errors are echoed on standard output.
+inline int32_t debugError = 0;
+
+// The trace stream, open for the whole run when a trace file is named; null otherwise.
+inline FILE* tfp = nullptr;
+
+// Writes to the trace, and flushes it; does nothing while debug is 0. Leaves errno alone.
+[[gnu::format(printf, 1, 2)]] void traceLine(const char* format, ...);
+
+// Writes to standard output, and flushes it; does nothing while debugError is 0.
+[[gnu::format(printf, 1, 2)]] void echoError(const char* format, ...);
+
+// Both, where the two texts are the same.
+[[gnu::format(printf, 1, 2)]] void reportError(const char* format, ...);
+
+// For a %s whose text may be missing: the text, or "null" or "NULL".
+const char* textOrNull(const char* text);
+const char* textOrNULL(const char* text);
+
+// Says which entry (its dn: line) or owner (its DN) the failure concerns that the next message reports. The
+// text is only lent, and must stay valid until then; null takes it back.
+void concerning(const char* dn);
+
+// Issues the message and ends the process with status -1; main has seen to it that what was written to the open
+// files reaches them.
+[[noreturn]] void exitWithMessage(MessageCode code);
+[[noreturn]] void exitWithMessage(MessageCode code, const char* fileName);
+[[noreturn]] void exitWithMessage(MessageCode code, const char* failedCall, int32_t returnCode);
+
+// Allocates, or traces the given line and ends the run with MEMORY_EXHAUSTED. The caller frees with free.
+[[nodiscard]] void* allocate(size_t size, const char* failureLine);
+[[nodiscard]] void* reallocate(void* block, size_t size, const char* failureLine);

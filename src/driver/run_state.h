@@ -1,0 +1,40 @@
+// The state that the whole run shares: the names and limits of the command line, the open files, the scratch
+// buffers. Set by main; the preparation pass and the final copy open and close their own files.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/stream.h"
+
+constexpr size_t FILE_NAME_SIZE = 4096;        // bytes, closing NUL included
+constexpr size_t DEBUG_FILE_NAME_SIZE = 1024;  // bytes, closing NUL included
+constexpr size_t TEMP_STRING_SIZE = 4096;      // bytes, closing NUL included
+
+// What is added to the input's name to name the work file.
+inline constexpr char WORK_FILE_ENDING[] = ".tmp";
+
+// Where a traced run keeps a copy of the work file as the preparation pass has left it: in the current folder.
+inline constexpr char PRESERVED_WORK_FILE[] = "TEMPORARY_INPUT_LDIF_FILE";
+
+inline char input_ldif_filename[FILE_NAME_SIZE];
+inline char output_ldif_filename[FILE_NAME_SIZE];
+inline char temp_input_ldif_filename[FILE_NAME_SIZE];  // the work file: the input's name and ".tmp"
+inline char debugFileName[DEBUG_FILE_NAME_SIZE];       // the trace file; empty without one
+
+// The shell command whose effect a file operation has, as the trace shows it; cut when it does not fit.
+inline char systemCommand[FILE_NAME_SIZE];
+
+// How many users and groups one pass may gather; at least 1 each.
+inline int32_t max_number_of_secuser_slots = 0;
+inline int32_t max_number_of_secgroup_slots = 0;
+
+inline Stream* ifp = nullptr;   // input, open during the preparation pass
+inline Stream* tifp = nullptr;  // work file, open during the preparation pass, each pass and the final copy
+inline Stream* ofp = nullptr;   // output, open until the end of the run
+
+// 1 when the current pass has read an entry that still needs work: one of a user or a group.
+inline int32_t atLeastOneObjectProcessed = 0;
+
+// Scratch copy of one line or DN, mostly in lower case; valid until the next use.
+inline char tempString[TEMP_STRING_SIZE];

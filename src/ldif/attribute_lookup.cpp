@@ -1,0 +1,125 @@
+#include "ldif/attribute_lookup.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/reporting.h"
+#include "ldif/object_buffer.h"
+#include "ldif/text.h"
+
+// What the two lookups by index differ in: the lines that name them, and where the copy begins.
+struct LookupByIndex {
+  const char* function;
+  const char* mallocFailure;
+  const char* reallocFailure;
+  const char* continuationError;
+  bool fromColon;
+};
+
+static constexpr LookupByIndex wholeLine = {
+    "obtainAttributeFromObjectArray",
+    "obtainAttributeFromObjectArray():  ERROR:  malloc() failure.  Exiting. \n",
+    "obtainAttributeFromObjectArray():  ERROR:  realloc() failure.  Exiting. \n",
+    "obtainAttributeFromObjectArray():  ERROR:  The object at the specified index is a 'continuation' line.  "
+    "Exiting. \n",
+    false};
+static constexpr LookupByIndex fromFirstColon = {
+    "obtainAttributeValueFromObjectArray",
+    "obtainAttributeValueFromObjectArray():  ERROR:  malloc() failure.  Exiting. \n",
+    "obtainAttributeValueFromObjectArray():  ERROR:  realloc() failure.  Exiting. \n",
+    "obtainAttributeValueFromObjectArray():  ERROR:  The object at the specified index is a 'continuation' line.  "
+    "Exiting. \n",
+    true};
+
+static bool isContinuationLine(int32_t index) {
+  return index < OBJECT_ARRAY_SIZE && object[index] != nullptr && object[index][0] == ' ';
+}
+
+// Copies source, which stands in slot index, joins the continuation lines behind that slot to it and drops all
+// line ends. Moves index to the first slot that was not joined.
+static char* unfold(const char* source, int32_t& index, const char* mallocFailure, const char* reallocFailure) {
+  constexpr size_t CONTINUATION_SPARE = 20;
+  char* text = copyLine(source, mallocFailure);
+  cutAtLineEnd(text);
+  for (++index; isContinuationLine(index); ++index) {
+    const size_t length = strlen(text);
+    const size_t pieceLength = strlen(object[index] + 1);
+    text = static_cast<char*>(reallocate(text, length + pieceLength + CONTINUATION_SPARE, reallocFailure));
+    memcpy(text + length, object[index] + 1, pieceLength + 1);
+    cutAtLineEnd(text);
+  }
+  return text;
+}
+
+// True when the key, which is in lower case and ends in its only colon, ends at the colon at the given place of
+// the line. Case is ignored up to the line's first colon and counts behind it.
+static bool keyEndsAt(const char* line, const char* colon, const char* firstColon, const char* key, size_t keyLength) {
+  if (colon - line + 1 < static_cast<ptrdiff_t>(keyLength)) return false;
+  const char* start = colon + 1 - keyLength;
+  for (size_t i = 0; i < keyLength; ++i) {
+    const bool isFolded = start + i <= firstColon;
+    const int character = isFolded ? tolower(static_cast<unsigned char>(start[i])) : static_cast<unsigned char>(start[i]);
+    if (character != static_cast<unsigned char>(key[i])) return false;
+  }
+  return true;
+}
+
+// Returns what follows the key's first match in the line, or null.
+static const char* findValue(const char* line, const char* key, size_t keyLength) {
+  const char* firstColon = strchr(line, ':');
+  for (const char* colon = firstColon; colon != nullptr; colon = strchr(colon + 1, ':'))
+    if (keyEndsAt(line, colon, firstColon, key, keyLength)) return colon + 1;
+  return nullptr;
+}
+
+char* obtainAttributeValueFromObjArray(const char* name) {
+  traceLine("obtainAttributeValueFromObjArray():  FUNCTION ENTRY \n");
+  traceLine("    Seeking the value of attribute:  %s\n", name);
+  char* key = copyLine(name, "obtainAttributeValueFromObjArray():  malloc() failure.  EXITING. \n");
+  strtolower(strcat(key, ":"));
+  const size_t keyLength = strlen(key);
+
+  const char* found = nullptr;
+  int32_t index = 0;
+  while (index < next_available_object_slot && (found = findValue(object[index], key, keyLength)) == nullptr) ++index;
+  free(key);
+  if (found == nullptr) {
+    traceLine("obtainAttributeValueFromObjArray():  ERROR:  Attribute not found. \n");
+    traceLine("obtainAttributeValueFromObjArray():  FUNCTION EXIT \n");
+    return nullptr;
+  }
+  int32_t nextIndex = index;
+  char* value = unfold(skipSpaces(found), nextIndex,
+                       "obtainAttributeValueFromObjArray():  ERROR:  malloc() failure.  Exiting. \n",
+                       "obtainAttributeValueFromObjArray():  ERROR:  realloc() failure.  Exiting. \n");
+  traceLine("   The attribute value at index %d returned is:   %s \n", index, value);
+  traceLine("obtainAttributeValueFromObjArray():  FUNCTION EXIT \n");
+  return value;
+}
+
+static char* obtainByIndex(const LookupByIndex& lookup, int32_t index) {
+  traceLine("\n%s():  FUNCTION ENTRY \n", lookup.function);
+  traceLine("    Seeking the attribute at index %d \n", index);
+  traceLine("    object[%d] = %s \n", index, textOrNull(object[index]));
+  if (isContinuationLine(index)) {
+    reportError("%s", lookup.continuationError);
+    echoError("%s():  object = %s\n", lookup.function, textOrNull(object[index]));
+    exitForObject(PROCESSING_FAILED);
+  }
+  const char* source = object[index];
+  if (lookup.fromColon) source += strcspn(source, ":");
+  char* text = unfold(source, index, lookup.mallocFailure, lookup.reallocFailure);
+  traceLine("%s(): \n", lookup.function);
+  traceLine("   The attribute at index %d returned is:   %s \n", index, text);
+  traceLine("%s():  FUNCTION EXIT \n", lookup.function);
+  return text;
+}
+
+char* obtainAttributeFromObjectArray(int32_t index) {
+  return obtainByIndex(wholeLine, index);
+}
+
+char* obtainAttributeValueFromObjectArray(int32_t index) {
+  return obtainByIndex(fromFirstColon, index);
+}

@@ -1,0 +1,51 @@
+// The entry buffer: the one entry being worked on. Refilled by getNextObject and the work-file reader,
+// appended to by tweekObjectInObjectArray and mergeObjects, emptied by freeObject and the cache moves.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "driver/message_codes.h"
+#include "platform/stream.h"
+
+constexpr int32_t OBJECT_ARRAY_SIZE = 250000;  // slots
+
+// Every heap copy of a line or a value has this many bytes behind its text, closing NUL included.
+constexpr size_t LINE_SPARE = 10;
+
+// Lines as read, line end included; line 0 is the dn: line; null after the last filled slot. The buffer owns
+// its lines until a cache move takes them over.
+inline char* object[OBJECT_ARRAY_SIZE];
+
+// Number of filled slots.
+inline int32_t next_available_object_slot = 0;
+
+// getNextObject's result for an entry too long for the buffer, which has gone straight to the output.
+constexpr int32_t OBJECT_COPIED_TO_OUTPUT = 99;
+
+// Reads the next entry of the input. Returns 0 when a blank line ended it; -1 at the end of the file, with
+// the last entry in the buffer if the file does not end in a blank line, else with a count of 0;
+// OBJECT_COPIED_TO_OUTPUT for an entry of 250,000 lines or more, the buffer being empty. Ends the run when
+// the position cannot be taken or restored, or memory is exhausted.
+int32_t getNextObject(Stream* stream);
+
+// Frees the lines up to the first null slot and nulls the slots. Leaves the count alone: the caller sets it.
+void freeObject();
+
+// Appends a copy of nextLine, or a line whose ownership passes to the buffer. Ends the run with
+// PROCESSING_FAILED when the buffer is full.
+void storeNextLine(const char* allocationFailureLine);
+void appendLineToObject(char* line);
+
+// Returns a heap copy of a text with LINE_SPARE bytes of room behind it. The caller frees it. When memory is
+// exhausted the run ends, with the given trace line.
+[[nodiscard]] char* copyLine(const char* text, const char* allocationFailureLine);
+
+// Traces every line of the entry, up to the first null slot, as "   object[%d] = %s".
+void traceObject();
+
+// Returns line 0, or null when the buffer is empty.
+const char* firstLineOfObject();
+
+// Ends the run with the message, naming line 0 of the entry in the buffer as what it concerns.
+[[noreturn]] void exitForObject(MessageCode code);

@@ -1,0 +1,86 @@
+#include "ldif/object_class.h"
+
+#include <cstring>
+
+#include "driver/reporting.h"
+#include "driver/run_state.h"
+#include "ldif/object_buffer.h"
+#include "ldif/text.h"
+
+struct ClassName {
+  const char* text;  // with the blank before it
+  ObjectClass code;
+};
+
+// Searched in this order: " secPolicy" would also be found in " secPolicyData".
+static constexpr ClassName classNames[] = {
+    {" secUser", SECUSER_OBJECTCLASS},
+    {" secuser", SECUSER_OBJECTCLASS},
+    {" secPolicyData", SECPOLICYDATA_OBJECTCLASS},
+    {" secpolicydata", SECPOLICYDATA_OBJECTCLASS},
+    {" secPolicy", SECPOLICY_OBJECTCLASS},
+    {" secpolicy", SECPOLICY_OBJECTCLASS},
+    {" secMap", SECMAP_OBJECTCLASS},
+    {" secmap", SECMAP_OBJECTCLASS},
+    {" secGroup", SECGROUP_OBJECTCLASS},
+    {" secgroup", SECGROUP_OBJECTCLASS},
+    {" secAuthorityInfo", SECAUTHORITYINFO_OBJECTCLASS},
+    {" secauthorityinfo", SECAUTHORITYINFO_OBJECTCLASS},
+    {" container", CONTAINER_OBJECTCLASS},
+    {" Container", CONTAINER_OBJECTCLASS},
+    {" secResCreds", SECRESCREDS_OBJECTCLASS},
+    {" secrescreds", SECRESCREDS_OBJECTCLASS},
+};
+
+// Trace text of each code, in order.
+static constexpr const char* classTraces[] = {
+    "   The object class is UNINTERESTING_OBJECTCLASS  \n\n",
+    "   The object class is SECUSER_OBJECTCLASS  \n\n",
+    "   The object class is SECPOLICYDATA_OBJECTCLASS  \n\n",
+    "   The object class is SECPOLICY_OBJECTCLASS  \n\n",
+    "   The object class is SECGROUP_OBJECTCLASS  \n\n",
+    "   The object class is SECMAP_OBJECTCLASS  \n\n",
+    "   The object class is SECAUTHORITYINFO_OBJECTCLASS  \n\n",
+    "   The object class is RESCREDS_CONTAINER (not really an object class) \n\n",
+    "   The object class is SECRESCREDS_OBJECTCLASS (not really an object class) \n\n",
+    "   The object class is CONTAINER_OBJECTCLASS \n\n",
+};
+
+static bool isObjectClassLine(const char* line) {
+  return strstr(line, "objectClass:") != nullptr || strstr(line, "objectclass:") != nullptr;
+}
+
+static bool isResCredsContainer() {
+  return strstr(object[0], "cn=ResCreds") != nullptr || strstr(object[0], "cn=rescreds") != nullptr;
+}
+
+static const ClassName* findClassName(const char* line) {
+  for (const ClassName& name : classNames)
+    if (strstr(line, name.text) != nullptr) return &name;
+  return nullptr;
+}
+
+void determineTheObjectsObjectClass() {
+  objectClass = UNINTERESTING_OBJECTCLASS;
+  for (int32_t i = 0; i < next_available_object_slot; ++i) {
+    const ClassName* name = isObjectClassLine(object[i]) ? findClassName(object[i]) : nullptr;
+    if (name == nullptr) continue;
+    objectClass = name->code;
+    if (objectClass == CONTAINER_OBJECTCLASS && isResCredsContainer()) objectClass = RESCREDS_CONTAINER;
+    break;
+  }
+  traceLine("\ndetermineTheObjectsObjectClass():    \n");
+  traceLine("%s", classTraces[objectClass]);
+}
+
+bool isUsersObject() {
+  if (!copyLowered(tempString, sizeof tempString, object[0])) {
+    reportError("isUsersObject():  ERROR:  The dn: line is too long.  EXITING. \n");
+    exitForObject(PROCESSING_FAILED);
+  }
+  return strstr(tempString, "cn=users,secauthority=") != nullptr;
+}
+
+bool isMapOfUser() {
+  return dostristr(object[0], "cn=Users") != nullptr;
+}

@@ -1,0 +1,124 @@
+#include "ldif/text.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/reporting.h"
+
+static int lower(char character) {
+  return tolower(static_cast<unsigned char>(character));
+}
+
+static int upper(char character) {
+  return toupper(static_cast<unsigned char>(character));
+}
+
+char* trim(char* string) {
+  if (string == nullptr) return nullptr;
+  size_t length = strlen(string);
+  while (length > 0 && isspace(static_cast<unsigned char>(string[length - 1]))) --length;
+  string[length] = '\0';
+  return string;
+}
+
+void strtolower(char* string) {
+  if (string == nullptr) return;
+  for (; *string != '\0'; ++string) *string = static_cast<char>(lower(*string));
+}
+
+void strtoupper(char* string) {
+  if (string == nullptr) return;
+  for (; *string != '\0'; ++string) *string = static_cast<char>(upper(*string));
+}
+
+const char* dostristr(const char* haystack, const char* needle) {
+  if (needle == nullptr) return nullptr;
+  if (*needle == '\0') return haystack;
+  for (; *haystack != '\0'; ++haystack) {
+    size_t i = 0;
+    while (needle[i] != '\0' && upper(needle[i]) == upper(haystack[i])) ++i;
+    if (needle[i] == '\0') return haystack;
+  }
+  return nullptr;
+}
+
+char* dostristr(char* haystack, const char* needle) {
+  return const_cast<char*>(dostristr(static_cast<const char*>(haystack), needle));
+}
+
+// Drops the spaces that follow a comma on the way from the copy back into the string.
+static void eatSpacesAfterCommas(char* string, const char* copy) {
+  char* write = string;
+  for (; *copy != '\0'; ++copy)
+    if (*copy != ' ' || write == string || write[-1] != ',') *write++ = *copy;
+  *write = '\0';
+}
+
+static void eatSpacesBeforeCommas(char* string) {
+  char* write = string;
+  for (const char* read = string; *read != '\0'; ++read) {
+    if (*read == ',')
+      while (write > string && write[-1] == ' ') --write;
+    *write++ = *read;
+  }
+  *write = '\0';
+}
+
+void commaSpaceEater(char* string) {
+  if (string == nullptr) return;
+  const size_t size = strlen(string) + 1;
+  char* copy = static_cast<char*>(allocate(size, "commaSpaceEater():  malloc() failure.  EXITING. \n"));
+  memcpy(copy, string, size);
+  eatSpacesAfterCommas(string, copy);
+  free(copy);
+  eatSpacesBeforeCommas(string);
+}
+
+bool isBlankLine(const char* line) {
+  return line[strspn(line, " \r\n")] == '\0';
+}
+
+void blankLine(char* line) {
+  size_t length = strlen(line);
+  memset(line, ' ', length);
+  if (length < 2) length = 2;
+  line[length - 2] = '\r';
+  line[length - 1] = '\n';
+  line[length] = '\0';
+}
+
+void cutAtLineEnd(char* text) {
+  text[strcspn(text, "\r\n")] = '\0';
+}
+
+void cutAtComma(char* text) {
+  text[strcspn(text, ",")] = '\0';
+}
+
+const char* skipSpaces(const char* text) {
+  while (*text == ' ') ++text;
+  return text;
+}
+
+char* skipSpaces(char* text) {
+  return const_cast<char*>(skipSpaces(static_cast<const char*>(text)));
+}
+
+bool copyBounded(char* buffer, size_t size, const char* text) {
+  const size_t length = strlen(text);
+  if (length >= size) return false;
+  memcpy(buffer, text, length + 1);
+  return true;
+}
+
+bool copyLowered(char* buffer, size_t size, const char* text) {
+  if (!copyBounded(buffer, size, text)) return false;
+  strtolower(buffer);
+  return true;
+}
+
+bool appendBounded(char* buffer, size_t size, const char* text) {
+  const size_t length = strlen(buffer);
+  return copyBounded(buffer + length, size - length, text);
+}

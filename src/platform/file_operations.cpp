@@ -1,0 +1,66 @@
+#include "platform/file_operations.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "platform/message_details.h"
+#include "platform/stream.h"
+
+static int32_t copyContents(Stream* source, Stream* destination) {
+  char part[4096];
+  while (const size_t length = readLine(source, part, sizeof part - 1))
+    if (writeText(destination, part, length) != 0) return -1;
+  return readFailed(source) ? -1 : 0;
+}
+
+int32_t copyFile(const char* from, const char* to) {
+  Stream* source = openStream(from, OPEN_FOR_UPDATE, REGULAR_FILE);
+  Stream* destination = source == nullptr ? nullptr : openStream(to, OPEN_TO_CREATE, PRIVATE_FILE);
+  int32_t result = destination == nullptr ? -1 : copyContents(source, destination);
+  if (closeStream(destination) != 0) result = -1;
+  closeStream(source);
+  return result;
+}
+
+void removeFile(const char* name) {
+  unlink(name);
+}
+
+// The path that opening the name for writing would create: links that lead nowhere yet are followed, too.
+static std::filesystem::path resolve(std::filesystem::path path) {
+  constexpr int MAXIMUM_LINKS = 40;
+  std::error_code error;
+  for (int link = 0; link < MAXIMUM_LINKS && std::filesystem::is_symlink(path, error); ++link) {
+    const std::filesystem::path target = std::filesystem::read_symlink(path, error);
+    if (error) break;
+    path = path.parent_path() / target;
+  }
+  const std::filesystem::path folder = path.parent_path().empty() ? "." : path.parent_path();
+  return std::filesystem::weakly_canonical(folder, error) / path.filename();
+}
+
+bool isSameFile(const char* name, const char* otherName) {
+  struct stat status;
+  struct stat otherStatus;
+  const bool exists = stat(name, &status) == 0;
+  const bool otherExists = stat(otherName, &otherStatus) == 0;
+  if (exists != otherExists) return false;
+  if (!exists) return resolve(name) == resolve(otherName);
+  return S_ISREG(status.st_mode) && status.st_dev == otherStatus.st_dev && status.st_ino == otherStatus.st_ino;
+}
+
+unsigned permissionsOf(const char* name) {
+  struct stat status;
+  return stat(name, &status) == 0 ? status.st_mode & 0777U : 0600U;
+}
+
+void openMissingStandardStreams() {
+  int descriptor = open("/dev/null", O_RDWR);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = dup(descriptor);
+  if (descriptor > STDERR_FILENO) close(descriptor);
+}

@@ -1,0 +1,235 @@
+#include "platform/stream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/message_details.h"
+
+static constexpr size_t WINDOW_SIZE = 256 * 1024;
+// What stays of a window when reading moves on, so that going back to where an entry began finds it still there.
+static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
+
+struct Stream {
+  int descriptor;
+  bool hasPositions;
+  bool readHasFailed;
+  bool writeHasFailed;
+  int64_t windowStart;  // offset in the file of the window's first byte
+  size_t filled;        // bytes of the window that hold file content, read or written
+  size_t cursor;        // next byte to read or write; at most filled
+  size_t dirtyBegin;    // the bytes from here
+  size_t dirtyEnd;      // up to here are not in the file yet; equal: nothing is pending
+  Stream* nextOpen;
+  char window[WINDOW_SIZE];
+};
+
+static Stream* openStreams = nullptr;
+
+static void reasonFromErrno() {
+  snprintf(messageReason, sizeof messageReason, "%s", strerror(errno));
+}
+
+// Says what is wrong with an open file of the given kind; null when nothing is.
+static const char* findObjection(int descriptor, FileKind kind) {
+  struct stat status;
+  if (kind == NAMED_BY_USER) return nullptr;
+  if (fstat(descriptor, &status) != 0) return strerror(errno);
+  if (kind == PRIVATE_FILE_OR_DEVICE && S_ISCHR(status.st_mode)) return nullptr;
+  if (!S_ISREG(status.st_mode)) return "not a regular file";
+  if (kind == REGULAR_FILE) return nullptr;
+  if (status.st_nlink > 1) return "the file has a second hard link";
+  if (status.st_uid != geteuid()) return "the file belongs to another user";
+  return nullptr;
+}
+
+static bool isPrivate(FileKind kind) {
+  return kind == PRIVATE_FILE || kind == PRIVATE_FILE_OR_DEVICE;
+}
+
+static int openFlags(OpenMode mode, FileKind kind) {
+  int flags = O_RDWR | O_CLOEXEC | O_NOCTTY;
+  if (mode != OPEN_FOR_UPDATE) flags |= O_CREAT;
+  if (isPrivate(kind)) flags |= O_NOFOLLOW;
+  if (kind != NAMED_BY_USER) flags |= O_NONBLOCK;
+  return flags;
+}
+
+int openFile(const char* name, OpenMode mode, FileKind kind) {
+  const int descriptor = open(name, openFlags(mode, kind), createdFilePermissions);
+  if (descriptor < 0) {
+    if (errno == ELOOP && isPrivate(kind))
+      snprintf(messageReason, sizeof messageReason, "a symbolic link stands in its place");
+    else
+      reasonFromErrno();
+    return -1;
+  }
+  const char* objection = findObjection(descriptor, kind);
+  // Pipes and devices have no length to cut: EINVAL says so and is no failure.
+  if (objection == nullptr && mode == OPEN_TO_CREATE && ftruncate(descriptor, 0) != 0 && errno != EINVAL)
+    objection = strerror(errno);
+  if (objection == nullptr) return descriptor;
+  snprintf(messageReason, sizeof messageReason, "%s", objection);
+  close(descriptor);
+  return -1;
+}
+
+Stream* openStream(const char* name, OpenMode mode, FileKind kind) {
+  const int descriptor = openFile(name, mode, kind);
+  if (descriptor < 0) return nullptr;
+  auto* stream = static_cast<Stream*>(malloc(sizeof(Stream)));
+  if (stream == nullptr) {
+    reasonFromErrno();
+    close(descriptor);
+    return nullptr;
+  }
+  const off_t offset = lseek(descriptor, 0, mode == OPEN_TO_APPEND ? SEEK_END : SEEK_SET);
+  stream->descriptor = descriptor;
+  stream->hasPositions = offset >= 0;
+  stream->readHasFailed = stream->writeHasFailed = false;
+  stream->windowStart = std::max<off_t>(offset, 0);
+  stream->filled = stream->cursor = stream->dirtyBegin = stream->dirtyEnd = 0;
+  stream->nextOpen = openStreams;
+  openStreams = stream;
+  return stream;
+}
+
+// Writes the pending bytes. They are given up when it fails: the stream then stays failed.
+static void writePending(Stream* stream) {
+  while (stream->dirtyBegin < stream->dirtyEnd && !stream->writeHasFailed) {
+    const char* from = stream->window + stream->dirtyBegin;
+    const size_t length = stream->dirtyEnd - stream->dirtyBegin;
+    const int64_t offset = stream->windowStart + static_cast<int64_t>(stream->dirtyBegin);
+    const ssize_t written = stream->hasPositions ? pwrite(stream->descriptor, from, length, offset)
+                                                 : write(stream->descriptor, from, length);
+    if (written >= 0) {
+      stream->dirtyBegin += static_cast<size_t>(written);
+    } else if (errno != EINTR) {
+      reasonFromErrno();
+      stream->writeHasFailed = true;
+    }
+  }
+  stream->dirtyBegin = stream->dirtyEnd = 0;
+}
+
+int32_t flushStream(Stream* stream) {
+  writePending(stream);
+  return stream->writeHasFailed ? -1 : 0;
+}
+
+int32_t closeStream(Stream*& stream) {
+  if (stream == nullptr) return 0;
+  int32_t result = flushStream(stream);
+  if (close(stream->descriptor) != 0 && result == 0) {
+    reasonFromErrno();
+    result = -1;
+  }
+  Stream** link = &openStreams;
+  while (*link != stream) link = &(*link)->nextOpen;
+  *link = stream->nextOpen;
+  free(stream);
+  stream = nullptr;
+  return result;
+}
+
+void closeAllStreams() {
+  while (openStreams != nullptr) {
+    Stream* stream = openStreams;
+    closeStream(stream);
+  }
+}
+
+// Moves the window on so that more bytes follow the cursor. Returns false at the end of the file or when the
+// read fails.
+static bool readMore(Stream* stream) {
+  writePending(stream);
+  if (stream->readHasFailed) return false;
+  if (stream->filled > KEPT_SIZE) {
+    const size_t dropped = std::min(stream->filled - KEPT_SIZE, stream->cursor);
+    memmove(stream->window, stream->window + dropped, stream->filled - dropped);
+    stream->windowStart += static_cast<int64_t>(dropped);
+    stream->filled -= dropped;
+    stream->cursor -= dropped;
+  }
+  ssize_t count;
+  do {
+    count = pread(stream->descriptor, stream->window + stream->filled, WINDOW_SIZE - stream->filled,
+                  stream->windowStart + static_cast<int64_t>(stream->filled));
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) {
+    reasonFromErrno();
+    stream->readHasFailed = true;
+  }
+  if (count <= 0) return false;
+  stream->filled += static_cast<size_t>(count);
+  return true;
+}
+
+size_t readLine(Stream* stream, char* buffer, size_t limit) {
+  for (;;) {
+    const char* from = stream->window + stream->cursor;
+    const size_t available = std::min(stream->filled - stream->cursor, limit);
+    const void* newline = memchr(from, '\n', available);
+    if (newline == nullptr && available < limit && readMore(stream)) continue;
+    const size_t length = newline == nullptr
+                              ? std::min(stream->filled - stream->cursor, limit)
+                              : static_cast<size_t>(static_cast<const char*>(newline) - from) + 1;
+    memcpy(buffer, stream->window + stream->cursor, length);
+    buffer[length] = '\0';
+    stream->cursor += length;
+    return length;
+  }
+}
+
+bool readFailed(const Stream* stream) {
+  return stream->readHasFailed;
+}
+
+int32_t writeText(Stream* stream, const char* text, size_t length) {
+  while (length > 0 && !stream->writeHasFailed) {
+    if (stream->cursor == WINDOW_SIZE) {
+      writePending(stream);
+      stream->windowStart += static_cast<int64_t>(WINDOW_SIZE);
+      stream->filled = stream->cursor = 0;
+    }
+    const size_t part = std::min(length, WINDOW_SIZE - stream->cursor);
+    memcpy(stream->window + stream->cursor, text, part);
+    if (stream->dirtyBegin == stream->dirtyEnd) stream->dirtyBegin = stream->dirtyEnd = stream->cursor;
+    stream->dirtyBegin = std::min(stream->dirtyBegin, stream->cursor);
+    stream->cursor += part;
+    stream->dirtyEnd = std::max(stream->dirtyEnd, stream->cursor);
+    stream->filled = std::max(stream->filled, stream->cursor);
+    text += part;
+    length -= part;
+  }
+  return stream->writeHasFailed ? -1 : 0;
+}
+
+int32_t writeText(Stream* stream, const char* text) {
+  return writeText(stream, text, strlen(text));
+}
+
+int32_t getPosition(const Stream* stream, int64_t* position) {
+  if (!stream->hasPositions) return -1;
+  *position = stream->windowStart + static_cast<int64_t>(stream->cursor);
+  return 0;
+}
+
+int32_t setPosition(Stream* stream, int64_t position) {
+  if (!stream->hasPositions || position < 0) return -1;
+  const int64_t inWindow = position - stream->windowStart;
+  if (inWindow >= 0 && inWindow <= static_cast<int64_t>(stream->filled)) {
+    stream->cursor = static_cast<size_t>(inWindow);
+    return 0;
+  }
+  writePending(stream);
+  stream->windowStart = position;
+  stream->filled = stream->cursor = 0;
+  return 0;
+}

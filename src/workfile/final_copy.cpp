@@ -1,0 +1,87 @@
+#include "workfile/final_copy.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/reporting.h"
+#include "driver/run_state.h"
+#include "ldif/object_buffer.h"
+#include "ldif/object_class.h"
+#include "ldif/text.h"
+#include "workfile/work_file_cursor.h"
+
+// A line that holds one of these, in any case, stays behind.
+static constexpr const char* droppedTexts[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:", "control:"};
+
+static bool isDropped(const char* line) {
+  copyLowered(tempString, sizeof tempString, line);  // always fits: a line as read has 4095 characters at most
+  for (const char* text : droppedTexts)
+    if (strstr(tempString, text) != nullptr) return true;
+  return false;
+}
+
+static int32_t writeLines() {
+  for (int32_t i = 0; i < OBJECT_ARRAY_SIZE && object[i] != nullptr; ++i)
+    if (!isDropped(object[i]) && writeText(ofp, object[i]) != 0) return -1;
+  return 0;
+}
+
+static void traceObjectRead() {
+  if (debug == 0) return;
+  traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  Another object WAS read successfully.  \n");
+  traceLine("           next_available_object_slot = %d  \n", next_available_object_slot);
+  traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  THE OBJECT READ WAS:  \n");
+  for (int32_t i = 0; i < next_available_object_slot; ++i) traceLine("%s", object[i]);
+  traceLine("\n");
+}
+
+static void requireResCreds() {
+  determineTheObjectsObjectClass();
+  if (objectClass == RESCREDS_CONTAINER || objectClass == SECRESCREDS_OBJECTCLASS) return;
+  reportError("copyRemainingObjectsToOutputLDIFFile():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n");
+  exitForObject(PROCESSING_FAILED);
+}
+
+// Returns 0, or -1 when a line cannot be written.
+static int32_t copyObject() {
+  traceObjectRead();
+  requireResCreds();
+  if (writeLines() != 0) {
+    traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
+    return -1;
+  }
+  freeObject();
+  next_available_object_slot = 0;
+  if (writeText(ofp, "\n") != 0) {
+    traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
+    exit(-1);  // Kept: the one failure that ends the run without a message.
+  }
+  if (deleteNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
+    reportError("copyRemainingObjectsToOutputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInputLDIFFile() failed deleting a ResCreds container or secResCreds object.  EXITING. \n");
+    exitWithMessage(PROCESSING_FAILED);
+  }
+  return 0;
+}
+
+void copyRemainingObjectsToOutputLDIFFile() {
+  traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  FUNCTION ENTRY  \n");
+  tifp = openStream(temp_input_ldif_filename, OPEN_FOR_UPDATE, PRIVATE_FILE);
+  if (tifp == nullptr) {
+    traceLine("copyRemainingObjectsToOutputLDIFFile():  ERROR:  Unable to open temporary input LDIF file:  %s. \n",
+              temp_input_ldif_filename);
+    traceLine("                 EXITING \n");
+    exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
+  }
+  for (;;) {
+    const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
+    if (result == -1 && next_available_object_slot == 0) break;
+    if (result != 0 && result != -1) {
+      traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  ERROR:  The next object could not be read successfully.  EXITING.  \n");
+      exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
+    }
+    if (copyObject() != 0) return;
+  }
+  traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
+  if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
+  traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  FUNCTION EXIT  \n");
+}

@@ -1,0 +1,7 @@
+// What the passes leave in the work file goes to the output.
+#pragma once
+
+// Copies the resource-credential entries that are left to the output, without the lines that belong to the
+// directory server, and blanks them out of the work file, which it opens and closes. Any other entry ends the
+// run with PROCESSING_FAILED. Returns in silence when a line cannot be written: closing the output tells.
+void copyRemainingObjectsToOutputLDIFFile();

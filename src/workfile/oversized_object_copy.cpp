@@ -1,0 +1,48 @@
+#include "workfile/oversized_object_copy.h"
+
+#include <cstring>
+
+#include "driver/reporting.h"
+#include "driver/run_state.h"
+#include "ldif/line_reader.h"
+#include "ldif/text.h"
+
+static void stopOnFailure(int32_t result) {
+  if (result == 0) return;
+  traceLine("moveNextObjectToOutputLDIFFile():  fputs() failed with rc=%d \n", result);
+  exitWithMessage(WRITE_FAILED, output_ldif_filename);
+}
+
+static void writeTerminatingBlankLine() {
+  traceLine("This is a BLANK line which terminates the object.  \n");
+  stopOnFailure(writeText(ofp, "\n"));
+  traceLine("moveNextObjectToOutputLDIFFile():  Writing a blank line between objects \n");
+}
+
+static void writeLine() {
+  if (strstr(nextLine, "XOQ-ENTRYUUID:") != nullptr || strstr(nextLine, "xoq-entryuuid:") != nullptr) return;
+  traceLine("moveNextObjectToOutputLDIFFile():  Writing this line to the output LDIF file. \n");
+  stopOnFailure(writeText(ofp, nextLine));
+}
+
+void moveNextObjectToOutputLDIFFile() {
+  traceLine("moveNextObjectToOutputLDIFFile():  FUNCTION ENTRY \n");
+  bool started = false;
+  while (getNextLine(nextLine, ifp) == 0) {
+    traceLine("\nmoveNextObjectToOutputLDIFFile():  THE LINE READ WAS: %s   \n", nextLine);
+    if (isBlankLine(nextLine) && started) {
+      writeTerminatingBlankLine();
+      break;
+    }
+    if (isBlankLine(nextLine)) {
+      traceLine("This is a BLANK line which precedes the next object.  \n");
+    } else if (nextLine[0] == '#') {
+      traceLine("This is a COMMENT which will be discarded.  \n");
+    } else {
+      started = true;
+      writeLine();
+    }
+  }
+  stopOnFailure(flushStream(ofp));
+  traceLine("moveNextObjectToOutputLDIFFile():  FUNCTION EXIT   \n");
+}

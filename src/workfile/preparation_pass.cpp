@@ -1,0 +1,99 @@
+#include "workfile/preparation_pass.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "driver/reporting.h"
+#include "driver/run_state.h"
+#include "ldif/attribute_lookup.h"
+#include "ldif/object_buffer.h"
+#include "ldif/object_class.h"
+#include "ldif/text.h"
+#include "workfile/entry_adjustments.h"
+
+// Where the entries of one kind go.
+struct Destination {
+  Stream*& stream;
+  const char* fileName;
+  bool dropsEntryUuid;     // the directory server's UUID lines stay behind
+  bool tightensOwnerNames; // blanks around commas go, in the lines that later name an entry's owner
+};
+
+static const Destination outputFile = {ofp, output_ldif_filename, true, false};
+static const Destination workFile = {tifp, temp_input_ldif_filename, false, true};
+
+static void stopOnFailure(int32_t result, const char* fileName) {
+  if (result != 0) exitWithMessage(WRITE_FAILED, fileName);
+}
+
+static const Destination& chooseDestination(const char* dnLine) {
+  switch (objectClass) {
+    case UNINTERESTING_OBJECTCLASS:
+    case SECAUTHORITYINFO_OBJECTCLASS:
+    case CONTAINER_OBJECTCLASS:
+      return outputFile;
+    case SECPOLICY_OBJECTCLASS:
+      return dostristr(dnLine, "cn=Policies,secAuthority=") != nullptr ? outputFile : workFile;
+    default:
+      return workFile;
+  }
+}
+
+static bool isEntryUuid(const char* line) {
+  return strstr(line, "XOQ-ENTRYUUID: ") != nullptr || strstr(line, "xoq-entryuuid: ") != nullptr;
+}
+
+static void writeObject(const Destination& destination) {
+  for (int32_t i = 0; i < next_available_object_slot; ++i) {
+    if (object[i][0] == ' ') continue;
+    char* line = obtainAttributeFromObjectArray(i);
+    if (destination.tightensOwnerNames && strstr(line, "secdn:") != nullptr) commaSpaceEater(line);
+    if (!destination.dropsEntryUuid || !isEntryUuid(line)) {
+      stopOnFailure(writeText(destination.stream, line), destination.fileName);
+      stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
+    }
+    free(line);
+  }
+  stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
+}
+
+static void prepareObject() {
+  determineTheObjectsObjectClass();
+  char* dnLine = obtainAttributeFromObjectArray(0);
+  tweekObjectInObjectArray();
+  const Destination& destination = chooseDestination(dnLine);
+  if (&destination == &outputFile) writeObjectToLDIFFile = 1;
+  writeObject(destination);
+  free(dnLine);
+}
+
+static void prepareAllObjects() {
+  for (;;) {
+    const int32_t result = getNextObject(ifp);
+    if (result == OBJECT_COPIED_TO_OUTPUT) continue;
+    if (result != 0 && next_available_object_slot == 0) return;
+    prepareObject();
+  }
+}
+
+int32_t copyOriginalInputFileToTempInputFile() {
+  const int32_t debugBefore = debug;
+  traceLine("copyOriginalInputFileToTempInputFile():  TURNING DEBUG TRACING OFF \n");
+  traceLine("copyOriginalInputFileToTempInputFile():  FUNCTION ENTRY \n");
+  traceLine("copyOriginalInputFileToTempInputFile():  The temporary input file name = %s \n", temp_input_ldif_filename);
+  debug = 0;
+  ifp = openStream(input_ldif_filename, OPEN_FOR_UPDATE, REGULAR_FILE);
+  if (ifp == nullptr) exitWithMessage(FILE_NOT_OPENED, input_ldif_filename);
+  tifp = openStream(temp_input_ldif_filename, OPEN_TO_APPEND, PRIVATE_FILE);
+  if (tifp == nullptr) exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
+
+  prepareAllObjects();
+
+  const int32_t result = readFailed(ifp) ? -1 : 0;
+  closeStream(ifp);  // only read, so nothing of it can be lost
+  stopOnFailure(closeStream(tifp), temp_input_ldif_filename);
+  stopOnFailure(flushStream(ofp), output_ldif_filename);
+  debug = debugBefore;
+  traceLine("copyOriginalInputFileToTempInputFile():  TURNING DEBUG TRACING BACK ON \n");
+  return result;
+}

@@ -1,0 +1,155 @@
+#include "workfile/work_file_cursor.h"
+
+#include <cstring>
+
+#include "driver/reporting.h"
+#include "ldif/line_reader.h"
+#include "ldif/object_buffer.h"
+#include "ldif/text.h"
+#include "platform/message_service.h"
+
+// Reads lines into the empty buffer until the entry ends. Returns what the whole read returns.
+static int32_t readObject(Stream* stream) {
+  while (getNextLine(nextLine, stream) == 0) {
+    if (isBlankLine(nextLine)) {
+      if (next_available_object_slot > 0) return 0;
+      continue;
+    }
+    if (changetypeSeen == 0 && strstr(nextLine, "changetype:") != nullptr) changetypeSeen = 1;
+    if (nextLine[0] != '#')
+      storeNextLine("getNextObjectFromTemporaryInputLDIFFile():  malloc() failure.  EXITING. \n");
+  }
+  return readFailed(stream) ? OBJECT_NOT_READABLE : -1;
+}
+
+static void traceRestoredPosition(Stream* stream, int32_t readResult) {
+  if (debug == 0) return;
+  if (getPosition(stream, &filePositionAfterReadingObject) != 0) {
+    traceLine("getNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = %d (dec)  \n", readResult);
+    return;
+  }
+  filePositionAfterReadingObject_ftell = static_cast<long>(filePositionAfterReadingObject);
+  traceLine("getNextObjectFromTemporaryInputLDIFFile():  filePositionBeforeReadingObject = %ld  \n",
+            filePositionBeforeReadingObject_ftell);
+  traceLine("                                            filePositionAfterReadingObject = %ld  \n",
+            filePositionAfterReadingObject_ftell);
+  traceLine("                                            THESE VALUES SHOULD BE EQUAL SINCE THIS FUNCTION RESTORES THE FILE    \n");
+  traceLine("                                            POSITION TO THE BEGINNING OF THE OBJECT THAT IT READS.                \n");
+}
+
+int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
+  traceLine("getNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
+  next_available_object_slot = 0;
+  freeObject();
+  int32_t rc = getPosition(stream, &filePositionBeforeReadingObject);
+  if (rc != 0) {
+    traceLine("getNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = %d (dec)  \n", rc);
+    exitWithMessage(POSITION_CALL_FAILED, "fgetpos()", rc);
+  }
+  filePositionBeforeReadingObject_ftell = static_cast<long>(filePositionBeforeReadingObject);
+  traceLine("getNextObjectFromTemporaryInputLDIFFile():  filePositionBeforeReadingObject = %ld  \n",
+            filePositionBeforeReadingObject_ftell);
+
+  rc = readObject(stream);
+
+  traceLine("\ngetNextObjectFromTemporaryInputLDIFFile():  The object read is:   \n");
+  traceObject();
+  if (setPosition(stream, filePositionBeforeReadingObject) != 0) {
+    // Kept: the number shown is the result of the read, not that of the failed call.
+    traceLine("getNextObjectFromTemporaryInputLDIFFile():  fsetpos() failed with rc = %d (dec)  \n", rc);
+    concerning(firstLineOfObject());
+    exitWithMessage(POSITION_CALL_FAILED, "fsetpos()", rc);
+  }
+  traceRestoredPosition(stream, rc);
+  traceLine("getNextObjectFromTemporaryInputLDIFFile():  Returning rc = %d \n", rc);
+  traceLine("                                            next_available_object_slot = %d \n", next_available_object_slot);
+  traceLine("getNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT   \n");
+  return rc;
+}
+
+static int32_t positionCallFailed(const char* call, int32_t rc) {
+  zr_printf_utf8(POSITION_CALL_FAILED, call, rc);
+  return -1;
+}
+
+// Writes the blanked form of nextLine over the line that begins at the given position. Returns 0 or -1.
+static int32_t blankOutNextLine(Stream* stream, int64_t lineStart) {
+  const int32_t rc = setPosition(stream, lineStart);
+  if (rc != 0) return positionCallFailed("fsetpos()", rc);
+  blankLine(nextLine);
+  return writeText(stream, nextLine);
+}
+
+static int32_t blankOutObject(Stream* stream) {
+  for (int32_t lines = 0;;) {
+    int64_t lineStart = 0;
+    const int32_t rc = getPosition(stream, &lineStart);
+    if (rc != 0) return positionCallFailed("fgetpos()", rc);
+    if (getNextLine(nextLine, stream) != 0) return 0;
+    if (!isBlankLine(nextLine)) {
+      ++lines;
+      if (blankOutNextLine(stream, lineStart) != 0) return -1;
+    } else if (lines > 0) {
+      return 0;
+    }
+  }
+}
+
+int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
+  traceLine("deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
+  const int32_t debugBefore = debug;
+  debug = 0;
+  const int32_t result = blankOutObject(stream);
+  debug = debugBefore;
+  traceLine(result == 0 ? "deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT  \n"
+                        : "deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT ERROR  \n");
+  return result;
+}
+
+static void traceSteppedLine(bool isBlank, int32_t lines) {
+  if (debug == 0) return;
+  traceLine("\nstepOverNextObjectFromTemporaryInputLDIFFile() - The next line returned from getNextLine() is:   \n");
+  traceLine("%s \n", nextLine);
+  traceLine("The line read contains %d characters \n", static_cast<int>(strlen(nextLine)));
+  if (!isBlank) {
+    traceLine("stepOverNextObjectFromTemporaryInputLDIFFile() - The line IS NOT a blank line.   \n");
+    traceLine("stepOverNextObjectFromTemporaryInputLDIFFile() - This is an actual line of the object  \n");
+    return;
+  }
+  traceLine("stepOverNextObjectFromTemporaryInputLDIFFile() - The line IS a blank line.   \n");
+  if (lines == 0) {
+    traceLine("stepOverNextObjectFromTemporaryInputLDIFFile() - This blank line precedes the object   \n");
+  } else {
+    traceLine("stepOverNextObjectFromTemporaryInputLDIFFile() - This blank line terminates the object   \n");
+    traceLine("                                                 and will cause this function to return.  \n");
+  }
+}
+
+static void stepOverObject(Stream* stream) {
+  for (int32_t lines = 0; getNextLine(nextLine, stream) == 0;) {
+    const bool isBlank = isBlankLine(nextLine);
+    traceSteppedLine(isBlank, lines);
+    if (!isBlank) {
+      ++lines;
+    } else if (lines > 0) {
+      return;
+    }
+  }
+  traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  getNextLine() has reached EOF.  Exiting loop. \n");
+}
+
+int32_t stepOverNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
+  traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
+  if (hasTheStepOverFilePositionBeenInitialized == 0) {
+    const int32_t rc = getPosition(stream, &filePositionOfFirstObjectSteppedOver);
+    if (rc != 0) {
+      traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = %d (dec)  \n", rc);
+      return positionCallFailed("fgetpos()", rc);
+    }
+    filePositionOfFirstObjectSteppedOver_ftell = static_cast<long>(filePositionOfFirstObjectSteppedOver);
+    hasTheStepOverFilePositionBeenInitialized = 1;
+  }
+  stepOverObject(stream);
+  traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT \n");
+  return 0;
+}
