@@ -1,0 +1,1 @@
+test -s TEMPORARY_INPUT_LDIF_FILE && test ! -e trace.txt

@@ -1,0 +1,10 @@
+cat >TEMPORARY_INPUT_LDIF_FILE <<'END'
+dn: secAuthority=Default,cn=gold,o=example
+objectClass: secGroup
+cn: gold
+
+dn: cn=map-gold,cn=Groups,secAuthority=Default
+objectClass: secMap
+secDN: cn=gold,o=example
+
+END

@@ -1,0 +1,1 @@
+cp input.ldif before

@@ -1,0 +1,1 @@
+mkdir input.ldif.tmp

@@ -1,0 +1,1 @@
+test -s in1.tmp && test ! -e 'in*.tmp'

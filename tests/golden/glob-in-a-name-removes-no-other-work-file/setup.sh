@@ -1,0 +1,11 @@
+cat >'in*' <<'END'
+dn: secAuthority=Default,cn=gold,o=example
+objectClass: secGroup
+cn: gold
+
+dn: cn=map-gold,cn=Groups,secAuthority=Default
+objectClass: secMap
+secDN: cn=gold,o=example
+
+END
+echo keep >in1.tmp

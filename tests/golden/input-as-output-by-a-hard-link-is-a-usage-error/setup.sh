@@ -1,0 +1,2 @@
+cp input.ldif before
+ln input.ldif output.ldif

@@ -1,0 +1,2 @@
+cp input.ldif before
+mkdir d

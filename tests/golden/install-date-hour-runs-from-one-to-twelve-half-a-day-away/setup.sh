@@ -1,0 +1,1 @@
+date +%Y%m%d%I >before

@@ -1,0 +1,1 @@
+cmp before input.ldif || exit 1

@@ -1,0 +1,2 @@
+cp input.ldif before
+echo left >input.ldif.tmp

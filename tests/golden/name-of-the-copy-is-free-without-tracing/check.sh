@@ -1,0 +1,1 @@
+test ! -e TEMPORARY_INPUT_LDIF_FILE.tmp

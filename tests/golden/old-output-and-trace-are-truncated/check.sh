@@ -1,0 +1,1 @@
+test "$(head -n 1 trace.txt)" = 'main():  FUNCTION ENTRY  '

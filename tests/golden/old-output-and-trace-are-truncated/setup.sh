@@ -1,0 +1,2 @@
+echo old-output >output.ldif
+echo old-trace >trace.txt

@@ -1,0 +1,2 @@
+test ! -e output.ldif
+test ! -e trace.txt

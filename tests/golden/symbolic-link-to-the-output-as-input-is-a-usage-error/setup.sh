@@ -1,0 +1,2 @@
+cp input.ldif before
+ln -s input.ldif link.ldif

@@ -1,0 +1,1 @@
+test ! -e output.ldif && test ! -e trace.txt

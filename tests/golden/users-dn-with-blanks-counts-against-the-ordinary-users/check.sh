@@ -1,0 +1,1 @@
+test "$(grep -c '^processSecUserObjectFromTempInputLDIFFile():  FUNCTION ENTRY' trace.txt)" = 2

@@ -1,0 +1,1 @@
+test "$(ls -A | tr '\n' ' ')" = 'input.ldif output.ldif '

@@ -1,0 +1,2 @@
+cmp before input.ldif || exit 1
+test ! -e output.ldif

@@ -1,0 +1,2 @@
+cp input.ldif before
+echo old >output.ldif; ln output.ldif input.ldif.tmp
