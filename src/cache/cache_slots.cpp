@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "driver/reporting.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
 
@@ -27,7 +28,7 @@ static void handOverLines(const CacheMatrix& matrix, char** row) {
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
     if (object[i] == nullptr) continue;
     if (cell == tableEnd) exitForFullTable(matrix, row[0]);
-    free(*cell);
+    freeLine(*cell);
     *cell++ = object[i];
     object[i] = nullptr;
   }
@@ -65,7 +66,7 @@ static void releaseRow(const CacheMatrix& matrix, int32_t slot) {
   char** cell = rowOf(matrix, slot);
   if (*cell != nullptr) --*matrix.occupied;
   for (; *cell != nullptr; ++cell) {
-    free(*cell);
+    freeLine(*cell);
     *cell = nullptr;
   }
 }
@@ -79,7 +80,7 @@ void freeSecGroup(int32_t slot) { releaseRow(secGroupMatrix, slot); }
 void freeSecMapForSecGroup(int32_t slot) { releaseRow(secMapForSecGroupMatrix, slot); }
 
 static void releaseDN(char** dns, int32_t slot) {
-  free(dns[slot]);
+  freeLine(dns[slot]);
   dns[slot] = nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include "cache/owner_index.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "workfile/work_file_cursor.h"

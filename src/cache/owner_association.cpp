@@ -9,6 +9,7 @@
 #include "cache/owner_index.h"
 #include "driver/reporting.h"
 #include "ldif/attribute_lookup.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
@@ -100,8 +101,8 @@ static char* dnOfUsersObject(const OwnerSide& side) {
   appendToSavedDn(side, authority);
   appendToSavedDn(side, ",");
   appendToSavedDn(side, dn);
-  free(authority);
-  free(dn);
+  freeLine(authority);
+  freeLine(dn);
   return side.savedDn;
 }
 
@@ -123,10 +124,10 @@ static char* dnOfMap(const OwnerSide& side, const char* ownerAttribute) {
   if (ownerDn == nullptr) exitForUnnamedOwner(side, "The map has no secDN.");
   cutAtComma(authority);
   saveDn(side, authority);
-  free(dn);
+  freeLine(dn);
   appendToSavedDn(side, ",");
   appendToSavedDn(side, ownerDn);
-  free(ownerDn);
+  freeLine(ownerDn);
   return side.savedDn;
 }
 

@@ -3,15 +3,15 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 
 #include "driver/reporting.h"
+#include "ldif/letter_case.h"
 
 static uint32_t hashWithoutCase(const char* text) {
   uint32_t hash = 2166136261U;  // FNV-1a
   for (; *text != '\0'; ++text) {
-    hash ^= static_cast<uint32_t>(tolower(static_cast<unsigned char>(*text)));
+    hash ^= lowered(*text);
     hash *= 16777619U;
   }
   return hash;

@@ -1,10 +1,11 @@
 #include "ldif/attribute_lookup.h"
 
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
 #include "driver/reporting.h"
+#include "ldif/letter_case.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
 
@@ -45,8 +46,11 @@ static char* unfold(const char* source, int32_t& index, const char* mallocFailur
   for (++index; isContinuationLine(index); ++index) {
     const size_t length = strlen(text);
     const size_t pieceLength = strlen(object[index] + 1);
-    text = static_cast<char*>(reallocate(text, length + pieceLength + CONTINUATION_SPARE, reallocFailure));
-    memcpy(text + length, object[index] + 1, pieceLength + 1);
+    char* grown = allocateLine(length + pieceLength + CONTINUATION_SPARE, reallocFailure);
+    memcpy(grown, text, length);
+    memcpy(grown + length, object[index] + 1, pieceLength + 1);
+    freeLine(text);
+    text = grown;
     cutAtLineEnd(text);
   }
   return text;
@@ -59,8 +63,8 @@ static bool keyEndsAt(const char* line, const char* colon, const char* firstColo
   const char* start = colon + 1 - keyLength;
   for (size_t i = 0; i < keyLength; ++i) {
     const bool isFolded = start + i <= firstColon;
-    const int character = isFolded ? tolower(static_cast<unsigned char>(start[i])) : static_cast<unsigned char>(start[i]);
-    if (character != static_cast<unsigned char>(key[i])) return false;
+    if ((isFolded ? lowered(start[i]) : static_cast<unsigned char>(start[i])) != static_cast<unsigned char>(key[i]))
+      return false;
   }
   return true;
 }
@@ -83,7 +87,7 @@ char* obtainAttributeValueFromObjArray(const char* name) {
   const char* found = nullptr;
   int32_t index = 0;
   while (index < next_available_object_slot && (found = findValue(object[index], key, keyLength)) == nullptr) ++index;
-  free(key);
+  freeLine(key);
   if (found == nullptr) {
     traceLine("obtainAttributeValueFromObjArray():  ERROR:  Attribute not found. \n");
     traceLine("obtainAttributeValueFromObjArray():  FUNCTION EXIT \n");

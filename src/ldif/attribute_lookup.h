@@ -1,5 +1,5 @@
 // Attributes of the entry in the entry buffer, handed out as fresh strings with folding undone. Every result
-// is a heap copy without line ends that the caller frees. The entry buffer is never changed.
+// is a copy without line ends that the caller gives back with freeLine. The entry buffer is never changed.
 #pragma once
 
 #include <cstdint>

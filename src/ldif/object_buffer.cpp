@@ -1,22 +1,13 @@
 #include "ldif/object_buffer.h"
 
-#include <cstdlib>
-#include <cstring>
-
 #include "driver/reporting.h"
+#include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/text.h"
 // The one step up from here: an entry that is too long for the buffer is copied out at the moment it shows.
 #include "workfile/oversized_object_copy.h"
 
 static constexpr char MALLOC_FAILURE[] = "getNextObject():  malloc() failure.  EXITING. \n";
-
-char* copyLine(const char* text, const char* allocationFailureLine) {
-  const size_t length = strlen(text);
-  char* copy = static_cast<char*>(allocate(length + LINE_SPARE, allocationFailureLine));
-  memcpy(copy, text, length + 1);
-  return copy;
-}
 
 static void requireFreeSlot() {
   if (next_available_object_slot < OBJECT_ARRAY_SIZE) return;
@@ -36,7 +27,7 @@ void storeNextLine(const char* allocationFailureLine) {
 
 void freeObject() {
   for (int32_t i = 0; i < OBJECT_ARRAY_SIZE && object[i] != nullptr; ++i) {
-    free(object[i]);
+    freeLine(object[i]);
     object[i] = nullptr;
   }
 }

@@ -10,9 +10,6 @@
 
 constexpr int32_t OBJECT_ARRAY_SIZE = 250000;  // slots
 
-// Every heap copy of a line or a value has this many bytes behind its text, closing NUL included.
-constexpr size_t LINE_SPARE = 10;
-
 // Lines as read, line end included; line 0 is the dn: line; null after the last filled slot. The buffer owns
 // its lines until a cache move takes them over.
 inline char* object[OBJECT_ARRAY_SIZE];
@@ -29,17 +26,13 @@ constexpr int32_t OBJECT_COPIED_TO_OUTPUT = 99;
 // the position cannot be taken or restored, or memory is exhausted.
 int32_t getNextObject(Stream* stream);
 
-// Frees the lines up to the first null slot and nulls the slots. Leaves the count alone: the caller sets it.
+// Gives back the lines up to the first null slot and nulls the slots. Leaves the count alone: the caller sets it.
 void freeObject();
 
 // Appends a copy of nextLine, or a line whose ownership passes to the buffer. Ends the run with
 // PROCESSING_FAILED when the buffer is full.
 void storeNextLine(const char* allocationFailureLine);
 void appendLineToObject(char* line);
-
-// Returns a heap copy of a text with LINE_SPARE bytes of room behind it. The caller frees it. When memory is
-// exhausted the run ends, with the given trace line.
-[[nodiscard]] char* copyLine(const char* text, const char* allocationFailureLine);
 
 // Traces every line of the entry, up to the first null slot, as "   object[%d] = %s".
 void traceObject();

@@ -4,6 +4,7 @@
 
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/colon_search.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
 
@@ -46,9 +47,7 @@ static constexpr const char* classTraces[] = {
     "   The object class is CONTAINER_OBJECTCLASS \n\n",
 };
 
-static bool isObjectClassLine(const char* line) {
-  return strstr(line, "objectClass:") != nullptr || strstr(line, "objectclass:") != nullptr;
-}
+static constexpr ColonText objectClassTexts[] = {"objectClass:", "objectclass:"};
 
 static bool isResCredsContainer() {
   return strstr(object[0], "cn=ResCreds") != nullptr || strstr(object[0], "cn=rescreds") != nullptr;
@@ -63,7 +62,7 @@ static const ClassName* findClassName(const char* line) {
 void determineTheObjectsObjectClass() {
   objectClass = UNINTERESTING_OBJECTCLASS;
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
-    const ClassName* name = isObjectClassLine(object[i]) ? findClassName(object[i]) : nullptr;
+    const ClassName* name = findExactly(object[i], objectClassTexts) != nullptr ? findClassName(object[i]) : nullptr;
     if (name == nullptr) continue;
     objectClass = name->code;
     if (objectClass == CONTAINER_OBJECTCLASS && isResCredsContainer()) objectClass = RESCREDS_CONTAINER;

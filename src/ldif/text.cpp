@@ -3,16 +3,10 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "driver/reporting.h"
-
-static int lower(char character) {
-  return tolower(static_cast<unsigned char>(character));
-}
-
-static int upper(char character) {
-  return toupper(static_cast<unsigned char>(character));
-}
+#include "ldif/letter_case.h"
 
 char* trim(char* string) {
   if (string == nullptr) return nullptr;
@@ -24,12 +18,12 @@ char* trim(char* string) {
 
 void strtolower(char* string) {
   if (string == nullptr) return;
-  for (; *string != '\0'; ++string) *string = static_cast<char>(lower(*string));
+  for (; *string != '\0'; ++string) *string = static_cast<char>(lowered(*string));
 }
 
 void strtoupper(char* string) {
   if (string == nullptr) return;
-  for (; *string != '\0'; ++string) *string = static_cast<char>(upper(*string));
+  for (; *string != '\0'; ++string) *string = static_cast<char>(toupper(static_cast<unsigned char>(*string)));
 }
 
 const char* dostristr(const char* haystack, const char* needle) {
@@ -37,7 +31,7 @@ const char* dostristr(const char* haystack, const char* needle) {
   if (*needle == '\0') return haystack;
   for (; *haystack != '\0'; ++haystack) {
     size_t i = 0;
-    while (needle[i] != '\0' && upper(needle[i]) == upper(haystack[i])) ++i;
+    while (needle[i] != '\0' && lowered(needle[i]) == lowered(haystack[i])) ++i;
     if (needle[i] == '\0') return haystack;
   }
   return nullptr;
@@ -66,7 +60,7 @@ static void eatSpacesBeforeCommas(char* string) {
 }
 
 void commaSpaceEater(char* string) {
-  if (string == nullptr) return;
+  if (string == nullptr || strchr(string, ' ') == nullptr) return;
   const size_t size = strlen(string) + 1;
   char* copy = static_cast<char*>(allocate(size, "commaSpaceEater():  malloc() failure.  EXITING. \n"));
   memcpy(copy, string, size);
@@ -76,7 +70,8 @@ void commaSpaceEater(char* string) {
 }
 
 bool isBlankLine(const char* line) {
-  return line[strspn(line, " \r\n")] == '\0';
+  while (*line == ' ' || *line == '\r' || *line == '\n') ++line;
+  return *line == '\0';
 }
 
 void blankLine(char* line) {
@@ -89,7 +84,8 @@ void blankLine(char* line) {
 }
 
 void cutAtLineEnd(char* text) {
-  text[strcspn(text, "\r\n")] = '\0';
+  for (const int lineEnd : {'\n', '\r'})
+    if (char* place = strchr(text, lineEnd)) *place = '\0';
 }
 
 void cutAtComma(char* text) {

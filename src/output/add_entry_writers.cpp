@@ -7,6 +7,8 @@
 #include "cache/object_cache.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/colon_search.h"
+#include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
@@ -14,14 +16,8 @@
 
 // Lines that hold one of the texts, in any case, are left out of a record. Kept: only a policy loses its control
 // lines here.
-static constexpr const char* leftOutOfOwner[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:", nullptr};
-static constexpr const char* leftOutOfPolicy[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:", "control:", nullptr};
-
-static bool holdsOneOf(const char* line, const char* const* texts) {
-  for (; *texts != nullptr; ++texts)
-    if (dostristr(line, *texts) != nullptr) return true;
-  return false;
-}
+static constexpr ColonText leftOutOfOwner[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:"};
+static constexpr ColonText leftOutOfPolicy[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:", "control:"};
 
 static int32_t writeFailed(const char* function) {
   traceLine("%s():  fputs() failed with rc=%d \n", function, -1);
@@ -29,8 +25,8 @@ static int32_t writeFailed(const char* function) {
 }
 
 // Writes a line unless it is left out. Returns 0 or -1.
-static int32_t writeAttribute(const char* line, const char* const* leftOut, Stream* stream) {
-  return holdsOneOf(line, leftOut) ? 0 : writeText(stream, line);
+static int32_t writeAttribute(const char* line, std::span<const ColonText> leftOut, Stream* stream) {
+  return findInAnyCase(line, leftOut) != nullptr ? 0 : writeText(stream, line);
 }
 
 // Writes what mergeObjects has put into the entry buffer, but for its old dn: line, empties the buffer and ends
@@ -82,7 +78,7 @@ static void mergeWithUsersObject(char** usersObject) {
   partiallyMergedSecUser[count] = nullptr;
   next_available_object_slot = 0;
   mergeObjects(usersObject, partiallyMergedSecUser);
-  for (size_t i = 0; i < count; ++i) free(partiallyMergedSecUser[i]);
+  for (size_t i = 0; i < count; ++i) freeLine(partiallyMergedSecUser[i]);
   free(partiallyMergedSecUser);
 }
 

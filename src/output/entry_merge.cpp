@@ -6,8 +6,9 @@
 #include <string_view>
 
 #include "driver/reporting.h"
+#include "ldif/colon_search.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
-#include "ldif/text.h"
 
 static constexpr char MALLOC_FAILURE[] = "mergeObjects():  malloc() failure.  EXITING. \n";
 
@@ -16,9 +17,10 @@ static constexpr std::string_view excludedNames[] = {
     "objectclass:", "objectClass:", "XOQ-ENTRYUUID:", "xoq-entryuuid:", "control:",  "Control:", "aclpropagate:",
     "aclPropagate:", "aclentry:",   "aclEntry:",      "acl:",           "ACL:",      "aci:",     "ACI:"};
 
-// A private copy of an input. A cell is null once its line has been merged or discarded.
-struct Clone {
-  char** lines;
+// The lines of an input that are still to be merged: a cell is null once its line has been merged or discarded.
+// The lines themselves stay the caller's.
+struct Remainder {
+  const char** lines;
   size_t count;
 };
 
@@ -41,28 +43,17 @@ struct Clone {
   exitWithMessage(PROCESSING_FAILED);
 }
 
-static Clone cloneObject(char* const* input) {
+static Remainder allLinesOf(char* const* input) {
   size_t count = 0;
   while (input[count] != nullptr) ++count;
-  auto** lines = static_cast<char**>(allocate((count + 1) * sizeof(char*), MALLOC_FAILURE));
-  for (size_t i = 0; i < count; ++i) lines[i] = copyLine(input[i], MALLOC_FAILURE);
-  lines[count] = nullptr;
+  auto** lines = static_cast<const char**>(allocate((count + 1) * sizeof(char*), MALLOC_FAILURE));
+  std::copy(input, input + count, lines);
   return {lines, count};
 }
 
-// Frees what is left of a clone.
-static void discard(const Clone& clone) {
-  for (size_t i = 0; i < clone.count; ++i) free(clone.lines[i]);
-  free(clone.lines);
-}
-
-static void discardLine(char*& line) {
-  free(line);
-  line = nullptr;
-}
-
-static void moveToObject(char*& line) {
-  appendLineToObject(line);
+// Appends a copy of the line to the entry buffer.
+static void moveToObject(const char*& line) {
+  appendLineToObject(copyLine(line, MALLOC_FAILURE));
   line = nullptr;
 }
 
@@ -80,34 +71,33 @@ static bool isExcluded(std::string_view name) {
   return std::find(std::begin(excludedNames), std::end(excludedNames), name) != std::end(excludedNames);
 }
 
-// Returns the first line left in the clone that holds the name anywhere, in any case; null without one.
-static char** findMatch(const Clone& clone, const char* name) {
-  for (size_t i = 0; i < clone.count; ++i)
-    if (clone.lines[i] != nullptr && dostristr(clone.lines[i], name) != nullptr) return &clone.lines[i];
+// Returns the first remaining line that holds the name anywhere, in any case; null without one.
+static const char** findMatch(const Remainder& remainder, const ColonText& name) {
+  for (size_t i = 0; i < remainder.count; ++i)
+    if (remainder.lines[i] != nullptr && findInAnyCase(remainder.lines[i], name) != nullptr) return &remainder.lines[i];
   return nullptr;
 }
 
 // Settles one line of the first input, whose attribute name is neither dn: nor excluded.
-static void mergeLine(char*& line, const Clone& clone2, std::string_view name) {
-  char* nameText = copyLine(line, MALLOC_FAILURE);
-  nameText[name.size()] = '\0';
-  char** match = findMatch(clone2, nameText);
-  free(nameText);
+static void mergeLine(const char*& line, const Remainder& remainder2, std::string_view name) {
+  const char** match = findMatch(remainder2, name);
   if (match == nullptr) {
     moveToObject(line);
-  } else if (dostristr(line, "secauthority:") != nullptr) {
+  } else if (findInAnyCase(line, "secauthority:") != nullptr) {
     moveToObject(line);
-    discardLine(*match);
+    *match = nullptr;
   } else {
     moveToObject(*match);
-    discardLine(line);
+    line = nullptr;
   }
 }
 
-static void walkFirstInput(const Clone& clone1, const Clone& clone2, const char* dnLine) {
-  for (size_t i = 0; i < clone1.count; ++i) {
-    char*& line = clone1.lines[i];
-    if (strstr(line, "objectclass:") != nullptr || strstr(line, "objectClass:") != nullptr) {
+static constexpr ColonText objectClassTexts[] = {"objectclass:", "objectClass:"};
+
+static void walkFirstInput(const Remainder& remainder1, const Remainder& remainder2, const char* dnLine) {
+  for (size_t i = 0; i < remainder1.count; ++i) {
+    const char*& line = remainder1.lines[i];
+    if (findExactly(line, objectClassTexts) != nullptr) {
       moveToObject(line);
       continue;
     }
@@ -116,13 +106,13 @@ static void walkFirstInput(const Clone& clone1, const Clone& clone2, const char*
     if (isDn(name))
       moveToObject(line);
     else if (!isExcluded(name))
-      mergeLine(line, clone2, name);
+      mergeLine(line, remainder2, name);
   }
 }
 
-static void walkSecondInput(const Clone& clone2, const char* dnLine) {
-  for (size_t i = 0; i < clone2.count; ++i) {
-    char*& line = clone2.lines[i];
+static void walkSecondInput(const Remainder& remainder2, const char* dnLine) {
+  for (size_t i = 0; i < remainder2.count; ++i) {
+    const char*& line = remainder2.lines[i];
     if (line == nullptr) continue;
     const std::string_view name = attributeName(line);
     if (name.empty()) exitForMissingColon(line, false, dnLine);
@@ -130,13 +120,13 @@ static void walkSecondInput(const Clone& clone2, const char* dnLine) {
   }
 }
 
-static void traceUnmerged(const Clone& clone, const char* header, const char* name) {
+static void traceUnmerged(const Remainder& remainder, const char* header, const char* name) {
   if (debug == 0) return;
   traceLine("%s", header);
   traceLine("                   CHECK THESE FOR ERRRORS. \n");
-  for (size_t i = 0; i < clone.count; ++i)
-    if (clone.lines[i] != nullptr)
-      traceLine("                  %s[%d] = %s ", name, static_cast<int>(i), clone.lines[i]);
+  for (size_t i = 0; i < remainder.count; ++i)
+    if (remainder.lines[i] != nullptr)
+      traceLine("                  %s[%d] = %s ", name, static_cast<int>(i), remainder.lines[i]);
 }
 
 void mergeObjects(char* const* inputObject1, char* const* inputObject2) {
@@ -144,18 +134,18 @@ void mergeObjects(char* const* inputObject1, char* const* inputObject2) {
   if (inputObject1[0] == nullptr || inputObject2[0] == nullptr) exitForEmptyInput(inputObject1[0], inputObject2[0]);
   freeObject();
   next_available_object_slot = 0;
-  const Clone clone1 = cloneObject(inputObject1);
-  const Clone clone2 = cloneObject(inputObject2);
+  const Remainder remainder1 = allLinesOf(inputObject1);
+  const Remainder remainder2 = allLinesOf(inputObject2);
 
-  walkFirstInput(clone1, clone2, inputObject1[0]);
-  walkSecondInput(clone2, inputObject1[0]);
+  walkFirstInput(remainder1, remainder2, inputObject1[0]);
+  walkSecondInput(remainder2, inputObject1[0]);
 
-  traceUnmerged(clone1, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject1Clone. \n",
+  traceUnmerged(remainder1, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject1Clone. \n",
                 "inputObject1Clone");
-  traceUnmerged(clone2, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject2Clone: \n",
+  traceUnmerged(remainder2, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject2Clone: \n",
                 "inputObject2Clone");
-  discard(clone1);
-  discard(clone2);
+  free(remainder1.lines);
+  free(remainder2.lines);
   traceLine("mergeObjects():  The merged object is: \n");
   for (int32_t i = 0; debug != 0 && i < next_available_object_slot; ++i)
     traceLine("                 object[%d] = %s ", i, object[i]);

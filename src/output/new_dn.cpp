@@ -6,13 +6,15 @@
 #include "cache/object_cache.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/colon_search.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
 
 // The two forms in which the name's attribute is recognised, tried in this order on every line.
 struct NameSource {
   const CacheMatrix* matrix;
-  const char* forms[2];
+  ColonText forms[2];
   char* name;  // NAME_SIZE bytes
 };
 
@@ -28,8 +30,8 @@ static constexpr NameSource cnSource = {&secGroupMatrix, {"cn:", "CN:"}, cnFromS
 // Returns what follows the name's attribute in the first line that has it, anywhere; null without one.
 static const char* findName(const NameSource& source, int32_t slot) {
   for (char** line = rowOf(*source.matrix, slot); *line != nullptr; ++line)
-    for (const char* form : source.forms)
-      if (const char* place = strstr(*line, form)) return skipSpaces(place + strlen(form));
+    for (const ColonText& form : source.forms)
+      if (const char* place = findExactly(*line, form)) return skipSpaces(place + form.text.size());
   return nullptr;
 }
 
@@ -91,7 +93,7 @@ static void storeNewDn(char*& dn, const char* prefix, const char* name, const ch
   char failureLine[128];
   snprintf(failureLine, sizeof failureLine, "%s():  ERROR:  malloc() failure.  Exiting. \n", function);
   char* newDn = copyLine(tempDN, failureLine);
-  free(dn);
+  freeLine(dn);
   dn = newDn;
   traceLine("%s():  The new dn is:  %s", function, dn);
 }

@@ -9,6 +9,8 @@
 
 #include "driver/reporting.h"
 #include "ldif/attribute_lookup.h"
+#include "ldif/colon_search.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
@@ -16,15 +18,15 @@
 static constexpr char MALLOC_FAILURE[] = "tweekObjectInObjectArray():  malloc() failure.  EXITING. \n";
 
 // Returns the first place in the entry where the text stands in this very case, or null.
-static char* findInObject(const char* text) {
+static char* findInObject(const ColonText& text) {
   for (int32_t i = 0; i < next_available_object_slot; ++i)
-    if (char* place = strstr(object[i], text)) return place;
+    if (const char* place = findExactly(object[i], text)) return object[i] + (place - object[i]);
   return nullptr;
 }
 
-static bool objectContainsInAnyCase(const char* text) {
+static bool objectContainsInAnyCase(const ColonText& text) {
   for (int32_t i = 0; i < next_available_object_slot; ++i)
-    if (dostristr(object[i], text) != nullptr) return true;
+    if (findInAnyCase(object[i], text) != nullptr) return true;
   return false;
 }
 
@@ -49,7 +51,7 @@ static void addInstallDate() {
   if (objectContainsInAnyCase("installDate: ")) return;
   const time_t now = time(nullptr);
   const tm* local = localtime(&now);
-  char* line = static_cast<char*>(allocate(INSTALL_DATE_SIZE, MALLOC_FAILURE));
+  char* line = allocateLine(INSTALL_DATE_SIZE, MALLOC_FAILURE);
   char part[PART_SIZE];
   strftime(part, sizeof part, "%Y", local);
   snprintf(line, INSTALL_DATE_SIZE, "installDate: %s", part);
@@ -80,10 +82,10 @@ static void addDomainId() {
   }
   constexpr char FORMAT[] = "secDomainId: %s%%%s";
   const size_t size = strlen(FORMAT) + strlen(authority) + strlen(name) + LINE_SPARE;
-  char* line = static_cast<char*>(allocate(size, MALLOC_FAILURE));
+  char* line = allocateLine(size, MALLOC_FAILURE);
   snprintf(line, size, FORMAT, authority, name);
-  free(authority);
-  free(name);
+  freeLine(authority);
+  freeLine(name);
   appendLineToObject(line);
   traceLine("tweekObjectInObjectArray():  The secUser object is:      %s \n", object[0]);
   traceLine("tweekObjectInObjectArray():    The secDomainId added is:  %s \n", line);

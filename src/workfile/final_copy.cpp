@@ -1,28 +1,20 @@
 #include "workfile/final_copy.h"
 
 #include <cstdlib>
-#include <cstring>
 
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/colon_search.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
-#include "ldif/text.h"
 #include "workfile/work_file_cursor.h"
 
 // A line that holds one of these, in any case, stays behind.
-static constexpr const char* droppedTexts[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:", "control:"};
-
-static bool isDropped(const char* line) {
-  copyLowered(tempString, sizeof tempString, line);  // always fits: a line as read has 4095 characters at most
-  for (const char* text : droppedTexts)
-    if (strstr(tempString, text) != nullptr) return true;
-  return false;
-}
+static constexpr ColonText droppedTexts[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:", "control:"};
 
 static int32_t writeLines() {
   for (int32_t i = 0; i < OBJECT_ARRAY_SIZE && object[i] != nullptr; ++i)
-    if (!isDropped(object[i]) && writeText(ofp, object[i]) != 0) return -1;
+    if (findInAnyCase(object[i], droppedTexts) == nullptr && writeText(ofp, object[i]) != 0) return -1;
   return 0;
 }
 

@@ -1,9 +1,8 @@
 #include "workfile/oversized_object_copy.h"
 
-#include <cstring>
-
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/colon_search.h"
 #include "ldif/line_reader.h"
 #include "ldif/text.h"
 
@@ -19,8 +18,11 @@ static void writeTerminatingBlankLine() {
   traceLine("moveNextObjectToOutputLDIFFile():  Writing a blank line between objects \n");
 }
 
+// The entry-UUID lines of the directory server; other letter case is copied.
+static constexpr ColonText entryUuidTexts[] = {"XOQ-ENTRYUUID:", "xoq-entryuuid:"};
+
 static void writeLine() {
-  if (strstr(nextLine, "XOQ-ENTRYUUID:") != nullptr || strstr(nextLine, "xoq-entryuuid:") != nullptr) return;
+  if (findExactly(nextLine, entryUuidTexts) != nullptr) return;
   traceLine("moveNextObjectToOutputLDIFFile():  Writing this line to the output LDIF file. \n");
   stopOnFailure(writeText(ofp, nextLine));
 }

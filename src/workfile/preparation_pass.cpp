@@ -1,11 +1,10 @@
 #include "workfile/preparation_pass.h"
 
-#include <cstdlib>
-#include <cstring>
-
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/attribute_lookup.h"
+#include "ldif/colon_search.h"
+#include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
@@ -39,20 +38,19 @@ static const Destination& chooseDestination(const char* dnLine) {
   }
 }
 
-static bool isEntryUuid(const char* line) {
-  return strstr(line, "XOQ-ENTRYUUID: ") != nullptr || strstr(line, "xoq-entryuuid: ") != nullptr;
-}
+// The entry-UUID lines of the directory server.
+static constexpr ColonText entryUuidTexts[] = {"XOQ-ENTRYUUID: ", "xoq-entryuuid: "};
 
 static void writeObject(const Destination& destination) {
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
     if (object[i][0] == ' ') continue;
     char* line = obtainAttributeFromObjectArray(i);
-    if (destination.tightensOwnerNames && strstr(line, "secdn:") != nullptr) commaSpaceEater(line);
-    if (!destination.dropsEntryUuid || !isEntryUuid(line)) {
+    if (destination.tightensOwnerNames && findExactly(line, "secdn:") != nullptr) commaSpaceEater(line);
+    if (!destination.dropsEntryUuid || findExactly(line, entryUuidTexts) == nullptr) {
       stopOnFailure(writeText(destination.stream, line), destination.fileName);
       stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
     }
-    free(line);
+    freeLine(line);
   }
   stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
 }
@@ -64,7 +62,7 @@ static void prepareObject() {
   const Destination& destination = chooseDestination(dnLine);
   if (&destination == &outputFile) writeObjectToLDIFFile = 1;
   writeObject(destination);
-  free(dnLine);
+  freeLine(dnLine);
 }
 
 static void prepareAllObjects() {

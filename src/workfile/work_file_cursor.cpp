@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "driver/reporting.h"
+#include "ldif/colon_search.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
@@ -15,7 +16,7 @@ static int32_t readObject(Stream* stream) {
       if (next_available_object_slot > 0) return 0;
       continue;
     }
-    if (changetypeSeen == 0 && strstr(nextLine, "changetype:") != nullptr) changetypeSeen = 1;
+    if (changetypeSeen == 0 && findExactly(nextLine, "changetype:") != nullptr) changetypeSeen = 1;
     if (nextLine[0] != '#')
       storeNextLine("getNextObjectFromTemporaryInputLDIFFile():  malloc() failure.  EXITING. \n");
   }
