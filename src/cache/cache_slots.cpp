@@ -50,7 +50,9 @@ static void moveObject(const CacheMatrix& matrix, int32_t slot) {
 
 void moveSecUserObjectFromObjectArrayToSecUserMatrix(int32_t slot) { moveObject(secUserMatrix, slot); }
 void moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix(int32_t slot) { moveObject(usersSecUserMatrix, slot); }
-void moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix(int32_t slot) { moveObject(secPolicyDataMatrix, slot); }
+void moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix(int32_t slot) {
+  moveObject(secPolicyDataMatrix, slot);
+}
 void moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix(int32_t slot) { moveObject(secPolicyMatrix, slot); }
 void moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix(int32_t slot) {
   moveObject(secMapForSecUserMatrix, slot);

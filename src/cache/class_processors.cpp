@@ -112,7 +112,8 @@ static void traceMapMove(const SlotSide& side, int32_t slot, bool isNewSlot) {
 
 static void traceMapDelete(const SlotSide& side, bool isNewSlot) {
   if (isNewSlot)
-    traceLine("processSecMapObjectFromTempInputLDIFFile():  Deleting this secMap object from the temporary input LDIF file \n");
+    traceLine(
+        "processSecMapObjectFromTempInputLDIFFile():  Deleting this secMap object from the temporary input LDIF file \n");
   else if (&side == &userSide)
     traceLine(CONTINUED "Calling deleteNextObjectFromTemporaryInputLDIFFile \n");
   else
@@ -160,8 +161,9 @@ static void blankOut(const ClassProcessor& processor, int32_t slot, bool isNewSl
 
 static void stepOver(const ClassProcessor& processor) {
   if (stepOverNextObjectFromTemporaryInputLDIFFile(tifp) == 0) return;
-  reportError("%s():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a %s object.  EXITING. \n",
-              processor.function, processor.className);
+  reportError(
+      "%s():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a %s object.  EXITING. \n",
+      processor.function, processor.className);
   exitForObject(PROCESSING_FAILED);
 }
 

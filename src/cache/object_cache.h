@@ -20,8 +20,8 @@ inline char** secGroup_dn = nullptr;
 // The matrices: flat arrays of rows, one row a slot. A row holds one entry, its lines packed from cell 0, and
 // is empty when cell 0 is null. A row owns its lines. Nothing stops an entry from running on into the next
 // row. Behind the last row stands one more null cell, so that a walk along a row ends inside the table.
-inline char** secUser_matrix = nullptr;               // the users' ordinary entries
-inline char** Users_secUser_matrix = nullptr;         // their 'Users' entries
+inline char** secUser_matrix = nullptr;        // the users' ordinary entries
+inline char** Users_secUser_matrix = nullptr;  // their 'Users' entries
 inline char** secPolicyData_matrix = nullptr;
 inline char** secPolicy_matrix = nullptr;
 inline char** secMap_for_secUser_matrix = nullptr;
@@ -59,29 +59,57 @@ struct CacheMatrix {
   const char* occupiedEnding;  // of the line for an occupied row; kept: one of the seven has no blank
 };
 
-inline constexpr CacheMatrix secUserMatrix = {
-    "secUser_matrix", "moveSecUserObjectFromObjectArrayToSecUserMatrix", &secUser_matrix,
-    SECUSER_MATRIX_NUMBER_OF_COLUMNS, &max_number_of_secuser_slots, &numberOfSecUserObjectsInObjectCache, "\n"};
-inline constexpr CacheMatrix usersSecUserMatrix = {
-    "Users_secUser_matrix", "moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix", &Users_secUser_matrix,
-    SECUSER_MATRIX_NUMBER_OF_COLUMNS, &max_number_of_secuser_slots, &numberOfUserSecUserObjectsInObjectCache, " \n"};
-inline constexpr CacheMatrix secPolicyDataMatrix = {
-    "secPolicyData_matrix", "moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix", &secPolicyData_matrix,
-    SECUSER_MATRIX_NUMBER_OF_COLUMNS, &max_number_of_secuser_slots, &numberOfSecPolicyDataObjectsInObjectCache, " \n"};
-inline constexpr CacheMatrix secPolicyMatrix = {
-    "secPolicy_matrix", "moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix", &secPolicy_matrix,
-    SECPOLICY_MATRIX_NUMBER_OF_COLUMNS, &max_number_of_secuser_slots, &numberOfSecPolicyObjectsInObjectCache, " \n"};
+inline constexpr CacheMatrix secUserMatrix = {"secUser_matrix",
+                                              "moveSecUserObjectFromObjectArrayToSecUserMatrix",
+                                              &secUser_matrix,
+                                              SECUSER_MATRIX_NUMBER_OF_COLUMNS,
+                                              &max_number_of_secuser_slots,
+                                              &numberOfSecUserObjectsInObjectCache,
+                                              "\n"};
+inline constexpr CacheMatrix usersSecUserMatrix = {"Users_secUser_matrix",
+                                                   "moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix",
+                                                   &Users_secUser_matrix,
+                                                   SECUSER_MATRIX_NUMBER_OF_COLUMNS,
+                                                   &max_number_of_secuser_slots,
+                                                   &numberOfUserSecUserObjectsInObjectCache,
+                                                   " \n"};
+inline constexpr CacheMatrix secPolicyDataMatrix = {"secPolicyData_matrix",
+                                                    "moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix",
+                                                    &secPolicyData_matrix,
+                                                    SECUSER_MATRIX_NUMBER_OF_COLUMNS,
+                                                    &max_number_of_secuser_slots,
+                                                    &numberOfSecPolicyDataObjectsInObjectCache,
+                                                    " \n"};
+inline constexpr CacheMatrix secPolicyMatrix = {"secPolicy_matrix",
+                                                "moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix",
+                                                &secPolicy_matrix,
+                                                SECPOLICY_MATRIX_NUMBER_OF_COLUMNS,
+                                                &max_number_of_secuser_slots,
+                                                &numberOfSecPolicyObjectsInObjectCache,
+                                                " \n"};
 inline constexpr CacheMatrix secMapForSecUserMatrix = {
-    "secMap_for_secUser_matrix", "moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix",
-    &secMap_for_secUser_matrix, SECUSER_MATRIX_NUMBER_OF_COLUMNS, &max_number_of_secuser_slots,
-    &numberOfSecMapForSecUserObjectsInObjectCache, " \n"};
-inline constexpr CacheMatrix secGroupMatrix = {
-    "secGroup_matrix", "moveSecGroupObjectFromObjectArrayToSecGroupMatrix", &secGroup_matrix,
-    SECUSER_MATRIX_NUMBER_OF_COLUMNS, &max_number_of_secgroup_slots, &numberOfSecGroupObjectsInObjectCache, " \n"};
+    "secMap_for_secUser_matrix",
+    "moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix",
+    &secMap_for_secUser_matrix,
+    SECUSER_MATRIX_NUMBER_OF_COLUMNS,
+    &max_number_of_secuser_slots,
+    &numberOfSecMapForSecUserObjectsInObjectCache,
+    " \n"};
+inline constexpr CacheMatrix secGroupMatrix = {"secGroup_matrix",
+                                               "moveSecGroupObjectFromObjectArrayToSecGroupMatrix",
+                                               &secGroup_matrix,
+                                               SECUSER_MATRIX_NUMBER_OF_COLUMNS,
+                                               &max_number_of_secgroup_slots,
+                                               &numberOfSecGroupObjectsInObjectCache,
+                                               " \n"};
 inline constexpr CacheMatrix secMapForSecGroupMatrix = {
-    "secMap_for_secGroup_matrix", "moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix",
-    &secMap_for_secGroup_matrix, SECUSER_MATRIX_NUMBER_OF_COLUMNS, &max_number_of_secgroup_slots,
-    &numberOfSecMapForSecGroupObjectsInObjectCache, " \n"};
+    "secMap_for_secGroup_matrix",
+    "moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix",
+    &secMap_for_secGroup_matrix,
+    SECUSER_MATRIX_NUMBER_OF_COLUMNS,
+    &max_number_of_secgroup_slots,
+    &numberOfSecMapForSecGroupObjectsInObjectCache,
+    " \n"};
 
 // Cell 0 of a slot's row. The slot must be one of the matrix.
 char** rowOf(const CacheMatrix& matrix, int32_t slot);

@@ -206,7 +206,9 @@ static char* ownerDnOnUserSide(const OwnerSide& side) {
       traceObjectKind("SECMAP");
       return dnOfMap(side, "secdn");
     default:
-      reportError("learnIndexOfAssociatedSecUserDN():  ERROR: The object is not secPolicy, secPolicyData, secMap, or secUser.  objectClass = %d \n", objectClass);
+      reportError(
+          "learnIndexOfAssociatedSecUserDN():  ERROR: The object is not secPolicy, secPolicyData, secMap, or secUser.  objectClass = %d \n",
+          objectClass);
       echoError("dn: %s\n", textOrNull(firstLineOfObject()));
       exitForObject(PROCESSING_FAILED);
   }
@@ -221,7 +223,9 @@ static char* ownerDnOnGroupSide(const OwnerSide& side) {
       traceObjectKind("SECMAP");
       return dnOfMap(side, "secDN");
     default:
-      reportError("learnIndexOfAssociatedSecGroupDN():  ERROR: The object is not secGroup or secMap.  objectClass = %d \n", objectClass);
+      reportError(
+          "learnIndexOfAssociatedSecGroupDN():  ERROR: The object is not secGroup or secMap.  objectClass = %d \n",
+          objectClass);
       echoError("learnIndexOfAssociatedSecGroupDN():  object = %s\n", textOrNull(firstLineOfObject()));
       exitForObject(PROCESSING_FAILED);
   }

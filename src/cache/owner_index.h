@@ -7,9 +7,9 @@
 // An index over the owner DNs of one side. It follows the DN array by itself: slots opened since the last
 // search are taken in at the next one, and when the side has been emptied in between, it starts anew.
 struct OwnerIndex {
-  int32_t* places;    // hash table of slot numbers, NO_SLOT where free; null until first used
-  size_t capacity;    // number of places, a power of two
-  int32_t indexed;    // slots 0 to indexed - 1 are in the table
+  int32_t* places;  // hash table of slot numbers, NO_SLOT where free; null until first used
+  size_t capacity;  // number of places, a power of two
+  int32_t indexed;  // slots 0 to indexed - 1 are in the table
 };
 
 constexpr int32_t NO_SLOT = -1;

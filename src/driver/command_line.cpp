@@ -6,6 +6,7 @@
 
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/text.h"
 #include "platform/file_operations.h"
 #include "platform/message_details.h"
 
@@ -18,8 +19,7 @@ enum { INPUT = 1, OUTPUT, MAX_SECUSER_SLOTS, MAX_SECGROUP_SLOTS, TRACE_FILE };
 }
 
 static void copyName(char* buffer, size_t size, const char* name) {
-  if (strlen(name) >= size) exitWithUsageError("a file name is too long");
-  strcpy(buffer, name);
+  if (!copyBounded(buffer, size, name)) exitWithUsageError("a file name is too long");
 }
 
 static int32_t readSlotCount(const char* argument) {
@@ -48,7 +48,8 @@ void readCommandLine(int argumentCount, char* const* arguments) {
     exitWithUsageError("four or five arguments are expected");
   copyName(input_ldif_filename, sizeof input_ldif_filename - strlen(WORK_FILE_ENDING), arguments[INPUT]);
   copyName(output_ldif_filename, sizeof output_ldif_filename, arguments[OUTPUT]);
-  strcat(strcpy(temp_input_ldif_filename, input_ldif_filename), WORK_FILE_ENDING);
+  copyName(temp_input_ldif_filename, sizeof temp_input_ldif_filename, input_ldif_filename);
+  appendBounded(temp_input_ldif_filename, sizeof temp_input_ldif_filename, WORK_FILE_ENDING);
   max_number_of_secuser_slots = readSlotCount(arguments[MAX_SECUSER_SLOTS]);
   max_number_of_secgroup_slots = readSlotCount(arguments[MAX_SECGROUP_SLOTS]);
   const bool isTracing = argumentCount > TRACE_FILE;

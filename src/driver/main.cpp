@@ -92,7 +92,8 @@ static void preserveWorkFile() {
 static void writeLastGatheredData() {
   traceLine("\nmain():  Calling copyAllAccumulatedDataToOutputFile() at EXIT label \n");
   if (copyAllAccumulatedDataToOutputFile() != 0) {
-    reportError("main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file during EXIT processing.  \n");
+    reportError(
+        "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file during EXIT processing.  \n");
     zr_printf_utf8(PROCESSING_FAILED);
   }
   traceLine("\nmain():  Returned from copyAllAccumulatedDataToOutputFile() at EXIT label \n");

@@ -17,22 +17,30 @@ struct Gate {
   const char* stepOverError;
 };
 
-static constexpr Gate usersSecUserGate = {&numberOfUserSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
-                                          "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a Users secUser object.  EXITING. \n"};
-static constexpr Gate secUserGate = {&numberOfSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
-                                     "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secUser object.  EXITING. \n"};
-static constexpr Gate secGroupGate = {&numberOfSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots,
-                                      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secGroup object.  EXITING. \n"};
-static constexpr Gate secPolicyDataGate = {&numberOfSecPolicyDataObjectsInObjectCache, &max_number_of_secuser_slots,
-                                           "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicyData object.  EXITING. \n"};
-static constexpr Gate mapOfUserGate = {&numberOfSecMapForSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
-                                       "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secUser object.  EXITING. \n"};
-static constexpr Gate mapOfGroupGate = {&numberOfSecMapForSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots,
-                                        "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secGroup object.  EXITING. \n"};
-static constexpr Gate secPolicyGate = {&numberOfSecPolicyObjectsInObjectCache, &max_number_of_secuser_slots,
-                                       "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicy object.  EXITING. \n"};
-static constexpr Gate resCredsGate = {nullptr, nullptr,
-                                      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a ResCreds container object or a secResCreds object.  EXITING. \n"};
+static constexpr Gate usersSecUserGate = {
+    &numberOfUserSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a Users secUser object.  EXITING. \n"};
+static constexpr Gate secUserGate = {
+    &numberOfSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secUser object.  EXITING. \n"};
+static constexpr Gate secGroupGate = {
+    &numberOfSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secGroup object.  EXITING. \n"};
+static constexpr Gate secPolicyDataGate = {
+    &numberOfSecPolicyDataObjectsInObjectCache, &max_number_of_secuser_slots,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicyData object.  EXITING. \n"};
+static constexpr Gate mapOfUserGate = {
+    &numberOfSecMapForSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secUser object.  EXITING. \n"};
+static constexpr Gate mapOfGroupGate = {
+    &numberOfSecMapForSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secGroup object.  EXITING. \n"};
+static constexpr Gate secPolicyGate = {
+    &numberOfSecPolicyObjectsInObjectCache, &max_number_of_secuser_slots,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicy object.  EXITING. \n"};
+static constexpr Gate resCredsGate = {
+    nullptr, nullptr,
+    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a ResCreds container object or a secResCreds object.  EXITING. \n"};
 
 // Returns the gate of the entry in the entry buffer. A class that never reaches the work file ends the run.
 static const Gate& gateOfObject() {
@@ -149,7 +157,8 @@ static void writeGatheredData() {
   traceLine("\nmain():  Calling copyAllAccumulatedDataToOutputFile() within loop \n");
   zr_printf_utf8(GATHERED_DATA_BEING_WRITTEN);
   if (copyAllAccumulatedDataToOutputFile() != 0) {
-    reportError("main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file.  EXITING.  \n");
+    reportError(
+        "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file.  EXITING.  \n");
     exitWithMessage(PROCESSING_FAILED);
   }
   traceLine("\nmain():  Returned from copyAllAccumulatedDataToOutputFile() within loop \n");
@@ -163,7 +172,8 @@ void makePasses() {
     openWorkFile();
     resumeWhereLastPassStepped();
     walkWorkFile();
-    traceLine("\nmain():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
+    traceLine(
+        "\nmain():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
     closeWorkFile();
     if (atLeastOneObjectProcessed == 1) {
       requireProgress();

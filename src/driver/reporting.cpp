@@ -43,17 +43,11 @@ void reportError(const char* format, ...) {
   va_end(arguments);
 }
 
-const char* textOrNull(const char* text) {
-  return text != nullptr ? text : "null";
-}
+const char* textOrNull(const char* text) { return text != nullptr ? text : "null"; }
 
-const char* textOrNULL(const char* text) {
-  return text != nullptr ? text : "NULL";
-}
+const char* textOrNULL(const char* text) { return text != nullptr ? text : "NULL"; }
 
-void concerning(const char* dn) {
-  messageSubject = dn;
-}
+void concerning(const char* dn) { messageSubject = dn; }
 
 void exitWithMessage(MessageCode code) {
   zr_printf_utf8(code);
@@ -76,9 +70,7 @@ static void* orExit(void* block, const char* failureLine) {
   exitWithMessage(MEMORY_EXHAUSTED);
 }
 
-void* allocate(size_t size, const char* failureLine) {
-  return orExit(malloc(size), failureLine);
-}
+void* allocate(size_t size, const char* failureLine) { return orExit(malloc(size), failureLine); }
 
 void* reallocate(void* block, size_t size, const char* failureLine) {
   return orExit(realloc(block, size), failureLine);

@@ -19,8 +19,7 @@ struct LookupByIndex {
 };
 
 static constexpr LookupByIndex wholeLine = {
-    "obtainAttributeFromObjectArray",
-    "obtainAttributeFromObjectArray():  ERROR:  malloc() failure.  Exiting. \n",
+    "obtainAttributeFromObjectArray", "obtainAttributeFromObjectArray():  ERROR:  malloc() failure.  Exiting. \n",
     "obtainAttributeFromObjectArray():  ERROR:  realloc() failure.  Exiting. \n",
     "obtainAttributeFromObjectArray():  ERROR:  The object at the specified index is a 'continuation' line.  "
     "Exiting. \n",
@@ -81,8 +80,9 @@ char* obtainAttributeValueFromObjArray(const char* name) {
   traceLine("obtainAttributeValueFromObjArray():  FUNCTION ENTRY \n");
   traceLine("    Seeking the value of attribute:  %s\n", name);
   char* key = copyLine(name, "obtainAttributeValueFromObjArray():  malloc() failure.  EXITING. \n");
-  strtolower(strcat(key, ":"));
-  const size_t keyLength = strlen(key);
+  const size_t keyLength = strlen(name) + 1;
+  appendBounded(key, keyLength + 1, ":");
+  strtolower(key);
 
   const char* found = nullptr;
   int32_t index = 0;
@@ -120,10 +120,6 @@ static char* obtainByIndex(const LookupByIndex& lookup, int32_t index) {
   return text;
 }
 
-char* obtainAttributeFromObjectArray(int32_t index) {
-  return obtainByIndex(wholeLine, index);
-}
+char* obtainAttributeFromObjectArray(int32_t index) { return obtainByIndex(wholeLine, index); }
 
-char* obtainAttributeValueFromObjectArray(int32_t index) {
-  return obtainByIndex(fromFirstColon, index);
-}
+char* obtainAttributeValueFromObjectArray(int32_t index) { return obtainByIndex(fromFirstColon, index); }

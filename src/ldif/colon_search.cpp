@@ -6,9 +6,7 @@
 
 // Both comparisons end at the line's NUL at the latest, since it differs from every character of a text.
 
-static bool isSame(const char* place, std::string_view text) {
-  return strncmp(place, text.data(), text.size()) == 0;
-}
+static bool isSame(const char* place, std::string_view text) { return strncmp(place, text.data(), text.size()) == 0; }
 
 static bool isSameInAnyCase(const char* place, std::string_view text) {
   size_t i = 0;
@@ -26,18 +24,12 @@ static const char* findAtColon(const char* line, std::span<const ColonText> text
   return nullptr;
 }
 
-const char* findExactly(const char* line, std::span<const ColonText> texts) {
-  return findAtColon<isSame>(line, texts);
-}
+const char* findExactly(const char* line, std::span<const ColonText> texts) { return findAtColon<isSame>(line, texts); }
 
 const char* findInAnyCase(const char* line, std::span<const ColonText> texts) {
   return findAtColon<isSameInAnyCase>(line, texts);
 }
 
-const char* findExactly(const char* line, const ColonText& text) {
-  return findExactly(line, std::span(&text, 1));
-}
+const char* findExactly(const char* line, const ColonText& text) { return findExactly(line, std::span(&text, 1)); }
 
-const char* findInAnyCase(const char* line, const ColonText& text) {
-  return findInAnyCase(line, std::span(&text, 1));
-}
+const char* findInAnyCase(const char* line, const ColonText& text) { return findInAnyCase(line, std::span(&text, 1)); }

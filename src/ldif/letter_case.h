@@ -4,13 +4,13 @@
 
 #include <array>
 
-inline constexpr std::array<unsigned char, 256> loweredCharacters = [] {
+constexpr std::array<unsigned char, 256> makeLoweredCharacters() {
   std::array<unsigned char, 256> table{};
   for (unsigned i = 0; i < table.size(); ++i)
     table[i] = static_cast<unsigned char>(i >= 'A' && i <= 'Z' ? i - 'A' + 'a' : i);
   return table;
-}();
-
-inline unsigned char lowered(char character) {
-  return loweredCharacters[static_cast<unsigned char>(character)];
 }
+
+inline constexpr std::array<unsigned char, 256> loweredCharacters = makeLoweredCharacters();
+
+inline unsigned char lowered(char character) { return loweredCharacters[static_cast<unsigned char>(character)]; }

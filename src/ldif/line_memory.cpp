@@ -12,9 +12,7 @@ char* allocateLine(size_t size, const char* allocationFailureLine) {
   return static_cast<char*>(allocate(size, allocationFailureLine));
 }
 
-void freeLine(char* line) {
-  free(line);
-}
+void freeLine(char* line) { free(line); }
 
 #else
 
@@ -22,11 +20,11 @@ void freeLine(char* line) {
 // go back to the system with the process. A header of the block's size before it tells where it belongs.
 static constexpr size_t STEP = 32;
 static constexpr size_t NUMBER_OF_SIZES = 16;
-static constexpr size_t PIECE_SIZE = 64 * 1024;
+static constexpr size_t PIECE_SIZE = size_t{64} * 1024;
 
 union Header {
-  size_t sizeIndex;   // in use: which size; NUMBER_OF_SIZES for a block from the heap
-  Header* nextFree;   // waiting
+  size_t sizeIndex;  // in use: which size; NUMBER_OF_SIZES for a block from the heap
+  Header* nextFree;  // waiting
 };
 
 static Header* freeBlocks[NUMBER_OF_SIZES];

@@ -32,9 +32,7 @@ void freeObject() {
   }
 }
 
-const char* firstLineOfObject() {
-  return next_available_object_slot > 0 ? object[0] : nullptr;
-}
+const char* firstLineOfObject() { return next_available_object_slot > 0 ? object[0] : nullptr; }
 
 void exitForObject(MessageCode code) {
   concerning(firstLineOfObject());

@@ -80,6 +80,4 @@ bool isUsersObject() {
   return strstr(tempString, "cn=users,secauthority=") != nullptr;
 }
 
-bool isMapOfUser() {
-  return dostristr(object[0], "cn=Users") != nullptr;
-}
+bool isMapOfUser() { return dostristr(object[0], "cn=Users") != nullptr; }

@@ -84,22 +84,18 @@ void blankLine(char* line) {
 }
 
 void cutAtLineEnd(char* text) {
-  for (const int lineEnd : {'\n', '\r'})
+  for (const char lineEnd : {'\n', '\r'})
     if (char* place = strchr(text, lineEnd)) *place = '\0';
 }
 
-void cutAtComma(char* text) {
-  text[strcspn(text, ",")] = '\0';
-}
+void cutAtComma(char* text) { text[strcspn(text, ",")] = '\0'; }
 
 const char* skipSpaces(const char* text) {
   while (*text == ' ') ++text;
   return text;
 }
 
-char* skipSpaces(char* text) {
-  return const_cast<char*>(skipSpaces(static_cast<const char*>(text)));
-}
+char* skipSpaces(char* text) { return const_cast<char*>(skipSpaces(static_cast<const char*>(text))); }
 
 bool copyBounded(char* buffer, size_t size, const char* text) {
   const size_t length = strlen(text);

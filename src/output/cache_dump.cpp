@@ -51,18 +51,24 @@ static void dumpGroup(int32_t slot) {
 static void dumpUsers() {
   traceLine("\ndumpData() - secUser_dn_count                             = %d \n", secUser_dn_count);
   traceLine("\ndumpData() - numberOfSecUserObjectsInObjectCache          = %d \n", numberOfSecUserObjectsInObjectCache);
-  traceLine("\ndumpData() - numberOfSecPolicyDataObjectsInObjectCache    = %d \n", numberOfSecPolicyDataObjectsInObjectCache);
-  traceLine("\ndumpData() - numberOfSecMapForSecUserObjectsInObjectCache = %d \n", numberOfSecMapForSecUserObjectsInObjectCache);
-  traceLine("\ndumpData() - numberOfUserSecUserObjectsInObjectCache      = %d \n", numberOfUserSecUserObjectsInObjectCache);
-  traceLine("\ndumpData() - numberOfSecPolicyObjectsInObjectCache        = %d \n", numberOfSecPolicyObjectsInObjectCache);
+  traceLine("\ndumpData() - numberOfSecPolicyDataObjectsInObjectCache    = %d \n",
+            numberOfSecPolicyDataObjectsInObjectCache);
+  traceLine("\ndumpData() - numberOfSecMapForSecUserObjectsInObjectCache = %d \n",
+            numberOfSecMapForSecUserObjectsInObjectCache);
+  traceLine("\ndumpData() - numberOfUserSecUserObjectsInObjectCache      = %d \n",
+            numberOfUserSecUserObjectsInObjectCache);
+  traceLine("\ndumpData() - numberOfSecPolicyObjectsInObjectCache        = %d \n",
+            numberOfSecPolicyObjectsInObjectCache);
   traceLine("\ndumpData() - next_available_secUser_dn_slot               = %d \n", next_available_secUser_dn_slot);
   for (int32_t slot = 0; slot < secUser_dn_count; ++slot) dumpUser(slot);
 }
 
 static void dumpGroups() {
   traceLine("\ndumpData() - secGroup_dn_count                             = %d \n", secGroup_dn_count);
-  traceLine("\ndumpData() - numberOfSecGroupObjectsInObjectCache          = %d \n", numberOfSecGroupObjectsInObjectCache);
-  traceLine("\ndumpData() - numberOfSecMapForSecGroupObjectsInObjectCache = %d \n", numberOfSecMapForSecGroupObjectsInObjectCache);
+  traceLine("\ndumpData() - numberOfSecGroupObjectsInObjectCache          = %d \n",
+            numberOfSecGroupObjectsInObjectCache);
+  traceLine("\ndumpData() - numberOfSecMapForSecGroupObjectsInObjectCache = %d \n",
+            numberOfSecMapForSecGroupObjectsInObjectCache);
   traceLine("\ndumpData() - next_available_secGroup_dn_slot               = %d \n", next_available_secGroup_dn_slot);
   for (int32_t slot = 0; slot < secGroup_dn_count; ++slot) dumpGroup(slot);
 }

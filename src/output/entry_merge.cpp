@@ -14,8 +14,8 @@ static constexpr char MALLOC_FAILURE[] = "mergeObjects():  malloc() failure.  EX
 
 // Attribute names, colon included, that are never merged; other spellings pass.
 static constexpr std::string_view excludedNames[] = {
-    "objectclass:", "objectClass:", "XOQ-ENTRYUUID:", "xoq-entryuuid:", "control:",  "Control:", "aclpropagate:",
-    "aclPropagate:", "aclentry:",   "aclEntry:",      "acl:",           "ACL:",      "aci:",     "ACI:"};
+    "objectclass:",  "objectClass:", "XOQ-ENTRYUUID:", "xoq-entryuuid:", "control:", "Control:", "aclpropagate:",
+    "aclPropagate:", "aclentry:",    "aclEntry:",      "acl:",           "ACL:",     "aci:",     "ACI:"};
 
 // The lines of an input that are still to be merged: a cell is null once its line has been merged or discarded.
 // The lines themselves stay the caller's.
@@ -63,9 +63,7 @@ static std::string_view attributeName(const char* line) {
   return colon == nullptr ? std::string_view() : std::string_view(line, static_cast<size_t>(colon - line) + 1);
 }
 
-static bool isDn(std::string_view name) {
-  return name == "dn:" || name == "DN:";
-}
+static bool isDn(std::string_view name) { return name == "dn:" || name == "DN:"; }
 
 static bool isExcluded(std::string_view name) {
   return std::find(std::begin(excludedNames), std::end(excludedNames), name) != std::end(excludedNames);
@@ -140,9 +138,11 @@ void mergeObjects(char* const* inputObject1, char* const* inputObject2) {
   walkFirstInput(remainder1, remainder2, inputObject1[0]);
   walkSecondInput(remainder2, inputObject1[0]);
 
-  traceUnmerged(remainder1, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject1Clone. \n",
+  traceUnmerged(remainder1,
+                "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject1Clone. \n",
                 "inputObject1Clone");
-  traceUnmerged(remainder2, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject2Clone: \n",
+  traceUnmerged(remainder2,
+                "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject2Clone: \n",
                 "inputObject2Clone");
   free(remainder1.lines);
   free(remainder2.lines);

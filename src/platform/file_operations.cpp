@@ -27,9 +27,7 @@ int32_t copyFile(const char* from, const char* to) {
   return result;
 }
 
-void removeFile(const char* name) {
-  unlink(name);
-}
+void removeFile(const char* name) { unlink(name); }
 
 // The path that opening the name for writing would create: links that lead nowhere yet are followed, too.
 static std::filesystem::path resolve(std::filesystem::path path) {

@@ -1,6 +1,6 @@
 #include "platform/message_catalogue.h"
 
-#define LOOK_FURTHER                                                                              \
+#define LOOK_FURTHER                                                                                 \
   " A work file left over from an earlier run (the input's name followed by .tmp) can be the cause." \
   " DEBUG_ERROR or a trace file shows more."
 

@@ -12,7 +12,7 @@
 
 #include "platform/message_details.h"
 
-static constexpr size_t WINDOW_SIZE = 256 * 1024;
+static constexpr size_t WINDOW_SIZE = size_t{256} * 1024;
 // What stays of a window when reading moves on, so that going back to where an entry began finds it still there.
 static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
 
@@ -32,9 +32,7 @@ struct Stream {
 
 static Stream* openStreams = nullptr;
 
-static void reasonFromErrno() {
-  snprintf(messageReason, sizeof messageReason, "%s", strerror(errno));
-}
+static void reasonFromErrno() { snprintf(messageReason, sizeof messageReason, "%s", strerror(errno)); }
 
 // Says what is wrong with an open file of the given kind; null when nothing is.
 static const char* findObjection(int descriptor, FileKind kind) {
@@ -49,9 +47,7 @@ static const char* findObjection(int descriptor, FileKind kind) {
   return nullptr;
 }
 
-static bool isPrivate(FileKind kind) {
-  return kind == PRIVATE_FILE || kind == PRIVATE_FILE_OR_DEVICE;
-}
+static bool isPrivate(FileKind kind) { return kind == PRIVATE_FILE || kind == PRIVATE_FILE_OR_DEVICE; }
 
 static int openFlags(OpenMode mode, FileKind kind) {
   int flags = O_RDWR | O_CLOEXEC | O_NOCTTY;
@@ -177,9 +173,8 @@ size_t readLine(Stream* stream, char* buffer, size_t limit) {
     const size_t available = std::min(stream->filled - stream->cursor, limit);
     const void* newline = memchr(from, '\n', available);
     if (newline == nullptr && available < limit && readMore(stream)) continue;
-    const size_t length = newline == nullptr
-                              ? std::min(stream->filled - stream->cursor, limit)
-                              : static_cast<size_t>(static_cast<const char*>(newline) - from) + 1;
+    const size_t length = newline == nullptr ? std::min(stream->filled - stream->cursor, limit)
+                                             : static_cast<size_t>(static_cast<const char*>(newline) - from) + 1;
     memcpy(buffer, stream->window + stream->cursor, length);
     buffer[length] = '\0';
     stream->cursor += length;
@@ -187,9 +182,7 @@ size_t readLine(Stream* stream, char* buffer, size_t limit) {
   }
 }
 
-bool readFailed(const Stream* stream) {
-  return stream->readHasFailed;
-}
+bool readFailed(const Stream* stream) { return stream->readHasFailed; }
 
 int32_t writeText(Stream* stream, const char* text, size_t length) {
   while (length > 0 && !stream->writeHasFailed) {
@@ -211,9 +204,7 @@ int32_t writeText(Stream* stream, const char* text, size_t length) {
   return stream->writeHasFailed ? -1 : 0;
 }
 
-int32_t writeText(Stream* stream, const char* text) {
-  return writeText(stream, text, strlen(text));
-}
+int32_t writeText(Stream* stream, const char* text) { return writeText(stream, text, strlen(text)); }
 
 int32_t getPosition(const Stream* stream, int64_t* position) {
   if (!stream->hasPositions) return -1;

@@ -14,10 +14,10 @@ enum OpenMode {
 
 // Whom a file may belong to and what it may be.
 enum FileKind {
-  NAMED_BY_USER,  // anything that opens, devices and pipes included
-  REGULAR_FILE,   // a regular file, found through links too
-  PRIVATE_FILE,   // a regular file that nobody can have laid for us to write through: no symbolic link, no
-                  // second hard link, owned by the user who runs the tool
+  NAMED_BY_USER,          // anything that opens, devices and pipes included
+  REGULAR_FILE,           // a regular file, found through links too
+  PRIVATE_FILE,           // a regular file that nobody can have laid for us to write through: no symbolic link, no
+                          // second hard link, owned by the user who runs the tool
   PRIVATE_FILE_OR_DEVICE  // the same, or a character device
 };
 

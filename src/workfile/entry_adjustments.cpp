@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <initializer_list>
 #include <cstring>
 #include <ctime>
+#include <initializer_list>
 
 #include "driver/reporting.h"
 #include "ldif/attribute_lookup.h"

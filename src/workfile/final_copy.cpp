@@ -30,7 +30,8 @@ static void traceObjectRead() {
 static void requireResCreds() {
   determineTheObjectsObjectClass();
   if (objectClass == RESCREDS_CONTAINER || objectClass == SECRESCREDS_OBJECTCLASS) return;
-  reportError("copyRemainingObjectsToOutputLDIFFile():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n");
+  reportError(
+      "copyRemainingObjectsToOutputLDIFFile():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n");
   exitForObject(PROCESSING_FAILED);
 }
 
@@ -49,7 +50,8 @@ static int32_t copyObject() {
     exit(-1);  // Kept: the one failure that ends the run without a message.
   }
   if (deleteNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
-    reportError("copyRemainingObjectsToOutputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInputLDIFFile() failed deleting a ResCreds container or secResCreds object.  EXITING. \n");
+    reportError(
+        "copyRemainingObjectsToOutputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInputLDIFFile() failed deleting a ResCreds container or secResCreds object.  EXITING. \n");
     exitWithMessage(PROCESSING_FAILED);
   }
   return 0;
@@ -68,12 +70,14 @@ void copyRemainingObjectsToOutputLDIFFile() {
     const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
     if (result == -1 && next_available_object_slot == 0) break;
     if (result != 0 && result != -1) {
-      traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  ERROR:  The next object could not be read successfully.  EXITING.  \n");
+      traceLine(
+          "\ncopyRemainingObjectsToOutputLDIFFile():  ERROR:  The next object could not be read successfully.  EXITING.  \n");
       exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
     }
     if (copyObject() != 0) return;
   }
-  traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
+  traceLine(
+      "\ncopyRemainingObjectsToOutputLDIFFile():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
   if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
   traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  FUNCTION EXIT  \n");
 }

@@ -14,8 +14,8 @@
 struct Destination {
   Stream*& stream;
   const char* fileName;
-  bool dropsEntryUuid;     // the directory server's UUID lines stay behind
-  bool tightensOwnerNames; // blanks around commas go, in the lines that later name an entry's owner
+  bool dropsEntryUuid;      // the directory server's UUID lines stay behind
+  bool tightensOwnerNames;  // blanks around commas go, in the lines that later name an entry's owner
 };
 
 static const Destination outputFile = {ofp, output_ldif_filename, true, false};

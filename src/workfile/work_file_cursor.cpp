@@ -17,8 +17,7 @@ static int32_t readObject(Stream* stream) {
       continue;
     }
     if (changetypeSeen == 0 && findExactly(nextLine, "changetype:") != nullptr) changetypeSeen = 1;
-    if (nextLine[0] != '#')
-      storeNextLine("getNextObjectFromTemporaryInputLDIFFile():  malloc() failure.  EXITING. \n");
+    if (nextLine[0] != '#') storeNextLine("getNextObjectFromTemporaryInputLDIFFile():  malloc() failure.  EXITING. \n");
   }
   return readFailed(stream) ? OBJECT_NOT_READABLE : -1;
 }
@@ -34,8 +33,10 @@ static void traceRestoredPosition(Stream* stream, int32_t readResult) {
             filePositionBeforeReadingObject_ftell);
   traceLine("                                            filePositionAfterReadingObject = %ld  \n",
             filePositionAfterReadingObject_ftell);
-  traceLine("                                            THESE VALUES SHOULD BE EQUAL SINCE THIS FUNCTION RESTORES THE FILE    \n");
-  traceLine("                                            POSITION TO THE BEGINNING OF THE OBJECT THAT IT READS.                \n");
+  traceLine(
+      "                                            THESE VALUES SHOULD BE EQUAL SINCE THIS FUNCTION RESTORES THE FILE    \n");
+  traceLine(
+      "                                            POSITION TO THE BEGINNING OF THE OBJECT THAT IT READS.                \n");
 }
 
 int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
@@ -63,7 +64,8 @@ int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   }
   traceRestoredPosition(stream, rc);
   traceLine("getNextObjectFromTemporaryInputLDIFFile():  Returning rc = %d \n", rc);
-  traceLine("                                            next_available_object_slot = %d \n", next_available_object_slot);
+  traceLine("                                            next_available_object_slot = %d \n",
+            next_available_object_slot);
   traceLine("getNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT   \n");
   return rc;
 }
