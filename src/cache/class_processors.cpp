@@ -46,6 +46,7 @@ static constexpr SlotSide groupSide = {"secGroup",
 // What the processors differ in, but for the move. The map processor traces each of its steps.
 struct ClassProcessor {
   const char* function;
+  const char* mallocFailure;
   const char* className;  // as named in the lines for a failed delete or step over
   const SlotSide* side;
   const char* dnEcho;             // shows the owner DN after a failed delete; null for none
@@ -54,18 +55,54 @@ struct ClassProcessor {
 };
 
 static constexpr ClassProcessor secUserProcessor = {
-    "processSecUserObjectFromTempInputLDIFFile", "secUser", &userSide, "secUser_dn is : %s\n", true, false};
+    "processSecUserObjectFromTempInputLDIFFile",
+    "processSecUserObjectFromTempInputLDIFFile():  ERROR:  malloc() failure.  EXITING. \n",
+    "secUser",
+    &userSide,
+    "secUser_dn is : %s\n",
+    true,
+    false};
 static constexpr ClassProcessor secPolicyDataProcessor = {
-    "processSecPolicyDataObjectFromTempInputLDIFFile", "secPolicyData", &userSide, "secUser_dn is : %s\n", true, false};
+    "processSecPolicyDataObjectFromTempInputLDIFFile",
+    "processSecPolicyDataObjectFromTempInputLDIFFile():  ERROR:  malloc() failure.  EXITING. \n",
+    "secPolicyData",
+    &userSide,
+    "secUser_dn is : %s\n",
+    true,
+    false};
 static constexpr ClassProcessor secPolicyProcessor = {
-    "processSecPolicyObjectFromTempInputLDIFFile", "secPolicy", &userSide, "secUser_dn is : %s\n", false, false};
+    "processSecPolicyObjectFromTempInputLDIFFile",
+    "processSecPolicyObjectFromTempInputLDIFFile():  ERROR:  malloc() failure.  EXITING. \n",
+    "secPolicy",
+    &userSide,
+    "secUser_dn is : %s\n",
+    false,
+    false};
 static constexpr ClassProcessor secGroupProcessor = {
-    "processSecGroupObjectFromTempInputLDIFFile", "secGroup", &groupSide, "secGroup_dn is : %s\n", false, false};
+    "processSecGroupObjectFromTempInputLDIFFile",
+    "processSecGroupObjectFromTempInputLDIFFile():  ERROR:  malloc() failure.  EXITING. \n",
+    "secGroup",
+    &groupSide,
+    "secGroup_dn is : %s\n",
+    false,
+    false};
 // Kept: a map of a group is called a secUser object, too, and its owner's DN is not shown.
 static constexpr ClassProcessor mapOfUserProcessor = {
-    "processSecMapObjectFromTempInputLDIFFile", "secUser", &userSide, "secUser_dn is: %s \n", false, true};
+    "processSecMapObjectFromTempInputLDIFFile",
+    "processSecMapObjectFromTempInputLDIFFile():  ERROR:  malloc() failure.  EXITING. \n",
+    "secUser",
+    &userSide,
+    "secUser_dn is: %s \n",
+    false,
+    true};
 static constexpr ClassProcessor mapOfGroupProcessor = {
-    "processSecMapObjectFromTempInputLDIFFile", "secUser", &groupSide, nullptr, false, true};
+    "processSecMapObjectFromTempInputLDIFFile",
+    "processSecMapObjectFromTempInputLDIFFile():  ERROR:  malloc() failure.  EXITING. \n",
+    "secUser",
+    &groupSide,
+    nullptr,
+    false,
+    true};
 
 // The indentation of trace lines that continue a message.
 #define CONTINUED "                                             "
@@ -175,9 +212,7 @@ static void requireOwnerDn(const ClassProcessor& processor, int32_t slot) {
 
 // Stores the owner DN under the next slot number.
 static void saveOwnerDn(const ClassProcessor& processor, int32_t slot) {
-  char failureLine[128];
-  snprintf(failureLine, sizeof failureLine, "%s():  ERROR:  malloc() failure.  EXITING. \n", processor.function);
-  (*processor.side->dns)[slot] = copyLine(processor.side->savedDn, failureLine);
+  (*processor.side->dns)[slot] = copyLine(processor.side->savedDn, processor.mallocFailure);
 }
 
 static void gatherIntoOwnersSlot(const ClassProcessor& processor, int32_t slot) {

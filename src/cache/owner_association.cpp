@@ -23,6 +23,7 @@ struct OwnerSide {
   char* savedDn;
   char** const* dns;
   const int32_t* slotsInUse;
+  const int32_t* limit;
   OwnerIndex* index;
   const char* searchBegins;
   const char* found;
@@ -35,6 +36,7 @@ static constexpr OwnerSide userSide = {
     saved_secUser_dn,
     &secUser_dn,
     &next_available_secUser_dn_slot,
+    &max_number_of_secuser_slots,
     &secUserIndex,
     "BEGIN SEARCH WITHIN secUser_dn ARRAY \n",
     "learnIndexOfAssociatedSecUserDN():  The SECUSER DN WAS FOUND !!!  \n",
@@ -45,6 +47,7 @@ static constexpr OwnerSide groupSide = {
     saved_secGroup_dn,
     &secGroup_dn,
     &next_available_secGroup_dn_slot,
+    &max_number_of_secgroup_slots,
     &secGroupIndex,
     "BEGIN SEARCH WITHIN secGroup_dn ARRAY \n",
     "learnIndexOfAssociatedSecGroupDN():  The SECGROUP DN WAS FOUND !!!  \n",
@@ -175,7 +178,8 @@ static void traceFoundSlot(const OwnerSide& side, int32_t slot) {
 
 static int32_t findSlot(const OwnerSide& side, const char* key) {
   traceLine("%s", side.searchBegins);
-  const int32_t slot = findOwner(*side.index, *side.dns, *side.slotsInUse, key);
+  hashOfLastOwner = hashOfDn(key);
+  const int32_t slot = findOwner(*side.index, *side.dns, *side.slotsInUse, key, hashOfLastOwner);
   if (&side == &groupSide) traceComparedDns(slot);
   if (slot == NO_SLOT) {
     traceLine("%s", side.notFound);
@@ -252,3 +256,11 @@ int32_t learnIndexOfAssociatedSecGroupDN() {
   trimKey(groupSide, key);
   return findSlot(groupSide, key);
 }
+
+static bool isShutOut(const OwnerSide& side, uint32_t ownerHash) {
+  return *side.slotsInUse >= *side.limit && !mayHoldOwner(*side.index, *side.dns, *side.slotsInUse, ownerHash);
+}
+
+bool isUserShutOut(uint32_t ownerHash) { return isShutOut(userSide, ownerHash); }
+
+bool isGroupShutOut(uint32_t ownerHash) { return isShutOut(groupSide, ownerHash); }

@@ -4,16 +4,28 @@
 #include <cstddef>
 #include <cstdint>
 
-// An index over the owner DNs of one side. It follows the DN array by itself: slots opened since the last
-// search are taken in at the next one, and when the side has been emptied in between, it starts anew.
-struct OwnerIndex {
-  int32_t* places;  // hash table of slot numbers, NO_SLOT where free; null until first used
-  size_t capacity;  // number of places, a power of two
-  int32_t indexed;  // slots 0 to indexed - 1 are in the table
-};
-
 constexpr int32_t NO_SLOT = -1;
 
-// Returns the first of the slots 0 to count - 1 whose DN equals the key without regard to case, or NO_SLOT.
-// Ends the run with MEMORY_EXHAUSTED when the index cannot grow.
-int32_t findOwner(OwnerIndex& index, char* const* dns, int32_t count, const char* key);
+// A place of the hash table.
+struct OwnerPlace {
+  int32_t slot;   // NO_SLOT where free
+  uint32_t hash;  // of the slot's DN
+};
+
+// An index over the owner DNs of one side. It follows the DN array by itself: slots opened since the last search
+// are taken in at the next one, and when the side has been emptied in between, it starts anew.
+struct OwnerIndex {
+  OwnerPlace* places;  // null until first used
+  size_t capacity;     // number of places, a power of two
+  int32_t indexed;     // slots 0 to indexed - 1 are in the table
+};
+
+// Hash of a DN without regard to case.
+uint32_t hashOfDn(const char* dn);
+
+// Returns the first of the slots 0 to count - 1 whose DN equals the key without regard to case, or NO_SLOT. The
+// hash is the key's. Ends the run with MEMORY_EXHAUSTED when the index cannot grow.
+int32_t findOwner(OwnerIndex& index, char* const* dns, int32_t count, const char* key, uint32_t hash);
+
+// Returns false when none of these slots has a DN with this hash. True says that one may.
+bool mayHoldOwner(OwnerIndex& index, char* const* dns, int32_t count, uint32_t hash);

@@ -2,67 +2,16 @@
 
 #include "cache/class_processors.h"
 #include "cache/object_cache.h"
+#include "cache/owner_association.h"
+#include "driver/gates.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "output/flush.h"
 #include "platform/message_service.h"
+#include "workfile/left_behind.h"
 #include "workfile/work_file_cursor.h"
-
-// What lets an entry of one kind into the cache, and how a failure to step it over reads.
-struct Gate {
-  const int32_t* gathered;  // must be below
-  const int32_t* limit;     // this; null for entries that are never gathered
-  const char* stepOverError;
-};
-
-static constexpr Gate usersSecUserGate = {
-    &numberOfUserSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a Users secUser object.  EXITING. \n"};
-static constexpr Gate secUserGate = {
-    &numberOfSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secUser object.  EXITING. \n"};
-static constexpr Gate secGroupGate = {
-    &numberOfSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secGroup object.  EXITING. \n"};
-static constexpr Gate secPolicyDataGate = {
-    &numberOfSecPolicyDataObjectsInObjectCache, &max_number_of_secuser_slots,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicyData object.  EXITING. \n"};
-static constexpr Gate mapOfUserGate = {
-    &numberOfSecMapForSecUserObjectsInObjectCache, &max_number_of_secuser_slots,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secUser object.  EXITING. \n"};
-static constexpr Gate mapOfGroupGate = {
-    &numberOfSecMapForSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secGroup object.  EXITING. \n"};
-static constexpr Gate secPolicyGate = {
-    &numberOfSecPolicyObjectsInObjectCache, &max_number_of_secuser_slots,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicy object.  EXITING. \n"};
-static constexpr Gate resCredsGate = {
-    nullptr, nullptr,
-    "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a ResCreds container object or a secResCreds object.  EXITING. \n"};
-
-// Returns the gate of the entry in the entry buffer. A class that never reaches the work file ends the run.
-static const Gate& gateOfObject() {
-  switch (objectClass) {
-    case SECUSER_OBJECTCLASS:
-      return isUsersObject() ? usersSecUserGate : secUserGate;
-    case SECGROUP_OBJECTCLASS:
-      return secGroupGate;
-    case SECPOLICYDATA_OBJECTCLASS:
-      return secPolicyDataGate;
-    case SECMAP_OBJECTCLASS:
-      return isMapOfUser() ? mapOfUserGate : mapOfGroupGate;
-    case SECPOLICY_OBJECTCLASS:
-      return secPolicyGate;
-    case RESCREDS_CONTAINER:
-    case SECRESCREDS_OBJECTCLASS:
-      return resCredsGate;
-    default:
-      reportError("main():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n");
-      exitForObject(PROCESSING_FAILED);
-  }
-}
 
 static void processObject() {
   switch (objectClass) {
@@ -83,10 +32,9 @@ static void processObject() {
   }
 }
 
-// Gathers the entry if its gate is open, steps it over otherwise.
-static void dispatchObject() {
-  const Gate& gate = gateOfObject();
-  if (gate.limit != nullptr && *gate.gathered < *gate.limit) {
+// Gathers the entry, or leaves it when it has no place in this pass.
+static void dispatchObject(const Gate& gate) {
+  if (isOpen(gate)) {
     processObject();
   } else if (stepOverNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
     reportError("%s", gate.stepOverError);
@@ -122,24 +70,96 @@ static void resumeWhereLastPassStepped() {
   hasTheStepOverFilePositionBeenInitialized = 0;
 }
 
-// Settles the entries of the work file one by one, up to its end.
+// Issues the pass's message once, when its first entry is met.
+static void announceOnce(bool& isAnnounced) {
+  if (!isAnnounced) zr_printf_utf8(PASS_UNDER_WAY);
+  isAnnounced = true;
+}
+
+static int64_t workFilePosition() {
+  int64_t position = 0;
+  getPosition(tifp, &position);  // cannot fail: the entry has just been read from there
+  return position;
+}
+
+// What becomes of the next entry.
+enum Fate { GATHERED, LEFT_BEHIND, END_OF_WORK_FILE };
+
+// Reads and settles the next entry. When it is left behind, left says what a later pass needs to know.
+static Fate settleNextObject(LeftObject& left, bool& isAnnounced) {
+  const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
+  if (result == -1 && next_available_object_slot == 0) return END_OF_WORK_FILE;
+  announceOnce(isAnnounced);
+  if (result != 0 && result != -1) {
+    traceLine("\nmain():  ERROR:  The next object could not be read successfully.  EXITING.  \n");
+    exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
+  }
+  traceObjectRead();
+  determineTheObjectsObjectClass();
+  if (objectClass != RESCREDS_CONTAINER && objectClass != SECRESCREDS_OBJECTCLASS) atLeastOneObjectProcessed = 1;
+  const GateNumber kind = gateOfObject();
+  const bool ownerIsLookedUp = isOpen(gates[kind]);
+  const int64_t start = workFilePosition();
+  dispatchObject(gates[kind]);
+  traceLine("\nmain():  This is the end of the inner loop \n");
+  left = {start, static_cast<uint32_t>(workFilePosition() - start), hashOfLastOwner, kind, ownerIsLookedUp};
+  const bool hasMoved = next_available_object_slot == 0;
+  return hasMoved ? GATHERED : LEFT_BEHIND;
+}
+
+// True when the entry cannot be gathered, whatever it reads: its kind has no room, or its owner none.
+static bool isStillShutOut(const LeftObject& left) {
+  const Gate& gate = gates[left.kind];
+  return !isOpen(gate) || (left.isOwnerKnown && gate.isOwnerShutOut(left.ownerHash));
+}
+
+// Does for an entry that is not read what reading it and stepping over it would do.
+static void passOver(const LeftObject& left, bool& isAnnounced) {
+  announceOnce(isAnnounced);
+  if (left.kind != RESCREDS_GATE) atLeastOneObjectProcessed = 1;
+  rememberFirstStepOver(left.start);
+}
+
+// Settles the entries that earlier passes have left, reading only those that may be gathered now. Leaves the
+// stream behind them. An entry that turns out to end elsewhere than before, as only an odd left-over work file has
+// it, makes the rest be forgotten, and so read.
+static void settleRememberedObjects(bool& isAnnounced) {
+  if (leftObjectsEnd == 0) return;
+  const int32_t count = leftObjectCount;
+  leftObjectCount = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    LeftObject left = leftObjects[i];
+    if (isStillShutOut(left)) {
+      passOver(left, isAnnounced);
+      rememberLeftObject(left);
+      continue;
+    }
+    const int64_t end = left.start + left.length;
+    setPosition(tifp, left.start);
+    if (settleNextObject(left, isAnnounced) == LEFT_BEHIND) rememberLeftObject(left);
+    if (workFilePosition() == end) continue;
+    leftObjectsEnd = workFilePosition();
+    return;
+  }
+  if (leftObjectsEnd != END_OF_FILE) setPosition(tifp, leftObjectsEnd);
+}
+
+// Settles the entries that no earlier pass has met, up to the end of the file.
+static void settleUnknownObjects(bool& isAnnounced) {
+  bool isRemembering = debug == 0;
+  while (leftObjectsEnd != END_OF_FILE) {
+    LeftObject left;
+    const Fate fate = settleNextObject(left, isAnnounced);
+    if (fate == LEFT_BEHIND && isRemembering) isRemembering = rememberLeftObject(left);
+    if (isRemembering) leftObjectsEnd = fate == END_OF_WORK_FILE ? END_OF_FILE : workFilePosition();
+    if (fate == END_OF_WORK_FILE) return;
+  }
+}
+
 static void walkWorkFile() {
   bool isAnnounced = false;
-  for (;;) {
-    const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
-    if (result == -1 && next_available_object_slot == 0) return;
-    if (!isAnnounced) zr_printf_utf8(PASS_UNDER_WAY);
-    isAnnounced = true;
-    if (result != 0 && result != -1) {
-      traceLine("\nmain():  ERROR:  The next object could not be read successfully.  EXITING.  \n");
-      exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
-    }
-    traceObjectRead();
-    determineTheObjectsObjectClass();
-    if (objectClass != RESCREDS_CONTAINER && objectClass != SECRESCREDS_OBJECTCLASS) atLeastOneObjectProcessed = 1;
-    dispatchObject();
-    traceLine("\nmain():  This is the end of the inner loop \n");
-  }
+  settleRememberedObjects(isAnnounced);
+  settleUnknownObjects(isAnnounced);
 }
 
 static void closeWorkFile() {
@@ -181,4 +201,5 @@ void makePasses() {
     }
     traceLine("\nmain():  This is the end of the outer loop \n");
   }
+  forgetLeftObjects();
 }

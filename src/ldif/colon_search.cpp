@@ -14,13 +14,19 @@ static bool isSameInAnyCase(const char* place, std::string_view text) {
   return i == text.size();
 }
 
+static bool reachesBack(const char* line, const char* colon, const ColonText& text) {
+  return static_cast<size_t>(colon - line) >= text.colonAt;
+}
+
+bool standsInAnyCase(const char* line, const char* colon, const ColonText& text) {
+  return reachesBack(line, colon, text) && isSameInAnyCase(colon - text.colonAt, text.text);
+}
+
 template <bool (*isSameText)(const char*, std::string_view)>
 static const char* findAtColon(const char* line, std::span<const ColonText> texts) {
   for (const char* colon = strchr(line, ':'); colon != nullptr; colon = strchr(colon + 1, ':'))
-    for (const ColonText& text : texts) {
-      const bool reachesBack = static_cast<size_t>(colon - line) >= text.colonAt;
-      if (reachesBack && isSameText(colon - text.colonAt, text.text)) return colon - text.colonAt;
-    }
+    for (const ColonText& text : texts)
+      if (reachesBack(line, colon, text) && isSameText(colon - text.colonAt, text.text)) return colon - text.colonAt;
   return nullptr;
 }
 

@@ -15,6 +15,9 @@ struct ColonText {
   constexpr ColonText(const char* searched) : ColonText(std::string_view(searched)) {}
 };
 
+// True when the text stands in the line so that its colon is the given colon of the line, in whatever case.
+bool standsInAnyCase(const char* line, const char* colon, const ColonText& text);
+
 // Returns the first place in the line where one of the texts stands, or null. The one compares letter case, the
 // other ignores it.
 const char* findExactly(const char* line, std::span<const ColonText> texts);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "driver/reporting.h"
@@ -17,10 +18,15 @@ static constexpr std::string_view excludedNames[] = {
     "objectclass:",  "objectClass:", "XOQ-ENTRYUUID:", "xoq-entryuuid:", "control:", "Control:", "aclpropagate:",
     "aclPropagate:", "aclentry:",    "aclEntry:",      "acl:",           "ACL:",     "aci:",     "ACI:"};
 
-// The lines of an input that are still to be merged: a cell is null once its line has been merged or discarded.
-// The lines themselves stay the caller's.
-struct Remainder {
-  const char** lines;
+// A line of an input; the caller keeps its text.
+struct InputLine {
+  const char* text;    // null once the line has been merged or discarded
+  const char* colon;   // its first colon; null without one
+  bool hasMoreColons;  // so that a name may also end at a later one
+};
+
+struct Input {
+  InputLine* lines;
   size_t count;
 };
 
@@ -43,24 +49,29 @@ struct Remainder {
   exitWithMessage(PROCESSING_FAILED);
 }
 
-static Remainder allLinesOf(char* const* input) {
+static InputLine makeInputLine(const char* text) {
+  const char* colon = strchr(text, ':');
+  return {text, colon, colon != nullptr && strchr(colon + 1, ':') != nullptr};
+}
+
+// The caller frees the lines.
+static Input makeInput(char* const* texts) {
   size_t count = 0;
-  while (input[count] != nullptr) ++count;
-  auto** lines = static_cast<const char**>(allocate((count + 1) * sizeof(char*), MALLOC_FAILURE));
-  std::copy(input, input + count, lines);
+  while (texts[count] != nullptr) ++count;
+  auto* lines = static_cast<InputLine*>(allocate(count * sizeof(InputLine), MALLOC_FAILURE));
+  std::transform(texts, texts + count, lines, makeInputLine);
   return {lines, count};
 }
 
 // Appends a copy of the line to the entry buffer.
-static void moveToObject(const char*& line) {
-  appendLineToObject(copyLine(line, MALLOC_FAILURE));
-  line = nullptr;
+static void moveToObject(InputLine& line) {
+  appendLineToObject(copyLine(line.text, MALLOC_FAILURE));
+  line.text = nullptr;
 }
 
-// Returns the attribute name of a line, up to and including its first colon; empty for a line without one.
-static std::string_view attributeName(const char* line) {
-  const char* colon = strchr(line, ':');
-  return colon == nullptr ? std::string_view() : std::string_view(line, static_cast<size_t>(colon - line) + 1);
+// Returns the attribute name of a line that has a colon, up to and including the first.
+static std::string_view attributeName(const InputLine& line) {
+  return {line.text, static_cast<size_t>(line.colon - line.text) + 1};
 }
 
 static bool isDn(std::string_view name) { return name == "dn:" || name == "DN:"; }
@@ -69,62 +80,65 @@ static bool isExcluded(std::string_view name) {
   return std::find(std::begin(excludedNames), std::end(excludedNames), name) != std::end(excludedNames);
 }
 
-// Returns the first remaining line that holds the name anywhere, in any case; null without one.
-static const char** findMatch(const Remainder& remainder, const ColonText& name) {
-  for (size_t i = 0; i < remainder.count; ++i)
-    if (remainder.lines[i] != nullptr && findInAnyCase(remainder.lines[i], name) != nullptr) return &remainder.lines[i];
-  return nullptr;
+static bool holdsName(const InputLine& line, const ColonText& name) {
+  if (line.text == nullptr || line.colon == nullptr) return false;
+  if (line.hasMoreColons) return findInAnyCase(line.text, name) != nullptr;
+  return standsInAnyCase(line.text, line.colon, name);
 }
 
-// Settles one line of the first input, whose attribute name is neither dn: nor excluded.
-static void mergeLine(const char*& line, const Remainder& remainder2, std::string_view name) {
-  const char** match = findMatch(remainder2, name);
+// Returns the first line left that holds the name anywhere, in any case; null without one.
+static InputLine* findMatch(const Input& input, const ColonText& name) {
+  InputLine* end = input.lines + input.count;
+  InputLine* match = std::find_if(input.lines, end, [&](const InputLine& line) { return holdsName(line, name); });
+  return match != end ? match : nullptr;
+}
+
+// Settles a line of the first input, whose attribute name is neither dn: nor excluded.
+static void mergeLine(InputLine& line, const Input& input2) {
+  InputLine* match = findMatch(input2, attributeName(line));
   if (match == nullptr) {
     moveToObject(line);
-  } else if (findInAnyCase(line, "secauthority:") != nullptr) {
+  } else if (findInAnyCase(line.text, "secauthority:") != nullptr) {
     moveToObject(line);
-    *match = nullptr;
+    match->text = nullptr;
   } else {
     moveToObject(*match);
-    line = nullptr;
+    line.text = nullptr;
   }
 }
 
 static constexpr ColonText objectClassTexts[] = {"objectclass:", "objectClass:"};
 
-static void walkFirstInput(const Remainder& remainder1, const Remainder& remainder2, const char* dnLine) {
-  for (size_t i = 0; i < remainder1.count; ++i) {
-    const char*& line = remainder1.lines[i];
-    if (findExactly(line, objectClassTexts) != nullptr) {
+static void walkFirstInput(const Input& input1, const Input& input2) {
+  const char* dnLine = input1.lines[0].text;
+  for (InputLine& line : std::span(input1.lines, input1.count)) {
+    if (findExactly(line.text, objectClassTexts) != nullptr) {
       moveToObject(line);
       continue;
     }
-    const std::string_view name = attributeName(line);
-    if (name.empty()) exitForMissingColon(line, true, dnLine);
-    if (isDn(name))
+    if (line.colon == nullptr) exitForMissingColon(line.text, true, dnLine);
+    if (isDn(attributeName(line)))
       moveToObject(line);
-    else if (!isExcluded(name))
-      mergeLine(line, remainder2, name);
+    else if (!isExcluded(attributeName(line)))
+      mergeLine(line, input2);
   }
 }
 
-static void walkSecondInput(const Remainder& remainder2, const char* dnLine) {
-  for (size_t i = 0; i < remainder2.count; ++i) {
-    const char*& line = remainder2.lines[i];
-    if (line == nullptr) continue;
-    const std::string_view name = attributeName(line);
-    if (name.empty()) exitForMissingColon(line, false, dnLine);
-    if (!isDn(name) && !isExcluded(name)) moveToObject(line);
+static void walkSecondInput(const Input& input2, const char* dnLine) {
+  for (InputLine& line : std::span(input2.lines, input2.count)) {
+    if (line.text == nullptr) continue;
+    if (line.colon == nullptr) exitForMissingColon(line.text, false, dnLine);
+    if (!isDn(attributeName(line)) && !isExcluded(attributeName(line))) moveToObject(line);
   }
 }
 
-static void traceUnmerged(const Remainder& remainder, const char* header, const char* name) {
+static void traceUnmerged(const Input& input, const char* header, const char* name) {
   if (debug == 0) return;
   traceLine("%s", header);
   traceLine("                   CHECK THESE FOR ERRRORS. \n");
-  for (size_t i = 0; i < remainder.count; ++i)
-    if (remainder.lines[i] != nullptr)
-      traceLine("                  %s[%d] = %s ", name, static_cast<int>(i), remainder.lines[i]);
+  for (size_t i = 0; i < input.count; ++i)
+    if (input.lines[i].text != nullptr)
+      traceLine("                  %s[%d] = %s ", name, static_cast<int>(i), input.lines[i].text);
 }
 
 void mergeObjects(char* const* inputObject1, char* const* inputObject2) {
@@ -132,20 +146,18 @@ void mergeObjects(char* const* inputObject1, char* const* inputObject2) {
   if (inputObject1[0] == nullptr || inputObject2[0] == nullptr) exitForEmptyInput(inputObject1[0], inputObject2[0]);
   freeObject();
   next_available_object_slot = 0;
-  const Remainder remainder1 = allLinesOf(inputObject1);
-  const Remainder remainder2 = allLinesOf(inputObject2);
+  const Input input1 = makeInput(inputObject1);
+  const Input input2 = makeInput(inputObject2);
 
-  walkFirstInput(remainder1, remainder2, inputObject1[0]);
-  walkSecondInput(remainder2, inputObject1[0]);
+  walkFirstInput(input1, input2);
+  walkSecondInput(input2, inputObject1[0]);
 
-  traceUnmerged(remainder1,
-                "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject1Clone. \n",
+  traceUnmerged(input1, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject1Clone. \n",
                 "inputObject1Clone");
-  traceUnmerged(remainder2,
-                "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject2Clone: \n",
+  traceUnmerged(input2, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject2Clone: \n",
                 "inputObject2Clone");
-  free(remainder1.lines);
-  free(remainder2.lines);
+  free(input1.lines);
+  free(input2.lines);
   traceLine("mergeObjects():  The merged object is: \n");
   for (int32_t i = 0; debug != 0 && i < next_available_object_slot; ++i)
     traceLine("                 object[%d] = %s ", i, object[i]);

@@ -81,7 +81,7 @@ static bool isInDefaultDomain(const char* dn, const char* function) {
 // Replaces a DN of the cache by a new dn: line: the prefix, the name, the container and, for a subdomain, its
 // component (null for the default domain).
 static void storeNewDn(char*& dn, const char* prefix, const char* name, const char* container, const char* subdomain,
-                       const char* function) {
+                       const char* function, const char* mallocFailure) {
   tempDN[0] = '\0';
   bool fits = appendBounded(tempDN, sizeof tempDN, prefix) && appendBounded(tempDN, sizeof tempDN, name) &&
               appendBounded(tempDN, sizeof tempDN, container);
@@ -90,9 +90,7 @@ static void storeNewDn(char*& dn, const char* prefix, const char* name, const ch
            appendBounded(tempDN, sizeof tempDN, ",cn=Subdomains,");
   fits = fits && appendBounded(tempDN, sizeof tempDN, "secAuthority=default\n");
   if (!fits) exitForLongValue(function, dn);
-  char failureLine[128];
-  snprintf(failureLine, sizeof failureLine, "%s():  ERROR:  malloc() failure.  Exiting. \n", function);
-  char* newDn = copyLine(tempDN, failureLine);
+  char* newDn = copyLine(tempDN, mallocFailure);
   freeLine(dn);
   dn = newDn;
   traceLine("%s():  The new dn is:  %s", function, dn);
@@ -128,7 +126,8 @@ int32_t createNewSecUserDN(int32_t slot) {
     return -1;
   }
   storeNewDn(secUser_dn[slot], "dn: principalName=", principalName, ",cn=Users,",
-             subdomainOfOwner(secUser_dn[slot], "createNewSecUserDN"), "createNewSecUserDN");
+             subdomainOfOwner(secUser_dn[slot], "createNewSecUserDN"), "createNewSecUserDN",
+             "createNewSecUserDN():  ERROR:  malloc() failure.  Exiting. \n");
   traceLine("createNewSecUserDN():  FUNCTION EXIT \n");
   return 0;
 }
@@ -144,7 +143,8 @@ int32_t createNewSecGroupDN(int32_t slot) {
     return -1;
   }
   storeNewDn(secGroup_dn[slot], "dn: cn=", cnFromSecGroupObject, ",cn=Groups,",
-             subdomainOfOwner(secGroup_dn[slot], "createNewSecGroupDN"), "createNewSecGroupDN");
+             subdomainOfOwner(secGroup_dn[slot], "createNewSecGroupDN"), "createNewSecGroupDN",
+             "createNewSecGroupDN():  ERROR:  malloc() failure.  Exiting. \n");
   traceLine("createNewSecGroupDN():  FUNCTION EXIT \n");
   return 0;
 }
@@ -162,7 +162,8 @@ int32_t createNewSecPolicyDN(int32_t slot) {
     return -1;
   }
   storeNewDn(secPolicy_dn[slot], "dn: cn=Policy,cn=Policies,principalName=", principalName, ",cn=Users,",
-             subdomainOfPolicy(secPolicy_dn[slot]), "createNewSecPolicyDN");
+             subdomainOfPolicy(secPolicy_dn[slot]), "createNewSecPolicyDN",
+             "createNewSecPolicyDN():  ERROR:  malloc() failure.  Exiting. \n");
   traceLine("createNewSecPolicyDN():  FUNCTION EXIT \n");
   return 0;
 }

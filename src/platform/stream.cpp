@@ -13,6 +13,8 @@
 #include "platform/message_details.h"
 
 static constexpr size_t WINDOW_SIZE = size_t{256} * 1024;
+// How much is read after a jump to another place; doubled by every read that goes on from there.
+static constexpr size_t FIRST_READ_SIZE = size_t{8} * 1024;
 // What stays of a window when reading moves on, so that going back to where an entry began finds it still there.
 static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
 
@@ -22,6 +24,7 @@ struct Stream {
   bool readHasFailed;
   bool writeHasFailed;
   int64_t windowStart;  // offset in the file of the window's first byte
+  size_t readSize;      // bytes to read next
   size_t filled;        // bytes of the window that hold file content, read or written
   size_t cursor;        // next byte to read or write; at most filled
   size_t dirtyBegin;    // the bytes from here
@@ -90,6 +93,7 @@ Stream* openStream(const char* name, OpenMode mode, FileKind kind) {
   stream->hasPositions = offset >= 0;
   stream->readHasFailed = stream->writeHasFailed = false;
   stream->windowStart = std::max<off_t>(offset, 0);
+  stream->readSize = FIRST_READ_SIZE;
   stream->filled = stream->cursor = stream->dirtyBegin = stream->dirtyEnd = 0;
   stream->nextOpen = openStreams;
   openStreams = stream;
@@ -153,9 +157,11 @@ static bool readMore(Stream* stream) {
     stream->filled -= dropped;
     stream->cursor -= dropped;
   }
+  const size_t wanted = std::min(stream->readSize, WINDOW_SIZE - stream->filled);
+  stream->readSize = std::min(stream->readSize * 2, WINDOW_SIZE);
   ssize_t count;
   do {
-    count = pread(stream->descriptor, stream->window + stream->filled, WINDOW_SIZE - stream->filled,
+    count = pread(stream->descriptor, stream->window + stream->filled, wanted,
                   stream->windowStart + static_cast<int64_t>(stream->filled));
   } while (count < 0 && errno == EINTR);
   if (count < 0) {
@@ -179,6 +185,30 @@ size_t readLine(Stream* stream, char* buffer, size_t limit) {
     buffer[length] = '\0';
     stream->cursor += length;
     return length;
+  }
+}
+
+// Returns the first character that is not blank, or end.
+static const char* findNonBlank(const char* from, const char* end) {
+  constexpr char SPACES[] = "        ";
+  constexpr ptrdiff_t STEP = sizeof SPACES - 1;
+  for (;; ++from) {
+    while (end - from >= STEP && memcmp(from, SPACES, STEP) == 0) from += STEP;
+    if (from == end || (*from != ' ' && *from != '\r' && *from != '\n')) return from;
+  }
+}
+
+void skipBlankLines(Stream* stream, size_t limit) {
+  for (;;) {
+    const char* begin = stream->window + stream->cursor;
+    const char* end = stream->window + stream->filled;
+    const char* nonBlank = findNonBlank(begin, end);
+    const auto* lastNewline = static_cast<const char*>(memrchr(begin, '\n', static_cast<size_t>(nonBlank - begin)));
+    const char* lineStart = lastNewline == nullptr ? begin : lastNewline + 1;
+    // Of a line that is longer than the limit, the pieces before the one with the character are blank lines, too.
+    const size_t blankPieces = static_cast<size_t>(nonBlank - lineStart) / limit;
+    stream->cursor = static_cast<size_t>(lineStart - stream->window) + blankPieces * limit;
+    if (nonBlank != end || !readMore(stream)) return;
   }
 }
 
@@ -220,6 +250,7 @@ int32_t setPosition(Stream* stream, int64_t position) {
     return 0;
   }
   writePending(stream);
+  stream->readSize = FIRST_READ_SIZE;
   stream->windowStart = position;
   stream->filled = stream->cursor = 0;
   return 0;

@@ -52,6 +52,10 @@ void closeAllStreams();
 // file or when the read fails, which readFailed tells apart.
 size_t readLine(Stream* stream, char* buffer, size_t limit);
 
+// Moves over lines that hold only spaces, carriage returns and newlines, as readLine with this limit would cut
+// them: the next line read is the first that holds anything else, or none is left. Much faster than reading them.
+void skipBlankLines(Stream* stream, size_t limit);
+
 // True once a read of the stream has failed; it stays so, and nothing more is read from the stream.
 bool readFailed(const Stream* stream);
 

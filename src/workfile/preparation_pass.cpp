@@ -41,16 +41,25 @@ static const Destination& chooseDestination(const char* dnLine) {
 // The entry-UUID lines of the directory server.
 static constexpr ColonText entryUuidTexts[] = {"XOQ-ENTRYUUID: ", "xoq-entryuuid: "};
 
+static void writeLine(const Destination& destination, char* line) {
+  if (destination.tightensOwnerNames && findExactly(line, "secdn:") != nullptr) commaSpaceEater(line);
+  if (destination.dropsEntryUuid && findExactly(line, entryUuidTexts) != nullptr) return;
+  stopOnFailure(writeText(destination.stream, line), destination.fileName);
+  stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
+}
+
 static void writeObject(const Destination& destination) {
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
     if (object[i][0] == ' ') continue;
-    char* line = obtainAttributeFromObjectArray(i);
-    if (destination.tightensOwnerNames && findExactly(line, "secdn:") != nullptr) commaSpaceEater(line);
-    if (!destination.dropsEntryUuid || findExactly(line, entryUuidTexts) == nullptr) {
-      stopOnFailure(writeText(destination.stream, line), destination.fileName);
-      stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
+    const bool isFolded = i + 1 < next_available_object_slot && object[i + 1][0] == ' ';
+    if (isFolded) {
+      char* line = obtainAttributeFromObjectArray(i);
+      writeLine(destination, line);
+      freeLine(line);
+    } else {
+      cutAtLineEnd(object[i]);
+      writeLine(destination, object[i]);
     }
-    freeLine(line);
   }
   stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
 }

@@ -11,6 +11,7 @@
 
 // Reads lines into the empty buffer until the entry ends. Returns what the whole read returns.
 static int32_t readObject(Stream* stream) {
+  skipBlankLines(stream, NEXT_LINE_SIZE - 1);
   while (getNextLine(nextLine, stream) == 0) {
     if (isBlankLine(nextLine)) {
       if (next_available_object_slot > 0) return 0;
@@ -84,6 +85,7 @@ static int32_t blankOutNextLine(Stream* stream, int64_t lineStart) {
 }
 
 static int32_t blankOutObject(Stream* stream) {
+  skipBlankLines(stream, NEXT_LINE_SIZE - 1);
   for (int32_t lines = 0;;) {
     int64_t lineStart = 0;
     const int32_t rc = getPosition(stream, &lineStart);
@@ -129,6 +131,7 @@ static void traceSteppedLine(bool isBlank, int32_t lines) {
 }
 
 static void stepOverObject(Stream* stream) {
+  if (debug == 0) skipBlankLines(stream, NEXT_LINE_SIZE - 1);  // while tracing, every line is shown
   for (int32_t lines = 0; getNextLine(nextLine, stream) == 0;) {
     const bool isBlank = isBlankLine(nextLine);
     traceSteppedLine(isBlank, lines);
@@ -141,16 +144,23 @@ static void stepOverObject(Stream* stream) {
   traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  getNextLine() has reached EOF.  Exiting loop. \n");
 }
 
+void rememberFirstStepOver(FilePosition position) {
+  if (hasTheStepOverFilePositionBeenInitialized != 0) return;
+  filePositionOfFirstObjectSteppedOver = position;
+  filePositionOfFirstObjectSteppedOver_ftell = static_cast<long>(position);
+  hasTheStepOverFilePositionBeenInitialized = 1;
+}
+
 int32_t stepOverNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
   if (hasTheStepOverFilePositionBeenInitialized == 0) {
-    const int32_t rc = getPosition(stream, &filePositionOfFirstObjectSteppedOver);
+    FilePosition position = 0;
+    const int32_t rc = getPosition(stream, &position);
     if (rc != 0) {
       traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = %d (dec)  \n", rc);
       return positionCallFailed("fgetpos()", rc);
     }
-    filePositionOfFirstObjectSteppedOver_ftell = static_cast<long>(filePositionOfFirstObjectSteppedOver);
-    hasTheStepOverFilePositionBeenInitialized = 1;
+    rememberFirstStepOver(position);
   }
   stepOverObject(stream);
   traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT \n");

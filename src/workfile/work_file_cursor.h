@@ -37,6 +37,9 @@ int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream);
 // either way the caller issues PROCESSING_FAILED.
 int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream);
 
+// Remembers a position as that of the first entry stepped over in this pass, unless one is remembered already.
+void rememberFirstStepOver(FilePosition position);
+
 // Moves the stream past the next entry; the first call of a pass remembers where it started. Returns 0 (end of
 // file included), or -1 when a position call fails (message POSITION_CALL_FAILED has been issued).
 int32_t stepOverNextObjectFromTemporaryInputLDIFFile(Stream* stream);
