@@ -1,8 +1,5 @@
 #include "cache/cache_slots.h"
 
-#include <cstdlib>
-#include <cstring>
-
 #include "driver/reporting.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"

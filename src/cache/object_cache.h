@@ -111,7 +111,7 @@ inline constexpr CacheMatrix secMapForSecGroupMatrix = {
     &numberOfSecMapForSecGroupObjectsInObjectCache,
     " \n"};
 
-// Cell 0 of a slot's row. The slot must be one of the matrix.
+// Cell 0 of a slot's row; for the slot limit itself, the end of the table.
 char** rowOf(const CacheMatrix& matrix, int32_t slot);
 
 // Allocates the ten tables, all null, for the two slot limits. Ends the run with MEMORY_EXHAUSTED when one

@@ -1,7 +1,5 @@
 #include "cache/owner_association.h"
 
-#include <strings.h>
-
 #include <cstdlib>
 #include <cstring>
 
@@ -73,7 +71,7 @@ static void appendToSavedDn(const OwnerSide& side, const char* text) {
 static char* dnTextOfFirstLine(const OwnerSide& side) {
   constexpr size_t TAG_LENGTH = 3;
   const size_t length = strlen(object[0]);
-  if (length < TAG_LENGTH || object[0][length - 1] != '\n')
+  if (length <= TAG_LENGTH || object[0][length - 1] != '\n')
     exitForUnnamedOwner(side, "The first line of the entry is not a complete dn: line.");
   return skipSpaces(object[0] + TAG_LENGTH);
 }

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "cache/owner_index.h"
+
 // Hash of the owner DN looked for last, on either side.
 inline uint32_t hashOfLastOwner = 0;
 

@@ -13,7 +13,8 @@ struct OwnerPlace {
 };
 
 // An index over the owner DNs of one side. It follows the DN array by itself: slots opened since the last search
-// are taken in at the next one, and when the side has been emptied in between, it starts anew.
+// are taken in at the next one, and when there are fewer slots than before, the side has been emptied and it starts
+// anew. A slot may therefore only be opened after a search of its side, which is what opening one is for.
 struct OwnerIndex {
   OwnerPlace* places;  // null until first used
   size_t capacity;     // number of places, a power of two

@@ -1,5 +1,6 @@
 // The state that the whole run shares: the names and limits of the command line, the open files, the scratch
-// buffers. Set by main; the preparation pass and the final copy open and close their own files.
+// buffers. Names and limits are set from the command line; the preparation pass, the passes and the final copy open
+// and close the work file.
 #pragma once
 
 #include <cstddef>

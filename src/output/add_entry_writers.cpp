@@ -1,8 +1,8 @@
 #include "output/add_entry_writers.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "cache/object_cache.h"
 #include "driver/reporting.h"

@@ -6,7 +6,8 @@
 #include "platform/stream.h"
 
 // Each writes the record of a slot and returns 0, or -1 when a write fails; what was written before stays. Each
-// ends the run with PROCESSING_FAILED when the slot lacks what the record is made of.
+// ends the run with PROCESSING_FAILED when the slot lacks what the record is made of, a line to be merged has no
+// colon or a DN does not fit.
 
 // The user's entry merged with its map and, if there is one, its 'Users' entry.
 int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream);

@@ -4,5 +4,6 @@
 #include <cstdint>
 
 // Writes every slot in use to ofp, users first, each with its policy, then groups, and releases it. Returns 0
-// with an empty cache, or -1 at the first slot that fails: that one and those behind it stay as they are.
+// with every slot released, or -1 at the first slot that fails: that one and those behind it are not released.
+// Kept: an entry that filled its row leaves its counter raised when the row behind it was in use.
 int32_t copyAllAccumulatedDataToOutputFile();

@@ -1,14 +1,14 @@
 #include "output/new_dn.h"
 
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "cache/object_cache.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/colon_search.h"
 #include "ldif/line_memory.h"
-#include "ldif/object_buffer.h"
 #include "ldif/text.h"
 
 // The two forms in which the name's attribute is recognised, tried in this order on every line.
@@ -72,41 +72,59 @@ int32_t learnCNFromSecGroupObject(int32_t slot) {
   return -1;
 }
 
+// What a new DN is made of around the owner's name.
+struct DnBuilder {
+  const char* function;
+  const char* mallocFailure;
+  const CacheMatrix* matrix;  // of the entry that names the owner
+  const char* prefix;         // before the name
+  const char* container;      // behind it
+};
+
+static constexpr DnBuilder userDn = {"createNewSecUserDN",
+                                     "createNewSecUserDN():  ERROR:  malloc() failure.  Exiting. \n", &secUserMatrix,
+                                     "dn: principalName=", ",cn=Users,"};
+static constexpr DnBuilder groupDn = {"createNewSecGroupDN",
+                                      "createNewSecGroupDN():  ERROR:  malloc() failure.  Exiting. \n", &secGroupMatrix,
+                                      "dn: cn=", ",cn=Groups,"};
+static constexpr DnBuilder policyDn = {"createNewSecPolicyDN",
+                                       "createNewSecPolicyDN():  ERROR:  malloc() failure.  Exiting. \n",
+                                       &secUserMatrix, "dn: cn=Policy,cn=Policies,principalName=", ",cn=Users,"};
+
 // True when the DN, in any case, lies in the default domain and not below its subdomains.
-static bool isInDefaultDomain(const char* dn, const char* function) {
-  if (!copyLowered(tempString, sizeof tempString, dn)) exitForLongValue(function, dn);
+static bool isInDefaultDomain(const DnBuilder& builder, int32_t slot, const char* dn) {
+  traceLine("%s():  The old dn is:  %s", builder.function, dn);
+  if (!copyLowered(tempString, sizeof tempString, dn))
+    exitForLongValue(builder.function, rowOf(*builder.matrix, slot)[0]);
   return strstr(tempString, "secauthority=default") != nullptr && strstr(tempString, "cn=subdomains") == nullptr;
 }
 
-// Replaces a DN of the cache by a new dn: line: the prefix, the name, the container and, for a subdomain, its
-// component (null for the default domain).
-static void storeNewDn(char*& dn, const char* prefix, const char* name, const char* container, const char* subdomain,
-                       const char* function, const char* mallocFailure) {
+// Replaces a DN of the cache by the new dn: line with the owner's name and, for a subdomain, the subdomain's
+// component (null for the default domain), which may lie in the old DN.
+static void storeNewDn(const DnBuilder& builder, int32_t slot, char*& dn, const char* name, const char* subdomain) {
   tempDN[0] = '\0';
-  bool fits = appendBounded(tempDN, sizeof tempDN, prefix) && appendBounded(tempDN, sizeof tempDN, name) &&
-              appendBounded(tempDN, sizeof tempDN, container);
-  if (subdomain != nullptr)
-    fits = fits && appendBounded(tempDN, sizeof tempDN, subdomain) &&
-           appendBounded(tempDN, sizeof tempDN, ",cn=Subdomains,");
-  fits = fits && appendBounded(tempDN, sizeof tempDN, "secAuthority=default\n");
-  if (!fits) exitForLongValue(function, dn);
-  char* newDn = copyLine(tempDN, mallocFailure);
+  bool fits = true;
+  for (const char* part : {builder.prefix, name, builder.container, subdomain != nullptr ? subdomain : "",
+                           subdomain != nullptr ? ",cn=Subdomains," : "", "secAuthority=default\n"})
+    fits = fits && appendBounded(tempDN, sizeof tempDN, part);
+  if (!fits) exitForLongValue(builder.function, rowOf(*builder.matrix, slot)[0]);
+  char* newDn = copyLine(tempDN, builder.mallocFailure);
   freeLine(dn);
   dn = newDn;
-  traceLine("%s():  The new dn is:  %s", function, dn);
+  traceLine("%s():  The new dn is:  %s", builder.function, dn);
 }
 
 // Returns the first component of the DN, cut out in place, for a subdomain; null for the default domain.
-static const char* subdomainOfOwner(char* dn, const char* function) {
-  if (isInDefaultDomain(dn, function)) return nullptr;
+static const char* subdomainOfOwner(const DnBuilder& builder, int32_t slot, char* dn) {
+  if (isInDefaultDomain(builder, slot, dn)) return nullptr;
   cutAtComma(dn);  // Kept: a DN without a comma is taken whole, its line end included.
   return dn;
 }
 
 // Returns the secAuthority component of the policy DN, wherever it stands, for a subdomain; null for the
 // default domain.
-static const char* subdomainOfPolicy(char* dn) {
-  if (isInDefaultDomain(dn, "createNewSecPolicyDN")) return nullptr;
+static const char* subdomainOfPolicy(int32_t slot, char* dn) {
+  if (isInDefaultDomain(policyDn, slot, dn)) return nullptr;
   char* component = dostristr(dn, "secauthority");
   if (component == nullptr) {
     reportError("createNewSecPolicyDN(): Missing secAuthority in dn: %s\n", dn);
@@ -125,9 +143,7 @@ int32_t createNewSecUserDN(int32_t slot) {
               textOrNull(rowOf(secUserMatrix, slot)[0]));
     return -1;
   }
-  storeNewDn(secUser_dn[slot], "dn: principalName=", principalName, ",cn=Users,",
-             subdomainOfOwner(secUser_dn[slot], "createNewSecUserDN"), "createNewSecUserDN",
-             "createNewSecUserDN():  ERROR:  malloc() failure.  Exiting. \n");
+  storeNewDn(userDn, slot, secUser_dn[slot], principalName, subdomainOfOwner(userDn, slot, secUser_dn[slot]));
   traceLine("createNewSecUserDN():  FUNCTION EXIT \n");
   return 0;
 }
@@ -142,9 +158,8 @@ int32_t createNewSecGroupDN(int32_t slot) {
     fflush(stdout);
     return -1;
   }
-  storeNewDn(secGroup_dn[slot], "dn: cn=", cnFromSecGroupObject, ",cn=Groups,",
-             subdomainOfOwner(secGroup_dn[slot], "createNewSecGroupDN"), "createNewSecGroupDN",
-             "createNewSecGroupDN():  ERROR:  malloc() failure.  Exiting. \n");
+  storeNewDn(groupDn, slot, secGroup_dn[slot], cnFromSecGroupObject,
+             subdomainOfOwner(groupDn, slot, secGroup_dn[slot]));
   traceLine("createNewSecGroupDN():  FUNCTION EXIT \n");
   return 0;
 }
@@ -161,9 +176,7 @@ int32_t createNewSecPolicyDN(int32_t slot) {
     echoError("createNewSecPolicyDN():  secPolicy_dn is: %s\n", secPolicy_dn[slot]);
     return -1;
   }
-  storeNewDn(secPolicy_dn[slot], "dn: cn=Policy,cn=Policies,principalName=", principalName, ",cn=Users,",
-             subdomainOfPolicy(secPolicy_dn[slot]), "createNewSecPolicyDN",
-             "createNewSecPolicyDN():  ERROR:  malloc() failure.  Exiting. \n");
+  storeNewDn(policyDn, slot, secPolicy_dn[slot], principalName, subdomainOfPolicy(slot, secPolicy_dn[slot]));
   traceLine("createNewSecPolicyDN():  FUNCTION EXIT \n");
   return 0;
 }

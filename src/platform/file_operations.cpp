@@ -39,7 +39,8 @@ static std::filesystem::path resolve(std::filesystem::path path) {
     path = path.parent_path() / target;
   }
   const std::filesystem::path folder = path.parent_path().empty() ? "." : path.parent_path();
-  return std::filesystem::weakly_canonical(folder, error) / path.filename();
+  const std::filesystem::path resolved = std::filesystem::weakly_canonical(folder, error);
+  return (error ? folder : resolved) / path.filename();
 }
 
 bool isSameFile(const char* name, const char* otherName) {
@@ -48,7 +49,7 @@ bool isSameFile(const char* name, const char* otherName) {
   const bool exists = stat(name, &status) == 0;
   const bool otherExists = stat(otherName, &otherStatus) == 0;
   if (exists != otherExists) return false;
-  if (!exists) return resolve(name) == resolve(otherName);
+  if (!exists) return *name != '\0' && resolve(name) == resolve(otherName);
   return S_ISREG(status.st_mode) && status.st_dev == otherStatus.st_dev && status.st_ino == otherStatus.st_ino;
 }
 

@@ -7,8 +7,10 @@
 #include "platform/message_catalogue.h"
 #include "platform/message_details.h"
 
-// A text with its arguments: a file name of 4095 characters, each shown as \xNN at the worst, and the text.
-static constexpr size_t LINE_CAPACITY = 20480;
+// A text with its arguments, of which a file name of 4095 characters is the longest.
+static constexpr size_t TEXT_CAPACITY = 8192;
+// The text, a reason and an owner DN of 20,000 characters, each character shown as \xNN at the worst.
+static constexpr size_t LINE_CAPACITY = size_t{128} * 1024;
 
 static FILE* routes[NUMBER_OF_SEVERITIES];  // null: not routed yet
 
@@ -30,21 +32,21 @@ void zr_svc_routing(const char* routing, int32_t* status) {
 }
 
 // Appends text to the line, control characters made visible so that a name cannot fake a line of its own.
-static void appendVisibly(char* line, const char* text) {
+static void appendVisibly(char* line, const char* text, size_t length) {
   size_t end = strlen(line);
-  for (; *text != '\0' && end + 5 < LINE_CAPACITY; ++text) {
-    const auto character = static_cast<unsigned char>(*text);
+  for (size_t i = 0; i < length && end + 5 < LINE_CAPACITY; ++i) {
+    const auto character = static_cast<unsigned char>(text[i]);
     const bool control = character < ' ' || character == 0x7f;
     end += static_cast<size_t>(
         snprintf(line + end, LINE_CAPACITY - end, control ? "\\x%02X" : "%c", static_cast<unsigned>(character)));
   }
 }
 
+static void appendVisibly(char* line, const char* text) { appendVisibly(line, text, strlen(text)); }
+
 static void appendSubject(char* line, const char* subject) {
-  char firstLine[4096];
-  snprintf(firstLine, sizeof firstLine, "%.*s", static_cast<int>(strcspn(subject, "\r\n")), subject);
   appendVisibly(line, " Concerned: ");
-  appendVisibly(line, firstLine);
+  appendVisibly(line, subject, strcspn(subject, "\r\n"));
 }
 
 static void appendAddition(char* line, const CatalogueMessage& message) {
@@ -59,7 +61,7 @@ static void appendAddition(char* line, const CatalogueMessage& message) {
 void zr_printf_utf8(uint32_t code, ...) {
   const CatalogueMessage* message = findCatalogueMessage(code);
   if (message == nullptr) return;
-  static char text[LINE_CAPACITY];
+  static char text[TEXT_CAPACITY];
   va_list arguments;
   va_start(arguments, code);
   vsnprintf(text, sizeof text, message->text, arguments);
@@ -69,7 +71,9 @@ void zr_printf_utf8(uint32_t code, ...) {
   snprintf(line, sizeof line, "tqldif2v6: %u %s: ", code, severityNames[message->severity]);
   appendVisibly(line, text);
   appendAddition(line, *message);
+  const size_t end = strlen(line);
+  snprintf(line + end, sizeof line - end, "\n%s", message->addition == REASON_AND_USAGE ? usageText : "");
   FILE* route = routeOf(message->severity);
-  fprintf(route, "%s\n%s", line, message->addition == REASON_AND_USAGE ? usageText : "");
+  fwrite(line, 1, strlen(line), route);
   fflush(route);
 }

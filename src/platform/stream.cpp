@@ -73,7 +73,9 @@ int openFile(const char* name, OpenMode mode, FileKind kind) {
   // Pipes and devices have no length to cut: EINVAL says so and is no failure.
   if (objection == nullptr && mode == OPEN_TO_CREATE && ftruncate(descriptor, 0) != 0 && errno != EINVAL)
     objection = strerror(errno);
-  if (objection == nullptr) return descriptor;
+  if (objection == nullptr && fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK) == 0)
+    return descriptor;
+  if (objection == nullptr) objection = strerror(errno);
   snprintf(messageReason, sizeof messageReason, "%s", objection);
   close(descriptor);
   return -1;
@@ -179,6 +181,7 @@ size_t readLine(Stream* stream, char* buffer, size_t limit) {
     const size_t available = std::min(stream->filled - stream->cursor, limit);
     const void* newline = memchr(from, '\n', available);
     if (newline == nullptr && available < limit && readMore(stream)) continue;
+    if (newline == nullptr && stream->readHasFailed) return 0;  // not the part of a line that came before
     const size_t length = newline == nullptr ? std::min(stream->filled - stream->cursor, limit)
                                              : static_cast<size_t>(static_cast<const char*>(newline) - from) + 1;
     memcpy(buffer, stream->window + stream->cursor, length);

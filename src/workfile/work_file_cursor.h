@@ -34,7 +34,8 @@ int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream);
 
 // Blanks the next entry out in place; leaves the stream after it. Returns 0 (end of file included). Returns -1
 // when a position call fails (message POSITION_CALL_FAILED has been issued) or a write fails (nothing issued);
-// either way the caller issues PROCESSING_FAILED.
+// either way the caller issues PROCESSING_FAILED. Writes are collected: one that fails may show only at a later
+// entry or when the stream is closed.
 int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream);
 
 // Remembers a position as that of the first entry stepped over in this pass, unless one is remembered already.
