@@ -32,6 +32,6 @@ void freeSecUserDN(int32_t slot);
 void freeSecPolicyDN(int32_t slot);
 void freeSecGroupDN(int32_t slot);
 
-// Stores a copy of the DN of line 0, its line end included, as the slot's policy DN. Line 0 must have its
-// three-character tag.
+// Stores a copy of the DN of line 0, its line end included, as the slot's policy DN in place of an earlier one. Line 0
+// must have its three-character tag.
 void copySecPolicyDNFromObjectArrayToSecPolicyDNArray(int32_t slot);

@@ -2,6 +2,6 @@
 #pragma once
 
 // Takes the command line over into the file names, the slot limits, debug (1 when a trace file is named) and
-// createdFilePermissions. Ends the run with
-// USAGE_ERROR, messageReason saying why, when it cannot be used; nothing has been opened for writing then.
+// createdFilePermissions. Ends the run with USAGE_ERROR, messageReason saying why, when it cannot be used; nothing
+// has been opened for writing then.
 void readCommandLine(int argumentCount, char* const* arguments);

@@ -11,6 +11,7 @@
 #include "driver/run_state.h"
 #include "output/flush.h"
 #include "platform/file_operations.h"
+#include "platform/message_details.h"
 #include "platform/message_service.h"
 #include "platform/stream.h"
 #include "workfile/final_copy.h"
@@ -85,7 +86,8 @@ static void preserveWorkFile() {
   if (snprintf(systemCommand, sizeof systemCommand, COMMAND, temp_input_ldif_filename) < 0) systemCommand[0] = '\0';
   traceLine("main():  Preserve a copy of the temporary input file  \n");
   traceLine("         The system command to be executed is:    %s  \n", systemCommand);
-  copyFile(temp_input_ldif_filename, PRESERVED_WORK_FILE);
+  if (copyFile(temp_input_ldif_filename, PRESERVED_WORK_FILE) != 0)
+    traceLine("main():  The copy could not be made:  %s  \n", messageReason);
 }
 
 // Kept: this is the one failed step that the run survives.
@@ -95,6 +97,7 @@ static void writeLastGatheredData() {
     reportError(
         "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file during EXIT processing.  \n");
     zr_printf_utf8(PROCESSING_FAILED);
+    concerning(nullptr);
   }
   traceLine("\nmain():  Returned from copyAllAccumulatedDataToOutputFile() at EXIT label \n");
 }

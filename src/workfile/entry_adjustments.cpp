@@ -17,11 +17,17 @@
 
 static constexpr char MALLOC_FAILURE[] = "tweekObjectInObjectArray():  malloc() failure.  EXITING. \n";
 
-// Returns the first place in the entry where the text stands in this very case, or null.
-static char* findInObject(const ColonText& text) {
+// A text found in the entry: the line, and where in it the text stands; null when not found.
+struct Found {
+  char* line;
+  char* place;
+};
+
+// Looks for the first place in the entry where the text stands in this very case.
+static Found findInObject(const ColonText& text) {
   for (int32_t i = 0; i < next_available_object_slot; ++i)
-    if (const char* place = findExactly(object[i], text)) return object[i] + (place - object[i]);
-  return nullptr;
+    if (const char* place = findExactly(object[i], text)) return {object[i], object[i] + (place - object[i])};
+  return {nullptr, nullptr};
 }
 
 static bool objectContainsInAnyCase(const ColonText& text) {
@@ -34,14 +40,14 @@ static bool objectContainsInAnyCase(const ColonText& text) {
 static void convertVersion() {
   constexpr char VERSION_TAG[] = "version: ";
   constexpr size_t VERSION_LENGTH = 3;
-  char* place = findInObject(VERSION_TAG);
-  if (place == nullptr) return;
-  char* value = skipSpaces(place + strlen(VERSION_TAG) - 1);
+  const Found found = findInObject(VERSION_TAG);
+  if (found.line == nullptr) return;
+  char* value = skipSpaces(found.place + strlen(VERSION_TAG) - 1);
   const size_t replaced = std::min(strcspn(value, "\r\n"), VERSION_LENGTH);
   memmove(value + VERSION_LENGTH, value + replaced, strlen(value + replaced) + 1);
   memcpy(value, "6.0", VERSION_LENGTH);
   traceLine("tweekObjectInObjectArray():  The secAuthorityInfo object is:      %s \n", object[0]);
-  traceLine("tweekObjectInObjectArray():    The converted version attribute is:  %s \n", place);
+  traceLine("tweekObjectInObjectArray():    The converted version attribute is:  %s \n", found.line);
 }
 
 // Kept: the hour is that of the 12-hour clock and the time is local, although the value ends in "Z".
@@ -92,13 +98,13 @@ static void addDomainId() {
 }
 
 static void renameUuid() {
-  char* place = findInObject("secuuid: ");
-  if (place == nullptr) return;
-  memcpy(place + strlen("sec"), "UUID", strlen("UUID"));
+  const Found found = findInObject("secuuid: ");
+  if (found.line == nullptr) return;
+  memcpy(found.place + strlen("sec"), "UUID", strlen("UUID"));
   traceLine(objectClass == SECUSER_OBJECTCLASS ? "tweekObjectInObjectArray():  The secUser object is:      %s \n"
                                                : "tweekObjectInObjectArray():  The secGroup object is:      %s \n",
             object[0]);
-  traceLine("tweekObjectInObjectArray():    The modified secUUID  is:  %s \n", place);
+  traceLine("tweekObjectInObjectArray():    The modified secUUID  is:  %s \n", found.line);
 }
 
 int32_t tweekObjectInObjectArray() {

@@ -12,10 +12,11 @@
 // A line that holds one of these, in any case, stays behind.
 static constexpr ColonText droppedTexts[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:", "control:"};
 
+// Writes the entry's lines through to the file. Returns 0 or -1.
 static int32_t writeLines() {
   for (int32_t i = 0; i < OBJECT_ARRAY_SIZE && object[i] != nullptr; ++i)
     if (findInAnyCase(object[i], droppedTexts) == nullptr && writeText(ofp, object[i]) != 0) return -1;
-  return 0;
+  return flushStream(ofp);
 }
 
 static void traceObjectRead() {
@@ -45,9 +46,9 @@ static int32_t copyObject() {
   }
   freeObject();
   next_available_object_slot = 0;
-  if (writeText(ofp, "\n") != 0) {
+  if (writeText(ofp, "\n") != 0 || flushStream(ofp) != 0) {
     traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
-    exit(-1);  // Kept: the one failure that ends the run without a message.
+    exit(-1);  // Kept: without a message.
   }
   if (deleteNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
     reportError(

@@ -1,5 +1,6 @@
 // What the passes remember of the entries that they have left in the work file, so that a later pass reads only
-// those that it may gather. Nothing but time depends on it: what is not remembered is read.
+// those that it may gather. The output does not depend on it: what is not remembered, for want of memory too, is
+// read.
 #pragma once
 
 #include <cstdint>

@@ -6,7 +6,10 @@
 #include "ldif/line_reader.h"
 #include "ldif/text.h"
 
-static void stopOnFailure(int32_t result) {
+// Writes through to the file, so that it is complete up to a line that fails.
+static void write(const char* text) {
+  int32_t result = writeText(ofp, text);
+  if (result == 0) result = flushStream(ofp);
   if (result == 0) return;
   traceLine("moveNextObjectToOutputLDIFFile():  fputs() failed with rc=%d \n", result);
   exitWithMessage(WRITE_FAILED, output_ldif_filename);
@@ -14,7 +17,7 @@ static void stopOnFailure(int32_t result) {
 
 static void writeTerminatingBlankLine() {
   traceLine("This is a BLANK line which terminates the object.  \n");
-  stopOnFailure(writeText(ofp, "\n"));
+  write("\n");
   traceLine("moveNextObjectToOutputLDIFFile():  Writing a blank line between objects \n");
 }
 
@@ -24,7 +27,7 @@ static constexpr ColonText entryUuidTexts[] = {"XOQ-ENTRYUUID:", "xoq-entryuuid:
 static void writeLine() {
   if (findExactly(nextLine, entryUuidTexts) != nullptr) return;
   traceLine("moveNextObjectToOutputLDIFFile():  Writing this line to the output LDIF file. \n");
-  stopOnFailure(writeText(ofp, nextLine));
+  write(nextLine);
 }
 
 void moveNextObjectToOutputLDIFFile() {
@@ -45,6 +48,6 @@ void moveNextObjectToOutputLDIFFile() {
       writeLine();
     }
   }
-  stopOnFailure(flushStream(ofp));
+  write("");
   traceLine("moveNextObjectToOutputLDIFFile():  FUNCTION EXIT   \n");
 }

@@ -1,0 +1,118 @@
+#!/usr/bin/env python3
+"""Measures whole conversions against cp of the same file.
+
+usage: bench/measure.py [--tool TOOL] [--folder FOLDER] [--megabytes 100 1000] [--pairs 5]
+
+Generates lifelike exports, once, in the folder (default: a folder of the system's temporary one, removed at the
+end). Tool and cp are timed in turn, output files removed before each; the input is in the page cache. Prints one
+table row a case: medians, spread, ratio, peak memory, system calls for each gathered entry.
+"""
+import argparse
+import os
+import re
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+from pathlib import Path
+
+project = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(project / "tests" / "model"))
+import generate  # noqa: E402  (beside the tests' model)
+
+USERS_IN_A_MEGABYTE = 800  # what the generator makes, roughly
+USERS_FOR_A_GROUP = 100
+GATHERED = re.compile(rb"^objectclass: sec(user|group|map|policy|policydata)\r?$", re.IGNORECASE | re.MULTILINE)
+
+# name, order of the entries, number of passes, limit: of the ratio to cp, or to the one-pass time of the same file
+CASES = (
+    ("one pass, by class", "class", 1, "8 x cp"),
+    ("10 passes, by class", "class", 10, "1.3 x one pass"),
+    ("100 passes, by class", "class", 100, "1.3 x one pass"),
+    ("1,000 passes, by class", "class", 1000, "1.3 x one pass"),
+    ("one pass, shuffled", "shuffled", 1, "12 x cp"),
+    ("100 passes, shuffled", "shuffled", 100, "12 x cp"),
+)
+
+
+class Export:
+    """A generated file and what is known of it."""
+
+    def __init__(self, folder, megabytes, order):
+        self.users = megabytes * USERS_IN_A_MEGABYTE
+        self.groups = self.users // USERS_FOR_A_GROUP
+        self.path = folder / f"export-{megabytes}-{order}.ldif"
+        if not self.path.exists():
+            with self.path.open("wb") as file:
+                file.writelines(generate.lifelikePieces(1, self.users, self.groups, order))
+        with self.path.open("rb") as file:
+            self.entries = sum(len(GATHERED.findall(block)) for block in iter(lambda: file.read(1 << 24), b""))
+
+    def slots(self, passes):
+        return [str(-(-count // passes)) for count in (self.users, self.groups)]
+
+
+def timed(command, *outputs):
+    """Runs a command; returns its time in seconds and its peak memory in MiB."""
+    for path in outputs:
+        path.unlink(missing_ok=True)
+    began = time.perf_counter()
+    child = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    elapsed = time.perf_counter() - began
+    if status != 0:
+        sys.exit(f"failed: {command}")
+    return elapsed, usage.ru_maxrss / 1024
+
+
+def system_calls(command, output):
+    """Counts the system calls of a command."""
+    output.unlink(missing_ok=True)
+    with tempfile.NamedTemporaryFile("r") as report:
+        subprocess.run(["strace", "-f", "-c", "-U", "calls,name", "-o", report.name, *command], check=True,
+                       stdout=subprocess.DEVNULL)
+        return int(re.search(r"^\s*(\d+)\s+total$", report.read(), re.MULTILINE).group(1))
+
+
+def measure(tool, export, passes, pairs):
+    output, copy = export.path.with_name("output.ldif"), export.path.with_name("copy.ldif")
+    convert = [tool, str(export.path), str(output), *export.slots(passes)]
+    copying = ["cp", str(export.path), str(copy)]
+    copies, runs = [], []
+    for _ in range(pairs):
+        copies.append(timed(copying, output, copy)[0])
+        runs.append(timed(convert, output, copy))
+    calls = system_calls(convert, output)
+    for path in (output, copy):
+        path.unlink(missing_ok=True)
+    return copies, [seconds for seconds, _ in runs], max(memory for _, memory in runs), calls / export.entries
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--tool", default=str(project / "build" / "release" / "tqldif2v6"))
+    parser.add_argument("--folder", type=Path)
+    parser.add_argument("--megabytes", type=int, nargs="+", default=[100, 1000])
+    parser.add_argument("--pairs", type=int, default=5)
+    arguments = parser.parse_args()
+    with tempfile.TemporaryDirectory() as scratch:
+        folder = arguments.folder or Path(scratch)
+        folder.mkdir(parents=True, exist_ok=True)
+        print("| Size | Case | Limit | cp (s) | Tool (s) | Spread (s) | Ratio to cp | To one pass | Memory (MiB) "
+              "| Calls an entry |\n|---|---|---|---|---|---|---|---|---|---|")
+        for megabytes in arguments.megabytes:
+            exports, one_pass = {}, {}
+            for name, order, passes, limit in CASES:
+                export = exports.setdefault(order, None) or Export(folder, megabytes, order)
+                exports[order] = export
+                copies, runs, memory, calls = measure(arguments.tool, export, passes, arguments.pairs)
+                copied, ran = statistics.median(copies), statistics.median(runs)
+                one_pass.setdefault(order, ran)
+                print(f"| {export.path.stat().st_size // 1000000} MB | {name} | {limit} | {copied:.3f} | {ran:.3f} "
+                      f"| {min(runs):.3f} to {max(runs):.3f} | {ran / copied:.1f} | {ran / one_pass[order]:.2f} "
+                      f"| {memory:.0f} | {calls:.3f} |", flush=True)
+
+
+if __name__ == "__main__":
+    main()
