@@ -44,3 +44,5 @@ const CatalogueMessage* findCatalogueMessage(uint32_t code) {
     if (message.code == code) return &message;
   return nullptr;
 }
+
+int messageNumber(const CatalogueMessage& message) { return static_cast<int>(&message - catalogueMessages) + 1; }

@@ -21,5 +21,8 @@ struct CatalogueMessage {
 // Returns the message of a code, or null when the catalogue has none.
 const CatalogueMessage* findCatalogueMessage(uint32_t code);
 
+// Returns the number of the message in translations: 1 for the first code, and so on.
+int messageNumber(const CatalogueMessage& message);
+
 // How the tool is called; all of the help there is.
 extern const char* const usageText;

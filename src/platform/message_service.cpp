@@ -6,6 +6,7 @@
 
 #include "platform/message_catalogue.h"
 #include "platform/message_details.h"
+#include "platform/message_translation.h"
 
 // A text with its arguments, of which a file name of 4095 characters is the longest.
 static constexpr size_t TEXT_CAPACITY = 8192;
@@ -64,7 +65,7 @@ void zr_printf_utf8(uint32_t code, ...) {
   static char text[TEXT_CAPACITY];
   va_list arguments;
   va_start(arguments, code);
-  vsnprintf(text, sizeof text, message->text, arguments);
+  vsnprintf(text, sizeof text, textInLanguage(*message), arguments);
   va_end(arguments);
 
   static char line[LINE_CAPACITY];

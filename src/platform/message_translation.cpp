@@ -1,0 +1,69 @@
+#include "platform/message_translation.h"
+
+#include <nl_types.h>
+
+#include <array>
+#include <cctype>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+
+static constexpr size_t MAXIMUM_ARGUMENTS = 9;
+
+// What a format takes: the conversion character of each argument, 0 for one that it does not use.
+struct Arguments {
+  std::array<char, MAXIMUM_ARGUMENTS> conversions;
+  bool isUnderstood;
+};
+
+// Reads the number before a '$', if that is what comes, and moves behind it. Returns 0 for a conversion without one.
+static size_t readPosition(const char*& format) {
+  if (isdigit(static_cast<unsigned char>(*format)) == 0) return 0;
+  char* end = nullptr;
+  const unsigned long number = strtoul(format, &end, 10);
+  if (end == format || *end != '$') return 0;
+  format = end + 1;
+  return number;
+}
+
+static Arguments argumentsOf(const char* format) {
+  Arguments arguments = {{}, true};
+  size_t inOrder = 0;
+  size_t byPosition = 0;
+  for (format = strchr(format, '%'); format != nullptr; format = strchr(format, '%')) {
+    ++format;
+    if (*format == '%') {
+      ++format;
+      continue;
+    }
+    const size_t position = readPosition(format);
+    const size_t index = position > 0 ? position - 1 : inOrder;
+    ++(position > 0 ? byPosition : inOrder);
+    format += strspn(format, "-+ #0123456789.");
+    const bool isKnown = *format == 's' || *format == 'd';
+    if (!isKnown || index >= MAXIMUM_ARGUMENTS || (inOrder > 0 && byPosition > 0)) return {{}, false};
+    char& conversion = arguments.conversions[index];
+    if (conversion != 0 && conversion != *format) return {{}, false};
+    conversion = *format;
+  }
+  return arguments;
+}
+
+bool takesSameArguments(const char* format, const char* otherFormat) {
+  const Arguments arguments = argumentsOf(format);
+  const Arguments otherArguments = argumentsOf(otherFormat);
+  return arguments.isUnderstood && otherArguments.isUnderstood && arguments.conversions == otherArguments.conversions;
+}
+
+static nl_catd openCatalogue() {
+  setlocale(LC_MESSAGES, "");
+  return catopen("tqldif2v6.cat", NL_CAT_LOCALE);
+}
+
+const char* textInLanguage(const CatalogueMessage& message) {
+  static nl_catd catalogue = openCatalogue();
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how catopen says that there is none
+  if (catalogue == reinterpret_cast<nl_catd>(-1)) return message.text;
+  const char* text = catgets(catalogue, 1, messageNumber(message), message.text);
+  return takesSameArguments(text, message.text) ? text : message.text;
+}

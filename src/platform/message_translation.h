@@ -1,0 +1,13 @@
+// Message texts in the administrator's language.
+#pragma once
+
+#include "platform/message_catalogue.h"
+
+// Returns the message's text: that of the POSIX message catalogue tqldif2v6.cat, found through NLSPATH and the
+// locale of messages, if it has one that takes the same arguments, otherwise the embedded one. The catalogue is
+// opened at the first call, which sets the locale of messages and no other; it stays open.
+const char* textInLanguage(const CatalogueMessage& message);
+
+// True when both printf formats take the same arguments, in number and type. Known are %s and %d with flags, width
+// and precision, in order or by position (%2$s); a format with anything else is refused.
+bool takesSameArguments(const char* format, const char* otherFormat);
