@@ -48,12 +48,13 @@ int32_t closeStream(Stream*& stream);
 void closeAllStreams();
 
 // Reads up to and including the next newline, at most limit characters, into buffer (limit + 1 bytes, closed
-// by a NUL; the characters themselves may hold NULs). Returns the number of characters; 0 at the end of the
-// file or when the read fails, which readFailed tells apart.
+// by a NUL; the characters themselves may hold NULs). Returns the number of characters; 0, the buffer being of no
+// meaning, at the end of the file or when the read fails, which readFailed tells apart.
 size_t readLine(Stream* stream, char* buffer, size_t limit);
 
 // Moves over lines that hold only spaces, carriage returns and newlines, as readLine with this limit would cut
-// them: the next line read is the first that holds anything else, or none is left. Much faster than reading them.
+// them: the next line read is the first that holds anything else, or the last one, or none is left. Much faster than
+// reading them.
 void skipBlankLines(Stream* stream, size_t limit);
 
 // True once a read of the stream has failed; it stays so, and nothing more is read from the stream.

@@ -1,0 +1,122 @@
+#include "platform/file_operations.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/message_details.h"
+#include "test_support.h"
+
+namespace {
+
+class FileOperations : public FreshRun {
+ protected:
+  void SetUp() override {
+    FreshRun::SetUp();
+    writeFile("from", "text\n");
+  }
+};
+
+TEST_F(FileOperations, CopyAFile) {
+  EXPECT_EQ(copyFile("from", "to"), 0);
+  EXPECT_EQ(readFile("to"), "text\n");
+  EXPECT_EQ(readFile("from"), "text\n");
+}
+
+TEST_F(FileOperations, CopyALargeFile) {
+  const std::string text = repeated(300000, "line\n");
+  writeFile("from", text);
+  EXPECT_EQ(copyFile("from", "to"), 0);
+  EXPECT_EQ(readFile("to"), text);
+}
+
+TEST_F(FileOperations, ReplaceAFormerCopy) {
+  writeFile("to", "a longer former text\n");
+  EXPECT_EQ(copyFile("from", "to"), 0);
+  EXPECT_EQ(readFile("to"), "text\n");
+}
+
+TEST_F(FileOperations, DoNotCopyThroughALink) {
+  writeFile("target", "target\n");
+  symlink("target", "symbolic");
+  link("target", "hard");
+  copyFile("from", "symbolic");
+  copyFile("from", "hard");
+  EXPECT_EQ(readFile("target"), "target\n");
+}
+
+TEST_F(FileOperations, SayWhyAFileCannotBeCopied) {
+  EXPECT_EQ(copyFile("missing", "to"), -1);
+  EXPECT_STREQ(messageReason, "No such file or directory");
+  messageReason[0] = '\0';
+  EXPECT_EQ(copyFile("from", "missing/to"), -1);
+  EXPECT_STRNE(messageReason, "");
+}
+
+TEST_F(FileOperations, RemoveAFileByItsVeryName) {
+  writeFile("a*", "");
+  writeFile("ab", "");
+  removeFile("a*");
+  removeFile("missing");
+  EXPECT_FALSE(exists("a*"));
+  EXPECT_TRUE(exists("ab"));
+}
+
+TEST_F(FileOperations, LeaveAFolderThatIsNotEmpty) {
+  mkdir("folder", 0700);
+  writeFile("folder/file", "");
+  removeFile("folder");
+  EXPECT_TRUE(exists("folder/file"));
+}
+
+struct SameFileCase {
+  const char* name;
+  const char* one;
+  const char* other;
+  bool same;
+};
+class SameFile : public FileOperations, public testing::WithParamInterface<SameFileCase> {};
+const SameFileCase sameFileCases[] = {
+    {"OneName", "from", "from", true},
+    {"AnotherSpelling", "from", "folder/..//./from", true},
+    {"SymbolicLink", "from", "symbolic", true},
+    {"HardLink", "hard", "from", true},
+    {"OtherFile", "from", "other", false},
+    {"OneMissing", "from", "missing", false},
+    {"BothMissingUnderOneName", "missing", "missing", true},
+    {"BothMissingByAnotherSpelling", "missing", "folder/../missing", true},
+    {"MissingInALinkedFolder", "folder/missing", "linked/missing", true},
+    {"LinkThatLeadsNowhere", "missing", "dangling", true},
+    {"BothMissing", "missing", "missing2", false},
+    {"MissingInDifferentFolders", "missing", "folder/missing", false},
+    {"Device", "/dev/null", "/dev/null", false},
+};
+INSTANTIATE_CASES(SameFile, sameFileCases);
+TEST_P(SameFile, IsSeenThroughEveryName) {
+  writeFile("other", "text\n");
+  mkdir("folder", 0700);
+  symlink("folder", "linked");
+  symlink("from", "symbolic");
+  symlink("missing", "dangling");
+  link("from", "hard");
+  EXPECT_EQ(isSameFile(GetParam().one, GetParam().other), GetParam().same);
+  EXPECT_EQ(isSameFile(GetParam().other, GetParam().one), GetParam().same);
+}
+
+TEST_F(FileOperations, TellThePermissionsOfAFile) {
+  chmod("from", 0751);
+  EXPECT_EQ(permissionsOf("from"), 0751u);
+  EXPECT_EQ(permissionsOf("missing"), 0600u);
+}
+
+TEST_F(FileOperations, KeepFilesOffTheStandardDescriptors) {
+  const auto opensAtThree = [] {
+    for (int descriptor = 0; descriptor < 3; descriptor++) close(descriptor);
+    openMissingStandardStreams();
+    closefrom(3);
+    _exit(open("from", O_RDONLY) == 3 ? 7 : 1);
+  };
+  EXPECT_EXIT(opensAtThree(), testing::ExitedWithCode(7), "");
+}
+
+}  // namespace

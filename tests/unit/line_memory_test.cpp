@@ -1,0 +1,46 @@
+#include "ldif/line_memory.h"
+
+#include <cstring>
+
+#include "test_support.h"
+
+namespace {
+
+class LineMemory : public FreshRun {};
+
+TEST_F(LineMemory, CopiesATextWithRoomBehindIt) {
+  for (size_t length : {0u, 1u, 50u, 4095u, 100000u}) {
+    const std::string text = repeated(length, "x");
+    char* copy = copyLine(text.c_str(), "");
+    EXPECT_EQ(copy, text);
+    memset(copy + length, 'y', LINE_SPARE);
+    freeLine(copy);
+  }
+}
+
+TEST_F(LineMemory, HandsEachBlockToOneOwner) {
+  std::vector<char*> lines;
+  for (int round = 0; round < 3; round++) {
+    for (size_t size = 1; size <= 600; size++) {
+      lines.push_back(allocateLine(size, ""));
+      memset(lines.back(), static_cast<int>(size % 251), size);
+    }
+    for (size_t size = 1; size <= 600; size++) {
+      const char* line = lines[size - 1];
+      EXPECT_TRUE(line[0] == static_cast<char>(size % 251) && line[size - 1] == line[0]) << size;
+    }
+    for (char* line : lines) freeLine(line);
+    lines.clear();
+  }
+}
+
+TEST_F(LineMemory, LeavesNullAlone) { freeLine(nullptr); }
+
+TEST_F(LineMemory, EndsTheRunWhenExhausted) {
+  startTrace();
+  EXPECT_FAILURE((failNextAllocation(), freeLine(allocateLine(20, "no line. \n"))), MEMORY_EXHAUSTED);
+  EXPECT_FAILURE((failNextAllocation(), freeLine(copyLine("a", "no copy. \n"))), MEMORY_EXHAUSTED);
+  EXPECT_EQ(traced(), "no line. \nno copy. \n");
+}
+
+}  // namespace

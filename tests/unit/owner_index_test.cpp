@@ -1,0 +1,85 @@
+#include "cache/owner_index.h"
+
+#include "test_support.h"
+
+namespace {
+
+class Owners : public FreshRun {
+ protected:
+  void TearDown() override {
+    free(index.places);
+    FreshRun::TearDown();
+  }
+  int32_t find(std::vector<std::string>& dns, const char* key) {
+    std::vector<char*> pointers;
+    for (std::string& dn : dns) pointers.push_back(dn.data());
+    return findOwner(index, pointers.data(), static_cast<int32_t>(dns.size()), key, hashOfDn(key));
+  }
+  bool mayHold(std::vector<std::string>& dns, const char* key) {
+    std::vector<char*> pointers;
+    for (std::string& dn : dns) pointers.push_back(dn.data());
+    return mayHoldOwner(index, pointers.data(), static_cast<int32_t>(dns.size()), hashOfDn(key));
+  }
+  OwnerIndex index = {};
+};
+
+TEST_F(Owners, AreNotFoundInAnEmptySide) {
+  Lines dns;
+  EXPECT_EQ(find(dns, "a\n"), NO_SLOT);
+}
+
+TEST_F(Owners, AreFoundWithoutRegardToCase) {
+  Lines dns = {"secAuthority=Default,cn=Other\n", "secAuthority=Default,cn=JDoe\n"};
+  EXPECT_EQ(find(dns, "SECAUTHORITY=DEFAULT,CN=jdoe\n"), 1);
+  EXPECT_EQ(find(dns, "SECAUTHORITY=DEFAULT,CN=jdoe"), NO_SLOT);
+  EXPECT_EQ(find(dns, "SECAUTHORITY=DEFAULT, CN=jdoe\n"), NO_SLOT);
+}
+
+TEST_F(Owners, DifferInAllButAsciiLetters) {
+  Lines dns = {"cn=\xC4[\n"};
+  EXPECT_EQ(find(dns, "cn=\xE4[\n"), NO_SLOT);
+  EXPECT_EQ(find(dns, "cn=\xC4{\n"), NO_SLOT);
+}
+
+TEST_F(Owners, AreFoundInTheFirstOfEqualSlots) {
+  Lines dns = {"b\n", "A\n", "a\n"};
+  EXPECT_EQ(find(dns, "a\n"), 1);
+}
+
+TEST_F(Owners, AreFoundAmongMany) {
+  Lines dns;
+  for (int i = 0; i < 3000; i++) {
+    dns.push_back("cn=" + std::to_string(i) + "\n");
+    EXPECT_EQ(find(dns, dns.back().c_str()), i);
+  }
+  for (int i = 0; i < 3000; i++) EXPECT_EQ(find(dns, ("CN=" + std::to_string(i) + "\n").c_str()), i);
+  EXPECT_EQ(find(dns, "cn=3000\n"), NO_SLOT);
+}
+
+TEST_F(Owners, OfAnEarlierPassAreForgotten) {
+  Lines first = {"a\n", "b\n"};
+  EXPECT_EQ(find(first, "b\n"), 1);
+  Lines none;
+  EXPECT_EQ(find(none, "b\n"), NO_SLOT);
+  Lines second = {"b\n", "c\n"};
+  EXPECT_EQ(find(second, "a\n"), NO_SLOT);
+  EXPECT_EQ(find(second, "b\n"), 0);
+}
+
+TEST_F(Owners, AreNeverDeniedWhenTheyAreThere) {
+  Lines dns;
+  EXPECT_FALSE(mayHold(dns, "a\n"));
+  for (int i = 0; i < 1000; i++) {
+    dns.push_back("cn=" + std::to_string(i) + "\n");
+    EXPECT_TRUE(mayHold(dns, ("CN=" + std::to_string(i) + "\n").c_str()));
+  }
+  dns = {"cn=0\n"};
+  EXPECT_FALSE(mayHold(dns, "cn=999\n"));
+}
+
+TEST_F(Owners, NeedMemory) {
+  Lines dns = {"a\n"};
+  EXPECT_FAILURE((failNextAllocation(), failNextReallocation(), find(dns, "a\n")), MEMORY_EXHAUSTED);
+}
+
+}  // namespace

@@ -1,0 +1,164 @@
+#include "driver/pass_loop.h"
+
+#include "driver/run_state.h"
+#include "test_support.h"
+#include "workfile/work_file_cursor.h"
+
+namespace {
+
+class PassLoop : public FreshRun {
+ protected:
+  void SetUp() override {
+    FreshRun::SetUp();
+    ofp = openToCreate("output.ldif");
+    buildCache(1, 1);
+  }
+};
+
+std::string userEntries(const std::string& name) {
+  return "dn: cn=m,cn=Users,secAuthority=Default\nobjectClass: secMap\nsecDN: cn=" + name +
+         "\n\n"
+         "dn: secAuthority=Default,cn=" +
+         name + "\nobjectClass: secUser\nprincipalName: " + name + "\n\n";
+}
+std::string userRecord(const std::string& name) {
+  return "dn: principalName=" + name + ",cn=Users,secAuthority=default\nobjectClass: secUser\nprincipalName: " + name +
+         "\nsecDN: cn=" + name + "\n\n";
+}
+std::string groupEntries(const std::string& name) {
+  return "dn: secAuthority=Default,cn=" + name + "\nobjectClass: secGroup\ncn: " + name +
+         "\n\n"
+         "dn: cn=m,cn=Groups,secAuthority=Default\nobjectClass: secMap\nsecDN: cn=" +
+         name + "\n\n";
+}
+std::string groupRecord(const std::string& name) {
+  return "dn: cn=" + name + ",cn=Groups,secAuthority=default\nobjectClass: secGroup\ncn: " + name +
+         "\nsecDN: cn=" + name + "\n\n";
+}
+
+const std::string UNDER_WAY = "tqldif2v6: 380928312 NOTICE: A pass over the work file is under way.\n";
+const std::string BEING_WRITTEN =
+    "tqldif2v6: 380928313 NOTICE: The users and groups gathered in this pass are being written.\n";
+
+TEST_F(PassLoop, TakesOneUserAndOneGroupPerPassWithOneSlotEach) {
+  writeFile("input.tmp",
+            userEntries("a") + groupEntries("g") + userEntries("b") + userEntries("c") + groupEntries("h"));
+  const std::string pass = UNDER_WAY + BEING_WRITTEN;
+  EXPECT_EQ(outputOf([] { makePasses(); }), pass + pass + pass);
+  EXPECT_EQ(tifp, nullptr);
+  closeStream(ofp);
+  EXPECT_EQ(readFile("output.ldif"),
+            userRecord("a") + groupRecord("g") + userRecord("b") + groupRecord("h") + userRecord("c"));
+  EXPECT_EQ(readFile("input.tmp").find_first_not_of(" \r\n"), std::string::npos);
+}
+
+TEST_F(PassLoop, WritesTheSameWhenTracing) {
+  writeFile("input.tmp", userEntries("a") + userEntries("b") + groupEntries("g"));
+  startTrace();
+  outputOf([] { makePasses(); });
+  closeStream(ofp);
+  EXPECT_EQ(readFile("output.ldif"), userRecord("a") + groupRecord("g") + userRecord("b"));
+  const std::string end =
+      "\nmain():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n";
+  expectTraced({"main():  Beginning new iteration of outer loop to make another pass on the input file. \n",
+                "\nmain():  Another object WAS read successfully.  \n"
+                "         next_available_object_slot = 3  \n"
+                "         THE OBJECT READ WAS:  \n",
+                "secDN: cn=a\n", "\nmain():  This is the end of the inner loop \n", end,
+                "\nmain():  Calling copyAllAccumulatedDataToOutputFile() within loop \n",
+                "\nmain():  Returned from copyAllAccumulatedDataToOutputFile() within loop \n",
+                "\nmain():  This is the end of the outer loop \n",
+                "main():  Beginning new iteration of outer loop to make another pass on the input file. \n", end,
+                "main():  Beginning new iteration of outer loop to make another pass on the input file. \n", end,
+                "\nmain():  This is the end of the outer loop \n"});
+}
+
+TEST_F(PassLoop, TakesALastEntryThatTheEndOfTheFileEnds) {
+  std::string entries = userEntries("a");
+  entries.pop_back();
+  writeFile("input.tmp", entries);
+  outputOf([] { makePasses(); });
+  closeStream(ofp);
+  EXPECT_EQ(readFile("output.ldif"), userRecord("a"));
+}
+
+TEST_F(PassLoop, AnnouncesAPassThatMeetsResourceCredentialsOnly) {
+  writeFile("input.tmp", "dn: cn=a\nobjectClass: secResCreds\n\ndn: cn=ResCreds\nobjectClass: container\n\n");
+  EXPECT_EQ(outputOf([] { makePasses(); }), UNDER_WAY);
+  EXPECT_EQ(atLeastOneObjectProcessed, 0);
+}
+
+TEST_F(PassLoop, AnnouncesNoPassOverABlankWorkFile) {
+  writeFile("input.tmp", "     \r\n\n");
+  EXPECT_EQ(outputOf([] { makePasses(); }), "");
+}
+
+TEST_F(PassLoop, StopsWhenAPassGathersNothingAlthoughEntriesRemain) {
+  writeFile("input.tmp", userEntries("a"));
+  numberOfSecUserObjectsInObjectCache = 1;
+  numberOfSecMapForSecUserObjectsInObjectCache = 1;
+  EXPECT_FAILURE((echoToFile(), makePasses()), PROCESSING_FAILED);
+  EXPECT_EQ(echoed().find(BEING_WRITTEN), std::string::npos);
+}
+
+TEST_F(PassLoop, StopsWhenAPassCannotBeResumed) {
+  writeFile("input.tmp", "dn: cn=a\nobjectClass: secResCreds\n\n");
+  hasTheStepOverFilePositionBeenInitialized = 1;
+  filePositionOfFirstObjectSteppedOver = -1;
+  startTrace();
+  EXPECT_EXIT(makePasses(), testing::ExitedWithCode(255),
+              failureMessage(POSITION_CALL_FAILED, "fsetpos\\(\\) failed with return code -1"));
+  expectTraced({"main():  fsetpos() failed with rc = -1 (dec)  \n"});
+}
+
+TEST_F(PassLoop, ResumesWhereTheFirstEntryWasSteppedOver) {
+  writeFile("input.tmp", "dn: cn=a\nobjectClass: top\n\ndn: cn=b\nobjectClass: secResCreds\n\n");
+  hasTheStepOverFilePositionBeenInitialized = 1;
+  filePositionOfFirstObjectSteppedOver = 27;
+  outputOf([] { makePasses(); });  // the first entry would end the run
+  EXPECT_EQ(atLeastOneObjectProcessed, 0);
+}
+
+TEST_F(PassLoop, NamesAMissingWorkFile) {
+  startTrace();
+  EXPECT_EXIT(makePasses(), testing::ExitedWithCode(255),
+              failureMessage(FILE_NOT_OPENED, "input.tmp.*: No such file or directory"));
+  expectTraced(
+      {"main():  ERROR:  Unable to open temporary input LDIF file:  input.tmp. \n"
+       "                 EXITING \n"});
+}
+
+TEST_F(PassLoop, NamesAWorkFileThatCannotBeRead) {
+  snprintf(temp_input_ldif_filename, FILE_NAME_SIZE, "%s", UNREADABLE_FILE);
+  startTrace();
+  EXPECT_EXIT((echoToFile(), makePasses()), testing::ExitedWithCode(255),
+              failureMessage(OBJECT_NOT_READ, UNREADABLE_FILE));
+  expectTraced({"\nmain():  ERROR:  The next object could not be read successfully.  EXITING.  \n"});
+}
+
+TEST_F(PassLoop, StopsAtAnEntryOfNoClass) {
+  writeFile("input.tmp", "dn: o=a\nobjectClass: container\n\n");
+  startTrace();
+  EXPECT_FAILURE((echoToFile(), makePasses()), PROCESSING_FAILED);
+  const std::string error = "main():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n";
+  expectTraced({error});
+  EXPECT_NE(echoed().find(error), std::string::npos);
+}
+
+TEST_F(PassLoop, StopsWhenTheGatheredDataCannotBeWritten) {
+  closeStream(ofp);
+  ofp = streamThatCannotBeWritten();
+  writeFile("input.tmp",
+            "dn: secAuthority=Default,cn=g\nobjectClass: secGroup\ncn: g\n\n"
+            "dn: cn=m,secAuthority=Default\nobjectClass: secMap\nsecDN: cn=g\n\n");
+  startTrace();
+  EXPECT_FAILURE((echoToFile(), makePasses()), PROCESSING_FAILED);
+  const std::string error =
+      "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file.  EXITING.  \n";
+  expectTraced({"writeSecGroupAddToOutputFile():  fputs() failed with rc=-1 \n",
+                "copyAllAccumulatedDataToOutputFile() - writeSecGroupAddToOutputFile() failure.  RETURNING. \n",
+                error});
+  EXPECT_NE(echoed().find(error), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,277 @@
+#include "platform/stream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "platform/message_details.h"
+#include "test_support.h"
+
+namespace {
+
+constexpr size_t WINDOW = 256 * 1024;
+
+class StreamTest : public FreshRun {
+ protected:
+  static std::string line(Stream* stream, size_t limit = 100) {
+    std::vector<char> buffer(limit + 1, 'x');
+    const size_t length = readLine(stream, buffer.data(), limit);
+    EXPECT_EQ(buffer[length], '\0');
+    return std::string(buffer.data(), length);
+  }
+  static int64_t position(const Stream* stream) {
+    int64_t position = -1;
+    EXPECT_EQ(getPosition(stream, &position), 0);
+    return position;
+  }
+};
+
+TEST_F(StreamTest, ReadsLinesUpToTheLimit) {
+  writeFile("file", "abc\n\nabcdef\nlast");
+  Stream* stream = openForUpdate("file");
+  EXPECT_EQ(line(stream, 4), "abc\n");
+  EXPECT_EQ(line(stream, 4), "\n");
+  EXPECT_EQ(line(stream, 4), "abcd");
+  EXPECT_EQ(line(stream, 4), "ef\n");
+  EXPECT_EQ(line(stream, 4), "last");
+  EXPECT_EQ(line(stream, 4), "");
+  EXPECT_FALSE(readFailed(stream));
+}
+
+TEST_F(StreamTest, ReadsNuls) {
+  writeFile("file", std::string("a\0b\n", 4));
+  EXPECT_EQ(line(openForUpdate("file")), std::string("a\0b\n", 4));
+}
+
+TEST_F(StreamTest, ReadsALineAcrossWindows) {
+  writeFile("file", repeated(WINDOW - 2, "x") + "\nabcdef\n");
+  Stream* stream = openForUpdate("file");
+  EXPECT_EQ(line(stream, WINDOW).size(), WINDOW - 1);
+  EXPECT_EQ(line(stream), "abcdef\n");
+  EXPECT_EQ(position(stream), static_cast<int64_t>(WINDOW) + 6);
+}
+
+TEST_F(StreamTest, WritesInPlace) {
+  writeFile("file", "one\ntwo\nthree\n");
+  Stream* stream = openForUpdate("file");
+  line(stream);
+  EXPECT_EQ(position(stream), 4);
+  EXPECT_EQ(writeText(stream, "TWO\n"), 0);
+  EXPECT_EQ(line(stream), "three\n");
+  EXPECT_EQ(setPosition(stream, 4), 0);
+  EXPECT_EQ(line(stream), "TWO\n");
+  EXPECT_EQ(flushStream(stream), 0);
+  EXPECT_EQ(readFile("file"), "one\nTWO\nthree\n");
+}
+
+TEST_F(StreamTest, WritesInPlaceFarBack) {
+  writeFile("file", repeated(100000, "line\n"));
+  Stream* stream = openForUpdate("file");
+  for (int i = 0; i < 100000; i++) line(stream);
+  setPosition(stream, 5);
+  writeText(stream, "LINE");
+  setPosition(stream, 5 * 99999);
+  writeText(stream, "LAST");
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_EQ(readFile("file"), "line\nLINE\n" + repeated(99997, "line\n") + "LAST\n");
+}
+
+TEST_F(StreamTest, WritesOnBehindTheEnd) {
+  writeFile("file", "ab");
+  Stream* stream = openForUpdate("file");
+  EXPECT_EQ(setPosition(stream, 1), 0);
+  EXPECT_EQ(writeText(stream, "BCD"), 0);
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_EQ(readFile("file"), "aBCD");
+}
+
+TEST_F(StreamTest, WritesMoreThanAWindowAtOnce) {
+  Stream* stream = openToCreate("file");
+  const std::string text = repeated(3 * WINDOW + 1, "x");
+  EXPECT_EQ(writeText(stream, "a"), 0);
+  EXPECT_EQ(writeText(stream, text.data(), text.size()), 0);
+  EXPECT_EQ(writeText(stream, std::string("b\0c", 3).data(), 3), 0);
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_EQ(readFile("file"), "a" + text + std::string("b\0c", 3));
+}
+
+TEST_F(StreamTest, AppendsBehindWhatIsThere) {
+  writeFile("file", "former\n");
+  for (const char* name : {"file", "new"}) {
+    Stream* stream = openStream(name, OPEN_TO_APPEND, REGULAR_FILE);
+    EXPECT_EQ(writeText(stream, "added\n"), 0);
+    EXPECT_EQ(closeStream(stream), 0);
+  }
+  EXPECT_EQ(readFile("file"), "former\nadded\n");
+  EXPECT_EQ(readFile("new"), "added\n");
+}
+
+TEST_F(StreamTest, CreatesAnew) {
+  writeFile("file", "former\n");
+  Stream* stream = openToCreate("file");
+  EXPECT_EQ(readFile("file"), "");
+  writeText(stream, "new\n");
+  closeStream(stream);
+  EXPECT_EQ(readFile("file"), "new\n");
+}
+
+TEST_F(StreamTest, GivesCreatedFilesTheirPermissions) {
+  umask(0);
+  createdFilePermissions = 0640;
+  Stream* stream = openToCreate("file");
+  closeStream(stream);
+  struct stat status;
+  stat("file", &status);
+  EXPECT_EQ(status.st_mode & 0777u, 0640u);
+}
+
+TEST_F(StreamTest, NeedsTheFileToUpdate) {
+  EXPECT_EQ(openStream("missing", OPEN_FOR_UPDATE, REGULAR_FILE), nullptr);
+  EXPECT_STREQ(messageReason, "No such file or directory");
+  EXPECT_FALSE(exists("missing"));
+  EXPECT_EQ(openStream(".", OPEN_FOR_UPDATE, NAMED_BY_USER), nullptr);
+}
+
+struct KindCase {
+  const char* name;
+  const char* file;
+  FileKind kind;
+  bool opens;
+};
+class Kind : public StreamTest, public testing::WithParamInterface<KindCase> {};
+const KindCase kindCases[] = {
+    {"UserMayNameAFile", "file", NAMED_BY_USER, true},
+    {"UserMayNameALink", "symbolic", NAMED_BY_USER, true},
+    {"UserMayNameAPipe", "pipe", NAMED_BY_USER, true},
+    {"UserMayNameADevice", "/dev/null", NAMED_BY_USER, true},
+    {"RegularFile", "file", REGULAR_FILE, true},
+    {"RegularFileThroughALink", "symbolic", REGULAR_FILE, true},
+    {"PipeIsNoRegularFile", "pipe", REGULAR_FILE, false},
+    {"DeviceIsNoRegularFile", "/dev/null", REGULAR_FILE, false},
+    {"PrivateFile", "file", PRIVATE_FILE, true},
+    {"LinkIsNotPrivate", "symbolic", PRIVATE_FILE, false},
+    {"FileOfTwoNamesIsNotPrivate", "hard", PRIVATE_FILE, false},
+    {"PipeIsNotPrivate", "pipe", PRIVATE_FILE, false},
+    {"DeviceIsNotPrivate", "/dev/null", PRIVATE_FILE, false},
+    {"PrivateFileWhereADeviceMayBe", "file", PRIVATE_FILE_OR_DEVICE, true},
+    {"DeviceWhereAPrivateFileMayBe", "/dev/null", PRIVATE_FILE_OR_DEVICE, true},
+    {"LinkIsNeither", "symbolic", PRIVATE_FILE_OR_DEVICE, false},
+    {"FileOfTwoNamesIsNeither", "hard", PRIVATE_FILE_OR_DEVICE, false},
+    {"PipeIsNeither", "pipe", PRIVATE_FILE_OR_DEVICE, false},
+};
+INSTANTIATE_CASES(Kind, kindCases);
+TEST_P(Kind, DecidesWhatOpens) {
+  writeFile("file", "text\n");
+  writeFile("target", "text\n");
+  symlink("file", "symbolic");
+  link("target", "hard");
+  mkfifo("pipe", 0600);
+  for (OpenMode mode : {OPEN_FOR_UPDATE, OPEN_TO_APPEND, OPEN_TO_CREATE}) {
+    messageReason[0] = '\0';
+    Stream* stream = openStream(GetParam().file, mode, GetParam().kind);
+    EXPECT_EQ(stream != nullptr, GetParam().opens) << mode;
+    EXPECT_EQ(messageReason[0] == '\0', GetParam().opens) << mode;
+    closeStream(stream);
+  }
+  if (!GetParam().opens) {
+    EXPECT_EQ(readFile("target"), "text\n");
+  }
+}
+
+TEST_F(StreamTest, OpensNoFileOfAnotherUserAsPrivate) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+  writeFile("file", "text\n");
+  ASSERT_EQ(chown("file", 12345, 12345), 0);
+  EXPECT_EQ(openStream("file", OPEN_FOR_UPDATE, PRIVATE_FILE), nullptr);
+}
+
+TEST_F(StreamTest, HasNoPositionsOnAPipe) {
+  Stream* stream = streamWithoutPositions();
+  int64_t place = 0;
+  EXPECT_EQ(getPosition(stream, &place), -1);
+  EXPECT_EQ(setPosition(stream, 0), -1);
+}
+
+TEST_F(StreamTest, HasNoNegativePositions) {
+  writeFile("file", "text\n");
+  Stream* stream = openForUpdate("file");
+  line(stream);
+  EXPECT_EQ(setPosition(stream, -1), -1);
+  EXPECT_EQ(position(stream), 5);
+}
+
+TEST_F(StreamTest, TellsWhenAReadFails) {
+  Stream* stream = openForUpdate(UNREADABLE_FILE);
+  char buffer[101];
+  for (int i = 0; i < 2; i++) {
+    EXPECT_EQ(readLine(stream, buffer, 100), 0u);
+    EXPECT_TRUE(readFailed(stream));
+  }
+}
+
+TEST_F(StreamTest, NeverForgetsAFailedWrite) {
+  Stream* stream = openToCreate("/dev/full");
+  EXPECT_EQ(writeText(stream, "pending"), 0);
+  EXPECT_EQ(flushStream(stream), -1);
+  EXPECT_STREQ(messageReason, "No space left on device");
+  EXPECT_EQ(writeText(stream, "more"), -1);
+  EXPECT_EQ(flushStream(stream), -1);
+  EXPECT_EQ(closeStream(stream), -1);
+  EXPECT_EQ(stream, nullptr);
+}
+
+TEST_F(StreamTest, FailsWhenAWindowCannotBeWritten) {
+  Stream* stream = openToCreate("/dev/full");
+  const std::string text = repeated(WINDOW + 1, "x");
+  EXPECT_EQ(writeText(stream, text.c_str()), -1);
+}
+
+TEST_F(StreamTest, FailsToCloseWhenWhatIsPendingCannotBeWritten) {
+  Stream* stream = openToCreate("/dev/full");
+  writeText(stream, "pending");
+  EXPECT_EQ(closeStream(stream), -1);
+  EXPECT_STREQ(messageReason, "No space left on device");
+}
+
+struct SkipCase {
+  const char* name;
+  std::string contents;
+  size_t limit;
+  std::string next;  // the line read next
+};
+class Skip : public StreamTest, public testing::WithParamInterface<SkipCase> {};
+const SkipCase skipCases[] = {
+    {"EveryKindOfBlankLine", "\n  \n \r \r\n  text\n", 100, "  text\n"},
+    {"NothingBeforeText", "text\n\n", 100, "text\n"},
+    {"TabIsNoBlank", "\n\t\n", 100, "\t\n"},
+    {"WholeFile", repeated(300000, " \r\n"), 100, ""},
+    {"AcrossWindows", repeated(300000, " \r\n") + " text\n", 100, " text\n"},
+    {"BlankPieceOfALongLine", repeated(4, " ") + "text\n", 4, "text"},
+    {"LongLineWhoseFirstPieceIsNotBlank", "   text\n", 4, "   t"},
+};
+INSTANTIATE_CASES(Skip, skipCases);
+TEST_P(Skip, EndsBeforeTheFirstLineThatIsNotBlank) {
+  writeFile("file", GetParam().contents);
+  Stream* stream = openForUpdate("file");
+  skipBlankLines(stream, GetParam().limit);
+  EXPECT_EQ(line(stream, GetParam().limit), GetParam().next);
+  EXPECT_EQ(readFile("file"), GetParam().contents);
+}
+
+TEST_F(StreamTest, ClosesNothingTwice) {
+  Stream* stream = nullptr;
+  EXPECT_EQ(closeStream(stream), 0);
+}
+
+TEST_F(StreamTest, WritesWhatIsPendingWhenAllStreamsAreClosed) {
+  writeText(openToCreate("one"), "1\n");
+  writeText(openToCreate("two"), "2\n");
+  writeText(openToCreate("/dev/full"), "3\n");
+  closeAllStreams();
+  EXPECT_EQ(readFile("one"), "1\n");
+  EXPECT_EQ(readFile("two"), "2\n");
+}
+
+}  // namespace
