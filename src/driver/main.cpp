@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
+#include <new>
 
 #include "cache/object_cache.h"
 #include "driver/command_line.h"
@@ -36,8 +37,9 @@ static void surviveFailedWrites() {
 static void openTraceFile() {
   if (debug == 0) return;
   const int descriptor = openFile(debugFileName, OPEN_TO_CREATE, PRIVATE_FILE_OR_DEVICE);
-  if (descriptor >= 0) tfp = fdopen(descriptor, "w+");
-  if (tfp == nullptr) exitWithMessage(FILE_NOT_OPENED, debugFileName);
+  if (descriptor < 0) exitWithMessage(FILE_NOT_OPENED, debugFileName);
+  tfp = fdopen(descriptor, "w+");
+  if (tfp == nullptr) exitWithMessage(MEMORY_EXHAUSTED);  // it needs nothing else
 }
 
 static void showInput(void (*show)(const char* format, ...)) {
@@ -115,10 +117,11 @@ static void endRun() {
 }
 
 int main(int argumentCount, char* arguments[]) {
-  openMissingStandardStreams();
+  if (!openMissingStandardStreams()) return -1;  // there is nowhere to say so
   surviveFailedWrites();
   atexit(closeAllStreams);
   routeMessages();
+  std::set_new_handler([] { exitWithMessage(MEMORY_EXHAUSTED); });
   readCommandLine(argumentCount, arguments);
   openTraceFile();
   announceStart();

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <initializer_list>
 #include <system_error>
 
 #include "platform/message_details.h"
@@ -58,8 +59,11 @@ unsigned permissionsOf(const char* name) {
   return stat(name, &status) == 0 ? status.st_mode & 0777U : 0600U;
 }
 
-void openMissingStandardStreams() {
-  int descriptor = open("/dev/null", O_RDWR);
-  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = dup(descriptor);
-  if (descriptor > STDERR_FILENO) close(descriptor);
+bool openMissingStandardStreams() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    const bool isOpen = fcntl(descriptor, F_GETFD) >= 0;
+    // The lowest free number is given out, which is this one.
+    if (!isOpen && open("/dev/null", O_RDWR) < 0) return false;
+  }
+  return true;
 }

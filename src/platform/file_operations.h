@@ -17,6 +17,6 @@ bool isSameFile(const char* name, const char* otherName);
 // The permission bits of a file; 0600 when it cannot be looked at.
 unsigned permissionsOf(const char* name);
 
-// Opens /dev/null under each of the descriptors 0, 1 and 2 that the caller has left closed, so that no file
-// of the run is opened under their numbers and mistaken for standard output.
-void openMissingStandardStreams();
+// Opens /dev/null under each of the descriptors 0, 1 and 2 that the caller has left closed, so that no file of the
+// run is opened under their numbers and mistaken for standard output. Returns false when it cannot be opened.
+bool openMissingStandardStreams();

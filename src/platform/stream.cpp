@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "platform/message_details.h"
 
@@ -19,21 +19,21 @@ static constexpr size_t FIRST_READ_SIZE = size_t{8} * 1024;
 static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
 
 struct Stream {
-  int descriptor;
-  bool hasPositions;
-  bool readHasFailed;
-  bool writeHasFailed;
   int64_t windowStart;  // offset in the file of the window's first byte
   size_t readSize;      // bytes to read next
   size_t filled;        // bytes of the window that hold file content, read or written
   size_t cursor;        // next byte to read or write; at most filled
   size_t dirtyBegin;    // the bytes from here
   size_t dirtyEnd;      // up to here are not in the file yet; equal: nothing is pending
-  Stream* nextOpen;
+  int descriptor;
+  bool isOpen;
+  bool hasPositions;
+  bool readHasFailed;
+  bool writeHasFailed;
   char window[WINDOW_SIZE];
 };
 
-static Stream* openStreams = nullptr;
+static Stream streams[MAXIMUM_STREAMS];
 
 static void reasonFromErrno() { snprintf(messageReason, sizeof messageReason, "%s", strerror(errno)); }
 
@@ -81,24 +81,31 @@ int openFile(const char* name, OpenMode mode, FileKind kind) {
   return -1;
 }
 
-Stream* openStream(const char* name, OpenMode mode, FileKind kind) {
-  const int descriptor = openFile(name, mode, kind);
-  if (descriptor < 0) return nullptr;
-  auto* stream = static_cast<Stream*>(malloc(sizeof(Stream)));
-  if (stream == nullptr) {
-    reasonFromErrno();
-    close(descriptor);
-    return nullptr;
-  }
-  const off_t offset = lseek(descriptor, 0, mode == OPEN_TO_APPEND ? SEEK_END : SEEK_SET);
+static void initialise(Stream* stream, int descriptor, off_t offset) {
+  stream->isOpen = true;
   stream->descriptor = descriptor;
   stream->hasPositions = offset >= 0;
   stream->readHasFailed = stream->writeHasFailed = false;
   stream->windowStart = std::max<off_t>(offset, 0);
   stream->readSize = FIRST_READ_SIZE;
   stream->filled = stream->cursor = stream->dirtyBegin = stream->dirtyEnd = 0;
-  stream->nextOpen = openStreams;
-  openStreams = stream;
+}
+
+Stream* openStream(const char* name, OpenMode mode, FileKind kind) {
+  Stream* stream = std::find_if(std::begin(streams), std::end(streams), [](const Stream& s) { return !s.isOpen; });
+  if (stream == std::end(streams)) {
+    snprintf(messageReason, sizeof messageReason, "too many files are open");
+    return nullptr;
+  }
+  const int descriptor = openFile(name, mode, kind);
+  if (descriptor < 0) return nullptr;
+  const off_t offset = lseek(descriptor, 0, mode == OPEN_TO_APPEND ? SEEK_END : SEEK_SET);
+  if (offset < 0 && mode == OPEN_TO_APPEND && kind != NAMED_BY_USER) {
+    reasonFromErrno();
+    close(descriptor);
+    return nullptr;
+  }
+  initialise(stream, descriptor, offset);
   return stream;
 }
 
@@ -110,9 +117,9 @@ static void writePending(Stream* stream) {
     const int64_t offset = stream->windowStart + static_cast<int64_t>(stream->dirtyBegin);
     const ssize_t written = stream->hasPositions ? pwrite(stream->descriptor, from, length, offset)
                                                  : write(stream->descriptor, from, length);
-    if (written >= 0) {
+    if (written > 0) {
       stream->dirtyBegin += static_cast<size_t>(written);
-    } else if (errno != EINTR) {
+    } else if (written == 0 || errno != EINTR) {
       reasonFromErrno();
       stream->writeHasFailed = true;
     }
@@ -132,17 +139,14 @@ int32_t closeStream(Stream*& stream) {
     reasonFromErrno();
     result = -1;
   }
-  Stream** link = &openStreams;
-  while (*link != stream) link = &(*link)->nextOpen;
-  *link = stream->nextOpen;
-  free(stream);
+  stream->isOpen = false;
   stream = nullptr;
   return result;
 }
 
 void closeAllStreams() {
-  while (openStreams != nullptr) {
-    Stream* stream = openStreams;
+  for (Stream& open : streams) {
+    Stream* stream = open.isOpen ? &open : nullptr;
     closeStream(stream);
   }
 }

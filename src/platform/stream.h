@@ -23,6 +23,9 @@ enum FileKind {
 
 struct Stream;
 
+// How many streams can be open at once: the run needs three, and a test a few more.
+constexpr size_t MAXIMUM_STREAMS = 8;
+
 // Permission bits of the files that the tool creates, narrowed further by the umask. Set at start-up to those
 // of the input, whose secrets the files hold.
 inline unsigned createdFilePermissions = 0600;
@@ -32,7 +35,8 @@ inline unsigned createdFilePermissions = 0600;
 int openFile(const char* name, OpenMode mode, FileKind kind);
 
 // Opens a file as a stream; at its end when appending, otherwise at its beginning. Returns null with the
-// reason in messageReason when it cannot be opened. The caller closes it with closeStream.
+// reason in messageReason when it cannot be opened or is one too many. Takes no memory from the heap. The caller closes
+// it with closeStream.
 Stream* openStream(const char* name, OpenMode mode, FileKind kind);
 
 // Writes what is pending. Returns 0, or -1 when this or any earlier write to the stream failed, with the

@@ -79,6 +79,7 @@ static void prepareAllObjects() {
     const int32_t result = getNextObject(ifp);
     if (result == OBJECT_COPIED_TO_OUTPUT) continue;
     if (result != 0 && next_available_object_slot == 0) return;
+    if (readFailed(ifp)) return;  // the entry is not whole
     prepareObject();
   }
 }

@@ -1,0 +1,765 @@
+"""Conversions on a machine that fails: no memory, full or broken disks, closed and clogged standard streams.
+
+usage: test_faults.py TOOL INJECT_LIBRARY
+
+The library makes one call of a run fail, and every call has its turn. Whatever fails, a run must either give the
+output of an undisturbed run, or end with status 255 and say why; and it must leave its input as it was.
+"""
+import itertools
+import os
+import re
+import resource
+import subprocess
+import sys
+import tempfile
+import unittest
+from dataclasses import dataclass
+from pathlib import Path
+
+tool = ""
+library = ""
+sanitizer = ""  # the runtime that a sanitized tool needs to be loaded first
+
+MEMORY, POSITION, PROCESSING, OPENING, PREPARATION, WRITING, READING, COMPLETE = (
+    f"3809283{number}" for number in ("00", "01", "02", "04", "05", "06", "07", "15"))
+DISK_ERRORS = ("ENOSPC", "EIO", "EFBIG")
+WINDOW = 256 * 1024  # bytes of a file that the tool writes at once
+READ_FIRST = 8 * 1024  # bytes that it reads first
+SCRATCH = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # two thousand runs are too many for a disk
+
+
+# Exports. Every piece is one entry.
+
+def entry(*lines):
+    return "".join(f"{line}\n" for line in lines) + "\n"
+
+
+def authority():
+    return entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "secAuthority: Default", "version: 5.1")
+
+
+def container():
+    return entry("dn: cn=Users,secAuthority=Default", "objectclass: container", "cn: Users",
+                 "xoq-entryuuid: 1")
+
+
+def folded():
+    return entry("dn: ou=People,o=example", "objectclass: organizationalUnit", "ou: People", "description: a line that",
+                 "  goes on", "  and on")
+
+
+def common_policy():
+    return entry("dn: cn=Default,cn=Policies,secAuthority=Default", "objectclass: secPolicy", "cn: Default")
+
+
+def user(name, *more, authority="Default"):
+    return entry(f"dn: secAuthority={authority},cn={name},o=example", "objectclass: secUser",
+                 f"secAuthority: {authority}", f"principalName: {name}", "secuuid: 1", *more)
+
+
+def users_entry(name, *more, authority="Default"):
+    return entry(f"dn: principalName={name},cn=Users,secAuthority={authority}", "objectclass: secUser",
+                 f"secAuthority: {authority}", f"principalName: {name}", f"secDN: cn={name}, o=example", *more)
+
+
+def policy(name, *more, authority="Default"):
+    return entry(f"dn: cn=Policy,secAuthority={authority},cn={name},o=example", "objectclass: secPolicy", "cn: Policy",
+                 *more)
+
+
+def policy_data(name, *more, authority="Default"):
+    return entry(f"dn: cn=Data,secAuthority={authority},cn={name},o=example", "objectclass: secPolicyData", "cn: Data",
+                 *more)
+
+
+def map_of_user(name, *more, authority="Default"):
+    return entry(f"dn: cn=m-{name},cn=Users,secAuthority={authority}", "objectclass: secMap",
+                 f"secDN: cn={name}, o=example", *more)
+
+
+def group(name, *more):
+    return entry(f"dn: secAuthority=Default,cn={name},o=example", "objectclass: secGroup", f"cn: {name}", *more)
+
+
+def map_of_group(name, *more):
+    return entry(f"dn: cn=m-{name},cn=Groups,secAuthority=Default", "objectclass: secMap",
+                 f"secDN: cn={name}, o=example", *more)
+
+
+def credentials_container(*more):
+    return entry("dn: cn=ResCreds,secAuthority=Default", "objectclass: container", "cn: ResCreds", *more)
+
+
+def credentials(name, *more):
+    return entry(f"dn: cn={name},cn=ResCreds,secAuthority=Default", "objectclass: secResCreds", f"cn: {name}", *more)
+
+
+def unit(*more):
+    return entry("dn: ou=Other,o=example", "objectclass: organizationalUnit", *more)
+
+
+def padding(length):
+    """Lines of 100 bytes, and one of up to 199, of this length in total; 20 at least."""
+    full = (length - 20) // 100
+    return ["description: " + "x" * 86] * full + ["description: " + "y" * (length - 100 * full - 14)]
+
+
+def everything():
+    """Every class, two users, one of them with all a user can have, and a group; maps before their owners."""
+    return (authority() + container() + folded() + common_policy() + map_of_user("anna") + user("anna") + group("staff")
+            + credentials_container() + policy_data("anna") + users_entry("anna", "mail: anna@example")
+            + user("bert") + policy("anna") + map_of_group("staff") + credentials("web") + map_of_user("bert"))
+
+
+EVERYTHING_DNS = [
+    "secAuthority=Default", "cn=Users,secAuthority=Default", "ou=People,o=example",
+    "cn=Default,cn=Policies,secAuthority=Default", "principalName=anna,cn=Users,secAuthority=default",
+    "cn=Policies,principalName=anna,cn=Users,secAuthority=default",
+    "cn=Policy,cn=Policies,principalName=anna,cn=Users,secAuthority=default",
+    "principalName=bert,cn=Users,secAuthority=default", "cn=staff,cn=Groups,secAuthority=default",
+    "cn=ResCreds,secAuthority=Default", "cn=web,cn=ResCreds,secAuthority=Default"]
+
+
+def several_windows():
+    """More than a window of everything, so that each file is written and read in the middle of the run, too."""
+    return (unit(*padding(WINDOW + 1000)) + map_of_user("anna", *padding(2500)) + user("anna", *padding(2500))
+            + credentials("big", *padding(WINDOW + 1000)) + user("bert", *padding(2500)) + group("staff")
+            + credentials("bigger", *padding(WINDOW + 1000)) + map_of_group("staff") + map_of_user("bert")
+            + policy("anna", *padding(20000)))
+
+
+def oversized():
+    return (user("anna") + unit(*["a: b"] * 250_000) + map_of_user("anna") + unit("b: c"))
+
+
+def long_lines():
+    """Everything in lines too long for the small blocks of memory that lines are otherwise cut from."""
+    name = "n" * 600
+    more = ("mail: " + "m" * 600,)
+    return (authority() + map_of_user(name, *more) + user(name, *more) + users_entry(name, *more) + policy(name, *more)
+            + policy_data(name, *more) + group(name, *more) + map_of_group(name, *more) + credentials("c", *more))
+
+
+LONG_NAME = "a:" * 300  # so that a folded line of it has a colon in every part
+
+
+def one_class_each():
+    """Entries of every class that open a slot of their own."""
+    return (user(LONG_NAME) + map_of_user(LONG_NAME) + map_of_group("g" * 600) + group("g" * 600)
+            + policy_data("b" * 600) + user("b" * 600) + map_of_user("b" * 600)
+            + policy("c" * 600) + user("c" * 600) + map_of_user("c" * 600) + group("h" * 600) + map_of_group("h" * 600))
+
+
+# Runs.
+
+@dataclass
+class Result:
+    status: int
+    output: bytes
+    notices: str
+    errors: str
+    trace: str
+    is_delivered: bool
+
+    def codes(self):
+        return re.findall(r"^tqldif2v6: (\d+) ERROR: ", self.errors, re.MULTILINE)
+
+
+def masked(output):
+    return re.sub(rb"installDate: \d{14}", b"installDate: <now>", output)
+
+
+counts = {}
+
+
+def count(call):
+    counts[call] = counts.get(call, 0) + 1
+
+
+class FaultTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(dir=SCRATCH)
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
+    def file(self, name):
+        return self.folder / name
+
+    def content(self, name):
+        return self.file(name).read_bytes() if self.file(name).exists() else b""
+
+    def prepare(self, export, leftover=None):
+        """Takes an export, the work file that an earlier run left, or none, and forgets the results of other runs."""
+        self.export = export.encode()
+        self.leftover = leftover
+        self.file("input.ldif").write_bytes(self.export)
+
+    def run_tool(self, users=10, groups=10, fault=None, trace=None, echo=False, command=(), **options):
+        """Runs the tool, with the settings of the fault if there is one, and checks what holds for every run."""
+        for name in ("output.ldif", "input.ldif.tmp", "trace", "report", "TEMPORARY_INPUT_LDIF_FILE"):
+            self.file(name).unlink(missing_ok=True)
+        if self.leftover is not None:
+            self.file("input.ldif.tmp").write_text(self.leftover)
+        environment = {"PATH": os.environ["PATH"]}
+        if sanitizer:
+            environment["ASAN_OPTIONS"] = "detect_leaks=0"  # a run that fails gives nothing back
+        if echo:
+            environment["DEBUG_ERROR"] = ""
+        if fault is not None:
+            environment["LD_PRELOAD"] = " ".join(filter(None, (sanitizer, library)))
+            environment["FAULT_REPORT"] = "report"
+            environment |= {f"FAULT_{name.upper()}": str(value) for name, value in fault.items()}
+        arguments = [*command, tool, "input.ldif", "output.ldif", str(users), str(groups)] + ([trace] if trace else [])
+        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | options
+        run = subprocess.run(arguments, cwd=self.folder, env=environment, check=False, **options)
+        if fault is not None:
+            self.assertIn(self.content("report"), (b"armed", b"delivered"))
+        self.assertIn(run.returncode, (0, 255), f"{fault}: {(run.stderr or b'').decode()}")
+        self.assertEqual(self.content("input.ldif"), self.export, fault)
+        return Result(run.returncode, masked(self.content("output.ldif")), (run.stdout or b"").decode("latin-1"),
+                      (run.stderr or b"").decode("latin-1"), self.content("trace").decode("latin-1"),
+                      self.content("report") == b"delivered")
+
+    def undisturbed(self, **options):
+        result = self.run_tool(**options)
+        self.assertEqual((result.status, result.errors), (0, ""))
+        return result.output
+
+    def each_fault(self, check, fault, numbers=None, **options):
+        """Makes the calls of one kind fail, one in each run, and hands every result to a check."""
+        for number in numbers or range(1, 1000):
+            result = None
+            with self.subTest(**fault, number=number, **options):
+                result = self.run_tool(fault={**fault, "number": number}, **options)
+                if result.is_delivered:
+                    count(fault["call"])
+                    check(result)
+            if result is not None and not result.is_delivered:
+                break
+        self.assertTrue(result is None or numbers or number > 1, f"no call to fail: {fault}")
+
+    def assertSucceeded(self, result, expected):
+        self.assertEqual((result.status, result.errors), (0, ""))
+        self.assertTrue(result.output == expected, "the output differs")
+
+    def assertHarmless(self, result, expected, *codes):
+        if result.status == 0:
+            self.assertSucceeded(result, expected)
+        else:
+            self.assertFailed(result, *codes)
+
+    def assertFailed(self, result, *codes):
+        """Ended with one message, which is one of these, each a code or a code and what it says."""
+        self.assertEqual(result.status, 255)
+        self.assertEqual(len(result.codes()), 1, result.errors)
+        self.assertTrue(any(all(text in result.errors for text in code.split("|")) for code in codes), result.errors)
+        self.assertNotIn(COMPLETE, result.notices)
+
+    def assertFailedWriting(self, result, expected, *codes):
+        """Failed, in silence if it was the empty line behind an entry of the final copy that could not be written."""
+        written = result.output
+        if result.errors == "" and written.endswith(b"\n") and expected[len(written):].startswith(b"\n"):
+            self.assertIn(b"ResCreds", written.split(b"\n\n")[-1])
+            self.assertEqual(result.status, 255)
+        else:
+            self.assertFailed(result, *codes)
+
+
+class AnUndisturbedRun(FaultTest):
+    def test_converts_every_class(self):
+        self.prepare(everything())
+        for users, groups in ((10, 10), (1, 1)):
+            dns = re.findall(r"^dn: (.*)$", self.undisturbed(users=users, groups=groups).decode(), re.MULTILINE)
+            self.assertEqual(sorted(dns), sorted(EVERYTHING_DNS))
+        self.assertEqual(re.findall(r"^dn: (.*)$", self.undisturbed().decode(), re.MULTILINE), EVERYTHING_DNS)
+
+
+class AnAllocationThatFails(FaultTest):
+    # A stream that finds no memory could not be opened.
+    ALLOWED = (MEMORY, f"{OPENING}|: Cannot allocate memory")
+
+    def setUp(self):
+        super().setUp()
+        if sanitizer:
+            self.skipTest("the sanitizer has an allocator of its own")
+
+    def check(self, export, numbers=None, lasting=True, **options):
+        self.prepare(export)
+        expected = self.undisturbed(**options)
+        for more in [{}] + [{"lasting": 1}] * lasting:
+            self.each_fault(lambda result: self.assertHarmless(result, expected, *self.ALLOWED),
+                            {"call": "malloc", **more}, numbers, **options)
+
+    def test_ends_the_run_or_does_no_harm(self):
+        self.check(everything())
+        self.check(everything(), lasting=False, users=1, groups=1)
+        self.check(long_lines(), lasting=False)
+        self.check(several_windows(), lasting=False, users=1, groups=1)
+
+    def test_ends_the_run_in_an_oversized_entry(self):
+        self.check(oversized(), numbers=(20, 60, 120, 150))
+
+    def test_is_named_in_the_trace(self):
+        # The value that is unfolded stands in a left-over work file: those of this run are unfolded already.
+        leftover = users_entry(LONG_NAME).replace("secDN: cn=", "secDN: c\n n=")
+        seen = set()
+
+        def check(result):
+            self.assertHarmless(result, expected, *self.ALLOWED)
+            if MEMORY not in result.errors or "TRACING BACK ON" not in result.trace:
+                return
+            line = result.trace.splitlines()[-1]
+            self.assertRegex(line, r"^\w+\(\):  (ERROR:  )?(malloc|realloc)\(\) failure\.  (EXITING|Exiting)\. $")
+            seen.add(line)
+
+        for export, left in ((long_lines(), None), (one_class_each(), leftover)):
+            self.prepare(export, left)
+            expected = self.undisturbed(trace="trace")
+            self.each_fault(check, {"call": "malloc"}, trace="trace")
+        exiting = ("allocateObjectCache", "commaSpaceEater", "getNextObjectFromTemporaryInputLDIFFile",
+                   "copySecPolicyDNFromObjectArrayToSecPolicyDNArray", "mergeObjects")
+        self.assertLessEqual({f"{name}():  malloc() failure.  EXITING. " for name in exiting}, seen)
+        processors = ("SecUser", "SecPolicyData", "SecPolicy", "SecGroup", "SecMap")
+        self.assertLessEqual(
+            {f"process{name}ObjectFromTempInputLDIFFile():  ERROR:  malloc() failure.  EXITING. "
+             for name in processors}, seen)
+        builders = ("createNewSecUserDN", "createNewSecGroupDN", "createNewSecPolicyDN",
+                    "obtainAttributeValueFromObjArray")
+        self.assertLessEqual({f"{name}():  ERROR:  malloc() failure.  Exiting. " for name in builders}, seen)
+        self.assertIn("obtainAttributeValueFromObjArray():  ERROR:  realloc() failure.  Exiting. ", seen)
+
+
+class MemoryThatIsShort(FaultTest):
+    def setUp(self):
+        super().setUp()
+        if sanitizer:
+            self.skipTest("the sanitizer needs all the addresses there are")
+
+    def limited(self, size):
+        return {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_AS, (size, size))}
+
+    def test_does_not_hold_huge_tables(self):
+        self.prepare(everything())
+        for users, groups in ((2147483647, 10), (10, 2147483647), (2147483647, 2147483647)):
+            for trace in (None, "trace"):
+                result = self.run_tool(users=users, groups=groups, trace=trace, **self.limited(256 << 20))
+                self.assertFailed(result, MEMORY)
+                if trace:
+                    self.assertTrue(result.trace.endswith("\nallocateObjectCache():  malloc() failure.  EXITING. \n"))
+
+    def test_ends_the_run_wherever_it_runs_out(self):
+        self.prepare(several_windows())
+        expected = self.undisturbed()
+        statuses = set()
+        for size in range(16 << 20, 80 << 20, 4 << 20):
+            with self.subTest(size=size):
+                result = self.run_tool(users=3000, **self.limited(size))
+                self.assertHarmless(result, expected, *AnAllocationThatFails.ALLOWED)
+                statuses.add(result.status)
+        self.assertEqual(statuses, {0, 255})
+
+
+class ADiskThatFails(FaultTest):
+    EXPORTS = ((everything, 10, 10), (everything, 1, 1), (several_windows, 1, 1))
+
+    def each_export(self, exports=EXPORTS):
+        for export, users, groups in exports:
+            self.prepare(export())
+            self.expected = self.undisturbed(users=users, groups=groups)
+            self.slots = {"users": users, "groups": groups}
+            yield
+
+    def faults(self, check, call, file, error="EIO", numbers=None, **more):
+        self.each_fault(check, {"call": call, "file": file, "errno": error, **more}, numbers, **self.slots)
+
+    def succeeds(self, result):
+        self.assertSucceeded(result, self.expected)
+
+    def fails(self, *codes):
+        return lambda result: self.assertFailed(result, *codes)
+
+    def fails_writing_output(self, result):
+        self.assertFailedWriting(result, self.expected, f"{WRITING}|Writing to the file output.ldif failed: ")
+
+    def test_fails_a_write_to_the_output(self):
+        for _ in self.each_export():
+            for error in DISK_ERRORS:
+                self.faults(self.fails_writing_output, "write", "output.ldif", error)
+            self.faults(self.fails_writing_output, "write", "output.ldif", "ENOSPC", lasting=1)
+
+    def test_fails_a_write_to_the_work_file(self):
+        # Where nothing more is to be blanked out, it is the closing that tells.
+        check = self.fails(f"{WRITING}|Writing to the file input.ldif.tmp failed: ", PROCESSING)
+        for _ in self.each_export():
+            for error in DISK_ERRORS:
+                self.faults(check, "write", "input.ldif.tmp", error)
+            self.faults(check, "write", "input.ldif.tmp", "ENOSPC", lasting=1)
+
+    def test_writes_little_at_a_time_or_is_interrupted(self):
+        for _ in self.each_export():
+            for file in ("output.ldif", "input.ldif.tmp"):
+                self.faults(self.succeeds, "write", file, "EINTR")
+                self.faults(self.succeeds, "write", file, short=1)
+                self.faults(self.succeeds, "write", file, numbers=(1,), short=1, lasting=1)
+
+    def test_reads_little_at_a_time_or_is_interrupted(self):
+        for _ in self.each_export():
+            for file in ("input.ldif", "input.ldif.tmp"):
+                self.faults(self.succeeds, "read", file, "EINTR")
+                self.faults(self.succeeds, "read", file, short=1)
+
+    def test_fails_a_read_of_the_input(self):
+        check = self.fails(f"{PREPARATION}|The input file input.ldif could not be prepared: Input/output error")
+        for _ in self.each_export():
+            self.faults(check, "read", "input.ldif")
+            self.faults(check, "read", "input.ldif", lasting=1)
+
+    def test_fails_a_read_of_the_input_in_the_middle_of_a_user(self):
+        # The names that every user must have come behind the part that can be read.
+        lines = user("anna").splitlines()[:-1]
+        self.prepare(entry(*lines[:2], *["description: " + "x" * 3900] * 3, *lines[2:]) + map_of_user("anna"))
+        self.slots = {}
+        self.undisturbed()
+        self.faults(self.fails(f"{PREPARATION}|The input file input.ldif could not be prepared: Input/output error"),
+                    "read", "input.ldif")
+
+    def test_fails_a_read_of_the_work_file(self):
+        check = self.fails(f"{READING}|The next entry of the work file input.ldif.tmp could not be read: ", PROCESSING)
+        for _ in self.each_export():
+            self.faults(check, "read", "input.ldif.tmp")
+            self.faults(check, "read", "input.ldif.tmp", lasting=1)
+
+    def test_fails_a_close(self):
+        for _ in self.each_export():
+            for file in ("output.ldif", "input.ldif.tmp"):
+                for error in ("ENOSPC", "EIO"):
+                    self.faults(self.fails(f"{WRITING}|Writing to the file {file} failed: "), "close", file, error)
+            self.faults(self.succeeds, "close", "input.ldif")
+
+    def test_fails_an_opening(self):
+        for _ in self.each_export(self.EXPORTS[:2]):
+            for file in ("output.ldif", "input.ldif", "input.ldif.tmp"):
+                for error in ("EACCES", "EMFILE", "EIO", "ENOSPC"):
+                    self.faults(self.fails(f"{OPENING}|The file {file} could not be opened: "), "open", file, error)
+
+    def test_fails_in_an_oversized_entry(self):
+        self.prepare(oversized())
+        self.expected = self.undisturbed()
+        self.slots = {}
+        # Every line of the entry is a write of its own.
+        self.faults(self.fails_writing_output, "write", "output.ldif", "ENOSPC", numbers=(1, 2, 250_001, 250_002))
+        self.faults(self.fails(f"{PREPARATION}|The input file input.ldif could not be prepared: "), "read",
+                    "input.ldif", numbers=(1, 5, 8))
+
+    def test_fails_to_truncate(self):
+        for _ in self.each_export(self.EXPORTS[:1]):
+            for error in DISK_ERRORS:
+                self.faults(self.fails(f"{OPENING}|The file output.ldif could not be opened: "), "ftruncate",
+                            "output.ldif", error)
+
+    def test_fails_to_show_the_state_of_a_file(self):
+        for _ in self.each_export(self.EXPORTS[:2]):
+            for file in ("input.ldif", "input.ldif.tmp"):
+                self.faults(self.fails(f"{OPENING}|The file {file} could not be opened: "), "fstat", file)
+
+    def test_keeps_the_work_file(self):
+        for _ in self.each_export(self.EXPORTS[:1]):
+            self.faults(self.succeeds, "unlink", "input.ldif.tmp")
+
+    def test_has_no_positions(self):
+        for leftover in (None, credentials("left", "description: over")):
+            self.prepare(everything(), leftover)
+            for users in (10, 1):
+                expected = self.undisturbed(users=users)
+                for file in ("input.ldif", "input.ldif.tmp", "output.ldif"):
+                    self.each_fault(lambda result: self.assertHarmless(result, expected, POSITION, OPENING),
+                                    {"call": "lseek", "file": file, "errno": "ESPIPE"}, users=users, trace="trace")
+
+    def test_cannot_be_positioned_for_the_next_pass(self):
+        lines = set()
+
+        def check(result):
+            if POSITION in result.errors:
+                self.assertRegex(result.errors, r"ERROR: f[gs]etpos\(\) failed with return code -1: ")
+                lines.add(result.trace.splitlines()[-1])
+
+        self.prepare(everything())
+        self.each_fault(check, {"call": "lseek", "file": ".tmp", "errno": "ESPIPE"}, users=1, groups=1, trace="trace")
+        self.assertEqual(lines, {"getNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = -1 (dec)  ",
+                                 "main():  fsetpos() failed with rc = -1 (dec)  "})
+
+    def test_cannot_give_memory_back(self):
+        self.prepare(everything())
+        expected = self.undisturbed(users=100)
+        self.each_fault(lambda result: self.assertSucceeded(result, expected), {"call": "madvise"}, users=100)
+
+
+class AFileThatMayNotGrow(FaultTest):
+    def test_ends_the_run_with_a_message(self):
+        for export, sizes in ((everything(), 40), (several_windows(), 12)):
+            self.prepare(export)
+            expected = self.undisturbed(trace="trace")
+            needed = {name: len(self.content(name)) for name in ("output.ldif", "input.ldif.tmp")}
+            largest = max(needed.values())
+            limits = {largest * i // sizes for i in range(sizes + 1)} | {
+                size + i for size in needed.values() for i in (-1, 0, 1)} | {1, 4096, WINDOW - 1, WINDOW, WINDOW + 1}
+            for limit in sorted(limits):
+                with self.subTest(limit=limit):
+                    result = self.run_tool(preexec_fn=self.limited(limit))
+                    if limit >= largest:
+                        self.assertSucceeded(result, expected)
+                    else:
+                        self.assertFailedWriting(result, expected, f"{WRITING}|failed: File too large", PROCESSING)
+
+    def test_may_be_the_trace(self):
+        self.prepare(everything())
+        expected = self.undisturbed()
+        result = self.run_tool(trace="trace", preexec_fn=self.limited(8192))
+        self.assertSucceeded(result, expected)
+        self.assertEqual(len(result.trace), 8192)
+
+    def limited(self, size):
+        return lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
+
+
+class AFailedWriteInThePasses(FaultTest):
+    """The trace and the echo name what was being written or blanked out."""
+
+    def test_is_named_by_the_writer(self):
+        export = (user("anna", "changetype: add", "mail: user") + users_entry("anna") + map_of_user("anna")
+                  + policy("anna", "secPwdMinLength: 7") + group("staff", "mail: group") + map_of_group("staff")
+                  + credentials("web", "mail: web") + credentials("last"))
+        anna = "principalName=anna,cn=Users,secAuthority=default"
+        writers = [
+            ("writeSecUserAddToOutputFile", "", f"dn: {anna}"),
+            ("writeSecUserAddToOutputFile", "", "mail: user"),
+            ("writeSecUserAddToOutputFile", "", f"\ndn: cn=Policies,{anna}"),
+            ("writePolicyContainerAddToOutputFile", "#1 ", f"dn: cn=Policies,{anna}"),
+            ("writePolicyContainerAddToOutputFile", "#2 ", "changetype: add\nobjectclass: container"),
+            ("writePolicyContainerAddToOutputFile", "#3 ", "objectclass: container\nobjectclass: top"),
+            ("writePolicyContainerAddToOutputFile", "#4 ", "objectclass: top\ncn: Policies"),
+            ("writePolicyContainerAddToOutputFile", "#5 ", "cn: Policies\n"),
+            ("writeSecPolicyAddToOutputFile", "", f"dn: cn=Policy,cn=Policies,{anna}"),
+            ("writeSecPolicyAddToOutputFile", "", "secPwdMinLength: 7"),
+            ("writeSecPolicyAddToOutputFile", "", "\ndn: cn=staff,cn=Groups"),
+            ("writeSecGroupAddToOutputFile", "", "dn: cn=staff,cn=Groups"),
+            ("writeSecGroupAddToOutputFile", "", "mail: group"),
+            ("writeSecGroupAddToOutputFile", "", "\ndn: cn=web"),
+        ]
+        for writer, number, text in writers:
+            with self.subTest(writer=writer, text=text):
+                result = self.fail_when_reaching(text, export)
+                self.assertFailed(result, PROCESSING)
+                side, dn = ("secGroup_dn", "dn: cn=staff,cn=Groups,secAuthority=default") if "Group" in writer else (
+                    "secUser_dn", f"dn: {anna}")
+                returning = f"copyAllAccumulatedDataToOutputFile() - {writer}() failure.  RETURNING. \n"
+                exiting = ("main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file."
+                           "  EXITING.  \n")
+                self.assertTrue(result.trace.endswith(
+                    f"{writer}():  fputs() {number}failed with rc=-1 \n{returning}{exiting}"), result.trace[-400:])
+                self.assertTrue(result.notices.endswith(f"{returning}{side} = {dn}\n\n{exiting}"),
+                                result.notices[-400:])
+
+        for text in ("dn: cn=web", "mail: web"):
+            result = self.fail_when_reaching(text, export)
+            self.assertFailed(result, f"{WRITING}|Writing to the file output.ldif failed: ")
+            self.assertIn("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=-1 \n", result.trace)
+
+    def test_is_told_by_the_trace_alone_at_the_end_of_a_copied_entry(self):
+        self.prepare(credentials("web") + credentials("last"))
+        expected = self.undisturbed()
+        failed = []
+
+        def check(result):
+            if result.errors == "":
+                self.assertFailedWriting(result, expected)
+                self.assertTrue(result.trace.endswith(
+                    "copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=-1 \n"))
+                self.assertNotIn(COMPLETE, result.notices)
+                failed.append(len(result.output))
+
+        self.each_fault(check, {"call": "write", "file": "output.ldif", "errno": "ENOSPC"}, trace="trace")
+        self.assertEqual(failed, [expected.index(b"\n\n") + 1, len(expected) - 1])
+
+    def fail_when_reaching(self, text, export):
+        """Fails the write of the first window, which ends in the text: an empty line is the first that does not fit."""
+        first = 1000
+        self.prepare(unit(*padding(first)) + export)
+        place = WINDOW if text.startswith("\n") else WINDOW - 1
+        before = self.undisturbed().index(text.encode())
+        self.prepare(unit(*padding(first + place - before)) + export)
+        self.assertEqual(self.undisturbed().index(text.encode()), place)
+        # The end of the preparation pass writes the window once before, as far as it is filled by then.
+        result = self.run_tool(fault={"call": "write", "number": 2, "file": "output.ldif", "errno": "ENOSPC"},
+                               trace="trace", echo=True)
+        self.assertTrue(result.is_delivered)
+        return result
+
+    def test_is_named_by_the_processor(self):
+        """What is blanked out is written when more must be read, in the middle of the entry then shown."""
+        user_dn, user_map_dn, group_dn, no_dn = (
+            "secUser_dn is : %s\n", "secUser_dn is: %s \n", "secGroup_dn is : %s\n", "")
+        cases = [
+            # before, the entry in the middle, its processor, its class, the owner's DN as echoed
+            (map_of_user, user, "SecUser", "secUser", user_dn),
+            (user, users_entry, "SecUser", "secUser", user_dn),
+            (user, policy_data, "SecPolicyData", "secPolicyData", user_dn),
+            (user, policy, "SecPolicy", "secPolicy", user_dn),
+            (user, map_of_user, "SecMap", "secUser", user_map_dn),
+            (map_of_group, group, "SecGroup", "secGroup", group_dn),
+            (group, map_of_group, "SecMap", "secUser", no_dn),
+            # with slots of their own
+            (user, group, "SecGroup", "secGroup", no_dn),
+            (user, map_of_group, "SecMap", "secUser", no_dn),
+            (group, policy, "SecPolicy", "secPolicy", no_dn),
+            (group, map_of_user, "SecMap", "secUser", no_dn),
+        ]
+        for before, middle, processor, kind, echo in cases:
+            with self.subTest(before=before.__name__, middle=middle.__name__):
+                error = (f"process{processor}ObjectFromTempInputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInput"
+                         f"LDIFFile() failed deleting a {kind} object.  EXITING. \n")
+                dn = "secAuthority=Default,cn=anna,o=example\n"
+                result = self.fail_when_blanking(before("anna", *padding(4600)), middle("anna", *padding(4600)))
+                self.assertFailed(result, PROCESSING)
+                self.assertTrue(result.trace.endswith(error), result.trace[-400:])
+                self.assertTrue(result.notices.endswith(error + echo.replace("%s", dn)), result.notices[-400:])
+
+    def test_is_named_by_the_final_copy(self):
+        result = self.fail_when_blanking(credentials("a", *padding(4000)), credentials("b", *padding(6000)))
+        self.assertFailed(result, PROCESSING)
+        error = ("copyRemainingObjectsToOutputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInputLDIFFile() failed "
+                 "deleting a ResCreds container or secResCreds object.  EXITING. \n")
+        self.assertTrue(result.trace.endswith(error))
+        self.assertTrue(result.notices.endswith(error))
+
+    def fail_when_blanking(self, before, middle):
+        """Fails the write that the reading of the second entry, which crosses the first read, brings with it."""
+        self.prepare(before + middle)
+        # The first write to the work file is that of the preparation pass.
+        result = self.run_tool(fault={"call": "write", "number": 2, "file": ".tmp", "errno": "EIO"}, trace="trace",
+                               echo=True)
+        self.assertTrue(result.is_delivered)
+        self.assertLess(len(before), READ_FIRST)
+        self.assertGreater(len(self.content("input.ldif.tmp")), READ_FIRST)
+        return result
+
+
+class AFileThatCannotBeUsed(FaultTest):
+    def last_trace(self, call, file, number, **options):
+        self.prepare(everything())
+        result = self.run_tool(fault={"call": call, "file": file, "number": number}, trace="trace", echo=True,
+                               **options)
+        self.assertTrue(result.is_delivered)
+        return result.trace
+
+    def test_is_named_in_the_trace(self):
+        self.assertTrue(self.last_trace("open", "output.ldif", 1).endswith(
+            "main() - Unable to open output file output.ldif.  Exiting. \n"))
+        # The second opening is that of the copy for inspection.
+        self.assertTrue(self.last_trace("open", "input.ldif.tmp", 3).endswith(
+            "main():  ERROR:  Unable to open temporary input LDIF file:  input.ldif.tmp. \n"
+            "                 EXITING \n"))
+        self.assertTrue(self.last_trace("open", "input.ldif.tmp", 5).endswith(
+            "copyRemainingObjectsToOutputLDIFFile():  ERROR:  Unable to open temporary input LDIF file:"
+            "  input.ldif.tmp. \n                 EXITING \n"))
+        self.assertTrue(self.last_trace("read", "input.ldif", 1).endswith(
+            "main():  Failed to copy original input ldif file to the temporary input ldif file  \n"
+            "         that will be used for processing.                                         \n"))
+
+    def test_is_named_in_the_trace_when_an_entry_cannot_be_read(self):
+        self.prepare(everything())
+        expected = self.undisturbed()
+        lines = set()
+
+        def check(result):
+            self.assertHarmless(result, expected, READING)
+            if result.status == 255:
+                lines.add(result.trace.splitlines()[-1])
+
+        self.each_fault(check, {"call": "read", "file": ".tmp"}, trace="trace")
+        error = "():  ERROR:  The next object could not be read successfully.  EXITING.  "
+        self.assertEqual(lines, {"main" + error, "copyRemainingObjectsToOutputLDIFFile" + error})
+
+    def test_does_no_harm_when_it_is_the_copy_for_inspection(self):
+        self.prepare(several_windows())
+        expected = self.undisturbed()
+        for call in ("open", "write", "close", "ftruncate", "fstat"):
+            self.each_fault(lambda result: self.assertSucceeded(result, expected),
+                            {"call": call, "file": "TEMPORARY_INPUT_LDIF_FILE"}, trace="trace")
+
+    def test_is_named_when_it_is_the_trace(self):
+        self.prepare(everything())
+        for call in ("open", "ftruncate", "fstat"):
+            message = f"{OPENING}|The file trace could not be opened: Input/output error"
+            self.each_fault(lambda result: self.assertFailed(result, message), {"call": call, "file": "trace"},
+                            trace="trace")
+
+
+class StandardStreams(FaultTest):
+    def setUp(self):
+        super().setUp()
+        self.prepare(everything())
+        self.expected = self.undisturbed()
+
+    def shell(self, redirections):
+        return ("sh", "-c", f'exec "$@" {redirections}', "sh")
+
+    def test_may_be_closed_at_the_start(self):
+        ends = ("<&-", ">&-", "2>&-")
+        for count in (1, 2, 3):
+            for closed in itertools.combinations(ends, count):
+                with self.subTest(closed=closed):
+                    result = self.run_tool(command=self.shell(" ".join(closed)), trace="trace", echo=True)
+                    self.assertSucceeded(result, self.expected)
+                    self.assertTrue(result.trace.startswith("main():  FUNCTION ENTRY  \n"))
+                    self.assertNotIn("tqldif2v6: ", result.trace)
+                    self.assertNotIn(b"tqldif2v6: ", self.content("input.ldif.tmp"))
+
+    def test_may_be_closed_when_the_run_fails(self):
+        self.prepare(everything() + group("lone"))
+        result = self.run_tool(command=self.shell("<&- >&- 2>&-"), trace="trace", echo=True)
+        self.assertEqual(result.status, 255)
+        for name in ("output.ldif", "input.ldif.tmp", "trace"):
+            self.assertNotIn(b"tqldif2v6: ", self.content(name))
+
+    def test_cannot_be_replaced_when_closed_without_a_null_device(self):
+        for closed in (">&-", ">&- 2>&-", "<&- >&- 2>&-"):
+            result = self.run_tool(command=self.shell(closed), fault={"call": "open", "number": 1, "file": "/dev/null"})
+            self.assertTrue(result.is_delivered)
+            if result.status == 0:
+                self.assertTrue(result.output == self.expected, "the output differs")
+
+    def test_may_be_a_full_device(self):
+        for echo in (False, True):
+            for trace in (None, "trace", "/dev/full"):
+                result = self.run_tool(command=self.shell(">/dev/full 2>/dev/full"), trace=trace, echo=echo)
+                self.assertSucceeded(result, self.expected)
+        self.assertSucceeded(self.run_tool(trace="/dev/full"), self.expected)
+
+    def test_may_be_a_pipe_that_nobody_reads(self):
+        for echo in (False, True):
+            result = self.run_tool(stdout=self.broken_pipe(), stderr=self.broken_pipe(), trace="trace", echo=echo)
+            self.assertSucceeded(result, self.expected)
+        self.prepare(everything() + group("lone"))
+        self.assertEqual(self.run_tool(stdout=self.broken_pipe(), stderr=self.broken_pipe(), echo=True).status, 255)
+
+    def broken_pipe(self):
+        reading, writing = os.pipe()
+        os.close(reading)
+        self.addCleanup(os.close, writing)
+        return writing
+
+
+def sanitizer_of(program):
+    """The path of the sanitizer runtime that the program is linked with; empty for none."""
+    libraries = subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
+    found = re.search(r"libasan\S* => (\S+)", libraries)
+    return found[1] if found else ""
+
+
+if __name__ == "__main__":
+    tool, library = (str(Path(sys.argv.pop(1)).resolve()) for _ in range(2))
+    sanitizer = sanitizer_of(tool)
+    program = unittest.main(exit=False)
+    print("faults delivered:", dict(sorted(counts.items())), file=sys.stderr)
+    sys.exit(not program.result.wasSuccessful())
