@@ -37,6 +37,7 @@ const ClassificationCase classificationCases[] = {
     {"UpperCaseClassIsUnknown", {"dn: a\n", "objectClass: SECUSER\n"}, 0},
     {"OtherCaseOfTheAttributeIsUnknown", {"dn: a\n", "ObjectClass: secUser\n", "OBJECTCLASS: secUser\n"}, 0},
     {"ClassWithoutABlankBeforeItIsUnknown", {"dn: a\n", "objectClass:secUser\n"}, 0},
+    {"MapGoesBeforeGroupOnOneLine", {"dn: a\n", "objectclass: secGroup secMap\n"}, 5},
     {"OtherClassesOnly", {"dn: a\n", "objectClass: top\n", "objectClass: organizationalUnit\n"}, 0},
     {"FirstLineWithAKnownClassDecides",
      {"dn: a\n", "objectClass: top\n", "objectClass: secGroup\n", "objectClass: secUser\n"},
@@ -120,6 +121,16 @@ TEST_F(LongDn, DoesNotFitTheScratchBuffer) {
   EXPECT_FALSE(isUsersObject());
   fillObject({repeated(4096, "x")});
   EXPECT_FAILURE(isUsersObject(), PROCESSING_FAILED);
+}
+
+TEST_F(FreshRun, ClassNameNeedsABlankBeforeIt) {
+  for (const char* name : {"secUser", "secuser", "secPolicyData", "secpolicydata", "secPolicy", "secpolicy", "secMap",
+                           "secmap", "secGroup", "secgroup", "secAuthorityInfo", "secauthorityinfo", "container",
+                           "Container", "secResCreds", "secrescreds"}) {
+    fillObject({"dn: a\n", std::string("objectClass:") + name + "\n"});
+    determineTheObjectsObjectClass();
+    EXPECT_EQ(objectClass, 0) << name;
+  }
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "driver/pass_loop.h"
 
+#include "cache/owner_association.h"
 #include "driver/run_state.h"
+#include "ldif/object_class.h"
 #include "test_support.h"
 #include "workfile/work_file_cursor.h"
 
@@ -50,6 +52,17 @@ TEST_F(PassLoop, TakesOneUserAndOneGroupPerPassWithOneSlotEach) {
   EXPECT_EQ(readFile("output.ldif"),
             userRecord("a") + groupRecord("g") + userRecord("b") + groupRecord("h") + userRecord("c"));
   EXPECT_EQ(readFile("input.tmp").find_first_not_of(" \r\n"), std::string::npos);
+}
+
+TEST_F(PassLoop, ReadsAgainWhatThereIsNoMemoryToRemember) {
+  writeFile("input.tmp", userEntries("a") + userEntries("b") + userEntries("c"));
+  fillObject({"dn: secAuthority=Default,cn=x\n", "objectClass: secUser\n"});
+  determineTheObjectsObjectClass();
+  learnIndexOfAssociatedSecUserDN();  // takes its own memory now
+  failNextReallocation();
+  outputOf([] { makePasses(); });
+  closeStream(ofp);
+  EXPECT_EQ(readFile("output.ldif"), userRecord("a") + userRecord("b") + userRecord("c"));
 }
 
 TEST_F(PassLoop, WritesTheSameWhenTracing) {

@@ -66,6 +66,17 @@ TEST_F(StreamTest, WritesInPlace) {
   EXPECT_EQ(readFile("file"), "one\nTWO\nthree\n");
 }
 
+TEST_F(StreamTest, WritesInPlaceBackwards) {
+  writeFile("file", "one\ntwo\n");
+  Stream* stream = openForUpdate("file");
+  line(stream);
+  EXPECT_EQ(writeText(stream, "TWO"), 0);
+  EXPECT_EQ(setPosition(stream, 0), 0);
+  EXPECT_EQ(writeText(stream, "ONE"), 0);
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_EQ(readFile("file"), "ONE\nTWO\n");
+}
+
 TEST_F(StreamTest, WritesInPlaceFarBack) {
   writeFile("file", repeated(100000, "line\n"));
   Stream* stream = openForUpdate("file");

@@ -78,6 +78,7 @@ const TextCase commaCases[] = {
     {"BlanksElsewhereStay", " cn=a b, o=c d ", " cn=a b,o=c d "},
     {"TabBehindACommaStays", "a,\tb", "a,\tb"},
     {"TabBeforeACommaStays", "a\t,b", "a\t,b"},
+    {"TabBeforeACommaStaysAmongBlanks", "cn=a b\t,o=x", "cn=a b\t,o=x"},
     {"BlankBehindATabStays", "a,\t b", "a,\t b"},
     {"EscapesAreNotUnderstood", "cn=a\\ , b,o=c", "cn=a\\,b,o=c"},
     {"BlanksBetweenCommas", "a , , b", "a,,b"},

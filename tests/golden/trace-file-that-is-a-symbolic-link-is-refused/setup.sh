@@ -1,0 +1,2 @@
+echo kept >target
+ln -s target trace
