@@ -1,0 +1,75 @@
+"""What the documents show is true: their commands work, their examples convert as shown, what they name exists."""
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+project = Path(__file__).resolve().parent.parent.parent
+documents = [project / name for name in ("README.md", "CONTRIBUTING.md", "CHANGELOG.md", "examples/README.md",
+                                         "docs/architecture.md", "docs/work-file-format.md", "docs/migration.md")]
+
+
+def indented_blocks(document):
+    """The blocks of a document that are indented by four blanks, without the indentation."""
+    text = document.read_text(encoding="utf-8")
+    return [re.sub(r"^    ", "", block, flags=re.MULTILINE)
+            for block in re.findall(r"(?:^    .*\n|^\n(?=    ))+", text, re.MULTILINE)]
+
+
+class Readme(unittest.TestCase):
+    blocks = indented_blocks(project / "README.md")
+
+    def test_its_command_converts_the_example(self):
+        command = next(block for block in self.blocks if "scripts/run" in block)
+        output = Path(command.split()[2])
+        self.addCleanup(output.unlink, missing_ok=True)
+        subprocess.run(["sh", "-e", "-c", command], cwd=project, check=True, stdout=subprocess.DEVNULL)
+        self.assertEqual(output.read_bytes(), (project / "examples" / "registry-export-v6.ldif").read_bytes())
+
+    def test_the_user_it_shows_is_converted_as_it_shows(self):
+        before, after = [block for block in self.blocks if "dn: " in block]
+        with tempfile.TemporaryDirectory() as folder:
+            (Path(folder) / "input.ldif").write_text(before + "\n")
+            subprocess.run([project / "scripts" / "run", "input.ldif", "output.ldif", "1", "1"], cwd=folder, check=True,
+                           stdout=subprocess.DEVNULL)
+            self.assertEqual((Path(folder) / "output.ldif").read_text().strip(), after.strip())
+
+    def test_it_shows_the_command_line_of_the_usage(self):
+        usage = (project / "src" / "platform" / "message_catalogue.cpp").read_text()
+        command = next(block for block in self.blocks if block.strip().startswith("tqldif2v6 "))
+        self.assertIn(f"usage: {command.strip()}", usage)
+
+
+class Examples(unittest.TestCase):
+    def test_their_commands_find_no_difference(self):
+        command = next(block for block in indented_blocks(project / "examples" / "README.md") if "scripts/run" in block)
+        self.addCleanup(Path("/tmp/registry-export-v6.ldif").unlink, missing_ok=True)
+        subprocess.run(["sh", "-e", "-c", command], cwd=project, check=True, stdout=subprocess.DEVNULL)
+
+
+class Documents(unittest.TestCase):
+    def test_name_only_what_exists(self):
+        paths = r"(?:scripts|tests|src|bench|docs|packaging|catalogues|examples)/[\w./-]*\w"
+        for document in documents:
+            for path in re.findall(rf"(?<![\w/$])({paths})", document.read_text(encoding="utf-8")):
+                with self.subTest(document=document.name, path=path):
+                    self.assertTrue((project / path).exists() or (document.parent / path).exists())
+
+    def test_link_only_to_what_exists(self):
+        for document in documents:
+            for target in re.findall(r"\]\(([^)#:]+)\)", document.read_text(encoding="utf-8")):
+                with self.subTest(document=document.name, target=target):
+                    self.assertTrue((document.parent / target).exists())
+
+    def test_scripts_can_be_run(self):
+        for name in ("scripts/run", "scripts/test", "scripts/lint", "scripts/require-packages", "bench/measure.py",
+                     "packaging/test-package", "tests/golden/run_golden.py", "tests/model/differential.py",
+                     "tests/mutants/plant.py"):
+            with self.subTest(script=name):
+                self.assertTrue(os.access(project / name, os.X_OK))
+
+
+if __name__ == "__main__":
+    unittest.main()
