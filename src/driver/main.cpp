@@ -1,5 +1,4 @@
 // The run: start, preparation pass, passes, end.
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
@@ -7,6 +6,7 @@
 
 #include "cache/object_cache.h"
 #include "driver/command_line.h"
+#include "driver/interruption.h"
 #include "driver/pass_loop.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
@@ -26,12 +26,6 @@ static char noticeRoute[] = "NOTICE:STDOUT";
 static void routeMessages() {
   int32_t status = 0;
   for (char* route : {errorRoute, warningRoute, noticeRoute}) zr_svc_routing(route, &status);
-}
-
-// A closed pipe or a full quota is met as a failed write, not by the end of the process.
-static void surviveFailedWrites() {
-  signal(SIGPIPE, SIG_IGN);
-  signal(SIGXFSZ, SIG_IGN);
 }
 
 static void openTraceFile() {
@@ -109,6 +103,7 @@ static void endRun() {
   if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
   copyRemainingObjectsToOutputLDIFFile();
   if (debug == 0) removeFile(temp_input_ldif_filename);
+  workFileIsToBeRemoved = 0;
   if (closeStream(ofp) != 0) exitWithMessage(WRITE_FAILED, output_ldif_filename);
   deallocateObjectCache();
   zr_printf_utf8(CONVERSION_COMPLETE);
@@ -118,7 +113,7 @@ static void endRun() {
 
 int main(int argumentCount, char* arguments[]) {
   if (!openMissingStandardStreams()) return -1;  // there is nowhere to say so
-  surviveFailedWrites();
+  prepareForSignals();
   atexit(closeAllStreams);
   routeMessages();
   std::set_new_handler([] { exitWithMessage(MEMORY_EXHAUSTED); });

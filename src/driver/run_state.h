@@ -3,6 +3,7 @@
 // and close the work file.
 #pragma once
 
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 
@@ -33,6 +34,9 @@ inline int32_t max_number_of_secgroup_slots = 0;
 inline Stream* ifp = nullptr;   // input, open during the preparation pass
 inline Stream* tifp = nullptr;  // work file, open during the preparation pass, each pass and the final copy
 inline Stream* ofp = nullptr;   // output, open until the end of the run
+
+// 1 while a work file exists that an interrupted run takes away: from its opening to its removal, unless tracing.
+inline volatile sig_atomic_t workFileIsToBeRemoved = 0;
 
 // 1 when the current pass has read an entry that still needs work: one of a user or a group.
 inline int32_t atLeastOneObjectProcessed = 0;

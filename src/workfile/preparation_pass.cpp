@@ -94,6 +94,7 @@ int32_t copyOriginalInputFileToTempInputFile() {
   if (ifp == nullptr) exitWithMessage(FILE_NOT_OPENED, input_ldif_filename);
   tifp = openStream(temp_input_ldif_filename, OPEN_TO_APPEND, PRIVATE_FILE);
   if (tifp == nullptr) exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
+  workFileIsToBeRemoved = debugBefore == 0 ? 1 : 0;
 
   prepareAllObjects();
 

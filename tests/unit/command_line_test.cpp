@@ -109,8 +109,8 @@ const UsageCase usageCases[] = {
 };
 INSTANTIATE_CASES(Usage, usageCases);
 TEST_P(Usage, CannotBeUsed) {
-  symlink("in", "symbolic");
-  link("in", "hard");
+  ASSERT_EQ(symlink("in", "symbolic"), 0);
+  ASSERT_EQ(link("in", "hard"), 0);
   writeFile("TEMPORARY_INPUT_LDIF_FILE", "dn: o=a\n\n");
   EXPECT_EXIT(read(GetParam().arguments), testing::ExitedWithCode(255), USAGE_MESSAGE);
   EXPECT_FALSE(exists("out"));

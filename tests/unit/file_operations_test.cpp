@@ -38,8 +38,8 @@ TEST_F(FileOperations, ReplaceAFormerCopy) {
 
 TEST_F(FileOperations, DoNotCopyThroughALink) {
   writeFile("target", "target\n");
-  symlink("target", "symbolic");
-  link("target", "hard");
+  ASSERT_EQ(symlink("target", "symbolic"), 0);
+  ASSERT_EQ(link("target", "hard"), 0);
   copyFile("from", "symbolic");
   copyFile("from", "hard");
   EXPECT_EQ(readFile("target"), "target\n");
@@ -95,10 +95,10 @@ INSTANTIATE_CASES(SameFile, sameFileCases);
 TEST_P(SameFile, IsSeenThroughEveryName) {
   writeFile("other", "text\n");
   mkdir("folder", 0700);
-  symlink("folder", "linked");
-  symlink("from", "symbolic");
-  symlink("missing", "dangling");
-  link("from", "hard");
+  ASSERT_EQ(symlink("folder", "linked"), 0);
+  ASSERT_EQ(symlink("from", "symbolic"), 0);
+  ASSERT_EQ(symlink("missing", "dangling"), 0);
+  ASSERT_EQ(link("from", "hard"), 0);
   EXPECT_EQ(isSameFile(GetParam().one, GetParam().other), GetParam().same);
   EXPECT_EQ(isSameFile(GetParam().other, GetParam().one), GetParam().same);
 }

@@ -176,8 +176,8 @@ INSTANTIATE_CASES(Kind, kindCases);
 TEST_P(Kind, DecidesWhatOpens) {
   writeFile("file", "text\n");
   writeFile("target", "text\n");
-  symlink("file", "symbolic");
-  link("target", "hard");
+  ASSERT_EQ(symlink("file", "symbolic"), 0);
+  ASSERT_EQ(link("target", "hard"), 0);
   mkfifo("pipe", 0600);
   for (OpenMode mode : {OPEN_FOR_UPDATE, OPEN_TO_APPEND, OPEN_TO_CREATE}) {
     messageReason[0] = '\0';

@@ -1,0 +1,32 @@
+#include "driver/interruption.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <initializer_list>
+
+#include "driver/run_state.h"
+
+// Calls only what a signal handler may call. The handler is gone when it runs, so raising the signal again ends the
+// process.
+static void leaveWithoutWorkFile(int signalNumber) {
+  if (workFileIsToBeRemoved != 0) unlink(temp_input_ldif_filename);
+  raise(signalNumber);
+}
+
+static void handle(int signalNumber) {
+  struct sigaction action = {};
+  sigaction(signalNumber, nullptr, &action);
+  if (action.sa_handler == SIG_IGN) return;
+  action.sa_handler = leaveWithoutWorkFile;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  sigaction(signalNumber, &action, nullptr);
+}
+
+void prepareForSignals() {
+  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) handle(signalNumber);
+  for (const int signalNumber : {SIGPIPE, SIGXFSZ}) signal(signalNumber, SIG_IGN);
+  const rlimit none = {0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+}
