@@ -8,6 +8,8 @@
 
 #include "driver/run_state.h"
 
+static constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
 // Calls only what a signal handler may call. The handler is gone when it runs, so raising the signal again ends the
 // process.
 static void leaveWithoutWorkFile(int signalNumber) {
@@ -25,8 +27,19 @@ static void handle(int signalNumber) {
 }
 
 void prepareForSignals() {
-  for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) handle(signalNumber);
+  for (const int signalNumber : endingSignals) handle(signalNumber);
   for (const int signalNumber : {SIGPIPE, SIGXFSZ}) signal(signalNumber, SIG_IGN);
   const rlimit none = {0, 0};
   setrlimit(RLIMIT_CORE, &none);
 }
+
+static void mask(int how) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signalNumber : endingSignals) sigaddset(&signals, signalNumber);
+  sigprocmask(how, &signals, nullptr);
+}
+
+void holdSignals() { mask(SIG_BLOCK); }
+
+void letSignalsThrough() { mask(SIG_UNBLOCK); }

@@ -6,3 +6,7 @@
 // reads and a file that may not grow are met where they are written to. No core dump is left, which would hold the
 // credentials of the input.
 void prepareForSignals();
+
+// Holds these three back, so that none arrives between two steps that belong together, and lets them through again.
+void holdSignals();
+void letSignalsThrough();

@@ -1,5 +1,6 @@
 #include "workfile/preparation_pass.h"
 
+#include "driver/interruption.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/attribute_lookup.h"
@@ -84,6 +85,15 @@ static void prepareAllObjects() {
   }
 }
 
+// No signal may find the work file there and not yet marked as the run's own.
+static void openWorkFile(bool isTracing) {
+  holdSignals();
+  tifp = openStream(temp_input_ldif_filename, OPEN_TO_APPEND, PRIVATE_FILE);
+  workFileIsToBeRemoved = tifp != nullptr && !isTracing ? 1 : 0;
+  letSignalsThrough();
+  if (tifp == nullptr) exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
+}
+
 int32_t copyOriginalInputFileToTempInputFile() {
   const int32_t debugBefore = debug;
   traceLine("copyOriginalInputFileToTempInputFile():  TURNING DEBUG TRACING OFF \n");
@@ -92,9 +102,7 @@ int32_t copyOriginalInputFileToTempInputFile() {
   debug = 0;
   ifp = openStream(input_ldif_filename, OPEN_FOR_UPDATE, REGULAR_FILE);
   if (ifp == nullptr) exitWithMessage(FILE_NOT_OPENED, input_ldif_filename);
-  tifp = openStream(temp_input_ldif_filename, OPEN_TO_APPEND, PRIVATE_FILE);
-  if (tifp == nullptr) exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
-  workFileIsToBeRemoved = debugBefore == 0 ? 1 : 0;
+  openWorkFile(debugBefore != 0);
 
   prepareAllObjects();
 
