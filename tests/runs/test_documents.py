@@ -71,5 +71,20 @@ class Documents(unittest.TestCase):
                 self.assertTrue(os.access(project / name, os.X_OK))
 
 
+class Contributing(unittest.TestCase):
+    commands = re.findall(r"`([^`]+)` *\|$|`([^`]+)`;", (project / "CONTRIBUTING.md").read_text(), re.MULTILINE)
+
+    def test_its_scripts_know_their_options(self):
+        """The commands themselves build, test or measure for minutes; their options are tried here."""
+        for command in (first or second for first, second in self.commands):
+            words = command.split()
+            if not words[0].endswith(".py") or "faults" in words[0]:
+                continue
+            with self.subTest(command=command):
+                usage = subprocess.run([project / words[0], "--help"], capture_output=True, text=True, check=True).stdout
+                for option in (word for word in words[1:] if word.startswith("--")):
+                    self.assertIn(option, usage)
+
+
 if __name__ == "__main__":
     unittest.main()
