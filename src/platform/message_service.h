@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+extern "C" {
+
 // Sends the messages of one severity to a stream, as "SEVERITY:STDOUT" or "SEVERITY:STDERR", where SEVERITY
 // is ERROR, WARNING or NOTICE. Until routed, errors and warnings go to standard error, notices to standard
 // output. *status receives 0, or 1 for a routing that is not understood, which changes nothing.
@@ -14,3 +16,5 @@ void zr_svc_routing(const char* routing, int32_t* status);
 // printed to that stream before. Control characters in arguments are shown as \xNN. Failures to write are ignored. An
 // unknown code issues nothing.
 void zr_printf_utf8(uint32_t code, ...);
+
+}  // extern "C"
