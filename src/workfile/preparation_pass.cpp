@@ -49,6 +49,7 @@ static void writeLine(const Destination& destination, char* line) {
   stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
 }
 
+// Nobody needs the entry behind this, so a line without continuation is changed in place rather than copied.
 static void writeObject(const Destination& destination) {
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
     if (object[i][0] == ' ') continue;
