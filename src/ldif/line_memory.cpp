@@ -1,13 +1,15 @@
 #include "ldif/line_memory.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 #include "driver/reporting.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(SEPARATE_LINES)
 
-// Under the sanitizer every line is a block of its own, so that a step over its end is noticed.
+// Every line is a block of its own: under the sanitizer, so that a step over its end is noticed, and for tests that
+// make each allocation fail.
 char* allocateLine(size_t size, const char* allocationFailureLine) {
   return static_cast<char*>(allocate(size, allocationFailureLine));
 }
@@ -16,62 +18,82 @@ void freeLine(char* line) { free(line); }
 
 #else
 
-// Small blocks come in a few sizes, are cut from large pieces and wait on a free list for their next use; they
-// go back to the system with the process. A header of the block's size before it tells where it belongs.
-static constexpr size_t STEP = 32;
-static constexpr size_t NUMBER_OF_SIZES = 16;
+// Blocks are cut one behind the other from large pieces, so that the lines of an entry lie side by side. A block
+// that is given back can be used again at once if it is the last one of its piece, otherwise with the whole piece
+// when none of its blocks is in use any more.
 static constexpr size_t PIECE_SIZE = size_t{64} * 1024;
 
-union Header {
-  size_t sizeIndex;  // in use: which size; NUMBER_OF_SIZES for a block from the heap
-  Header* nextFree;  // waiting
+struct Piece {
+  Piece* nextFree;  // of the pieces without blocks
+  size_t size;      // bytes, this header included; more than PIECE_SIZE for a block that needs a piece of its own
+  size_t used;      // bytes from its beginning
+  size_t blocks;    // in use
 };
 
-static Header* freeBlocks[NUMBER_OF_SIZES];
+// Stands before every block.
+struct Header {
+  uint32_t offset;  // of this header in its piece
+  uint32_t size;    // bytes, this header included
+};
 
-// Cuts a new piece into waiting blocks of one size.
-static void refill(size_t sizeIndex, const char* allocationFailureLine) {
-  const size_t blockSize = (sizeIndex + 1) * STEP;
-  char* piece = static_cast<char*>(allocate(PIECE_SIZE, allocationFailureLine));
-  for (size_t offset = 0; offset + blockSize <= PIECE_SIZE; offset += blockSize) {
-    auto* block = reinterpret_cast<Header*>(piece + offset);
-    block->nextFree = freeBlocks[sizeIndex];
-    freeBlocks[sizeIndex] = block;
-  }
+static Piece* currentPiece = nullptr;  // the one that blocks are cut from
+static Piece* freePieces = nullptr;
+
+static Piece* makePiece(size_t size, const char* allocationFailureLine) {
+  auto* piece = static_cast<Piece*>(allocate(size, allocationFailureLine));
+  *piece = {nullptr, size, sizeof(Piece), 0};
+  return piece;
+}
+
+// Returns a piece that has room for a block of the given size.
+static Piece* pieceWithRoom(size_t blockSize, const char* allocationFailureLine) {
+  if (currentPiece != nullptr && currentPiece->size - currentPiece->used >= blockSize) return currentPiece;
+  if (sizeof(Piece) + blockSize > PIECE_SIZE) return makePiece(sizeof(Piece) + blockSize, allocationFailureLine);
+  if (freePieces == nullptr) freePieces = makePiece(PIECE_SIZE, allocationFailureLine);
+  currentPiece = freePieces;
+  freePieces = currentPiece->nextFree;
+  return currentPiece;
 }
 
 char* allocateLine(size_t size, const char* allocationFailureLine) {
-  const size_t sizeIndex = (size + sizeof(Header) - 1) / STEP;
-  Header* block;
-  if (sizeIndex >= NUMBER_OF_SIZES) {
-    block = static_cast<Header*>(allocate(size + sizeof(Header), allocationFailureLine));
-    block->sizeIndex = NUMBER_OF_SIZES;
-  } else {
-    if (freeBlocks[sizeIndex] == nullptr) refill(sizeIndex, allocationFailureLine);
-    block = freeBlocks[sizeIndex];
-    freeBlocks[sizeIndex] = block->nextFree;
-    block->sizeIndex = sizeIndex;
+  constexpr size_t UNIT = alignof(Header);
+  const size_t blockSize = (sizeof(Header) + size + UNIT - 1) / UNIT * UNIT;
+  Piece* piece = pieceWithRoom(blockSize, allocationFailureLine);
+  auto* header = reinterpret_cast<Header*>(reinterpret_cast<char*>(piece) + piece->used);
+  *header = {static_cast<uint32_t>(piece->used), static_cast<uint32_t>(blockSize)};
+  piece->used += blockSize;
+  ++piece->blocks;
+  return reinterpret_cast<char*>(header + 1);
+}
+
+// Makes a piece without blocks ready for new ones.
+static void empty(Piece* piece) {
+  piece->used = sizeof(Piece);
+  if (piece->size > PIECE_SIZE) {
+    free(piece);
+  } else if (piece != currentPiece) {
+    piece->nextFree = freePieces;
+    freePieces = piece;
   }
-  return reinterpret_cast<char*>(block + 1);
 }
 
 void freeLine(char* line) {
   if (line == nullptr) return;
-  Header* block = reinterpret_cast<Header*>(line) - 1;
-  const size_t sizeIndex = block->sizeIndex;
-  if (sizeIndex == NUMBER_OF_SIZES) {
-    free(block);
-    return;
-  }
-  block->nextFree = freeBlocks[sizeIndex];
-  freeBlocks[sizeIndex] = block;
+  const Header* header = reinterpret_cast<Header*>(line) - 1;
+  auto* piece = reinterpret_cast<Piece*>(line - sizeof(Header) - header->offset);
+  if (header->offset + header->size == piece->used) piece->used = header->offset;
+  if (--piece->blocks == 0) empty(piece);
 }
 
 #endif
 
 char* copyLine(const char* text, const char* allocationFailureLine) {
-  const size_t length = strlen(text);
+  return copyLine(text, strlen(text), allocationFailureLine);
+}
+
+char* copyLine(const char* text, size_t length, const char* allocationFailureLine) {
   char* copy = allocateLine(length + LINE_SPARE, allocationFailureLine);
-  memcpy(copy, text, length + 1);
+  memcpy(copy, text, length);
+  copy[length] = '\0';
   return copy;
 }

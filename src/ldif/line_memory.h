@@ -10,8 +10,10 @@ constexpr size_t LINE_SPARE = 10;
 // after the given trace line, when there is none.
 [[nodiscard]] char* allocateLine(size_t size, const char* allocationFailureLine);
 
-// Gives a block back; null is left alone.
+// Gives a block back; null is left alone. Blocks that are given back in the reverse order of their allocation are
+// used again at once, others only with those around them.
 void freeLine(char* line);
 
-// Returns a copy of a text with LINE_SPARE bytes of room behind it, to be given back with freeLine.
+// Returns a copy of a text (of known length) with LINE_SPARE bytes of room behind it, to be given back with freeLine.
 [[nodiscard]] char* copyLine(const char* text, const char* allocationFailureLine);
+[[nodiscard]] char* copyLine(const char* text, size_t length, const char* allocationFailureLine);

@@ -1,6 +1,6 @@
 """Conversions on a machine that fails: no memory, full or broken disks, closed and clogged standard streams.
 
-usage: test_faults.py TOOL INJECT_LIBRARY
+usage: test_faults.py TOOL INJECT_LIBRARY TOOL_WITH_SEPARATE_LINES
 
 The library makes one call of a run fail, and every call has its turn. Whatever fails, a run must either give the
 output of an undisturbed run, or end with status 255 and say why; and it must leave its input as it was.
@@ -18,13 +18,14 @@ from pathlib import Path
 
 tool = ""
 library = ""
+tool_with_separate_lines = ""  # every line it holds is an allocation of its own
 sanitizer = ""  # the runtime that a sanitized tool needs to be loaded first
 
 MEMORY, POSITION, PROCESSING, OPENING, PREPARATION, WRITING, READING, COMPLETE = (
     f"3809283{number}" for number in ("00", "01", "02", "04", "05", "06", "07", "15"))
 DISK_ERRORS = ("ENOSPC", "EIO", "EFBIG")
 WINDOW = 256 * 1024  # bytes of a file that the tool writes at once
-READ_FIRST = 8 * 1024  # bytes that it reads first
+READ_FIRST = 24 * 1024  # bytes that it reads first
 SCRATCH = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # two thousand runs are too many for a disk
 
 
@@ -194,7 +195,7 @@ class FaultTest(unittest.TestCase):
         self.leftover = leftover
         self.file("input.ldif").write_bytes(self.export)
 
-    def run_tool(self, users=10, groups=10, fault=None, trace=None, echo=False, command=(), **options):
+    def run_tool(self, users=10, groups=10, fault=None, trace=None, echo=False, command=(), program=None, **options):
         """Runs the tool, with the settings of the fault if there is one, and checks what holds for every run."""
         for name in ("output.ldif", "input.ldif.tmp", "trace", "report", "TEMPORARY_INPUT_LDIF_FILE"):
             self.file(name).unlink(missing_ok=True)
@@ -209,7 +210,7 @@ class FaultTest(unittest.TestCase):
             environment["LD_PRELOAD"] = " ".join(filter(None, (sanitizer, library)))
             environment["FAULT_REPORT"] = "report"
             environment |= {f"FAULT_{name.upper()}": str(value) for name, value in fault.items()}
-        arguments = [*command, tool, "input.ldif", "output.ldif", str(users), str(groups)] + ([trace] if trace else [])
+        arguments = [*command, program or tool, "input.ldif", "output.ldif", str(users), str(groups)] + ([trace] if trace else [])
         options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | options
         run = subprocess.run(arguments, cwd=self.folder, env=environment, check=False, **options)
         if fault is not None:
@@ -315,7 +316,7 @@ class AnAllocationThatFails(FaultTest):
         for export, left in ((long_lines(), None), (one_class_each(), leftover)):
             self.prepare(export, left)
             expected = self.undisturbed(trace="trace")
-            self.each_fault(check, {"call": "malloc"}, trace="trace")
+            self.each_fault(check, {"call": "malloc"}, trace="trace", program=tool_with_separate_lines)
         exiting = ("allocateObjectCache", "commaSpaceEater", "getNextObjectFromTemporaryInputLDIFFile",
                    "copySecPolicyDNFromObjectArrayToSecPolicyDNArray", "mergeObjects")
         self.assertLessEqual({f"{name}():  malloc() failure.  EXITING. " for name in exiting}, seen)
@@ -351,7 +352,7 @@ class MemoryThatIsShort(FaultTest):
         self.prepare(several_windows())
         expected = self.undisturbed()
         statuses = set()
-        for size in range(16 << 20, 80 << 20, 4 << 20):
+        for size in range(28 << 20, 80 << 20, 4 << 20):
             with self.subTest(size=size):
                 result = self.run_tool(users=3000, **self.limited(size))
                 self.assertHarmless(result, expected, *AnAllocationThatFails.ALLOWED)
@@ -619,13 +620,13 @@ class AFailedWriteInThePasses(FaultTest):
                 error = (f"process{processor}ObjectFromTempInputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInput"
                          f"LDIFFile() failed deleting a {kind} object.  EXITING. \n")
                 dn = "secAuthority=Default,cn=anna,o=example\n"
-                result = self.fail_when_blanking(before("anna", *padding(4600)), middle("anna", *padding(4600)))
+                result = self.fail_when_blanking(before("anna", *padding(13_000)), middle("anna", *padding(13_000)))
                 self.assertFailed(result, PROCESSING)
                 self.assertTrue(result.trace.endswith(error), result.trace[-400:])
                 self.assertTrue(result.notices.endswith(error + echo.replace("%s", dn)), result.notices[-400:])
 
     def test_is_named_by_the_final_copy(self):
-        result = self.fail_when_blanking(credentials("a", *padding(4000)), credentials("b", *padding(6000)))
+        result = self.fail_when_blanking(credentials("a", *padding(12_000)), credentials("b", *padding(18_000)))
         self.assertFailed(result, PROCESSING)
         error = ("copyRemainingObjectsToOutputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInputLDIFFile() failed "
                  "deleting a ResCreds container or secResCreds object.  EXITING. \n")
@@ -758,7 +759,7 @@ def sanitizer_of(program):
 
 
 if __name__ == "__main__":
-    tool, library = (str(Path(sys.argv.pop(1)).resolve()) for _ in range(2))
+    tool, library, tool_with_separate_lines = (str(Path(sys.argv.pop(1)).resolve()) for _ in range(3))
     sanitizer = sanitizer_of(tool)
     program = unittest.main(exit=False)
     print("faults delivered:", dict(sorted(counts.items())), file=sys.stderr)

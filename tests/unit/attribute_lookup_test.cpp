@@ -115,6 +115,7 @@ TEST_F(AttributeLookup, RefusesTheValueOfAContinuationLine) {
 }
 
 TEST_F(AttributeLookup, NeedsMemoryForTheValueAndItsContinuations) {
+  if (!linesAreSeparate) GTEST_SKIP() << "The copies have room where the key stood.";
   fillObject({"cn: " + repeated(300, "b") + "\n", " " + repeated(3000, "c") + "\n"});
   startTrace();
   exhaustMemoryIn([] { taken(obtainAttributeValueFromObjArray("cn")); });

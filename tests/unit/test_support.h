@@ -82,6 +82,13 @@ void failNextReallocation();
 // fail. Every one must end the run for want of memory. The trace receives what all of them trace.
 void exhaustMemoryIn(const std::function<void()>& step);
 
+// Whether each line is an allocation of its own, so that each can fail.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool linesAreSeparate = true;
+#else
+constexpr bool linesAreSeparate = false;
+#endif
+
 // The cache. buildCache leaves it as at the start of a pass.
 extern const std::vector<const CacheMatrix*> allMatrices;
 void buildCache(int32_t userSlots, int32_t groupSlots);
