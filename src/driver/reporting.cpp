@@ -14,7 +14,7 @@ static void writeLine(FILE* stream, const char* format, va_list arguments) {
   errno = savedErrno;
 }
 
-void traceLine(const char* format, ...) {
+void(traceLine)(const char* format, ...) {
   if (debug == 0 || tfp == nullptr) return;
   va_list arguments;
   va_start(arguments, format);

@@ -57,11 +57,11 @@ static char* unfold(const char* source, int32_t& index, const char* mallocFailur
 
 // True when the key, which is in lower case and ends in its only colon, ends at the colon at the given place of
 // the line. Case is ignored up to the line's first colon and counts behind it.
-static bool keyEndsAt(const char* line, const char* colon, const char* firstColon, const char* key, size_t keyLength) {
-  if (colon - line + 1 < static_cast<ptrdiff_t>(keyLength)) return false;
-  const char* start = colon + 1 - keyLength;
-  for (size_t i = 0; i < keyLength; ++i) {
-    const bool isFolded = start + i <= firstColon;
+static bool keyEndsAt(const ColonLine& line, const char* colon, std::string_view key) {
+  if (static_cast<size_t>(colon - line.text) + 1 < key.size()) return false;
+  const char* start = colon + 1 - key.size();
+  for (size_t i = 0; i < key.size(); ++i) {
+    const bool isFolded = start + i <= line.firstColon;
     if ((isFolded ? lowered(start[i]) : static_cast<unsigned char>(start[i])) != static_cast<unsigned char>(key[i]))
       return false;
   }
@@ -69,10 +69,10 @@ static bool keyEndsAt(const char* line, const char* colon, const char* firstColo
 }
 
 // Returns what follows the key's first match in the line, or null.
-static const char* findValue(const char* line, const char* key, size_t keyLength) {
-  const char* firstColon = strchr(line, ':');
-  for (const char* colon = firstColon; colon != nullptr; colon = strchr(colon + 1, ':'))
-    if (keyEndsAt(line, colon, firstColon, key, keyLength)) return colon + 1;
+static const char* findValue(const ColonLine& line, const ColonText& key) {
+  if ((line.endings & key.ending) == 0) return nullptr;
+  for (const char* colon = line.firstColon; colon != nullptr; colon = strchr(colon + 1, ':'))
+    if (keyEndsAt(line, colon, key.text)) return colon + 1;
   return nullptr;
 }
 
@@ -80,13 +80,13 @@ char* obtainAttributeValueFromObjArray(const char* name) {
   traceLine("obtainAttributeValueFromObjArray():  FUNCTION ENTRY \n");
   traceLine("    Seeking the value of attribute:  %s\n", name);
   char* key = copyLine(name, "obtainAttributeValueFromObjArray():  malloc() failure.  EXITING. \n");
-  const size_t keyLength = strlen(name) + 1;
-  appendBounded(key, keyLength + 1, ":");
+  appendBounded(key, strlen(name) + LINE_SPARE, ":");
   strtolower(key);
 
   const char* found = nullptr;
   int32_t index = 0;
-  while (index < next_available_object_slot && (found = findValue(object[index], key, keyLength)) == nullptr) ++index;
+  const ColonText keyText = key;
+  while (index < next_available_object_slot && (found = findValue(colonsOfObject(index), keyText)) == nullptr) ++index;
   freeLine(key);
   if (found == nullptr) {
     traceLine("obtainAttributeValueFromObjArray():  ERROR:  Attribute not found. \n");

@@ -1,16 +1,9 @@
-// Letter case as the C locale has it, whatever the environment: only ASCII letters have two cases. A table, since
-// the conversion compares every line without regard to case several times.
+// Letter case as the C locale has it, whatever the environment: only ASCII letters have two cases. Without a branch
+// or a table, so that compilers fold many characters at once.
 #pragma once
 
-#include <array>
-
-constexpr std::array<unsigned char, 256> makeLoweredCharacters() {
-  std::array<unsigned char, 256> table{};
-  for (unsigned i = 0; i < table.size(); ++i)
-    table[i] = static_cast<unsigned char>(i >= 'A' && i <= 'Z' ? i - 'A' + 'a' : i);
-  return table;
+inline unsigned char lowered(char character) {
+  constexpr unsigned LETTERS = 26;
+  const auto code = static_cast<unsigned char>(character);
+  return static_cast<unsigned char>(code + (code - unsigned{'A'} < LETTERS ? 'a' - 'A' : 0));
 }
-
-inline constexpr std::array<unsigned char, 256> loweredCharacters = makeLoweredCharacters();
-
-inline unsigned char lowered(char character) { return loweredCharacters[static_cast<unsigned char>(character)]; }

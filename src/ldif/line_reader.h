@@ -13,8 +13,12 @@ constexpr size_t NEXT_LINE_SIZE = 4096;  // bytes, closing NUL included
 // of it can see.
 inline char nextLine[NEXT_LINE_SIZE];
 
-// Counts the attempts to read a line, those at the end of a file included, but for blank lines that are skipped in
-// one go. For the debugger.
+// Number of characters that the line read last has, up to its first NUL. Kept, because a text that has just been put
+// down is slow to look through.
+inline size_t nextLineLength = 0;
+
+// Counts the attempts to read a line, those at the end of a file included, but for lines that are skipped in one go.
+// For the debugger.
 inline int32_t lineNum = 0;
 
 // 1 once the work-file reader has met a line with "changetype:"; never cleared.

@@ -1,5 +1,9 @@
 #include "ldif/object_buffer.h"
 
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
 #include "driver/reporting.h"
 #include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
@@ -15,20 +19,56 @@ static void requireFreeSlot() {
   exitForObject(PROCESSING_FAILED);
 }
 
+static void append(char* line, const ColonLine& known) {
+  objectColons[next_available_object_slot] = known;
+  object[next_available_object_slot++] = line;
+}
+
+// Returns what is known of a line before its colons have been looked for.
+static ColonLine lineOfLength(size_t length) {
+  ColonLine line;
+  line.length = length;
+  return line;
+}
+
 void appendLineToObject(char* line) {
   requireFreeSlot();
-  object[next_available_object_slot++] = line;
+  append(line, lineOfLength(strlen(line)));
 }
 
 void storeNextLine(const char* allocationFailureLine) {
   requireFreeSlot();
-  appendLineToObject(copyLine(nextLine, allocationFailureLine));
+  append(copyLine(nextLine, nextLineLength, allocationFailureLine), lineOfLength(nextLineLength));
+}
+
+void copyLineToObject(const ColonLine& line, const char* allocationFailureLine) {
+  requireFreeSlot();
+  char* copy = copyLine(line.text, line.length, allocationFailureLine);
+  ColonLine known = line;
+  known.text = copy;
+  if (line.firstColon != nullptr) known.firstColon = copy + (line.firstColon - line.text);
+  append(copy, known);
+}
+
+void objectLineHasChanged(int32_t slot) { objectColons[slot] = lineOfLength(strlen(object[slot])); }
+
+void cutLineEndOfObject(int32_t slot) {
+  ColonLine& line = objectColons[slot];
+  const std::string_view text(object[slot], line.length);
+  const size_t length = std::min(text.find('\n'), text.find('\r'));
+  if (length == std::string_view::npos) return;
+  const bool losesColon = text.find(':', length) != std::string_view::npos;
+  object[slot][length] = '\0';
+  if (losesColon) line = lineOfLength(length);
+  line.length = length;
 }
 
 void freeObject() {
-  for (int32_t i = 0; i < OBJECT_ARRAY_SIZE && object[i] != nullptr; ++i) {
-    freeLine(object[i]);
-    object[i] = nullptr;
+  int32_t count = 0;
+  while (count < OBJECT_ARRAY_SIZE && object[count] != nullptr) ++count;
+  while (count > 0) {  // the last one first, so that its memory can be used again at once
+    freeLine(object[--count]);
+    object[count] = nullptr;
   }
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "driver/message_codes.h"
+#include "ldif/colon_search.h"
 #include "platform/stream.h"
 
 constexpr int32_t OBJECT_ARRAY_SIZE = 250000;  // slots
@@ -17,6 +18,17 @@ inline char* object[OBJECT_ARRAY_SIZE];
 // Number of filled slots.
 inline int32_t next_available_object_slot = 0;
 
+// What is known of the lines: their length, and their colons once colonsOfObject has been asked for them; until then
+// the text is null.
+inline ColonLine objectColons[OBJECT_ARRAY_SIZE];
+
+// Returns the line in a filled slot with its length and colons, found at the first call.
+inline const ColonLine& colonsOfObject(int32_t slot) {
+  ColonLine& line = objectColons[slot];
+  if (line.text == nullptr) line = ColonLine(object[slot], line.length);
+  return line;
+}
+
 // getNextObject's result for an entry too long for the buffer, which has gone straight to the output.
 constexpr int32_t OBJECT_COPIED_TO_OUTPUT = 99;
 
@@ -26,12 +38,19 @@ constexpr int32_t OBJECT_COPIED_TO_OUTPUT = 99;
 // the position cannot be taken or restored, or memory is exhausted.
 int32_t getNextObject(Stream* stream);
 
+// Cuts the line in a slot at its first carriage return or newline.
+void cutLineEndOfObject(int32_t slot);
+
+// Forgets what is known of the line in a slot, which has been changed in place.
+void objectLineHasChanged(int32_t slot);
+
 // Gives back the lines up to the first null slot and nulls the slots. Leaves the count alone: the caller sets it.
 void freeObject();
 
-// Appends a copy of nextLine, or a line whose ownership passes to the buffer. Ends the run with
+// Appends a copy of nextLine or of another line, or a line whose ownership passes to the buffer. Ends the run with
 // PROCESSING_FAILED when the buffer is full.
 void storeNextLine(const char* allocationFailureLine);
+void copyLineToObject(const ColonLine& line, const char* allocationFailureLine);
 void appendLineToObject(char* line);
 
 // Traces every line of the entry, up to the first null slot, as "   object[%d] = %s".

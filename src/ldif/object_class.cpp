@@ -1,6 +1,7 @@
 #include "ldif/object_class.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "driver/reporting.h"
 #include "driver/run_state.h"
@@ -9,7 +10,7 @@
 #include "ldif/text.h"
 
 struct ClassName {
-  const char* text;  // with the blank before it
+  std::string_view text;  // with the blank before it
   ObjectClass code;
 };
 
@@ -53,16 +54,28 @@ static bool isResCredsContainer() {
   return strstr(object[0], "cn=ResCreds") != nullptr || strstr(object[0], "cn=rescreds") != nullptr;
 }
 
-static const ClassName* findClassName(const char* line) {
+// All names begin with a blank, and the fifth character tells most of them apart.
+static bool holds(std::string_view line, std::string_view name) {
+  constexpr size_t TELLING = 4;
+  for (size_t blank = line.find(' '); blank < line.size(); blank = line.find(' ', blank + 1)) {
+    const std::string_view rest = line.substr(blank);
+    if (rest.size() >= name.size() && rest[TELLING] == name[TELLING] && rest.starts_with(name)) return true;
+  }
+  return false;
+}
+
+static const ClassName* findClassName(std::string_view line) {
   for (const ClassName& name : classNames)
-    if (strstr(line, name.text) != nullptr) return &name;
+    if (holds(line, name.text)) return &name;
   return nullptr;
 }
 
 void determineTheObjectsObjectClass() {
   objectClass = UNINTERESTING_OBJECTCLASS;
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
-    const ClassName* name = findExactly(object[i], objectClassTexts) != nullptr ? findClassName(object[i]) : nullptr;
+    const ClassName* name = findExactly(colonsOfObject(i), objectClassTexts) != nullptr
+                                ? findClassName({object[i], colonsOfObject(i).length})
+                                : nullptr;
     if (name == nullptr) continue;
     objectClass = name->code;
     if (objectClass == CONTAINER_OBJECTCLASS && isResCredsContainer()) objectClass = RESCREDS_CONTAINER;

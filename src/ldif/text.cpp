@@ -16,9 +16,13 @@ char* trim(char* string) {
   return string;
 }
 
+static void lowerInto(char* buffer, const char* text, size_t length) {
+  for (size_t i = 0; i < length; ++i) buffer[i] = static_cast<char>(lowered(text[i]));
+}
+
 void strtolower(char* string) {
   if (string == nullptr) return;
-  for (; *string != '\0'; ++string) *string = static_cast<char>(lowered(*string));
+  lowerInto(string, string, strlen(string));
 }
 
 void strtoupper(char* string) {
@@ -29,8 +33,10 @@ void strtoupper(char* string) {
 const char* dostristr(const char* haystack, const char* needle) {
   if (needle == nullptr) return nullptr;
   if (*needle == '\0') return haystack;
+  const unsigned char first = lowered(*needle);
   for (; *haystack != '\0'; ++haystack) {
-    size_t i = 0;
+    if (lowered(*haystack) != first) continue;
+    size_t i = 1;
     while (needle[i] != '\0' && lowered(needle[i]) == lowered(haystack[i])) ++i;
     if (needle[i] == '\0') return haystack;
   }
@@ -59,8 +65,14 @@ static void eatSpacesBeforeCommas(char* string) {
   *write = '\0';
 }
 
+static bool hasSpaceBesideComma(const char* string) {
+  for (const char* comma = strchr(string, ','); comma != nullptr; comma = strchr(comma + 1, ','))
+    if (comma[1] == ' ' || (comma > string && comma[-1] == ' ')) return true;
+  return false;
+}
+
 void commaSpaceEater(char* string) {
-  if (string == nullptr || strchr(string, ' ') == nullptr) return;
+  if (string == nullptr || !hasSpaceBesideComma(string)) return;
   const size_t size = strlen(string) + 1;
   char* copy = static_cast<char*>(allocate(size, "commaSpaceEater():  malloc() failure.  EXITING. \n"));
   memcpy(copy, string, size);
@@ -105,8 +117,9 @@ bool copyBounded(char* buffer, size_t size, const char* text) {
 }
 
 bool copyLowered(char* buffer, size_t size, const char* text) {
-  if (!copyBounded(buffer, size, text)) return false;
-  strtolower(buffer);
+  const size_t length = strlen(text);
+  if (length >= size) return false;
+  lowerInto(buffer, text, length + 1);
   return true;
 }
 

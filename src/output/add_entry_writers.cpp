@@ -25,15 +25,15 @@ static int32_t writeFailed(const char* function) {
 }
 
 // Writes a line unless it is left out. Returns 0 or -1.
-static int32_t writeAttribute(const char* line, std::span<const ColonText> leftOut, Stream* stream) {
-  return findInAnyCase(line, leftOut) != nullptr ? 0 : writeText(stream, line);
+static int32_t writeAttribute(const ColonLine& line, std::span<const ColonText> leftOut, Stream* stream) {
+  return findInAnyCase(line, leftOut) != nullptr ? 0 : writeText(stream, line.text, line.length);
 }
 
 // Writes what mergeObjects has put into the entry buffer, but for its old dn: line, empties the buffer and ends
 // the record. Returns 0 or -1.
 static int32_t writeMergedObject(Stream* stream) {
   for (int32_t i = 1; i < next_available_object_slot; ++i)
-    if (writeAttribute(object[i], leftOutOfOwner, stream) != 0) return -1;
+    if (writeAttribute(colonsOfObject(i), leftOutOfOwner, stream) != 0) return -1;
   freeObject();
   next_available_object_slot = 0;
   return writeText(stream, "\n");

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
+#include <memory>
 #include <span>
 #include <string_view>
 
@@ -18,15 +18,8 @@ static constexpr std::string_view excludedNames[] = {
     "objectclass:",  "objectClass:", "XOQ-ENTRYUUID:", "xoq-entryuuid:", "control:", "Control:", "aclpropagate:",
     "aclPropagate:", "aclentry:",    "aclEntry:",      "acl:",           "ACL:",     "aci:",     "ACI:"};
 
-// A line of an input; the caller keeps its text.
-struct InputLine {
-  const char* text;    // null once the line has been merged or discarded
-  const char* colon;   // its first colon; null without one
-  bool hasMoreColons;  // so that a name may also end at a later one
-};
-
 struct Input {
-  InputLine* lines;
+  ColonLine* lines;  // their text belongs to the caller; null once a line has been merged or discarded
   size_t count;
 };
 
@@ -49,29 +42,24 @@ struct Input {
   exitWithMessage(PROCESSING_FAILED);
 }
 
-static InputLine makeInputLine(const char* text) {
-  const char* colon = strchr(text, ':');
-  return {text, colon, colon != nullptr && strchr(colon + 1, ':') != nullptr};
-}
-
 // The caller frees the lines.
 static Input makeInput(char* const* texts) {
   size_t count = 0;
   while (texts[count] != nullptr) ++count;
-  auto* lines = static_cast<InputLine*>(allocate(count * sizeof(InputLine), MALLOC_FAILURE));
-  std::transform(texts, texts + count, lines, makeInputLine);
+  auto* lines = static_cast<ColonLine*>(allocate(count * sizeof(ColonLine), MALLOC_FAILURE));
+  std::uninitialized_copy(texts, texts + count, lines);
   return {lines, count};
 }
 
 // Appends a copy of the line to the entry buffer.
-static void moveToObject(InputLine& line) {
-  appendLineToObject(copyLine(line.text, MALLOC_FAILURE));
+static void moveToObject(ColonLine& line) {
+  copyLineToObject(line, MALLOC_FAILURE);
   line.text = nullptr;
 }
 
 // Returns the attribute name of a line that has a colon, up to and including the first.
-static std::string_view attributeName(const InputLine& line) {
-  return {line.text, static_cast<size_t>(line.colon - line.text) + 1};
+static std::string_view attributeName(const ColonLine& line) {
+  return {line.text, static_cast<size_t>(line.firstColon - line.text) + 1};
 }
 
 static bool isDn(std::string_view name) { return name == "dn:" || name == "DN:"; }
@@ -80,25 +68,25 @@ static bool isExcluded(std::string_view name) {
   return std::find(std::begin(excludedNames), std::end(excludedNames), name) != std::end(excludedNames);
 }
 
-static bool holdsName(const InputLine& line, const ColonText& name) {
-  if (line.text == nullptr || line.colon == nullptr) return false;
-  if (line.hasMoreColons) return findInAnyCase(line.text, name) != nullptr;
-  return standsInAnyCase(line.text, line.colon, name);
+static bool holdsName(const ColonLine& line, const ColonText& name) {
+  return line.text != nullptr && findInAnyCase(line, name) != nullptr;
 }
 
 // Returns the first line left that holds the name anywhere, in any case; null without one.
-static InputLine* findMatch(const Input& input, const ColonText& name) {
-  InputLine* end = input.lines + input.count;
-  InputLine* match = std::find_if(input.lines, end, [&](const InputLine& line) { return holdsName(line, name); });
+static ColonLine* findMatch(const Input& input, const ColonText& name) {
+  ColonLine* end = input.lines + input.count;
+  ColonLine* match = std::find_if(input.lines, end, [&](const ColonLine& line) { return holdsName(line, name); });
   return match != end ? match : nullptr;
 }
 
+static constexpr ColonText secAuthorityText = "secauthority:";
+
 // Settles a line of the first input, whose attribute name is neither dn: nor excluded.
-static void mergeLine(InputLine& line, const Input& input2) {
-  InputLine* match = findMatch(input2, attributeName(line));
+static void mergeLine(ColonLine& line, const Input& input2) {
+  ColonLine* match = findMatch(input2, attributeName(line));
   if (match == nullptr) {
     moveToObject(line);
-  } else if (findInAnyCase(line.text, "secauthority:") != nullptr) {
+  } else if (findInAnyCase(line, secAuthorityText) != nullptr) {
     moveToObject(line);
     match->text = nullptr;
   } else {
@@ -111,12 +99,12 @@ static constexpr ColonText objectClassTexts[] = {"objectclass:", "objectClass:"}
 
 static void walkFirstInput(const Input& input1, const Input& input2) {
   const char* dnLine = input1.lines[0].text;
-  for (InputLine& line : std::span(input1.lines, input1.count)) {
-    if (findExactly(line.text, objectClassTexts) != nullptr) {
+  for (ColonLine& line : std::span(input1.lines, input1.count)) {
+    if (findExactly(line, objectClassTexts) != nullptr) {
       moveToObject(line);
       continue;
     }
-    if (line.colon == nullptr) exitForMissingColon(line.text, true, dnLine);
+    if (line.firstColon == nullptr) exitForMissingColon(line.text, true, dnLine);
     if (isDn(attributeName(line)))
       moveToObject(line);
     else if (!isExcluded(attributeName(line)))
@@ -125,9 +113,9 @@ static void walkFirstInput(const Input& input1, const Input& input2) {
 }
 
 static void walkSecondInput(const Input& input2, const char* dnLine) {
-  for (InputLine& line : std::span(input2.lines, input2.count)) {
+  for (ColonLine& line : std::span(input2.lines, input2.count)) {
     if (line.text == nullptr) continue;
-    if (line.colon == nullptr) exitForMissingColon(line.text, false, dnLine);
+    if (line.firstColon == nullptr) exitForMissingColon(line.text, false, dnLine);
     if (!isDn(attributeName(line)) && !isExcluded(attributeName(line))) moveToObject(line);
   }
 }

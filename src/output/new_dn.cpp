@@ -29,9 +29,11 @@ static constexpr NameSource cnSource = {&secGroupMatrix, {"cn:", "CN:"}, cnFromS
 
 // Returns what follows the name's attribute in the first line that has it, anywhere; null without one.
 static const char* findName(const NameSource& source, int32_t slot) {
-  for (char** line = rowOf(*source.matrix, slot); *line != nullptr; ++line)
+  for (char** cell = rowOf(*source.matrix, slot); *cell != nullptr; ++cell) {
+    const ColonLine line(*cell);
     for (const ColonText& form : source.forms)
-      if (const char* place = findExactly(*line, form)) return skipSpaces(place + form.text.size());
+      if (const char* place = findExactly(line, form)) return skipSpaces(place + form.text.size());
+  }
   return nullptr;
 }
 

@@ -13,9 +13,12 @@
 #include "platform/stream.h"
 
 static int32_t copyContents(Stream* source, Stream* destination) {
-  char part[4096];
-  while (const size_t length = readLine(source, part, sizeof part - 1))
-    if (writeText(destination, part, length) != 0) return -1;
+  constexpr size_t PART_SIZE = 4096;
+  for (;;) {
+    const std::string_view part = readLine(source, PART_SIZE);
+    if (part.empty()) break;
+    if (writeText(destination, part.data(), part.size()) != 0) return -1;
+  }
   return readFailed(source) ? -1 : 0;
 }
 

@@ -14,7 +14,7 @@
 
 static constexpr size_t WINDOW_SIZE = size_t{256} * 1024;
 // How much is read after a jump to another place; doubled by every read that goes on from there.
-static constexpr size_t FIRST_READ_SIZE = size_t{8} * 1024;
+static constexpr size_t FIRST_READ_SIZE = size_t{24} * 1024;
 // What stays of a window when reading moves on, so that going back to where an entry began finds it still there.
 static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
 
@@ -179,19 +179,17 @@ static bool readMore(Stream* stream) {
   return true;
 }
 
-size_t readLine(Stream* stream, char* buffer, size_t limit) {
+std::string_view readLine(Stream* stream, size_t limit) {
   for (;;) {
     const char* from = stream->window + stream->cursor;
     const size_t available = std::min(stream->filled - stream->cursor, limit);
     const void* newline = memchr(from, '\n', available);
     if (newline == nullptr && available < limit && readMore(stream)) continue;
-    if (newline == nullptr && stream->readHasFailed) return 0;  // not the part of a line that came before
+    if (newline == nullptr && stream->readHasFailed) return {};  // not the part of a line that came before
     const size_t length = newline == nullptr ? std::min(stream->filled - stream->cursor, limit)
                                              : static_cast<size_t>(static_cast<const char*>(newline) - from) + 1;
-    memcpy(buffer, stream->window + stream->cursor, length);
-    buffer[length] = '\0';
     stream->cursor += length;
-    return length;
+    return {stream->window + stream->cursor - length, length};
   }
 }
 
@@ -221,6 +219,17 @@ void skipBlankLines(Stream* stream, size_t limit) {
 
 bool readFailed(const Stream* stream) { return stream->readHasFailed; }
 
+// Takes the bytes behind the cursor, which are in the window, as going to be written. Returns where they stand.
+static char* overwriteWindow(Stream* stream, size_t length) {
+  char* place = stream->window + stream->cursor;
+  if (stream->dirtyBegin == stream->dirtyEnd) stream->dirtyBegin = stream->dirtyEnd = stream->cursor;
+  stream->dirtyBegin = std::min(stream->dirtyBegin, stream->cursor);
+  stream->cursor += length;
+  stream->dirtyEnd = std::max(stream->dirtyEnd, stream->cursor);
+  stream->filled = std::max(stream->filled, stream->cursor);
+  return place;
+}
+
 int32_t writeText(Stream* stream, const char* text, size_t length) {
   while (length > 0 && !stream->writeHasFailed) {
     if (stream->cursor == WINDOW_SIZE) {
@@ -229,12 +238,7 @@ int32_t writeText(Stream* stream, const char* text, size_t length) {
       stream->filled = stream->cursor = 0;
     }
     const size_t part = std::min(length, WINDOW_SIZE - stream->cursor);
-    memcpy(stream->window + stream->cursor, text, part);
-    if (stream->dirtyBegin == stream->dirtyEnd) stream->dirtyBegin = stream->dirtyEnd = stream->cursor;
-    stream->dirtyBegin = std::min(stream->dirtyBegin, stream->cursor);
-    stream->cursor += part;
-    stream->dirtyEnd = std::max(stream->dirtyEnd, stream->cursor);
-    stream->filled = std::max(stream->filled, stream->cursor);
+    memcpy(overwriteWindow(stream, part), text, part);
     text += part;
     length -= part;
   }
@@ -242,6 +246,11 @@ int32_t writeText(Stream* stream, const char* text, size_t length) {
 }
 
 int32_t writeText(Stream* stream, const char* text) { return writeText(stream, text, strlen(text)); }
+
+char* changeInPlace(Stream* stream, size_t length) {
+  if (stream->writeHasFailed || length > stream->filled - stream->cursor) return nullptr;
+  return overwriteWindow(stream, length);
+}
 
 int32_t getPosition(const Stream* stream, int64_t* position) {
   if (!stream->hasPositions) return -1;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 // How a file is opened; the comment is the mode of the standard library that it stands for.
 enum OpenMode {
@@ -51,10 +52,10 @@ int32_t closeStream(Stream*& stream);
 // files, and nobody can act on a further failure any more.
 void closeAllStreams();
 
-// Reads up to and including the next newline, at most limit characters, into buffer (limit + 1 bytes, closed
-// by a NUL; the characters themselves may hold NULs). Returns the number of characters; 0, the buffer being of no
-// meaning, at the end of the file or when the read fails, which readFailed tells apart.
-size_t readLine(Stream* stream, char* buffer, size_t limit);
+// Reads up to and including the next newline, at most limit characters, which may be NULs. Returns them as they
+// stand in memory until the stream is used again; none at the end of the file or when the read fails, which
+// readFailed tells apart.
+std::string_view readLine(Stream* stream, size_t limit);
 
 // Moves over lines that hold only spaces, carriage returns and newlines, as readLine with this limit would cut
 // them: the next line read is the first that holds anything else, or the last one, or none is left. Much faster than
@@ -68,6 +69,10 @@ bool readFailed(const Stream* stream);
 // earlier write to the stream failed, with the reason in messageReason.
 int32_t writeText(Stream* stream, const char* text, size_t length);
 int32_t writeText(Stream* stream, const char* text);  // a NUL-terminated text
+
+// Returns the next bytes of the file for being changed in place, and moves behind them. Returns null, the position
+// being unchanged, when they are not all in memory or a write to the stream has failed.
+char* changeInPlace(Stream* stream, size_t length);
 
 // Reads or sets the stream's position, a byte offset. Returns 0, or -1 when the file has no positions (a
 // pipe) or the offset is negative.

@@ -17,8 +17,9 @@
 
 static constexpr char MALLOC_FAILURE[] = "tweekObjectInObjectArray():  malloc() failure.  EXITING. \n";
 
-// A text found in the entry: the line, and where in it the text stands; null when not found.
+// A text found in the entry: the slot of the line, the line, and where in it the text stands; null when not found.
 struct Found {
+  int32_t slot;
   char* line;
   char* place;
 };
@@ -26,13 +27,14 @@ struct Found {
 // Looks for the first place in the entry where the text stands in this very case.
 static Found findInObject(const ColonText& text) {
   for (int32_t i = 0; i < next_available_object_slot; ++i)
-    if (const char* place = findExactly(object[i], text)) return {object[i], object[i] + (place - object[i])};
-  return {nullptr, nullptr};
+    if (const char* place = findExactly(colonsOfObject(i), text))
+      return {i, object[i], object[i] + (place - object[i])};
+  return {-1, nullptr, nullptr};
 }
 
 static bool objectContainsInAnyCase(const ColonText& text) {
   for (int32_t i = 0; i < next_available_object_slot; ++i)
-    if (findInAnyCase(object[i], text) != nullptr) return true;
+    if (findInAnyCase(colonsOfObject(i), text) != nullptr) return true;
   return false;
 }
 
@@ -46,6 +48,7 @@ static void convertVersion() {
   const size_t replaced = std::min(strcspn(value, "\r\n"), VERSION_LENGTH);
   memmove(value + VERSION_LENGTH, value + replaced, strlen(value + replaced) + 1);
   memcpy(value, "6.0", VERSION_LENGTH);
+  objectLineHasChanged(found.slot);
   traceLine("tweekObjectInObjectArray():  The secAuthorityInfo object is:      %s \n", object[0]);
   traceLine("tweekObjectInObjectArray():    The converted version attribute is:  %s \n", found.line);
 }
@@ -90,8 +93,8 @@ static void addDomainId() {
   const size_t size = strlen(FORMAT) + strlen(authority) + strlen(name) + LINE_SPARE;
   char* line = allocateLine(size, MALLOC_FAILURE);
   snprintf(line, size, FORMAT, authority, name);
-  freeLine(authority);
   freeLine(name);
+  freeLine(authority);
   appendLineToObject(line);
   traceLine("tweekObjectInObjectArray():  The secUser object is:      %s \n", object[0]);
   traceLine("tweekObjectInObjectArray():    The secDomainId added is:  %s \n", line);

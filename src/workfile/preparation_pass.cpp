@@ -1,5 +1,7 @@
 #include "workfile/preparation_pass.h"
 
+#include <cstring>
+
 #include "driver/interruption.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
@@ -42,11 +44,18 @@ static const Destination& chooseDestination(const char* dnLine) {
 // The entry-UUID lines of the directory server.
 static constexpr ColonText entryUuidTexts[] = {"XOQ-ENTRYUUID: ", "xoq-entryuuid: "};
 
-static void writeLine(const Destination& destination, char* line) {
-  if (destination.tightensOwnerNames && findExactly(line, "secdn:") != nullptr) commaSpaceEater(line);
+static constexpr ColonText ownerText = "secdn:";
+
+// Writes a line whose text has lost its line end and has room for another.
+static void writeLine(const Destination& destination, char* text, const ColonLine& line) {
+  size_t length = line.length;
+  if (destination.tightensOwnerNames && findExactly(line, ownerText) != nullptr) {
+    commaSpaceEater(text);
+    length = strlen(text);
+  }
   if (destination.dropsEntryUuid && findExactly(line, entryUuidTexts) != nullptr) return;
-  stopOnFailure(writeText(destination.stream, line), destination.fileName);
-  stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
+  text[length] = '\n';
+  stopOnFailure(writeText(destination.stream, text, length + 1), destination.fileName);
 }
 
 // Nobody needs the entry behind this, so a line without continuation is changed in place rather than copied.
@@ -56,11 +65,11 @@ static void writeObject(const Destination& destination) {
     const bool isFolded = i + 1 < next_available_object_slot && object[i + 1][0] == ' ';
     if (isFolded) {
       char* line = obtainAttributeFromObjectArray(i);
-      writeLine(destination, line);
+      writeLine(destination, line, line);
       freeLine(line);
     } else {
-      cutAtLineEnd(object[i]);
-      writeLine(destination, object[i]);
+      cutLineEndOfObject(i);
+      writeLine(destination, object[i], colonsOfObject(i));
     }
   }
   stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);

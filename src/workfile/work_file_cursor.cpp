@@ -9,18 +9,38 @@
 #include "ldif/text.h"
 #include "platform/message_service.h"
 
+static FilePosition positionOf(const Stream* stream) {
+  FilePosition position = 0;
+  getPosition(stream, &position);  // cannot fail: it has not at the beginning of the read
+  return position;
+}
+
+static void noteLine() {
+  lastObjectExtent.linesLength += nextLineLength;
+  if (nextLine[nextLineLength - 1] != '\n') lastObjectExtent.isPlain = false;
+}
+
 // Reads lines into the empty buffer until the entry ends. Returns what the whole read returns.
-static int32_t readObject(Stream* stream) {
-  skipBlankLines(stream, NEXT_LINE_SIZE - 1);
+static int32_t readLinesOfObject(Stream* stream) {
   while (getNextLine(nextLine, stream) == 0) {
     if (isBlankLine(nextLine)) {
       if (next_available_object_slot > 0) return 0;
+      lastObjectExtent.isPlain = false;  // comments alone: blanking and stepping over end here
       continue;
     }
+    noteLine();
     if (changetypeSeen == 0 && findExactly(nextLine, "changetype:") != nullptr) changetypeSeen = 1;
     if (nextLine[0] != '#') storeNextLine("getNextObjectFromTemporaryInputLDIFFile():  malloc() failure.  EXITING. \n");
   }
   return readFailed(stream) ? OBJECT_NOT_READABLE : -1;
+}
+
+static int32_t readObject(Stream* stream) {
+  skipBlankLines(stream, NEXT_LINE_SIZE - 1);
+  lastObjectExtent = {filePositionBeforeReadingObject, positionOf(stream), 0, 0, true};
+  const int32_t result = readLinesOfObject(stream);
+  lastObjectExtent.end = positionOf(stream);
+  return result;
 }
 
 static void traceRestoredPosition(Stream* stream, int32_t readResult) {
@@ -84,6 +104,33 @@ static int32_t blankOutNextLine(Stream* stream, int64_t lineStart) {
   return writeText(stream, nextLine);
 }
 
+// Turns whole lines into blank ones.
+static void blankOutLines(char* lines, size_t length) {
+  char* const end = lines + length;
+  while (lines != end) {
+    auto* newline = static_cast<char*>(memchr(lines, '\n', static_cast<size_t>(end - lines)));
+    memset(lines, ' ', static_cast<size_t>(newline - lines));
+    newline[-1] = '\r';
+    lines = newline + 1;
+  }
+}
+
+// True when the entry that comes next is the one that has been read last, and plain.
+static bool isLastObjectNext(const Stream* stream) {
+  return lastObjectExtent.isPlain && positionOf(stream) == lastObjectExtent.readFrom;
+}
+
+// Blanks the entry out in memory. Returns false, the position being unchanged, when it has to be done line by line.
+static bool blankOutLastObject(Stream* stream) {
+  if (!isLastObjectNext(stream)) return false;
+  lastObjectExtent.isPlain = false;
+  setPosition(stream, lastObjectExtent.begin);
+  char* lines = changeInPlace(stream, lastObjectExtent.linesLength);
+  if (lines != nullptr) blankOutLines(lines, lastObjectExtent.linesLength);
+  setPosition(stream, lines != nullptr ? lastObjectExtent.end : lastObjectExtent.readFrom);
+  return lines != nullptr;
+}
+
 static int32_t blankOutObject(Stream* stream) {
   skipBlankLines(stream, NEXT_LINE_SIZE - 1);
   for (int32_t lines = 0;;) {
@@ -104,7 +151,7 @@ int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   traceLine("deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
   const int32_t debugBefore = debug;
   debug = 0;
-  const int32_t result = blankOutObject(stream);
+  const int32_t result = blankOutLastObject(stream) ? 0 : blankOutObject(stream);
   debug = debugBefore;
   traceLine(result == 0 ? "deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT  \n"
                         : "deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT ERROR  \n");
@@ -131,6 +178,10 @@ static void traceSteppedLine(bool isBlank, int32_t lines) {
 }
 
 static void stepOverObject(Stream* stream) {
+  if (debug == 0 && isLastObjectNext(stream)) {
+    setPosition(stream, lastObjectExtent.end);
+    return;
+  }
   if (debug == 0) skipBlankLines(stream, NEXT_LINE_SIZE - 1);  // while tracing, every line is shown
   for (int32_t lines = 0; getNextLine(nextLine, stream) == 0;) {
     const bool isBlank = isBlankLine(nextLine);

@@ -17,6 +17,17 @@ inline long filePositionBeforeReadingObject_ftell = 0;
 inline FilePosition filePositionAfterReadingObject = 0;
 inline long filePositionAfterReadingObject_ftell = 0;
 
+// Where the entry read last stands, so that it can be blanked out or stepped over without being read once more. While
+// isPlain: it stands in one piece, in whole lines that hold no NUL, and nobody has blanked it out.
+struct ObjectExtent {
+  FilePosition readFrom;  // where the stream stood before the read
+  FilePosition begin;     // of its first line
+  size_t linesLength;     // up to the end of its last line
+  FilePosition end;       // behind the blank line that ended it
+  bool isPlain;
+};
+inline ObjectExtent lastObjectExtent = {};
+
 // Where the first entry stepped over in this pass, or the blank lines before it, begins: the next pass starts
 // there. Valid while the flag is 1; the run driver reads the position and clears the flag.
 inline FilePosition filePositionOfFirstObjectSteppedOver = 0;

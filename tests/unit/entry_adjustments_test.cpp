@@ -204,9 +204,8 @@ TEST_F(AdjustmentFailure, NoMemoryForTheInstallDate) {
 
 TEST_F(AdjustmentFailure, NoRoomForAnotherLine) {
   fillObject({"dn: a\n"});
-  next_available_object_slot = OBJECT_ARRAY_SIZE;
   objectClass = SECAUTHORITYINFO_OBJECTCLASS;
-  for (int32_t slot = 1; slot < OBJECT_ARRAY_SIZE; slot++) object[slot] = object[0];
+  while (next_available_object_slot < OBJECT_ARRAY_SIZE) appendLineToObject(object[0]);
   EXPECT_FAILURE(tweekObjectInObjectArray(), PROCESSING_FAILED);
   for (int32_t slot = 1; slot < OBJECT_ARRAY_SIZE; slot++) object[slot] = nullptr;
 }

@@ -139,7 +139,7 @@ TEST_F(FinalCopy, StopsWhenAnEntryCannotBeBlankedOut) {
 TEST_F(FinalCopy, StopsWhenTheBlankedWorkFileCannotBeClosed) {
   closeStream(ofp);
   ofp = openToCreate("/dev/null");
-  writeFile("input.tmp", repeated(3000, CONTAINER));
+  writeFile("input.tmp", repeated(1650, CONTAINER));
   EXPECT_EXIT((limitFileSize(0x10000), copyRemainingObjectsToOutputLDIFFile()), testing::ExitedWithCode(255),
               failureMessage(WRITE_FAILED, "input.tmp"));
 }

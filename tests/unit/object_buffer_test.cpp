@@ -130,6 +130,7 @@ TEST_F(ObjectBuffer, IsFreedUpToTheFirstGap) {
 
 TEST_F(ObjectBuffer, TakesNoLineMoreThanItHolds) {
   strcpy(nextLine, "a: b\n");
+  nextLineLength = strlen(nextLine);
   next_available_object_slot = OBJECT_ARRAY_SIZE - 1;
   storeNextLine("unused");
   EXPECT_STREQ(object[OBJECT_ARRAY_SIZE - 1], "a: b\n");

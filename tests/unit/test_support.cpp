@@ -135,6 +135,7 @@ void FreshRun::SetUp() {
   next_available_object_slot = 0;
   nextLine[0] = '\0';
   changetypeSeen = 0;
+  lastObjectExtent = {};
   objectClass = UNINTERESTING_OBJECTCLASS;
   strcpy(input_ldif_filename, "input");
   strcpy(output_ldif_filename, "output.ldif");
@@ -213,7 +214,7 @@ void expectTraced(const Lines& texts) {
 void fillObject(const Lines& lines) {
   freeObject();
   next_available_object_slot = 0;
-  for (const std::string& line : lines) object[next_available_object_slot++] = lineOf(line);
+  for (const std::string& line : lines) appendLineToObject(lineOf(line));
 }
 
 Lines objectLines() {
@@ -262,10 +263,9 @@ void makeWritesFail(Stream* stream) {
   getrlimit(RLIMIT_FSIZE, &former);
   int64_t position = 0;
   getPosition(stream, &position);
-  char first[2] = "";
-  readLine(stream, first, 1);
+  const std::string first(readLine(stream, 1));
   setPosition(stream, position);
-  writeText(stream, first);
+  writeText(stream, first.c_str());
   limitFileSize(0);
   flushStream(stream);
   setrlimit(RLIMIT_FSIZE, &former);
