@@ -102,8 +102,8 @@ static char* dnOfUsersObject(const OwnerSide& side) {
   appendToSavedDn(side, authority);
   appendToSavedDn(side, ",");
   appendToSavedDn(side, dn);
-  freeLine(authority);
   freeLine(dn);
+  freeLine(authority);
   return side.savedDn;
 }
 
@@ -262,3 +262,11 @@ static bool isShutOut(const OwnerSide& side, uint32_t ownerHash) {
 bool isUserShutOut(uint32_t ownerHash) { return isShutOut(userSide, ownerHash); }
 
 bool isGroupShutOut(uint32_t ownerHash) { return isShutOut(groupSide, ownerHash); }
+
+static const OwnerSet& ownersWithRoom(const OwnerSide& side) {
+  return *side.slotsInUse < *side.limit ? everybody : ownersIn(*side.index, *side.dns, *side.slotsInUse);
+}
+
+const OwnerSet& usersWithRoom() { return ownersWithRoom(userSide); }
+
+const OwnerSet& groupsWithRoom() { return ownersWithRoom(groupSide); }

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "cache/owner_index.h"
+#include "cache/owner_set.h"
 
 // Hash of the owner DN looked for last, on either side.
 inline uint32_t hashOfLastOwner = 0;
@@ -26,3 +27,7 @@ int32_t learnIndexOfAssociatedSecGroupDN();  // group and map entries
 // and none is free.
 bool isUserShutOut(uint32_t ownerHash);
 bool isGroupShutOut(uint32_t ownerHash);
+
+// The owners that are not shut out, and perhaps some more: a set that is asked faster. Valid until a slot is opened.
+const OwnerSet& usersWithRoom();
+const OwnerSet& groupsWithRoom();

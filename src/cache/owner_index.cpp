@@ -4,17 +4,23 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "driver/reporting.h"
-#include "ldif/letter_case.h"
 
+// The bit in which the two cases of a letter differ is set in all characters.
 uint32_t hashOfDn(const char* dn) {
-  uint32_t hash = 2166136261U;  // FNV-1a
-  for (; *dn != '\0'; ++dn) {
-    hash ^= lowered(*dn);
-    hash *= 16777619U;
+  constexpr uint64_t CASE_BITS = 0x2020202020202020;
+  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
+  const size_t length = strlen(dn);
+  uint64_t hash = length;
+  for (size_t i = 0; i < length; i += sizeof(uint64_t)) {
+    uint64_t characters = 0;
+    memcpy(&characters, dn + i, std::min(length - i, sizeof characters));
+    hash = (hash ^ (characters | CASE_BITS)) * FACTOR;
+    hash ^= hash >> 32U;
   }
-  return hash;
+  return static_cast<uint32_t>(hash);
 }
 
 // Returns the place of the first slot with this hash and, unless the key is null, this DN; else the free place
@@ -31,6 +37,7 @@ static OwnerPlace* findPlace(const OwnerIndex& index, char* const* dns, const ch
 // Takes a slot in, unless an earlier one has the same DN: that one is found first.
 static void insert(OwnerIndex& index, char* const* dns, int32_t slot) {
   const uint32_t hash = hashOfDn(dns[slot]);
+  putIn(index.owners, hash);
   OwnerPlace* place = findPlace(index, dns, dns[slot], hash);
   if (place->slot == NO_SLOT) *place = {slot, hash};
 }
@@ -38,6 +45,7 @@ static void insert(OwnerIndex& index, char* const* dns, int32_t slot) {
 static void startAnew(OwnerIndex& index) {
   std::fill_n(index.places, index.capacity, OwnerPlace{NO_SLOT, 0});
   index.indexed = 0;
+  index.owners = nobody;
 }
 
 // Keeps at least half of the places free.
@@ -67,4 +75,9 @@ int32_t findOwner(OwnerIndex& index, char* const* dns, int32_t count, const char
 bool mayHoldOwner(OwnerIndex& index, char* const* dns, int32_t count, uint32_t hash) {
   catchUp(index, dns, count);
   return findPlace(index, dns, nullptr, hash)->slot != NO_SLOT;
+}
+
+const OwnerSet& ownersIn(OwnerIndex& index, char* const* dns, int32_t count) {
+  catchUp(index, dns, count);
+  return index.owners;
 }

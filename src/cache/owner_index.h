@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "cache/owner_set.h"
+
 constexpr int32_t NO_SLOT = -1;
 
 // A place of the hash table.
@@ -19,6 +21,7 @@ struct OwnerIndex {
   OwnerPlace* places;  // null until first used
   size_t capacity;     // number of places, a power of two
   int32_t indexed;     // slots 0 to indexed - 1 are in the table
+  OwnerSet owners;     // of these slots
 };
 
 // Hash of a DN without regard to case.
@@ -30,3 +33,6 @@ int32_t findOwner(OwnerIndex& index, char* const* dns, int32_t count, const char
 
 // Returns false when none of these slots has a DN with this hash. True says that one may.
 bool mayHoldOwner(OwnerIndex& index, char* const* dns, int32_t count, uint32_t hash);
+
+// Returns the set of the owners of these slots; valid until the next call for the index.
+const OwnerSet& ownersIn(OwnerIndex& index, char* const* dns, int32_t count);

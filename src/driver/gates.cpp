@@ -8,21 +8,21 @@
 #include "ldif/object_class.h"
 
 const Gate gates[NUMBER_OF_GATES] = {
-    {&numberOfUserSecUserObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut,
+    {&numberOfUserSecUserObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut, usersWithRoom,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a Users secUser object.  EXITING. \n"},
-    {&numberOfSecUserObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut,
+    {&numberOfSecUserObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut, usersWithRoom,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secUser object.  EXITING. \n"},
-    {&numberOfSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots, isGroupShutOut,
+    {&numberOfSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots, isGroupShutOut, groupsWithRoom,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secGroup object.  EXITING. \n"},
-    {&numberOfSecPolicyDataObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut,
+    {&numberOfSecPolicyDataObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut, usersWithRoom,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicyData object.  EXITING. \n"},
-    {&numberOfSecMapForSecUserObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut,
+    {&numberOfSecMapForSecUserObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut, usersWithRoom,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secUser object.  EXITING. \n"},
-    {&numberOfSecMapForSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots, isGroupShutOut,
+    {&numberOfSecMapForSecGroupObjectsInObjectCache, &max_number_of_secgroup_slots, isGroupShutOut, groupsWithRoom,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secMap for secGroup object.  EXITING. \n"},
-    {&numberOfSecPolicyObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut,
+    {&numberOfSecPolicyObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut, usersWithRoom,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a secPolicy object.  EXITING. \n"},
-    {nullptr, nullptr, nullptr,
+    {nullptr, nullptr, nullptr, nullptr,
      "main():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a ResCreds container object or a secResCreds object.  EXITING. \n"},
 };
 

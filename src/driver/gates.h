@@ -3,10 +3,14 @@
 
 #include <cstdint>
 
+#include "cache/owner_set.h"
+
 struct Gate {
-  const int32_t* gathered;                     // must be below
-  const int32_t* limit;                        // this; null for entries that are never gathered
-  bool (*isOwnerShutOut)(uint32_t ownerHash);  // of the entry's side; null for entries that are never gathered
+  const int32_t* gathered;  // must be below
+  const int32_t* limit;     // this; null for entries that are never gathered
+  // Of the entry's side; null for entries that are never gathered.
+  bool (*isOwnerShutOut)(uint32_t ownerHash);
+  const OwnerSet& (*ownersWithRoom)();
   const char* stepOverError;
 };
 

@@ -16,6 +16,7 @@
 #include "platform/message_service.h"
 #include "platform/stream.h"
 #include "workfile/final_copy.h"
+#include "workfile/left_behind.h"
 #include "workfile/preparation_pass.h"
 
 // Severity and destination of the messages, as the service wants them: writable strings.
@@ -102,6 +103,7 @@ static void endRun() {
   writeLastGatheredData();
   if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
   copyRemainingObjectsToOutputLDIFFile();
+  forgetLeftObjects();
   if (debug == 0) removeFile(temp_input_ldif_filename);
   workFileIsToBeRemoved = 0;
   if (closeStream(ofp) != 0) exitWithMessage(WRITE_FAILED, output_ldif_filename);

@@ -1,8 +1,11 @@
 #include "driver/pass_loop.h"
 
+#include <algorithm>
+
 #include "cache/class_processors.h"
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
+#include "cache/owner_set.h"
 #include "driver/gates.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
@@ -82,13 +85,21 @@ static int64_t workFilePosition() {
   return position;
 }
 
-// What becomes of the next entry.
+// What has become of an entry, and what a later pass needs to know of one that was left behind.
 enum Fate { GATHERED, LEFT_BEHIND, END_OF_WORK_FILE };
 
-// Reads and settles the next entry. When it is left behind, left says what a later pass needs to know.
-static Fate settleNextObject(LeftObject& left, bool& isAnnounced) {
+struct Settled {
+  Fate fate;
+  int64_t start;
+  int64_t end;
+  GateNumber kind;
+  bool ownerIsLookedUp;  // hashOfLastOwner is that of its owner
+};
+
+// Reads and settles the next entry.
+static Settled settleNextObject(bool& isAnnounced) {
   const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
-  if (result == -1 && next_available_object_slot == 0) return END_OF_WORK_FILE;
+  if (result == -1 && next_available_object_slot == 0) return {END_OF_WORK_FILE, 0, 0, NUMBER_OF_GATES, false};
   announceOnce(isAnnounced);
   if (result != 0 && result != -1) {
     traceLine("\nmain():  ERROR:  The next object could not be read successfully.  EXITING.  \n");
@@ -102,57 +113,88 @@ static Fate settleNextObject(LeftObject& left, bool& isAnnounced) {
   const int64_t start = workFilePosition();
   dispatchObject(gates[kind]);
   traceLine("\nmain():  This is the end of the inner loop \n");
-  left = {start, static_cast<uint32_t>(workFilePosition() - start), hashOfLastOwner, kind, ownerIsLookedUp};
-  const bool hasMoved = next_available_object_slot == 0;
-  return hasMoved ? GATHERED : LEFT_BEHIND;
+  const Fate fate = next_available_object_slot == 0 ? GATHERED : LEFT_BEHIND;
+  return {fate, start, workFilePosition(), kind, ownerIsLookedUp};
 }
 
 // True when the entry cannot be gathered, whatever it reads: its kind has no room, or its owner none.
-static bool isStillShutOut(const LeftObject& left) {
+static bool isShutOut(const LeftObject& left) {
   const Gate& gate = gates[left.kind];
   return !isOpen(gate) || (left.isOwnerKnown && gate.isOwnerShutOut(left.ownerHash));
 }
 
-// Does for an entry that is not read what reading it and stepping over it would do.
-static void passOver(const LeftObject& left, bool& isAnnounced) {
+// Does for remembered entries what reading them and stepping over them would do. The kinds are those among them, a
+// bit each.
+static void passOver(int32_t from, int32_t to, uint32_t kinds, bool& isAnnounced) {
+  if (kinds == 0) return;
   announceOnce(isAnnounced);
-  if (left.kind != RESCREDS_GATE) atLeastOneObjectProcessed = 1;
-  rememberFirstStepOver(left.start);
+  if (kinds != 1U << RESCREDS_GATE) atLeastOneObjectProcessed = 1;
+  if (hasTheStepOverFilePositionBeenInitialized != 0) return;
+  const LeftObject* first = std::find_if(leftObjects + from, leftObjects + to, isStillLeft);
+  rememberFirstStepOver(static_cast<FilePosition>(first->start));
+}
+
+// Passes over the remembered entries from the given one on that cannot be gathered now. Returns the number of the
+// first that may be.
+static int32_t passOverShutOutObjects(int32_t from, bool& isAnnounced) {
+  const OwnerSet* mayEnter[NUMBER_OF_GATES][2];  // of each kind, without and with a known owner
+  for (uint8_t kind = 0; kind < NUMBER_OF_GATES; ++kind) {
+    mayEnter[kind][0] = isOpen(gates[kind]) ? &everybody : &nobody;
+    mayEnter[kind][1] = isOpen(gates[kind]) ? &gates[kind].ownersWithRoom() : &nobody;
+  }
+  uint32_t kinds = 0;
+  int32_t i = from;
+  for (; i < leftObjectCount; ++i) {
+    const LeftObject& left = leftObjects[i];
+    if (left.isTaken) continue;
+    if (mayHold(*mayEnter[left.kind][left.isOwnerKnown ? 1 : 0], left.ownerHash) && !isShutOut(left)) break;
+    kinds |= 1U << left.kind;
+  }
+  passOver(from, i, kinds, isAnnounced);
+  return i;
+}
+
+// Reads and settles a remembered entry. Returns false when it turns out to end elsewhere than before, as only an odd
+// left-over work file has it; the entries behind it are then forgotten, and so read.
+static bool settleRememberedObject(int32_t i, bool& isAnnounced) {
+  LeftObject& left = leftObjects[i];
+  setPosition(tifp, static_cast<int64_t>(left.start));
+  const Settled settled = settleNextObject(isAnnounced);
+  left.isTaken = settled.fate != LEFT_BEHIND;
+  if (settled.ownerIsLookedUp) {
+    left.isOwnerKnown = true;
+    left.ownerHash = hashOfLastOwner;
+  }
+  const int64_t end = workFilePosition();
+  if (end == static_cast<int64_t>(left.start + left.length)) return true;
+  leftObjectCount = i + 1;
+  leftObjectsEnd = end;
+  return false;
 }
 
 // Settles the entries that earlier passes have left, reading only those that may be gathered now. Leaves the
-// stream behind them. An entry that turns out to end elsewhere than before, as only an odd left-over work file has
-// it, makes the rest be forgotten, and so read.
+// stream behind them.
 static void settleRememberedObjects(bool& isAnnounced) {
   if (leftObjectsEnd == 0) return;
-  const int32_t count = leftObjectCount;
-  leftObjectCount = 0;
-  for (int32_t i = 0; i < count; ++i) {
-    LeftObject left = leftObjects[i];
-    if (isStillShutOut(left)) {
-      passOver(left, isAnnounced);
-      rememberLeftObject(left);
-      continue;
-    }
-    const int64_t end = left.start + left.length;
-    setPosition(tifp, left.start);
-    if (settleNextObject(left, isAnnounced) == LEFT_BEHIND) rememberLeftObject(left);
-    if (workFilePosition() == end) continue;
-    leftObjectsEnd = workFilePosition();
-    return;
-  }
+  dropTakenObjects();
+  for (int32_t i = 0; (i = passOverShutOutObjects(i, isAnnounced)) < leftObjectCount; ++i)
+    if (!settleRememberedObject(i, isAnnounced)) return;
   if (leftObjectsEnd != END_OF_FILE) setPosition(tifp, leftObjectsEnd);
+}
+
+static bool remember(const Settled& settled) {
+  return settled.ownerIsLookedUp ? rememberLeftObject(settled.start, settled.end, settled.kind, hashOfLastOwner)
+                                 : rememberLeftObject(settled.start, settled.end, settled.kind);
 }
 
 // Settles the entries that no earlier pass has met, up to the end of the file.
 static void settleUnknownObjects(bool& isAnnounced) {
   bool isRemembering = debug == 0;
   while (leftObjectsEnd != END_OF_FILE) {
-    LeftObject left;
-    const Fate fate = settleNextObject(left, isAnnounced);
-    if (fate == LEFT_BEHIND && isRemembering) isRemembering = rememberLeftObject(left);
-    if (isRemembering) leftObjectsEnd = fate == END_OF_WORK_FILE ? END_OF_FILE : workFilePosition();
-    if (fate == END_OF_WORK_FILE) return;
+    const Settled settled = settleNextObject(isAnnounced);
+    if (settled.fate == LEFT_BEHIND && isRemembering) isRemembering = remember(settled);
+    if (isRemembering) leftObjectsEnd = settled.fate == END_OF_WORK_FILE ? END_OF_FILE : settled.end;
+    if (settled.fate == END_OF_WORK_FILE) return;
   }
 }
 
@@ -160,6 +202,7 @@ static void walkWorkFile() {
   bool isAnnounced = false;
   settleRememberedObjects(isAnnounced);
   settleUnknownObjects(isAnnounced);
+  if (readFailed(tifp)) exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);  // while blanking out
 }
 
 static void closeWorkFile() {
@@ -201,5 +244,4 @@ void makePasses() {
     }
     traceLine("\nmain():  This is the end of the outer loop \n");
   }
-  forgetLeftObjects();
 }

@@ -1,5 +1,6 @@
 #include "workfile/final_copy.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "driver/reporting.h"
@@ -7,6 +8,7 @@
 #include "ldif/colon_search.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
+#include "workfile/left_behind.h"
 #include "workfile/work_file_cursor.h"
 
 // A line that holds one of these, in any case, stays behind.
@@ -58,6 +60,22 @@ static int32_t copyObject() {
   return 0;
 }
 
+// Moves to the next entry, as far as the passes remember all that they have left: what stands between them is blank.
+// An entry that has ended elsewhere than before, as only an odd left-over work file has it, makes the rest be read.
+// Returns false behind the last entry.
+static bool moveToNextObject(int32_t& nextLeftObject, int64_t& expectedPosition) {
+  int64_t position = 0;
+  getPosition(tifp, &position);
+  if (position != expectedPosition) leftObjectsEnd = position;
+  if (leftObjectsEnd != END_OF_FILE) return true;
+  LeftObject* end = leftObjects + leftObjectCount;
+  const LeftObject* next = std::find_if(leftObjects + nextLeftObject, end, isStillLeft);
+  if (next == end) return false;
+  nextLeftObject = static_cast<int32_t>(next - leftObjects) + 1;
+  expectedPosition = static_cast<int64_t>(next->start + next->length);
+  return setPosition(tifp, static_cast<int64_t>(next->start)) == 0;
+}
+
 void copyRemainingObjectsToOutputLDIFFile() {
   traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  FUNCTION ENTRY  \n");
   tifp = openStream(temp_input_ldif_filename, OPEN_FOR_UPDATE, PRIVATE_FILE);
@@ -67,7 +85,9 @@ void copyRemainingObjectsToOutputLDIFFile() {
     traceLine("                 EXITING \n");
     exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
   }
-  for (;;) {
+  int32_t nextLeftObject = 0;
+  int64_t expectedPosition = 0;
+  while (moveToNextObject(nextLeftObject, expectedPosition)) {
     const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
     if (result == -1 && next_available_object_slot == 0) break;
     if (result != 0 && result != -1) {
@@ -77,6 +97,7 @@ void copyRemainingObjectsToOutputLDIFFile() {
     }
     if (copyObject() != 0) return;
   }
+  if (readFailed(tifp)) exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);  // while blanking out
   traceLine(
       "\ncopyRemainingObjectsToOutputLDIFFile():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
   if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);

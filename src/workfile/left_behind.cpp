@@ -18,11 +18,30 @@ static bool grow() {
   return true;
 }
 
-bool rememberLeftObject(const LeftObject& left) {
-  if (debug != 0) return false;
+static bool remember(int64_t start, int64_t end, LeftObject left) {
+  constexpr auto START_LIMIT = int64_t{1} << START_BITS;
+  constexpr auto LENGTH_LIMIT = int64_t{1} << LENGTH_BITS;
+  if (debug != 0 || start >= START_LIMIT || end - start >= LENGTH_LIMIT) return false;
   if (leftObjectCount == capacity && !grow()) return false;
+  left.start = static_cast<uint64_t>(start) % START_LIMIT;
+  left.length = static_cast<uint64_t>(end - start) % LENGTH_LIMIT;
   leftObjects[leftObjectCount++] = left;
   return true;
+}
+
+bool rememberLeftObject(int64_t start, int64_t end, uint8_t kind) {
+  return remember(start, end, {0, 0, 0, kind, false, false});
+}
+
+bool rememberLeftObject(int64_t start, int64_t end, uint8_t kind, uint32_t ownerHash) {
+  return remember(start, end, {0, 0, ownerHash, kind, true, false});
+}
+
+void dropTakenObjects() {
+  LeftObject* end = leftObjects + leftObjectCount;
+  if (std::count_if(leftObjects, end, isStillLeft) * 2 > leftObjectCount) return;
+  const LeftObject* keptEnd = std::copy_if(leftObjects, end, leftObjects, isStillLeft);
+  leftObjectCount = static_cast<int32_t>(keptEnd - leftObjects);
 }
 
 void forgetLeftObjects() {
