@@ -5,10 +5,10 @@ usage: bench/measure.py [--tool TOOL] [--folder FOLDER] [--megabytes 100 1000] [
 
 Generates lifelike exports, once, in the folder (default: a folder of the system's temporary one, removed at the
 end). Tool and cp are timed in turn, output files removed before each; the input is in the page cache. Prints one
-table row a case: medians, spread, ratio, peak memory, system calls for each gathered entry.
+table row a case: medians, spread, ratio, peak memory, how much of it is beyond what the users and groups of one pass
+hold (their cells, used or not, and their text), system calls for each gathered entry.
 """
 import argparse
-import os
 import re
 import statistics
 import subprocess
@@ -23,6 +23,8 @@ import generate  # noqa: E402  (beside the tests' model)
 
 USERS_IN_A_MEGABYTE = 800  # what the generator makes, roughly
 USERS_FOR_A_GROUP = 100
+CELLS_OF_A_USER = 4 * 50 + 500 + 2  # of the tables, 8 bytes each
+CELLS_OF_A_GROUP = 2 * 50 + 1
 GATHERED = re.compile(rb"^objectclass: sec(user|group|map|policy|policydata)\r?$", re.IGNORECASE | re.MULTILINE)
 
 # name, order of the entries, number of passes, limit: of the ratio to cp, or to the one-pass time of the same file
@@ -50,20 +52,38 @@ class Export:
             self.entries = sum(len(GATHERED.findall(block)) for block in iter(lambda: file.read(1 << 24), b""))
 
     def slots(self, passes):
-        return [str(-(-count // passes)) for count in (self.users, self.groups)]
+        return [-(-count // passes) for count in (self.users, self.groups)]
+
+    def held(self, passes):
+        """What the users and groups gathered in one pass hold, in MiB."""
+        users, groups = self.slots(passes)
+        cells = users * CELLS_OF_A_USER + groups * CELLS_OF_A_GROUP
+        return (8 * cells + self.path.stat().st_size / passes) / 2**20
+
+
+# A process begins with the peak memory of the one that starts it, so that one has to be small.
+SMALL_STARTER = """
+import os, sys
+child = os.posix_spawnp(sys.argv[1], sys.argv[1:], os.environ)
+print(os.wait4(child, 0)[2].ru_maxrss, file=sys.stderr)
+"""
 
 
 def timed(command, *outputs):
-    """Runs a command; returns its time in seconds and its peak memory in MiB."""
+    """Runs a command; returns its time in seconds."""
     for path in outputs:
         path.unlink(missing_ok=True)
     began = time.perf_counter()
-    child = subprocess.Popen(command, stdout=subprocess.DEVNULL)
-    _, status, usage = os.wait4(child.pid, 0)
-    elapsed = time.perf_counter() - began
-    if status != 0:
-        sys.exit(f"failed: {command}")
-    return elapsed, usage.ru_maxrss / 1024
+    subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+    return time.perf_counter() - began
+
+
+def peak_memory(command, output):
+    """Runs a command; returns its peak memory in MiB."""
+    output.unlink(missing_ok=True)
+    run = subprocess.run([sys.executable, "-I", "-S", "-c", SMALL_STARTER, *command], check=True,
+                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    return int(run.stderr) / 1024
 
 
 def system_calls(command, output):
@@ -77,16 +97,17 @@ def system_calls(command, output):
 
 def measure(tool, export, passes, pairs):
     output, copy = export.path.with_name("output.ldif"), export.path.with_name("copy.ldif")
-    convert = [tool, str(export.path), str(output), *export.slots(passes)]
+    convert = [tool, str(export.path), str(output), *map(str, export.slots(passes))]
     copying = ["cp", str(export.path), str(copy)]
     copies, runs = [], []
     for _ in range(pairs):
-        copies.append(timed(copying, output, copy)[0])
+        copies.append(timed(copying, output, copy))
         runs.append(timed(convert, output, copy))
+    memory = peak_memory(convert, output)
     calls = system_calls(convert, output)
     for path in (output, copy):
         path.unlink(missing_ok=True)
-    return copies, [seconds for seconds, _ in runs], max(memory for _, memory in runs), calls / export.entries
+    return copies, runs, memory, calls / export.entries
 
 
 def main():
@@ -100,7 +121,7 @@ def main():
         folder = arguments.folder or Path(scratch)
         folder.mkdir(parents=True, exist_ok=True)
         print("| Size | Case | Limit | cp (s) | Tool (s) | Spread (s) | Ratio to cp | To one pass | Memory (MiB) "
-              "| Calls an entry |\n|---|---|---|---|---|---|---|---|---|---|")
+              "| Beyond (MiB) | Calls an entry |\n|---|---|---|---|---|---|---|---|---|---|---|")
         for megabytes in arguments.megabytes:
             exports, one_pass = {}, {}
             for name, order, passes, limit in CASES:
@@ -111,7 +132,7 @@ def main():
                 one_pass.setdefault(order, ran)
                 print(f"| {export.path.stat().st_size // 1000000} MB | {name} | {limit} | {copied:.3f} | {ran:.3f} "
                       f"| {min(runs):.3f} to {max(runs):.3f} | {ran / copied:.1f} | {ran / one_pass[order]:.2f} "
-                      f"| {memory:.0f} | {calls:.3f} |", flush=True)
+                      f"| {memory:.0f} | {memory - export.held(passes):.0f} | {calls:.3f} |", flush=True)
 
 
 if __name__ == "__main__":
