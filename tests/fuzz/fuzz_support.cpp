@@ -1,0 +1,242 @@
+#include "fuzz_support.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <iterator>
+
+#include "cache/object_cache.h"
+#include "cache/owner_association.h"
+#include "driver/reporting.h"
+#include "driver/run_state.h"
+#include "kept_memory.h"
+#include "ldif/line_memory.h"
+#include "ldif/line_reader.h"
+#include "ldif/object_buffer.h"
+#include "ldif/object_class.h"
+#include "output/new_dn.h"
+#include "platform/message_catalogue.h"
+#include "platform/message_details.h"
+#include "platform/message_service.h"
+#include "platform/message_translation.h"
+#include "workfile/left_behind.h"
+#include "workfile/preparation_pass.h"
+#include "workfile/work_file_cursor.h"
+
+std::vector<uint32_t> messages;
+
+// The linker sends the calls of the conversion here.
+extern "C" {
+
+[[noreturn]] void __real_exit(int status);
+int __real_atexit(void (*function)());
+time_t __real_time(time_t* result);
+void __real_zr_printf_utf8(uint32_t code, ...);
+
+[[noreturn]] void __wrap_exit(int status) {
+  if (!isRunning) __real_exit(status);
+  isRunning = false;
+  require(status == -1, "a run ends by exit only when it has failed");
+  longjmp(endOfRun, 1);
+}
+
+int __wrap_atexit(void (*function)()) { return isRunning ? 0 : __real_atexit(function); }
+
+// One moment for all runs, so that they can be compared.
+time_t __wrap_time(time_t* result) {
+  constexpr time_t MOMENT = 1'700'000'000;
+  return isRunning && result == nullptr ? MOMENT : __real_time(result);
+}
+
+void __wrap_zr_printf_utf8(uint32_t code, ...) {
+  const bool wasRunning = isRunning;
+  isRunning = false;
+  messages.push_back(code);
+  isRunning = wasRunning;
+  const bool hasText = code == POSITION_CALL_FAILED || (code >= FILE_NOT_OPENED && code <= OBJECT_NOT_READ);
+  va_list arguments;
+  va_start(arguments, code);
+  const char* text = hasText ? va_arg(arguments, const char*) : nullptr;
+  const int32_t number = code == POSITION_CALL_FAILED ? va_arg(arguments, int32_t) : 0;
+  va_end(arguments);
+  __real_zr_printf_utf8(code, text, number);
+}
+
+// A run that ends early keeps its memory until beginRun.
+const char* __asan_default_options() { return "detect_leaks=0:quarantine_size_mb=16"; }
+
+static void removeScratchFolder() {
+  for (const char* name : {"input", "input.tmp", "output", PRESERVED_WORK_FILE}) unlink(name);
+  char folder[FILE_NAME_SIZE];
+  if (getcwd(folder, sizeof folder) != nullptr) rmdir(folder);
+}
+
+static void enterScratchFolder() {
+  const char* parent = getenv("TMPDIR");
+  std::string folder = std::string(parent != nullptr ? parent : "/tmp") + "/fuzz-XXXXXX";
+  require(mkdtemp(folder.data()) != nullptr && chdir(folder.c_str()) == 0, "there is room for a scratch folder");
+  __real_atexit(removeScratchFolder);
+}
+
+int LLVMFuzzerInitialize(int* argumentCount, char*** arguments) {
+  // Names on the command line keep their meaning in the scratch folder.
+  const std::string here = std::filesystem::current_path();
+  static std::vector<std::string> words = {(*arguments)[0], "-detect_leaks=0", "-artifact_prefix=" + here + "/"};
+  for (int i = 1; i < *argumentCount; ++i) {
+    const bool isName = (*arguments)[i][0] != '-' && (*arguments)[i][0] != '/';
+    words.push_back((isName ? here + "/" : "") + (*arguments)[i]);
+  }
+  static std::vector<char*> changed;
+  for (std::string& word : words) changed.push_back(word.data());
+  *argumentCount = static_cast<int>(changed.size());
+  changed.push_back(nullptr);
+  *arguments = changed.data();
+  enterScratchFolder();
+
+  // What the first run would take and later ones rely upon.
+  recordKeptMemory();
+  static char output[BUFSIZ];
+  setvbuf(stdout, output, _IOFBF, sizeof output);
+  setenv("TZ", "UTC0", 1);
+  const time_t now = 0;
+  localtime(&now);
+  textInLanguage(*findCatalogueMessage(CONVERSION_BEGINS));
+  isUserShutOut(0);  // looks into the index, the limits being 0
+  isGroupShutOut(0);
+  return 0;
+}
+
+}  // extern "C"
+
+uint32_t codeOfFailure() {
+  const uint32_t code = messages.empty() ? 0 : messages.back();
+  require(code == PROCESSING_FAILED || code == ROW_ALREADY_OCCUPIED, "a run that fails on sound files names the entry");
+  return code;
+}
+
+void require(bool condition, const char* expectation) {
+  if (condition) return;
+  fprintf(stderr, "FINDING: not true: %s\n", expectation);
+  abort();
+}
+
+FuzzInput unpack(const uint8_t* data, size_t size, size_t limit) {
+  constexpr char REPEATED_LINE = 0x1E;
+  constexpr char REPEATED_CHARACTER = 0x1F;
+  if (size == 0) return {0, ""};
+  FuzzInput input = {data[0], ""};
+  std::string& text = input.text;
+  for (size_t i = 1; i < size && text.size() < limit; ++i) {
+    const char character = static_cast<char>(data[i]);
+    const bool isMark = character == REPEATED_LINE || character == REPEATED_CHARACTER;
+    if (!isMark) {
+      text += character;
+    } else if (++i < size && !text.empty()) {
+      if (character == REPEATED_CHARACTER) {
+        text.append(size_t{16} * data[i], text.back());
+      } else {
+        const size_t before = text.size() < 2 ? std::string::npos : text.rfind('\n', text.size() - 2);
+        const std::string line = text.substr(before == std::string::npos ? 0 : before + 1);
+        for (unsigned count = 0; count < data[i] && text.size() < limit; ++count) text += line;
+      }
+    }
+  }
+  if (text.size() > limit) text.resize(limit);
+  return input;
+}
+
+std::string takePart(std::string& text) {
+  constexpr char PART_END = 0x1D;
+  const size_t end = text.find(PART_END);
+  const std::string part = text.substr(0, end);
+  text.erase(0, end == std::string::npos ? end : end + 1);
+  return part;
+}
+
+static void resetCache() {
+  for (char*** table :
+       {&secUser_dn, &secPolicy_dn, &secGroup_dn, &secUser_matrix, &Users_secUser_matrix, &secPolicyData_matrix,
+        &secPolicy_matrix, &secMap_for_secUser_matrix, &secGroup_matrix, &secMap_for_secGroup_matrix})
+    *table = nullptr;
+  for (int32_t* count : {&numberOfSecUserObjectsInObjectCache, &numberOfUserSecUserObjectsInObjectCache,
+                         &numberOfSecPolicyDataObjectsInObjectCache, &numberOfSecPolicyObjectsInObjectCache,
+                         &numberOfSecMapForSecUserObjectsInObjectCache, &numberOfSecGroupObjectsInObjectCache,
+                         &numberOfSecMapForSecGroupObjectsInObjectCache, &next_available_secUser_dn_slot,
+                         &next_available_secGroup_dn_slot, &secUser_dn_count, &secGroup_dn_count,
+                         &max_number_of_secuser_slots, &max_number_of_secgroup_slots})
+    *count = 0;
+  hashOfLastOwner = 0;
+}
+
+static void resetBuffers() {
+  for (char* buffer : {nextLine, tempString, tempDN}) memset(buffer, 0, NEXT_LINE_SIZE);
+  for (char* buffer : {saved_secUser_dn, saved_secGroup_dn}) memset(buffer, 0, SAVED_DN_SIZE);
+  for (char* buffer : {principalName, cnFromSecGroupObject}) memset(buffer, 0, NAME_SIZE);
+  for (char* name : {input_ldif_filename, output_ldif_filename, temp_input_ldif_filename, debugFileName}) *name = '\0';
+  memset(messageReason, 0, sizeof messageReason);
+  messageSubject = nullptr;
+}
+
+void beginRun() {
+  if (tfp != nullptr) fclose(tfp);
+  tfp = nullptr;
+  closeAllStreams();
+  ifp = tifp = ofp = nullptr;
+  debug = debugError = 0;
+
+  std::fill_n(object, std::max(next_available_object_slot, 1), nullptr);
+  next_available_object_slot = 0;
+  objectClass = UNINTERESTING_OBJECTCLASS;
+  resetCache();
+  resetBuffers();
+  forgetLeftObjects();
+  takeBackMemory();
+
+  lineNum = changetypeSeen = 0;
+  filePositionBeforeReadingObject = filePositionAfterReadingObject = filePositionOfFirstObjectSteppedOver = 0;
+  hasTheStepOverFilePositionBeenInitialized = 0;
+  atLeastOneObjectProcessed = writeObjectToLDIFFile = 0;
+  workFileIsToBeRemoved = 0;
+  createdFilePermissions = 0600;
+  messages.clear();
+}
+
+void startTrace() {
+  tfp = fopen("/dev/null", "w");
+  debug = 1;
+}
+
+void fillObject(const Lines& lines) {
+  freeObject();
+  next_available_object_slot = 0;
+  for (const std::string& line : lines) appendLineToObject(copyLine(line.c_str(), ""));
+}
+
+Lines objectLines() { return {object, object + next_available_object_slot}; }
+
+void writeFile(const char* name, const std::string& contents) {
+  const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  require(write(file, contents.data(), contents.size()) == static_cast<ssize_t>(contents.size()),
+          "the scratch folder has room");
+  close(file);
+}
+
+std::string readFile(const char* name) {
+  struct stat status;
+  const int file = open(name, O_RDONLY);
+  if (file < 0 || fstat(file, &status) != 0) return "";
+  std::string contents(static_cast<size_t>(status.st_size), '\0');
+  require(read(file, contents.data(), contents.size()) == status.st_size, "the file can be read");
+  close(file);
+  return contents;
+}
+
+bool exists(const char* name) { return access(name, F_OK) == 0; }

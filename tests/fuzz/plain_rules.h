@@ -1,0 +1,76 @@
+// The rules of the conversion once more, for the fuzzers to compare with: over std::string, as plain and as slow as
+// they can be. Nothing here calls the conversion. A line is what a reader of nextLine sees, up to a NUL at most.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace plain {
+
+using Lines = std::vector<std::string>;
+
+// Texts.
+std::string lowered(std::string text);
+bool contains(const std::string& text, const std::string& part);
+size_t findInAnyCase(const std::string& text, const std::string& part);  // npos without a match
+bool containsInAnyCase(const std::string& text, const std::string& part);
+bool isBlank(const std::string& line);
+std::string blanked(const std::string& line);
+std::string trimmed(std::string text);
+std::string withoutBlanksAtCommas(const std::string& text);
+std::string withoutLeadingSpaces(const std::string& text);
+std::string upTo(const std::string& text, const char* ends);  // what stands before the first of these characters
+
+// What a read of at most limit characters gives at a position of a file; empty at its end. NULs count.
+std::string readLine(const std::string& file, size_t position, size_t limit);
+
+// An entry of a file, where the walk to it ends, and whether it ends at a blank line.
+struct Entry {
+  Lines lines;
+  size_t end;
+  bool endsAtBlankLine;
+  bool hasChangetype;  // in any line of the walk that is not blank, comments included
+};
+Entry readEntry(const std::string& file, size_t position);
+
+// Steps over the next entry, comments counting as lines. Returns where the walk ends.
+size_t stepOverEntry(const std::string& file, size_t position);
+
+// Blanks the next entry out of the file. Returns where the walk ends.
+size_t blankOutEntry(std::string& file, size_t position);
+
+// Attributes of an entry, unfolded.
+std::optional<std::string> attributeValue(const Lines& entry, const std::string& name);
+std::string wholeAttribute(const Lines& entry, size_t index);
+std::string attributeFromColon(const Lines& entry, size_t index);
+
+// The object class code of an entry.
+int32_t classOf(const Lines& entry);
+
+// The merged entry; nothing when a line that needs one has no colon.
+std::optional<Lines> merged(const Lines& input1, const Lines& input2);
+
+// How a run ends that cannot go on.
+struct Stopped {};
+
+// The owner of an entry: the key that is searched, the DN that a new slot gets, and the entry's line 0 afterwards.
+// Throw Stopped for an entry that does not name its owner.
+struct Owner {
+  std::string key;
+  std::string savedDn;
+  std::string firstLine;
+};
+Owner ownerOnUserSide(const Lines& entry, int32_t objectClass);
+Owner ownerOnGroupSide(const Lines& entry, int32_t objectClass);
+
+// The new dn: lines, made of the old owner DN or policy DN and the lines of the owner's entry. Nothing when the entry
+// has no name. Throw Stopped for what does not fit.
+std::optional<std::string> newUserDn(const std::string& ownerDn, const Lines& userEntry);
+std::optional<std::string> newGroupDn(const std::string& ownerDn, const Lines& groupEntry);
+std::optional<std::string> newPolicyDn(const std::string& policyDn, const Lines& userEntry);
+std::string policyContainer(const std::string& newUserDn, bool hasChangetype);  // the whole record
+
+}  // namespace plain
