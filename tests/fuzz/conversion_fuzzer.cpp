@@ -1,6 +1,6 @@
 // Whole conversions. Whatever the input and a left-over work file hold, a run ends soon, for one of the reasons that
-// an entry can give, and leaves its input as it was. Tracing makes it go other ways, one entry at a time, to the same
-// output.
+// an entry can give, and leaves its input as it was. The preparation pass obeys the plain rules. Tracing makes the run
+// go other ways, one entry at a time, to the same output.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -8,6 +8,7 @@
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "fuzz_support.h"
+#include "plain_rules.h"
 #include "platform/message_service.h"
 
 static constexpr size_t LARGEST_INPUT = 32 * 1024;  // bytes
@@ -55,6 +56,18 @@ static Result convert(Conversion& conversion, bool isTraced) {
   return {outcome, messages, readFile(OUTPUT), readFile(WORK_FILE)};
 }
 
+static void checkPreparation(const Conversion& conversion, const Result& result, bool isTraced) {
+  const plain::Prepared expected = plain::prepared(conversion.input, INSTALL_DATE);
+  const std::string workFile = conversion.leftOver + expected.workFile;
+  if (expected.isStopped) {
+    require(result.outcome == PROCESSING_FAILED, "an entry that cannot be prepared ends the run");
+    require(result.output == expected.output && result.workFile == workFile, "what was prepared before");
+    return;
+  }
+  require(result.output.starts_with(expected.output), "the entries that go straight to the output");
+  if (isTraced) require(readFile(PRESERVED_WORK_FILE) == workFile, "the entries that go to the work file");
+}
+
 // Switches: 1 traced, too, 2 errors echoed; the next two bits and the two behind them are slots beyond one. With 64 the
 // first part of the text is a left-over work file.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -70,9 +83,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     unsetenv("DEBUG_ERROR");
 
   const Result result = convert(conversion, false);
+  checkPreparation(conversion, result, false);
   if ((input.switches & 1) == 0 || conversion.input.size() + conversion.leftOver.size() > LARGEST_TRACED_INPUT)
     return 0;
   const Result traced = convert(conversion, true);
+  checkPreparation(conversion, traced, true);
   require(traced.outcome == result.outcome, "tracing does not change how the run ends");
   require(traced.messages == result.messages, "tracing does not change the messages");
   require(traced.output == result.output, "tracing does not change the output");

@@ -1,8 +1,5 @@
 // Owners and names against the plain rules: the entries of the input are gathered in the slots of their owners, and
 // then the new DNs of all slots are built.
-#include <algorithm>
-#include <iterator>
-
 #include "cache/cache_slots.h"
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
@@ -169,8 +166,12 @@ static bool buildUser(int32_t slot) {
   });
   require(outcome == codeOf(expected.has_value()), "a container is written, or the run ends");
   if (expected) require(readFile(OUTPUT) == *expected, "the container");
-  if (!expected || secPolicy_dn[slot] == nullptr) return expected.has_value();
-  return buildDn(plain::newPolicyDn, createNewSecPolicyDN, secPolicy_dn, slot, entry);
+  if (!expected) return false;
+  if (secPolicy_dn[slot] != nullptr)
+    return buildDn(plain::newPolicyDn, createNewSecPolicyDN, secPolicy_dn, slot, entry);
+  require(createNewSecPolicyDN(slot) == 0 && secPolicy_dn[slot] == nullptr,
+          "without a policy there is nothing to build");
+  return true;
 }
 
 static bool buildGroup(int32_t slot) {
@@ -181,7 +182,7 @@ static bool buildGroup(int32_t slot) {
 static bool gatherAll(const std::string& text) {
   for (plain::Entry entry = plain::readEntry(text, 0); !entry.lines.empty();
        entry = plain::readEntry(text, entry.end)) {
-    std::for_each(entry.lines.begin(), entry.lines.end(), checkText);
+    checkText(entry.lines[0]);
     outcomeOf([&] { fillObject(entry.lines); });
     determineTheObjectsObjectClass();
     if (objectClass < SECUSER_OBJECTCLASS || objectClass > SECMAP_OBJECTCLASS) continue;

@@ -33,6 +33,9 @@
 
 std::vector<uint32_t> messages;
 
+// Standard error as it was before the fuzzer silenced it.
+static int findings = STDERR_FILENO;
+
 // The linker sends the calls of the conversion here.
 extern "C" {
 
@@ -50,7 +53,7 @@ void __real_zr_printf_utf8(uint32_t code, ...);
 
 int __wrap_atexit(void (*function)()) { return isRunning ? 0 : __real_atexit(function); }
 
-// One moment for all runs, so that they can be compared.
+// The moment of INSTALL_DATE.
 time_t __wrap_time(time_t* result) {
   constexpr time_t MOMENT = 1'700'000'000;
   return isRunning && result == nullptr ? MOMENT : __real_time(result);
@@ -70,8 +73,8 @@ void __wrap_zr_printf_utf8(uint32_t code, ...) {
   __real_zr_printf_utf8(code, text, number);
 }
 
-// A run that ends early keeps its memory until beginRun.
-const char* __asan_default_options() { return "detect_leaks=0:quarantine_size_mb=16"; }
+// A run that ends early keeps its memory until beginRun. The rest is for speed.
+const char* __asan_default_options() { return "detect_leaks=0:quarantine_size_mb=16:malloc_context_size=10"; }
 
 static void removeScratchFolder() {
   for (const char* name : {"input", "input.tmp", "output", PRESERVED_WORK_FILE}) unlink(name);
@@ -100,6 +103,7 @@ int LLVMFuzzerInitialize(int* argumentCount, char*** arguments) {
   changed.push_back(nullptr);
   *arguments = changed.data();
   enterScratchFolder();
+  findings = dup(STDERR_FILENO);
 
   // What the first run would take and later ones rely upon.
   recordKeptMemory();
@@ -124,7 +128,7 @@ uint32_t codeOfFailure() {
 
 void require(bool condition, const char* expectation) {
   if (condition) return;
-  fprintf(stderr, "FINDING: not true: %s\n", expectation);
+  dprintf(findings, "FINDING: not true: %s\n", expectation);
   abort();
 }
 

@@ -8,12 +8,12 @@
 #include "fuzz_support.h"
 
 // The blocks in the order they were taken, some of them given back since. What is too much is lost.
-static constexpr size_t MOST_BLOCKS = size_t{1} << 19;
+static constexpr size_t MOST_BLOCKS = size_t{1} << 18;
 static const volatile void* taken[MOST_BLOCKS];
 static size_t takenCount = 0;
 
 // Those that have not been given back: a hash table, null where free. Never more than half full.
-static constexpr size_t PLACES = size_t{1} << 18;
+static constexpr size_t PLACES = size_t{1} << 15;
 static const volatile void* kept[PLACES];
 static size_t keptCount = 0;
 

@@ -5,7 +5,7 @@
 #include "output/entry_merge.h"
 #include "plain_rules.h"
 
-static constexpr size_t LARGEST_TEXT = 16 * 1024;  // bytes
+static constexpr size_t LARGEST_TEXT = 6 * 1024;  // bytes
 
 // An entry in the form that mergeObjects takes.
 static std::vector<char*> cellsOf(Lines& lines) {

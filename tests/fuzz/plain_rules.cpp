@@ -11,15 +11,22 @@ static constexpr size_t SCRATCH_SIZE = 4096;
 static constexpr size_t NAME_SIZE = 1024;
 static constexpr size_t OWNER_DN_SIZE = 20000;
 
+static char lowered(char character) {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
 std::string lowered(std::string text) {
-  for (char& character : text)
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+  for (char& character : text) character = lowered(character);
   return text;
 }
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != NOWHERE; }
 
-size_t findInAnyCase(const std::string& text, const std::string& part) { return lowered(text).find(lowered(part)); }
+size_t findInAnyCase(const std::string& text, const std::string& part) {
+  const auto place = std::search(text.begin(), text.end(), part.begin(), part.end(),
+                                 [](char one, char other) { return lowered(one) == lowered(other); });
+  return place != text.end() || part.empty() ? static_cast<size_t>(place - text.begin()) : NOWHERE;
+}
 
 bool containsInAnyCase(const std::string& text, const std::string& part) {
   return findInAnyCase(text, part) != NOWHERE;
@@ -106,6 +113,14 @@ size_t stepOverEntry(const std::string& file, size_t position) { return walk(fil
 
 size_t blankOutEntry(std::string& file, size_t position) { return walk(file, position, &file); }
 
+size_t copyOversizedEntry(const std::string& file, size_t position, std::string& copy) {
+  const Entry entry = readEntry(file, position);
+  for (const std::string& line : entry.lines)
+    if (!contains(line, "XOQ-ENTRYUUID:") && !contains(line, "xoq-entryuuid:")) copy += line;
+  if (entry.endsAtBlankLine) copy += "\n";
+  return entry.end;
+}
+
 static std::string withoutLineEnd(const std::string& text) { return upTo(text, "\r\n"); }
 
 // Joins the continuation lines behind a line to its text.
@@ -147,6 +162,89 @@ int32_t classOf(const Lines& entry) {
     if (contains(line, " secResCreds") || contains(line, " secrescreds")) return 8;
   }
   return 0;
+}
+
+static std::string required(const std::optional<std::string>& value) {
+  if (!value) throw Stopped();
+  return *value;
+}
+
+enum ObjectClass {
+  UNINTERESTING,
+  SECUSER,
+  SECPOLICYDATA,
+  SECPOLICY,
+  SECGROUP,
+  SECMAP,
+  SECAUTHORITYINFO,
+  CONTAINER = 9
+};
+
+static bool anyContains(const Lines& entry, const std::string& part) {
+  return std::any_of(entry.begin(), entry.end(),
+                     [&](const std::string& line) { return containsInAnyCase(line, part); });
+}
+
+// Changes the first line that holds the text, from where the text begins.
+template <typename Change>
+static void changeFirst(Lines& entry, const std::string& text, Change change) {
+  for (std::string& line : entry) {
+    const size_t place = line.find(text);
+    if (place == NOWHERE) continue;
+    line = line.substr(0, place) + change(line.substr(place));
+    return;
+  }
+}
+
+static std::string withNewVersion(const std::string& text) {
+  const std::string value = withoutLeadingSpaces(text.substr(text.find(' ')));
+  const size_t replaced = std::min<size_t>(withoutLineEnd(value).size(), 3);
+  return text.substr(0, text.size() - value.size()) + "6.0" + value.substr(replaced);
+}
+
+static std::string withNewUuidName(const std::string& text) { return "secUUID" + text.substr(7); }
+
+static void adjust(Lines& entry, int32_t objectClass, const std::string& installDate) {
+  if (objectClass == SECAUTHORITYINFO) {
+    changeFirst(entry, "version: ", withNewVersion);
+    if (!anyContains(entry, "installDate: ")) entry.push_back("installDate: " + installDate);
+  }
+  if (objectClass == SECUSER && !anyContains(entry, "secDomainId: ")) {
+    const std::string authority = required(attributeValue(entry, "secAuthority"));
+    entry.push_back("secDomainId: " + authority + "%" + required(attributeValue(entry, "principalName")));
+  }
+  if (objectClass == SECUSER || objectClass == SECGROUP) changeFirst(entry, "secuuid: ", withNewUuidName);
+}
+
+static bool goesToOutput(int32_t objectClass, const std::string& dnLine) {
+  if (objectClass == SECPOLICY) return containsInAnyCase(dnLine, "cn=Policies,secAuthority=");
+  return objectClass == UNINTERESTING || objectClass == SECAUTHORITYINFO || objectClass == CONTAINER;
+}
+
+static void prepareEntry(Lines entry, const std::string& installDate, Prepared& files) {
+  if (entry[0][0] == ' ') throw Stopped();
+  const bool isForOutput = goesToOutput(classOf(entry), wholeAttribute(entry, 0));
+  adjust(entry, classOf(entry), installDate);
+  std::string text;
+  for (size_t i = 0; i < entry.size(); ++i) {
+    if (entry[i][0] == ' ') continue;
+    std::string line = wholeAttribute(entry, i);
+    if (isForOutput && (contains(line, "XOQ-ENTRYUUID: ") || contains(line, "xoq-entryuuid: "))) continue;
+    if (!isForOutput && contains(line, "secdn:")) line = withoutBlanksAtCommas(line);
+    text += line + "\n";
+  }
+  (isForOutput ? files.output : files.workFile) += text + "\n";
+}
+
+Prepared prepared(const std::string& input, const std::string& installDate) {
+  Prepared files = {"", "", false};
+  try {
+    for (Entry entry = readEntry(input, 0); !entry.lines.empty(); entry = readEntry(input, entry.end))
+      prepareEntry(entry.lines, installDate, files);
+  } catch (const Stopped&) {
+    files.isStopped = true;
+  }
+  return files;
 }
 
 static bool isLeftOutOfMerge(const std::string& name) {
@@ -194,11 +292,6 @@ static std::string dnText(const Lines& entry) {
   return withoutLeadingSpaces(line.substr(TAG_LENGTH));
 }
 
-static std::string required(const std::optional<std::string>& value) {
-  if (!value) throw Stopped();
-  return *value;
-}
-
 static std::string fitting(const std::string& text, size_t size) {
   if (text.size() >= size) throw Stopped();
   return text;
@@ -233,8 +326,6 @@ static Owner normalised(Owner owner, const Lines& entry, bool isUserSide) {
 }
 
 Owner ownerOnUserSide(const Lines& entry, int32_t objectClass) {
-  constexpr int32_t SECUSER = 1;
-  constexpr int32_t SECMAP = 5;
   if (objectClass == SECMAP) return normalised(ownerOfMap(entry), entry, true);
   if (objectClass == SECUSER && contains(lowered(fitting(entry[0], SCRATCH_SIZE)), "cn=users,secauthority=")) {
     const std::string authority = required(attributeValue(entry, "secAuthority"));
@@ -252,7 +343,6 @@ Owner ownerOnUserSide(const Lines& entry, int32_t objectClass) {
 }
 
 Owner ownerOnGroupSide(const Lines& entry, int32_t objectClass) {
-  constexpr int32_t SECGROUP = 4;
   return normalised(objectClass == SECGROUP ? ownerInFirstLine(entry, dnText(entry)) : ownerOfMap(entry), entry, false);
 }
 

@@ -42,6 +42,9 @@ size_t stepOverEntry(const std::string& file, size_t position);
 // Blanks the next entry out of the file. Returns where the walk ends.
 size_t blankOutEntry(std::string& file, size_t position);
 
+// Copies the next entry as an oversized one is copied. Returns where the walk ends; the copy is appended.
+size_t copyOversizedEntry(const std::string& file, size_t position, std::string& copy);
+
 // Attributes of an entry, unfolded.
 std::optional<std::string> attributeValue(const Lines& entry, const std::string& name);
 std::string wholeAttribute(const Lines& entry, size_t index);
@@ -49,6 +52,15 @@ std::string attributeFromColon(const Lines& entry, size_t index);
 
 // The object class code of an entry.
 int32_t classOf(const Lines& entry);
+
+// What the preparation pass makes of an input, at the moment that an install date speaks of; up to the entry that
+// stops it, if one does.
+struct Prepared {
+  std::string output;
+  std::string workFile;
+  bool isStopped;
+};
+Prepared prepared(const std::string& input, const std::string& installDate);
 
 // The merged entry; nothing when a line that needs one has no colon.
 std::optional<Lines> merged(const Lines& input1, const Lines& input2);

@@ -8,7 +8,8 @@ from pathlib import Path
 
 project = Path(__file__).resolve().parent.parent.parent
 documents = [project / name for name in ("README.md", "CONTRIBUTING.md", "CHANGELOG.md", "examples/README.md",
-                                         "docs/architecture.md", "docs/work-file-format.md", "docs/migration.md")]
+                                         "docs/architecture.md", "docs/work-file-format.md", "docs/migration.md",
+                                         "tests/fuzz/README.md")]
 
 
 def indented_blocks(document):
@@ -66,7 +67,7 @@ class Documents(unittest.TestCase):
     def test_scripts_can_be_run(self):
         for name in ("scripts/run", "scripts/test", "scripts/lint", "scripts/require-packages", "bench/measure.py",
                      "packaging/test-package", "tests/golden/run_golden.py", "tests/model/differential.py",
-                     "tests/mutants/plant.py"):
+                     "tests/mutants/plant.py", "tests/fuzz/run_fuzzers.py"):
             with self.subTest(script=name):
                 self.assertTrue(os.access(project / name, os.X_OK))
 
