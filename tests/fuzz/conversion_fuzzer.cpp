@@ -13,7 +13,7 @@
 
 static constexpr size_t LARGEST_INPUT = 32 * 1024;  // bytes
 // A traced run takes some hundred times as long, and every pass over many entries again.
-static constexpr size_t LARGEST_TRACED_INPUT = 4 * 1024;
+static constexpr size_t LARGEST_TRACED_INPUT = 6 * 1024;
 
 int mainOfTool(int argumentCount, char* arguments[]);
 
