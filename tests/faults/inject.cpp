@@ -6,6 +6,7 @@
 //   FAULT_FILE     how the name of the file must end for a call to count; without it every call on a regular file does
 //   FAULT_LASTING  set: all later calls fail, too
 //   FAULT_SHORT    set: a read or write does not fail but moves only half of the bytes
+//   FAULT_STOP     set: the call does not fail, and behind it the process stops until it is continued
 //   FAULT_REPORT   a file that reads "armed" from the beginning of main and "delivered" once a call has failed
 // Calls that the C library makes of its own streams cannot be reached, only the memory that it takes for them.
 #include <dlfcn.h>
@@ -18,6 +19,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -39,8 +41,9 @@ static constexpr ErrorName errorNames[] = {{"EIO", EIO},       {"ENOSPC", ENOSPC
                                            {"EDQUOT", EDQUOT}, {"EINTR", EINTR},   {"ENOMEM", ENOMEM},
                                            {"EACCES", EACCES}, {"ESPIPE", ESPIPE}, {"EMFILE", EMFILE}};
 
-static bool isArmed = false;   // from the beginning of main on
-static long callsCounted = 0;  // calls of the chosen kind
+static bool isArmed = false;    // from the beginning of main to the end of what it leaves to be done at the exit
+static long callsCounted = 0;   // calls of the chosen kind
+static bool stopIsDue = false;  // behind the call that is being made
 
 static std::string_view setting(const char* name) {
   const char* value = getenv(name);
@@ -64,7 +67,18 @@ static bool isStruck(std::string_view call) {
   ++callsCounted;
   if (callsCounted < chosen || (callsCounted > chosen && !isSet("FAULT_LASTING"))) return false;
   report("delivered");
-  return true;
+  stopIsDue = isSet("FAULT_STOP");
+  return !stopIsDue;
+}
+
+// Takes the result of a call through; a call that was struck to stop stops the process here.
+template <typename Result = int>
+static Result made(long result) {
+  const int errnoOfCall = errno;
+  if (stopIsDue) raise(SIGSTOP);
+  stopIsDue = false;
+  errno = errnoOfCall;
+  return static_cast<Result>(result);
 }
 
 static bool nameCounts(std::string_view name) { return name.ends_with(setting("FAULT_FILE")); }
@@ -107,6 +121,8 @@ static Main programMain;
 
 static int armedMain(int argumentCount, char** arguments, char** environment) {
   report("armed");
+  // Runs behind what main registers, and before the destructors of the program.
+  atexit([] { isArmed = false; });
   isArmed = true;
   return programMain(argumentCount, arguments, environment);
 }
@@ -144,7 +160,7 @@ int open(const char* name, int flags, ...) {
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   if (nameCounts(name) && isStruck("open")) return fail();
-  return static_cast<int>(syscall(SYS_openat, AT_FDCWD, name, flags, mode));
+  return made(syscall(SYS_openat, AT_FDCWD, name, flags, mode));
 }
 
 ssize_t read(int file, void* buffer, size_t count) {
@@ -152,7 +168,7 @@ ssize_t read(int file, void* buffer, size_t count) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return syscall(SYS_read, file, buffer, count);
+  return made<ssize_t>(syscall(SYS_read, file, buffer, count));
 }
 
 ssize_t pread(int file, void* buffer, size_t count, off_t offset) {
@@ -160,7 +176,7 @@ ssize_t pread(int file, void* buffer, size_t count, off_t offset) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return syscall(SYS_pread64, file, buffer, count, offset);
+  return made<ssize_t>(syscall(SYS_pread64, file, buffer, count, offset));
 }
 
 ssize_t write(int file, const void* buffer, size_t count) {
@@ -168,7 +184,7 @@ ssize_t write(int file, const void* buffer, size_t count) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return syscall(SYS_write, file, buffer, count);
+  return made<ssize_t>(syscall(SYS_write, file, buffer, count));
 }
 
 ssize_t pwrite(int file, const void* buffer, size_t count, off_t offset) {
@@ -176,35 +192,35 @@ ssize_t pwrite(int file, const void* buffer, size_t count, off_t offset) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return syscall(SYS_pwrite64, file, buffer, count, offset);
+  return made<ssize_t>(syscall(SYS_pwrite64, file, buffer, count, offset));
 }
 
 // A close that fails has closed the file all the same, as on Linux.
 int close(int file) {
   const bool fails = isStruck("close", file);
-  const int result = static_cast<int>(syscall(SYS_close, file));
+  const int result = made(syscall(SYS_close, file));
   return fails ? fail() : result;
 }
 
 off_t lseek(int file, off_t offset, int whence) noexcept {
-  return isStruck("lseek", file) ? fail() : syscall(SYS_lseek, file, offset, whence);
+  return isStruck("lseek", file) ? fail() : made<off_t>(syscall(SYS_lseek, file, offset, whence));
 }
 
 int ftruncate(int file, off_t length) noexcept {
-  return isStruck("ftruncate", file) ? fail() : static_cast<int>(syscall(SYS_ftruncate, file, length));
+  return isStruck("ftruncate", file) ? fail() : made(syscall(SYS_ftruncate, file, length));
 }
 
 int fstat(int file, struct stat* status) noexcept {
-  return isStruck("fstat", file) ? fail() : static_cast<int>(syscall(SYS_newfstatat, file, "", status, AT_EMPTY_PATH));
+  return isStruck("fstat", file) ? fail() : made(syscall(SYS_newfstatat, file, "", status, AT_EMPTY_PATH));
 }
 
-int fsync(int file) { return isStruck("fsync", file) ? fail() : static_cast<int>(syscall(SYS_fsync, file)); }
+int fsync(int file) { return isStruck("fsync", file) ? fail() : made(syscall(SYS_fsync, file)); }
 
 int unlink(const char* name) noexcept {
-  return nameCounts(name) && isStruck("unlink") ? fail() : static_cast<int>(syscall(SYS_unlinkat, AT_FDCWD, name, 0));
+  return nameCounts(name) && isStruck("unlink") ? fail() : made(syscall(SYS_unlinkat, AT_FDCWD, name, 0));
 }
 
 int madvise(void* begin, size_t length, int advice) noexcept {
-  return isStruck("madvise") ? fail() : static_cast<int>(syscall(SYS_madvise, begin, length, advice));
+  return isStruck("madvise") ? fail() : made(syscall(SYS_madvise, begin, length, advice));
 }
 }

@@ -16,110 +16,17 @@ import unittest
 from dataclasses import dataclass
 from pathlib import Path
 
-tool = ""
-library = ""
-tool_with_separate_lines = ""  # every line it holds is an allocation of its own
-sanitizer = ""  # the runtime that a sanitized tool needs to be loaded first
+import scratch
+from exports import (EVERYTHING_DNS, authority, credentials, entry, everything, group, map_of_group, map_of_user,
+                     padding, policy, policy_data, unit, user, users_entry)
+from scratch import COMPLETE, FOLDER, MEMORY, OPENING, POSITION, PREPARATION, PROCESSING, READING, WRITING
 
-MEMORY, POSITION, PROCESSING, OPENING, PREPARATION, WRITING, READING, COMPLETE = (
-    f"3809283{number}" for number in ("00", "01", "02", "04", "05", "06", "07", "15"))
 DISK_ERRORS = ("ENOSPC", "EIO", "EFBIG")
 WINDOW = 256 * 1024  # bytes of a file that the tool writes at once
-READ_FIRST = 24 * 1024  # bytes that it reads first
-SCRATCH = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None  # two thousand runs are too many for a disk
+READ_FIRST = 8 * 1024  # bytes that it reads first
 
 
-# Exports. Every piece is one entry.
-
-def entry(*lines):
-    return "".join(f"{line}\n" for line in lines) + "\n"
-
-
-def authority():
-    return entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "secAuthority: Default", "version: 5.1")
-
-
-def container():
-    return entry("dn: cn=Users,secAuthority=Default", "objectclass: container", "cn: Users",
-                 "xoq-entryuuid: 1")
-
-
-def folded():
-    return entry("dn: ou=People,o=example", "objectclass: organizationalUnit", "ou: People", "description: a line that",
-                 "  goes on", "  and on")
-
-
-def common_policy():
-    return entry("dn: cn=Default,cn=Policies,secAuthority=Default", "objectclass: secPolicy", "cn: Default")
-
-
-def user(name, *more, authority="Default"):
-    return entry(f"dn: secAuthority={authority},cn={name},o=example", "objectclass: secUser",
-                 f"secAuthority: {authority}", f"principalName: {name}", "secuuid: 1", *more)
-
-
-def users_entry(name, *more, authority="Default"):
-    return entry(f"dn: principalName={name},cn=Users,secAuthority={authority}", "objectclass: secUser",
-                 f"secAuthority: {authority}", f"principalName: {name}", f"secDN: cn={name}, o=example", *more)
-
-
-def policy(name, *more, authority="Default"):
-    return entry(f"dn: cn=Policy,secAuthority={authority},cn={name},o=example", "objectclass: secPolicy", "cn: Policy",
-                 *more)
-
-
-def policy_data(name, *more, authority="Default"):
-    return entry(f"dn: cn=Data,secAuthority={authority},cn={name},o=example", "objectclass: secPolicyData", "cn: Data",
-                 *more)
-
-
-def map_of_user(name, *more, authority="Default"):
-    return entry(f"dn: cn=m-{name},cn=Users,secAuthority={authority}", "objectclass: secMap",
-                 f"secDN: cn={name}, o=example", *more)
-
-
-def group(name, *more):
-    return entry(f"dn: secAuthority=Default,cn={name},o=example", "objectclass: secGroup", f"cn: {name}", *more)
-
-
-def map_of_group(name, *more):
-    return entry(f"dn: cn=m-{name},cn=Groups,secAuthority=Default", "objectclass: secMap",
-                 f"secDN: cn={name}, o=example", *more)
-
-
-def credentials_container(*more):
-    return entry("dn: cn=ResCreds,secAuthority=Default", "objectclass: container", "cn: ResCreds", *more)
-
-
-def credentials(name, *more):
-    return entry(f"dn: cn={name},cn=ResCreds,secAuthority=Default", "objectclass: secResCreds", f"cn: {name}", *more)
-
-
-def unit(*more):
-    return entry("dn: ou=Other,o=example", "objectclass: organizationalUnit", *more)
-
-
-def padding(length):
-    """Lines of 100 bytes, and one of up to 199, of this length in total; 20 at least."""
-    full = (length - 20) // 100
-    return ["description: " + "x" * 86] * full + ["description: " + "y" * (length - 100 * full - 14)]
-
-
-def everything():
-    """Every class, two users, one of them with all a user can have, and a group; maps before their owners."""
-    return (authority() + container() + folded() + common_policy() + map_of_user("anna") + user("anna") + group("staff")
-            + credentials_container() + policy_data("anna") + users_entry("anna", "mail: anna@example")
-            + user("bert") + policy("anna") + map_of_group("staff") + credentials("web") + map_of_user("bert"))
-
-
-EVERYTHING_DNS = [
-    "secAuthority=Default", "cn=Users,secAuthority=Default", "ou=People,o=example",
-    "cn=Default,cn=Policies,secAuthority=Default", "principalName=anna,cn=Users,secAuthority=default",
-    "cn=Policies,principalName=anna,cn=Users,secAuthority=default",
-    "cn=Policy,cn=Policies,principalName=anna,cn=Users,secAuthority=default",
-    "principalName=bert,cn=Users,secAuthority=default", "cn=staff,cn=Groups,secAuthority=default",
-    "cn=ResCreds,secAuthority=Default", "cn=web,cn=ResCreds,secAuthority=Default"]
-
+# Exports.
 
 def several_windows():
     """More than a window of everything, so that each file is written and read in the middle of the run, too."""
@@ -179,7 +86,7 @@ def count(call):
 
 class FaultTest(unittest.TestCase):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(dir=SCRATCH)
+        folder = tempfile.TemporaryDirectory(dir=FOLDER)
         self.addCleanup(folder.cleanup)
         self.folder = Path(folder.name)
 
@@ -201,22 +108,16 @@ class FaultTest(unittest.TestCase):
             self.file(name).unlink(missing_ok=True)
         if self.leftover is not None:
             self.file("input.ldif.tmp").write_text(self.leftover)
-        environment = {"PATH": os.environ["PATH"]}
-        if sanitizer:
-            environment["ASAN_OPTIONS"] = "detect_leaks=0"  # a run that fails gives nothing back
-        if echo:
-            environment["DEBUG_ERROR"] = ""
-        if fault is not None:
-            environment["LD_PRELOAD"] = " ".join(filter(None, (sanitizer, library)))
-            environment["FAULT_REPORT"] = "report"
-            environment |= {f"FAULT_{name.upper()}": str(value) for name, value in fault.items()}
-        arguments = [*command, program or tool, "input.ldif", "output.ldif", str(users), str(groups)] + ([trace] if trace else [])
+        environment = scratch.environment(fault and {"report": "report", **fault}, echo)
+        arguments = [*command, scratch.tool, "input.ldif", "output.ldif", str(users), str(groups)] + ([trace] if trace else [])
         options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | options
         run = subprocess.run(arguments, cwd=self.folder, env=environment, check=False, **options)
         if fault is not None:
             self.assertIn(self.content("report"), (b"armed", b"delivered"))
         self.assertIn(run.returncode, (0, 255), f"{fault}: {(run.stderr or b'').decode()}")
         self.assertEqual(self.content("input.ldif"), self.export, fault)
+        created = {"output.ldif", "input.ldif.tmp"} | ({trace, "TEMPORARY_INPUT_LDIF_FILE"} if trace else set())
+        self.assertLessEqual(set(os.listdir(self.folder)), {"input.ldif", "report"} | created)
         return Result(run.returncode, masked(self.content("output.ldif")), (run.stdout or b"").decode("latin-1"),
                       (run.stderr or b"").decode("latin-1"), self.content("trace").decode("latin-1"),
                       self.content("report") == b"delivered")
@@ -281,7 +182,7 @@ class AnAllocationThatFails(FaultTest):
 
     def setUp(self):
         super().setUp()
-        if sanitizer:
+        if scratch.sanitizer:
             self.skipTest("the sanitizer has an allocator of its own")
 
     def check(self, export, numbers=None, lasting=True, **options):
@@ -333,7 +234,7 @@ class AnAllocationThatFails(FaultTest):
 class MemoryThatIsShort(FaultTest):
     def setUp(self):
         super().setUp()
-        if sanitizer:
+        if scratch.sanitizer:
             self.skipTest("the sanitizer needs all the addresses there are")
 
     def limited(self, size):
@@ -751,16 +652,8 @@ class StandardStreams(FaultTest):
         return writing
 
 
-def sanitizer_of(program):
-    """The path of the sanitizer runtime that the program is linked with; empty for none."""
-    libraries = subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
-    found = re.search(r"libasan\S* => (\S+)", libraries)
-    return found[1] if found else ""
-
-
 if __name__ == "__main__":
-    tool, library, tool_with_separate_lines = (str(Path(sys.argv.pop(1)).resolve()) for _ in range(3))
-    sanitizer = sanitizer_of(tool)
+    scratch.use(sys.argv.pop(1), sys.argv.pop(1))
     program = unittest.main(exit=False)
     print("faults delivered:", dict(sorted(counts.items())), file=sys.stderr)
     sys.exit(not program.result.wasSuccessful())
