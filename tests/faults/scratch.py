@@ -98,12 +98,13 @@ class ScratchTest(unittest.TestCase):
         return Run(process.returncode, (notices or b"").decode("latin-1"), (errors or b"").decode("latin-1"))
 
     def stops(self, process):
-        """Continues a run that has been told to stop at calls of a kind, again and again; yields while it is stopped."""
+        """Continues a run that is told to stop at calls of a kind whenever it has stopped; yields before."""
         try:
             while True:
                 _, status = os.waitpid(process.pid, os.WUNTRACED)
                 if not os.WIFSTOPPED(status):
                     process.returncode = os.waitstatus_to_exitcode(status)
+                    process.leftCore = os.WCOREDUMP(status)
                     return
                 yield
                 process.send_signal(signal.SIGCONT)

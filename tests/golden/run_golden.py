@@ -116,7 +116,12 @@ def runShell(script, scratch, environment):
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=TIMEOUT_SECONDS)
 
 
-def failuresOf(folder, tool, scratch):
+class SetupFailed(Exception):
+    pass
+
+
+def prepare(folder, scratch):
+    """Puts what the run of a folder needs into a scratch folder. Returns its environment and its arguments."""
     given = {path.name: path for path in folder.iterdir()}
 
     environment = {name: value for name, value in os.environ.items() if name != "DEBUG_ERROR"}
@@ -131,11 +136,20 @@ def failuresOf(folder, tool, scratch):
     if "leftover" in given:
         shutil.copyfile(given["leftover"], scratch / "input.ldif.tmp")
     if "setup.sh" in given and runShell(given["setup.sh"], scratch, environment).returncode != 0:
-        return ["setup.sh failed"]
+        raise SetupFailed
 
     arguments = ["input.ldif", "output.ldif", "10", "10"]
     if "arguments" in given:
         arguments = shlex.split(textOf(given["arguments"]))
+    return environment, arguments
+
+
+def failuresOf(folder, tool, scratch):
+    given = {path.name: path for path in folder.iterdir()}
+    try:
+        environment, arguments = prepare(folder, scratch)
+    except SetupFailed:
+        return ["setup.sh failed"]
     try:
         run = subprocess.run([tool, *arguments], cwd=scratch, env=environment, stdin=subprocess.DEVNULL,
                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=TIMEOUT_SECONDS)
