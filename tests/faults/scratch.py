@@ -82,9 +82,10 @@ class ScratchTest(unittest.TestCase):
             files[str(path.relative_to(self.folder))] = (oct(mode), content)
         return files
 
-    def start(self, *arguments, fault=None, echo=False, **options):
+    def start(self, *arguments, fault=None, echo=False, command=(), **options):
+        """Starts the tool, or a command that is given the tool's command line."""
         options = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL} | options
-        return subprocess.Popen([tool, *(arguments or ARGUMENTS)], cwd=self.folder, stdin=subprocess.DEVNULL,
+        return subprocess.Popen([*command, tool, *(arguments or ARGUMENTS)], cwd=self.folder, stdin=subprocess.DEVNULL,
                                 env=environment(fault, echo), **options)
 
     def run_tool(self, *arguments, **options):
