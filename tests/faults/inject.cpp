@@ -1,6 +1,7 @@
 // Makes a chosen call of a program fail. Preloaded (LD_PRELOAD), and told in the environment:
 //   FAULT_CALL     the kind of call: malloc (calloc and realloc, too), open, read (pread, too), write (pwrite, too),
-//                  close, lseek, ftruncate, fstat, fsync, unlink or madvise
+//                  close, lseek, ftruncate, fstat, fsync, unlink, madvise, or fflush of a standard stream (fclose,
+//                  too), which then loses what it was to write
 //   FAULT_NUMBER   which of these calls, counted from 1 and from the beginning of main
 //   FAULT_ERRNO    the error's name; EIO when absent
 //   FAULT_FILE     how the name of the file must end for a call to count; without it every call on a regular file does
@@ -8,9 +9,10 @@
 //   FAULT_SHORT    set: a read or write does not fail but moves only half of the bytes
 //   FAULT_STOP     set: the call does not fail, and behind it the process stops until it is continued
 //   FAULT_REPORT   a file that reads "armed" from the beginning of main and "delivered" once a call has failed
-// Calls that the C library makes of its own streams cannot be reached, only the memory that it takes for them.
+// Other calls that the C library makes for its streams cannot be reached, only the memory that it takes for them.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -212,6 +214,21 @@ int ftruncate(int file, off_t length) noexcept {
 
 int fstat(int file, struct stat* status) noexcept {
   return isStruck("fstat", file) ? fail() : made(syscall(SYS_newfstatat, file, "", status, AT_EMPTY_PATH));
+}
+
+int fflush(FILE* stream) {
+  static const auto realFlush = reinterpret_cast<decltype(&fflush)>(dlsym(RTLD_NEXT, "fflush"));
+  if (stream == nullptr || !isStruck("fflush", fileno(stream))) return realFlush(stream);
+  __fpurge(stream);
+  return fail();
+}
+
+int fclose(FILE* stream) {
+  static const auto realClose = reinterpret_cast<decltype(&fclose)>(dlsym(RTLD_NEXT, "fclose"));
+  const bool fails = isStruck("fflush", fileno(stream));
+  if (fails) __fpurge(stream);
+  const int result = realClose(stream);
+  return fails ? fail() : result;
 }
 
 int fsync(int file) { return isStruck("fsync", file) ? fail() : made(syscall(SYS_fsync, file)); }

@@ -415,10 +415,13 @@ class AFileThatMayNotGrow(FaultTest):
 
     def test_may_be_the_trace(self):
         self.prepare(everything())
-        expected = self.undisturbed()
-        result = self.run_tool(trace="trace", preexec_fn=self.limited(8192))
-        self.assertSucceeded(result, expected)
-        self.assertEqual(len(result.trace), 8192)
+        expected = self.undisturbed(trace="trace")
+        length = len(self.content("trace"))
+        for size in [8192, *range(10_000, length, 17_777), length - 1]:
+            with self.subTest(size=size):
+                result = self.run_tool(trace="trace", preexec_fn=self.limited(size))
+                self.assertSucceeded(result, expected)
+                self.assertEqual(len(result.trace), size)
 
     def limited(self, size):
         return lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
@@ -597,6 +600,47 @@ class AFileThatCannotBeUsed(FaultTest):
                             trace="trace")
 
 
+class TheTraceAndTheNotices(FaultTest):
+    """Whatever is lost of them, the conversion goes on and ends as it would."""
+
+    # Every one up to here, and some of the many that follow.
+    NUMBERS = [*range(1, 60), *range(60, 3000, 61)]
+
+    def test_may_lose_a_line_of_the_trace(self):
+        self.prepare(everything())
+        expected = self.undisturbed(trace="trace")
+        for more in ({}, {"lasting": 1}):
+            self.each_fault(lambda result: self.assertSucceeded(result, expected),
+                            {"call": "fflush", "file": "trace", "errno": "ENOSPC", **more}, self.NUMBERS, trace="trace")
+
+    def test_may_lose_a_line_of_the_trace_of_a_run_that_fails(self):
+        self.prepare(everything() + group("lone"))
+        for more in ({}, {"lasting": 1}):
+            self.each_fault(lambda result: self.assertFailed(result, PROCESSING),
+                            {"call": "fflush", "file": "trace", **more}, self.NUMBERS[::3], trace="trace")
+
+    def test_may_lose_a_notice(self):
+        notices = tempfile.TemporaryFile(dir=FOLDER)  # which has no name any more
+        self.addCleanup(notices.close)
+
+        def check(result):
+            self.assertEqual(result.status, 0)
+            self.assertTrue(result.output == expected, "the output differs")
+
+        self.prepare(everything())
+        for echo in (False, True):
+            for more in ({}, {"lasting": 1}):
+                expected = self.undisturbed()
+                self.each_fault(check, {"call": "fflush", "file": " (deleted)", **more}, echo=echo, stdout=notices)
+
+    def test_may_lose_the_message_of_the_failure(self):
+        self.prepare(everything() + group("lone"))
+        errors = tempfile.TemporaryFile(dir=FOLDER)
+        self.addCleanup(errors.close)
+        self.each_fault(lambda result: self.assertEqual(result.status, 255),
+                        {"call": "fflush", "file": " (deleted)"}, stderr=errors)
+
+
 class StandardStreams(FaultTest):
     def setUp(self):
         super().setUp()
@@ -644,6 +688,26 @@ class StandardStreams(FaultTest):
             self.assertSucceeded(result, self.expected)
         self.prepare(everything() + group("lone"))
         self.assertEqual(self.run_tool(stdout=self.broken_pipe(), stderr=self.broken_pipe(), echo=True).status, 255)
+
+    def test_may_be_a_full_pipe_that_is_not_waited_for(self):
+        for echo in (False, True):
+            result = self.run_tool(stdout=self.full_pipe(), stderr=self.full_pipe(), trace="trace", echo=echo)
+            self.assertSucceeded(result, self.expected)
+        self.prepare(everything() + group("lone"))
+        self.assertEqual(self.run_tool(stdout=self.full_pipe(), stderr=self.full_pipe(), echo=True).status, 255)
+
+    def full_pipe(self):
+        reading, writing = os.pipe()
+        self.addCleanup(os.close, reading)
+        self.addCleanup(os.close, writing)
+        os.set_blocking(writing, False)
+        for size in (4096, 1):
+            try:
+                while True:
+                    os.write(writing, b"x" * size)
+            except BlockingIOError:
+                pass
+        return writing
 
     def broken_pipe(self):
         reading, writing = os.pipe()
