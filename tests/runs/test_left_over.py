@@ -1,0 +1,89 @@
+"""A failed run leaves its work file behind; the run after it reads that, too, and says so when it fails for it.
+
+usage: test_left_over.py TOOL
+"""
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+project = Path(__file__).resolve().parent.parent.parent
+
+tool = ""
+
+USER = """\
+dn: secAuthority=Default,cn={0},o=example
+objectclass: secUser
+secAuthority: Default
+principalName: {0}
+
+"""
+MAP = """\
+dn: cn=map-{0},cn=Users,secAuthority=Default
+objectclass: secMap
+secDN: cn={0},o=example
+
+"""
+WITHOUT_NAME = """\
+dn: secAuthority=Default,cn=carl,o=example
+objectclass: secUser
+secAuthority: Default
+
+"""
+
+
+class WorkFileLeftOver(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.work_file = self.folder / "input.ldif.tmp"
+
+    def convert(self, *pieces, slots="10"):
+        (self.folder / "input.ldif").write_text("".join(pieces))
+        return subprocess.run([tool, "input.ldif", "output.ldif", slots, slots], cwd=self.folder, capture_output=True,
+                              text=True, check=False)
+
+    def assertBlamed(self, run, code):
+        self.assertEqual(run.returncode, 255)
+        self.assertRegex(run.stderr, rf"^tqldif2v6: {code} ERROR: .* A work file left over from an earlier run \(the "
+                                     r"input's name followed by \.tmp\) can be the cause\. .* Concerned: .+\n$")
+
+    def check_the_way_out(self, code, *mended):
+        """The mended input fails as well, until the work file has been removed."""
+        self.assertTrue(self.work_file.exists())
+        self.assertBlamed(self.convert(*mended), code)
+        self.assertTrue(self.work_file.exists())
+        self.work_file.unlink()
+        run = self.convert(*mended)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertFalse(self.work_file.exists())
+
+    def test_that_holds_the_same_entries_is_blamed(self):
+        self.assertBlamed(self.convert(USER.format("anna"), MAP.format("anna"), WITHOUT_NAME), 380928302)
+        self.check_the_way_out(380928303, USER.format("anna"), MAP.format("anna"))
+
+    def test_that_holds_what_the_input_has_lost_is_blamed(self):
+        self.assertBlamed(self.convert(MAP.format("anna"), WITHOUT_NAME), 380928302)
+        self.check_the_way_out(380928302, USER.format("bert"), MAP.format("bert"))
+
+    def test_of_a_failure_in_the_passes_is_blamed(self):
+        lone = USER.format("anna")
+        both = USER.format("bert") + MAP.format("bert")
+        self.assertBlamed(self.convert(lone, both, slots="1"), 380928302)
+        self.check_the_way_out(380928303, lone, MAP.format("anna"), both)
+
+    def test_is_spoken_of_by_the_documents(self):
+        """That it is appended to, and to be removed."""
+        for name in ("README.md", "packaging/man/tqldif2v6.1"):
+            text = re.sub(r"\s+", " ", (project / name).read_text(encoding="utf-8"))
+            with self.subTest(document=name):
+                found = re.search(r"remove it before the next run ?, which would append to it and (read|convert)", text)
+                self.assertIsNotNone(found)
+
+
+if __name__ == "__main__":
+    tool = str(Path(sys.argv.pop(1)).resolve())
+    unittest.main()
