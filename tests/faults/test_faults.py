@@ -89,6 +89,8 @@ class FaultTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory(dir=FOLDER)
         self.addCleanup(folder.cleanup)
         self.folder = Path(folder.name)
+        self.discarded = tempfile.TemporaryDirectory()
+        self.addCleanup(self.discarded.cleanup)
 
     def file(self, name):
         return self.folder / name
@@ -109,6 +111,8 @@ class FaultTest(unittest.TestCase):
         if self.leftover is not None:
             self.file("input.ldif.tmp").write_text(self.leftover)
         environment = scratch.environment(fault and {"report": "report", **fault}, echo)
+        if "preexec_fn" in options:  # limits, which would spoil what a build that measures coverage writes at the end
+            environment["GCOV_PREFIX"] = self.discarded.name
         arguments = [*command, scratch.tool, "input.ldif", "output.ldif", str(users), str(groups)] + ([trace] if trace else [])
         options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | options
         run = subprocess.run(arguments, cwd=self.folder, env=environment, check=False, **options)
@@ -536,6 +540,18 @@ class AFailedWriteInThePasses(FaultTest):
                  "deleting a ResCreds container or secResCreds object.  EXITING. \n")
         self.assertTrue(result.trace.endswith(error))
         self.assertTrue(result.notices.endswith(error))
+
+    # Known: the message is about the entry and a left-over work file, and not about the disk.
+    @unittest.expectedFailure
+    def test_is_told_with_its_reason(self):
+        result = self.fail_when_blanking(map_of_user("anna", *padding(4600)), user("anna", *padding(4600)))
+        self.assertIn("Input/output error", result.errors)
+
+    # Known: the message says neither what could not be blanked out nor why.
+    @unittest.expectedFailure
+    def test_is_told_with_its_entry_by_the_final_copy(self):
+        result = self.fail_when_blanking(credentials("a", *padding(4000)), credentials("b", *padding(6000)))
+        self.assertIn("Concerned: dn: cn=", result.errors)
 
     def fail_when_blanking(self, before, middle):
         """Fails the write that the reading of the second entry, which crosses the first read, brings with it."""

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csetjmp>
 #include <csignal>
@@ -272,19 +273,35 @@ void makeWritesFail(Stream* stream) {
   setPosition(stream, position);
 }
 
-void limitFileSize(unsigned long size) {
-  signal(SIGXFSZ, SIG_IGN);
+static void setFileSizeLimit(rlim_t size) {
   rlimit limit;
   getrlimit(RLIMIT_FSIZE, &limit);
-  limit.rlim_cur = size;
+  limit.rlim_cur = std::min(size, limit.rlim_max);
   setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+void limitFileSize(unsigned long size) {
+  signal(SIGXFSZ, SIG_IGN);
+  setFileSizeLimit(size);
+  // A build that measures coverage writes its counts at the very end.
+  atexit([] { setFileSizeLimit(RLIM_INFINITY); });
+}
+
+// Not for a build that measures coverage, which writes its counts at the very end.
+static void succeedAtTheExit() {
+  atexit([] { failingAllocation = failingReallocation = 0; });
 }
 
 void failNextAllocation() {
   useUpLineMemory();
   failingAllocation = 1;
+  succeedAtTheExit();
 }
-void failNextReallocation() { failingReallocation = 1; }
+
+void failNextReallocation() {
+  failingReallocation = 1;
+  succeedAtTheExit();
+}
 
 void exhaustMemoryIn(const std::function<void()>& step) {
   bool finished = false;
