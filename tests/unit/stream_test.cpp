@@ -267,6 +267,19 @@ TEST_P(Skip, EndsBeforeTheFirstLineThatIsNotBlank) {
   EXPECT_EQ(readFile("file"), GetParam().contents);
 }
 
+TEST_F(StreamTest, OpensAsManyAsThereAreAndNoMore) {
+  Stream* last = nullptr;
+  for (size_t i = 0; i < MAXIMUM_STREAMS; i++) {
+    last = openToCreate("file");
+    EXPECT_NE(last, nullptr);
+  }
+  EXPECT_EQ(openStream("another", OPEN_TO_CREATE, NAMED_BY_USER), nullptr);
+  EXPECT_STREQ(messageReason, "too many files are open");
+  EXPECT_FALSE(exists("another"));
+  closeStream(last);
+  EXPECT_NE(openStream("another", OPEN_TO_CREATE, NAMED_BY_USER), nullptr);
+}
+
 TEST_F(StreamTest, ClosesNothingTwice) {
   Stream* stream = nullptr;
   EXPECT_EQ(closeStream(stream), 0);
