@@ -144,14 +144,15 @@ def prepare(folder, scratch):
     return environment, arguments
 
 
-def failuresOf(folder, tool, scratch):
+def failuresOf(folder, command, scratch):
+    """Runs the command, which is the tool or runs it, on what the folder holds. Returns what differs."""
     given = {path.name: path for path in folder.iterdir()}
     try:
         environment, arguments = prepare(folder, scratch)
     except SetupFailed:
         return ["setup.sh failed"]
     try:
-        run = subprocess.run([tool, *arguments], cwd=scratch, env=environment, stdin=subprocess.DEVNULL,
+        run = subprocess.run([*command, *arguments], cwd=scratch, env=environment, stdin=subprocess.DEVNULL,
                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=TIMEOUT_SECONDS)
     except subprocess.TimeoutExpired:
         return [f"the tool did not end within {TIMEOUT_SECONDS} seconds"]
@@ -204,7 +205,7 @@ def main():
     passed = failed = 0
     for name in options.names or names():
         with tempfile.TemporaryDirectory(prefix="golden-") as scratch:
-            failures = failuresOf(GOLDEN / name, tool, pathlib.Path(scratch))
+            failures = failuresOf(GOLDEN / name, [tool], pathlib.Path(scratch))
         if failures:
             failed += 1
             print(f"FAILED {name}")

@@ -65,9 +65,9 @@ class Documents(unittest.TestCase):
                     self.assertTrue((document.parent / target).exists())
 
     def test_scripts_can_be_run(self):
-        for name in ("scripts/run", "scripts/test", "scripts/lint", "scripts/require-packages", "bench/measure.py",
-                     "packaging/test-package", "tests/golden/run_golden.py", "tests/model/differential.py",
-                     "tests/mutants/plant.py", "tests/fuzz/run_fuzzers.py"):
+        for name in ("scripts/run", "scripts/test", "scripts/lint", "scripts/coverage", "scripts/require-packages",
+                     "bench/measure.py", "packaging/test-package", "tests/golden/run_golden.py",
+                     "tests/model/differential.py", "tests/mutants/plant.py", "tests/faults/under_valgrind.py"):
             with self.subTest(script=name):
                 self.assertTrue(os.access(project / name, os.X_OK))
 
