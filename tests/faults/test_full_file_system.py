@@ -1,4 +1,4 @@
-"""Conversions on a file system that is full before they end: small ones that each run mounts for itself.
+"""Conversions on file systems that are full before they end, or may not be written to: each run mounts its own.
 
 usage: test_full_file_system.py TOOL INJECT_LIBRARY
 """
@@ -86,6 +86,22 @@ class AFullFileSystem(scratch.ScratchTest):
         self.assertSucceeded(run)
         self.assertEqual(self.output(), self.expected)
         self.assertEqual(len(self.content("trace")), 8192)
+
+
+class AReadOnlyFileSystem(scratch.ScratchTest):
+    def test_cannot_hold_any_of_the_files(self):
+        script = "mount -t tmpfs none folder && cp input.ldif folder && mount -o remount,ro folder || exit 99\n" '"$@"'
+        command = ("unshare", "--mount", "--map-root-user", "sh", "-c", script, "sh")
+        self.file("folder").mkdir()
+        self.write("input.ldif", unit())
+        if self.run_tool(command=command).status not in (0, 255):
+            self.skipTest("this user may not mount")
+        for arguments in (("folder/input.ldif", "output.ldif"), ("input.ldif", "folder/output.ldif"),
+                          ("input.ldif", "output.ldif", "folder/trace")):
+            named = next(name for name in arguments if name.startswith("folder"))
+            with self.subTest(file=named):
+                run = self.run_tool(*arguments[:2], "1", "1", *arguments[2:], command=command)
+                self.assertFailedCleanly(run, OPENING, f"The file {named} could not be opened: Read-only file system")
 
 
 if __name__ == "__main__":

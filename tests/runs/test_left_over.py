@@ -75,6 +75,14 @@ class WorkFileLeftOver(unittest.TestCase):
         self.assertBlamed(self.convert(lone, both, slots="1"), 380928302)
         self.check_the_way_out(380928303, lone, MAP.format("anna"), both)
 
+    def test_may_hold_an_entry_that_just_fills_the_memory_for_one(self):
+        """The input cannot bring one into the work file."""
+        entry = "dn: cn=web,cn=ResCreds,secAuthority=Default\nobjectclass: secResCreds\n" + "a: b\n" * 249_998
+        self.work_file.write_text(entry + "\n")
+        run = self.convert()
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertEqual((self.folder / "output.ldif").read_text(), entry + "\n")
+
     def test_is_spoken_of_by_the_documents(self):
         """That it is appended to, and to be removed."""
         for name in ("README.md", "packaging/man/tqldif2v6.1"):

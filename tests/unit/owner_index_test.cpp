@@ -77,6 +77,18 @@ TEST_F(Owners, AreNeverDeniedWhenTheyAreThere) {
   EXPECT_FALSE(mayHold(dns, "cn=999\n"));
 }
 
+TEST_F(Owners, AreToldApartWhenTheirHashesAreEqual) {
+  const char* one = "cn=dgqtsar\n";
+  const char* other = "cn=jxspqqa\n";
+  ASSERT_EQ(hashOfDn(one), hashOfDn(other));
+  Lines dns = {one};
+  EXPECT_EQ(find(dns, other), NO_SLOT);
+  EXPECT_TRUE(mayHold(dns, other));
+  dns.push_back(other);
+  EXPECT_EQ(find(dns, one), 0);
+  EXPECT_EQ(find(dns, other), 1);
+}
+
 TEST_F(Owners, NeedMemory) {
   Lines dns = {"a\n"};
   EXPECT_FAILURE((failNextAllocation(), failNextReallocation(), find(dns, "a\n")), MEMORY_EXHAUSTED);
