@@ -6,7 +6,7 @@ usage: bench/measure.py [--tool TOOL] [--folder FOLDER] [--megabytes 100 1000] [
 Generates lifelike exports, once, in the folder (default: a folder of the system's temporary one, removed at the
 end). Tool and cp are timed in turn, output files removed before each; the input is in the page cache. Prints one
 table row a case: medians, spread, ratio, peak memory, how much of it is beyond what the users and groups of one pass
-hold (their cells, used or not, and their text), system calls for each gathered entry.
+hold (their cells, used or not, and their lines), system calls for each gathered entry.
 """
 import argparse
 import re
@@ -25,6 +25,7 @@ USERS_IN_A_MEGABYTE = 800  # what the generator makes, roughly
 USERS_FOR_A_GROUP = 100
 CELLS_OF_A_USER = 4 * 50 + 500 + 2  # of the tables, 8 bytes each
 CELLS_OF_A_GROUP = 2 * 50 + 1
+ROOM_OF_A_LINE = 10  # bytes that a line has behind its text
 GATHERED = re.compile(rb"^objectclass: sec(user|group|map|policy|policydata)\r?$", re.IGNORECASE | re.MULTILINE)
 
 # name, order of the entries, number of passes, limit: of the ratio to cp, or to the one-pass time of the same file
@@ -48,8 +49,11 @@ class Export:
         if not self.path.exists():
             with self.path.open("wb") as file:
                 file.writelines(generate.lifelikePieces(1, self.users, self.groups, order))
+        self.entries = self.lines = 0
         with self.path.open("rb") as file:
-            self.entries = sum(len(GATHERED.findall(block)) for block in iter(lambda: file.read(1 << 24), b""))
+            for block in iter(lambda: file.read(1 << 24), b""):
+                self.entries += len(GATHERED.findall(block))
+                self.lines += block.count(b"\n")
 
     def slots(self, passes):
         return [-(-count // passes) for count in (self.users, self.groups)]
@@ -58,7 +62,7 @@ class Export:
         """What the users and groups gathered in one pass hold, in MiB."""
         users, groups = self.slots(passes)
         cells = users * CELLS_OF_A_USER + groups * CELLS_OF_A_GROUP
-        return (8 * cells + self.path.stat().st_size / passes) / 2**20
+        return (8 * cells + (self.path.stat().st_size + ROOM_OF_A_LINE * self.lines) / passes) / 2**20
 
 
 # A process begins with the peak memory of the one that starts it, so that one has to be small.

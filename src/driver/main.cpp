@@ -85,6 +85,7 @@ static void preserveWorkFile() {
   traceLine("         The system command to be executed is:    %s  \n", systemCommand);
   if (copyFile(temp_input_ldif_filename, PRESERVED_WORK_FILE) != 0)
     traceLine("main():  The copy could not be made:  %s  \n", messageReason);
+  messageReason[0] = '\0';
 }
 
 // Kept: this is the one failed step that the run survives.

@@ -30,11 +30,13 @@ struct Piece {
   size_t blocks;    // in use
 };
 
-// Stands before every block.
+// Stands before every block, small because there are millions. Counts in units of two bytes.
 struct Header {
-  uint32_t offset;  // of this header in its piece
-  uint32_t size;    // bytes, this header included
+  uint16_t offset;  // of this header in its piece
+  uint16_t size;    // this header included; 0 for a block that has a piece of its own
 };
+constexpr size_t UNIT = sizeof(uint16_t);  // bytes
+static_assert(PIECE_SIZE / UNIT <= UINT16_MAX + size_t{1});
 
 static Piece* currentPiece = nullptr;  // the one that blocks are cut from
 static Piece* freePieces = nullptr;
@@ -56,11 +58,11 @@ static Piece* pieceWithRoom(size_t blockSize, const char* allocationFailureLine)
 }
 
 char* allocateLine(size_t size, const char* allocationFailureLine) {
-  constexpr size_t UNIT = alignof(Header);
   const size_t blockSize = (sizeof(Header) + size + UNIT - 1) / UNIT * UNIT;
   Piece* piece = pieceWithRoom(blockSize, allocationFailureLine);
   auto* header = reinterpret_cast<Header*>(reinterpret_cast<char*>(piece) + piece->used);
-  *header = {static_cast<uint32_t>(piece->used), static_cast<uint32_t>(blockSize)};
+  const size_t sizeInUnits = piece->size > PIECE_SIZE ? 0 : blockSize / UNIT;
+  *header = {static_cast<uint16_t>(piece->used / UNIT), static_cast<uint16_t>(sizeInUnits)};
   piece->used += blockSize;
   ++piece->blocks;
   return reinterpret_cast<char*>(header + 1);
@@ -80,8 +82,9 @@ static void empty(Piece* piece) {
 void freeLine(char* line) {
   if (line == nullptr) return;
   const Header* header = reinterpret_cast<Header*>(line) - 1;
-  auto* piece = reinterpret_cast<Piece*>(line - sizeof(Header) - header->offset);
-  if (header->offset + header->size == piece->used) piece->used = header->offset;
+  const size_t offset = header->offset * UNIT;
+  auto* piece = reinterpret_cast<Piece*>(line - sizeof(Header) - offset);
+  if (offset + header->size * UNIT == piece->used) piece->used = offset;
   if (--piece->blocks == 0) empty(piece);
 }
 

@@ -4,7 +4,8 @@
 #pragma once
 
 // Why the last file operation failed, or what is wrong with the command line: text for an administrator,
-// empty when there is nothing to add. Written by the file operations and by the command-line check.
+// empty when there is nothing to add. Written by the file operations and by the command-line check; taken back by
+// whoever goes on after a failure.
 inline char messageReason[512];
 
 // The dn: line of the entry, or the DN of the owner, that the next failure concerns; null for none. Only

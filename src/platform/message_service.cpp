@@ -1,5 +1,7 @@
 #include "platform/message_service.h"
 
+#include <strings.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -45,18 +47,30 @@ static void appendVisibly(char* line, const char* text, size_t length) {
 
 static void appendVisibly(char* line, const char* text) { appendVisibly(line, text, strlen(text)); }
 
+static bool looksLikeDn(const char* subject) {
+  return strncasecmp(subject, "dn:", strlen("dn:")) == 0 || subject[strcspn(subject, "=:, ")] == '=';
+}
+
+// In a damaged file something else may stand where a DN belongs, a password perhaps: that is not shown.
 static void appendSubject(char* line, const char* subject) {
   appendVisibly(line, " Concerned: ");
-  appendVisibly(line, subject, strcspn(subject, "\r\n"));
+  if (looksLikeDn(subject))
+    appendVisibly(line, subject, strcspn(subject, "\r\n"));
+  else
+    appendVisibly(line, "an entry that does not begin with its dn");
+}
+
+static void appendReason(char* line, const char* introduction) {
+  if (messageReason[0] == '\0') return;
+  appendVisibly(line, introduction);
+  appendVisibly(line, messageReason);
 }
 
 static void appendAddition(char* line, const CatalogueMessage& message) {
-  const bool hasReason = messageReason[0] != '\0';
-  if ((message.addition == REASON || message.addition == REASON_AND_USAGE) && hasReason) {
-    appendVisibly(line, ": ");
-    appendVisibly(line, messageReason);
-  }
-  if (message.addition == SUBJECT && messageSubject != nullptr) appendSubject(line, messageSubject);
+  if (message.addition == REASON || message.addition == REASON_AND_USAGE) appendReason(line, ": ");
+  if (message.addition != SUBJECT) return;
+  if (messageSubject != nullptr) appendSubject(line, messageSubject);
+  appendReason(line, " Reason: ");
 }
 
 void zr_printf_utf8(uint32_t code, ...) {

@@ -8,6 +8,7 @@
 #include "ldif/colon_search.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
+#include "ldif/text.h"
 #include "workfile/left_behind.h"
 #include "workfile/work_file_cursor.h"
 
@@ -46,6 +47,7 @@ static int32_t copyObject() {
     traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
     return -1;
   }
+  copyBounded(tempString, sizeof tempString, object[0]);
   freeObject();
   next_available_object_slot = 0;
   if (writeText(ofp, "\n") != 0 || flushStream(ofp) != 0) {
@@ -55,6 +57,7 @@ static int32_t copyObject() {
   if (deleteNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
     reportError(
         "copyRemainingObjectsToOutputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInputLDIFFile() failed deleting a ResCreds container or secResCreds object.  EXITING. \n");
+    concerning(tempString);
     exitWithMessage(PROCESSING_FAILED);
   }
   return 0;

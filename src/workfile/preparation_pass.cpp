@@ -11,6 +11,7 @@
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
+#include "platform/message_details.h"
 #include "workfile/entry_adjustments.h"
 
 // Where the entries of one kind go.
@@ -117,7 +118,8 @@ int32_t copyOriginalInputFileToTempInputFile() {
   prepareAllObjects();
 
   const int32_t result = readFailed(ifp) ? -1 : 0;
-  closeStream(ifp);  // only read, so nothing of it can be lost
+  // Only read, so that nothing of it can be lost; what the failed read had to say is needed still.
+  if (closeStream(ifp) != 0 && result == 0) messageReason[0] = '\0';
   stopOnFailure(closeStream(tifp), temp_input_ldif_filename);
   stopOnFailure(flushStream(ofp), output_ldif_filename);
   debug = debugBefore;

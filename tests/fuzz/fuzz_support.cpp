@@ -205,6 +205,8 @@ void beginRun() {
   takeBackMemory();
 
   lineNum = changetypeSeen = 0;
+  nextLineLength = 0;
+  lastObjectExtent = {};
   filePositionBeforeReadingObject = filePositionAfterReadingObject = filePositionOfFirstObjectSteppedOver = 0;
   hasTheStepOverFilePositionBeenInitialized = 0;
   atLeastOneObjectProcessed = writeObjectToLDIFFile = 0;

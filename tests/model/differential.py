@@ -55,7 +55,7 @@ def errorPattern(message):
     pattern = re.escape(messageText(message))
     code = message.code - 380928000
     if code <= 303:
-        return pattern + rb"( Concerned: .*?)?\n"
+        return pattern + rb"( Concerned: ((?! Reason: ).)*?)?\n"
     if code <= 307:
         return pattern + rb": [^\n]+\n"
     return pattern + rb": .*\n"

@@ -91,6 +91,38 @@ TEST_F(MessageService, AddsTheLineThatAFailureConcernsWithoutItsEnd) {
             "cause. DEBUG_ERROR or a trace file shows more. Concerned: dn: cn=a\n");
 }
 
+TEST_F(MessageService, ShowsAsTheSubjectOnlyWhatLooksLikeADn) {
+  const struct {
+    const char* subject;
+    const char* shown;
+  } cases[] = {
+      {"dn: cn=a\n", "dn: cn=a"},
+      {"DN:: Y249YQ==\n", "DN:: Y249YQ=="},
+      {"secAuthority=Default,cn=a\n", "secAuthority=Default,cn=a"},
+      {"userPassword: a\n", "an entry that does not begin with its dn"},
+      {"userPassword:: YQ==\n", "an entry that does not begin with its dn"},
+      {"rPassword: cn=a\n", "an entry that does not begin with its dn"},
+      {"a secret=\n", "an entry that does not begin with its dn"},
+      {"secret", "an entry that does not begin with its dn"},
+      {"", "an entry that does not begin with its dn"},
+  };
+  for (const auto& [subject, shown] : cases) {
+    messageSubject = subject;
+    const std::string message = messagesOf([] { zr_printf_utf8(MEMORY_EXHAUSTED); });
+    EXPECT_EQ(message,
+              "tqldif2v6: 380928300 ERROR: Memory is exhausted. Give the conversion more memory or smaller slot counts."
+              " Concerned: " + std::string(shown) + "\n");
+  }
+}
+
+TEST_F(MessageService, AddsTheReasonBehindTheSubject) {
+  messageSubject = "dn: cn=a\n";
+  strcpy(messageReason, "Input/output error");
+  EXPECT_EQ(messagesOf([] { zr_printf_utf8(MEMORY_EXHAUSTED); }),
+            "tqldif2v6: 380928300 ERROR: Memory is exhausted. Give the conversion more memory or smaller slot counts."
+            " Concerned: dn: cn=a Reason: Input/output error\n");
+}
+
 TEST_F(MessageService, SurvivesAClosedStream) {
   EXPECT_EXIT((close(2), zr_printf_utf8(PROCESSING_FAILED), _exit(3)), testing::ExitedWithCode(3), "");
 }
