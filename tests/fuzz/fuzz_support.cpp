@@ -236,9 +236,10 @@ void writeFile(const char* name, const std::string& contents) {
 }
 
 std::string readFile(const char* name) {
-  struct stat status;
+  struct stat status = {};
   const int file = open(name, O_RDONLY);
-  if (file < 0 || fstat(file, &status) != 0) return "";
+  if (file < 0) return "";
+  fstat(file, &status);
   std::string contents(static_cast<size_t>(status.st_size), '\0');
   require(read(file, contents.data(), contents.size()) == status.st_size, "the file can be read");
   close(file);
