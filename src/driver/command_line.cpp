@@ -56,5 +56,5 @@ void readCommandLine(int argumentCount, char* const* arguments) {
   if (isTracing) copyName(debugFileName, sizeof debugFileName, arguments[TRACE_FILE]);
   requireDistinctFiles(isTracing);
   debug = isTracing ? 1 : 0;
-  createdFilePermissions = permissionsOf(input_ldif_filename);
+  takePermissionsFrom(input_ldif_filename);
 }

@@ -1,5 +1,6 @@
 #include "driver/interruption.h"
 
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -29,8 +30,10 @@ static void handle(int signalNumber) {
 void prepareForSignals() {
   for (const int signalNumber : endingSignals) handle(signalNumber);
   for (const int signalNumber : {SIGPIPE, SIGXFSZ}) signal(signalNumber, SIG_IGN);
+  // No core in a file, and none in a program that takes them.
   const rlimit none = {0, 0};
   setrlimit(RLIMIT_CORE, &none);
+  prctl(PR_SET_DUMPABLE, 0);
 }
 
 static void mask(int how) {

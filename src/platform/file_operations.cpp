@@ -47,19 +47,28 @@ static std::filesystem::path resolve(std::filesystem::path path) {
   return (error ? folder : resolved) / path.filename();
 }
 
+// A folder may be found by more than one path, even without links: it can be mounted at several places.
+static bool leadToOneFile(const std::filesystem::path& path, const std::filesystem::path& other) {
+  std::error_code error;
+  return path == other || (path.filename() == other.filename() &&
+                           std::filesystem::equivalent(path.parent_path(), other.parent_path(), error));
+}
+
 bool isSameFile(const char* name, const char* otherName) {
   struct stat status;
   struct stat otherStatus;
   const bool exists = stat(name, &status) == 0;
   const bool otherExists = stat(otherName, &otherStatus) == 0;
   if (exists != otherExists) return false;
-  if (!exists) return *name != '\0' && resolve(name) == resolve(otherName);
+  if (!exists) return *name != '\0' && leadToOneFile(resolve(name), resolve(otherName));
   return S_ISREG(status.st_mode) && status.st_dev == otherStatus.st_dev && status.st_ino == otherStatus.st_ino;
 }
 
-unsigned permissionsOf(const char* name) {
+void takePermissionsFrom(const char* name) {
   struct stat status;
-  return stat(name, &status) == 0 ? status.st_mode & 0777U : 0600U;
+  if (stat(name, &status) != 0) return;
+  createdFilePermissions = status.st_mode & 0777U;
+  createdFileGroup = status.st_gid;
 }
 
 bool openMissingStandardStreams() {

@@ -14,8 +14,8 @@ void removeFile(const char* name);
 // same one where nothing exists yet. Devices are never the same file: they can play several roles at once.
 bool isSameFile(const char* name, const char* otherName);
 
-// The permission bits of a file; 0600 when it cannot be looked at.
-unsigned permissionsOf(const char* name);
+// Gives the files that will be created the permissions of this one; when it cannot be looked at, those they have stay.
+void takePermissionsFrom(const char* name);
 
 // Opens /dev/null under each of the descriptors 0, 1 and 2 that the caller has left closed, so that no file of the
 // run is opened under their numbers and mistaken for standard output. Returns false when it cannot be opened.

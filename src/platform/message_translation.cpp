@@ -21,7 +21,7 @@ static size_t readPosition(const char*& format) {
   if (isdigit(static_cast<unsigned char>(*format)) == 0) return 0;
   char* end = nullptr;
   const unsigned long number = strtoul(format, &end, 10);
-  if (end == format || *end != '$') return 0;
+  if (number == 0 || *end != '$') return 0;
   format = end + 1;
   return number;
 }

@@ -52,16 +52,34 @@ static const char* findObjection(int descriptor, FileKind kind) {
 
 static bool isPrivate(FileKind kind) { return kind == PRIVATE_FILE || kind == PRIVATE_FILE_OR_DEVICE; }
 
-static int openFlags(OpenMode mode, FileKind kind) {
+static int openFlags(FileKind kind) {
   int flags = O_RDWR | O_CLOEXEC | O_NOCTTY;
-  if (mode != OPEN_FOR_UPDATE) flags |= O_CREAT;
   if (isPrivate(kind)) flags |= O_NOFOLLOW;
   if (kind != NAMED_BY_USER) flags |= O_NONBLOCK;
   return flags;
 }
 
+// Gives the input's group its bits on a file that has just been created; should that fail, it does without them.
+static void admitGroup(int descriptor) {
+  struct stat status;
+  if (fstat(descriptor, &status) != 0 || status.st_gid != createdFileGroup) return;
+  const mode_t mask = umask(S_IRWXG | S_IRWXO);  // there is no way to read it but to set it
+  umask(mask);
+  fchmod(descriptor, createdFilePermissions & ~mask);
+}
+
+// Which group a file gets shows only when it is there; until then it is closed to groups.
+static int createOrOpen(const char* name, int flags) {
+  const unsigned permissions = createdFilePermissions & ~static_cast<unsigned>(S_IRWXG);
+  const int descriptor = open(name, flags | O_CREAT | O_EXCL, permissions);
+  if (descriptor < 0 && errno == EEXIST) return open(name, flags | O_CREAT, permissions);
+  if (descriptor >= 0 && permissions != createdFilePermissions) admitGroup(descriptor);
+  return descriptor;
+}
+
 int openFile(const char* name, OpenMode mode, FileKind kind) {
-  const int descriptor = open(name, openFlags(mode, kind), createdFilePermissions);
+  const int flags = openFlags(kind);
+  const int descriptor = mode == OPEN_FOR_UPDATE ? open(name, flags, 0) : createOrOpen(name, flags);
   if (descriptor < 0) {
     if (errno == ELOOP && isPrivate(kind))
       snprintf(messageReason, sizeof messageReason, "a symbolic link stands in its place");

@@ -27,9 +27,11 @@ struct Stream;
 // How many streams can be open at once: the run needs three, and a test a few more.
 constexpr size_t MAXIMUM_STREAMS = 8;
 
-// Permission bits of the files that the tool creates, narrowed further by the umask. Set at start-up to those
-// of the input, whose secrets the files hold.
+// Permission bits of the files that the tool creates, narrowed further by the umask, and the group that the group's
+// bits are for: a file that gets another group does without. Set at start-up to those of the input, whose secrets the
+// files hold.
 inline unsigned createdFilePermissions = 0600;
+inline unsigned createdFileGroup = 0;
 
 // Opens a file without following what its kind forbids. Returns an open descriptor, or -1 with the reason in
 // messageReason. Never blocks on a pipe, and truncates only what it has checked.

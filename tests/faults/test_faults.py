@@ -105,6 +105,7 @@ class FaultTest(unittest.TestCase):
         self.export = export.encode()
         self.leftover = leftover
         self.file("input.ldif").write_bytes(self.export)
+        self.file("input.ldif").chmod(0o600)
 
     def run_tool(self, users=10, groups=10, fault=None, trace=None, echo=False, command=(), program=None, **options):
         """Runs the tool, with the settings of the fault if there is one, and checks what holds for every run."""
@@ -369,6 +370,16 @@ class ADiskThatFails(FaultTest):
         for _ in self.each_export(self.EXPORTS[:2]):
             for file in ("input.ldif", "input.ldif.tmp"):
                 self.faults(self.fails(f"{OPENING}|The file {file} could not be opened: "), "fstat", file)
+
+    def test_fails_to_show_the_group_of_a_new_file(self):
+        for file in ("output.ldif", "input.ldif.tmp"):
+            self.prepare(everything())
+            self.file("input.ldif").chmod(0o660)
+            expected = self.undisturbed()
+            result = self.run_tool(fault={"call": "fstat", "file": file, "number": 1, "errno": "EIO"})
+            self.assertTrue(result.is_delivered)
+            self.assertSucceeded(result, expected)
+            self.assertEqual(self.file("output.ldif").stat().st_mode & 0o077, 0 if file == "output.ldif" else 0o040)
 
     def test_keeps_the_work_file(self):
         for _ in self.each_export(self.EXPORTS[:1]):

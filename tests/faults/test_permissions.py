@@ -88,8 +88,6 @@ class CreatedFiles(scratch.ScratchTest):
                     # A file that the input's own user gets from root is root's.
                     self.assertEqual(opened, files if mode == 0o644 else [])
 
-    # Known: the group's bits are taken over, too, when a folder gives its files another group than the input's.
-    @unittest.expectedFailure
     @unittest.skipUnless(os.geteuid() == 0, "only root can try as another user")
     def test_cannot_be_opened_by_a_group_that_cannot_open_the_input(self):
         self.write("input.ldif", everything(), 0o640)

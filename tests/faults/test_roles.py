@@ -92,8 +92,6 @@ class Roles(scratch.ScratchTest):
                         link(ROLES[fixed], ROLES[other])
                         self.assertRefused(ROLES, traced)
 
-    # Known: files that do not exist yet are told apart by the paths of their folders.
-    @unittest.expectedFailure
     def test_are_not_shared_by_a_folder_mounted_at_two_places(self):
         self.prepare()
         self.file("mounted").mkdir()

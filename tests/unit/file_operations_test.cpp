@@ -103,10 +103,13 @@ TEST_P(SameFile, IsSeenThroughEveryName) {
   EXPECT_EQ(isSameFile(GetParam().other, GetParam().one), GetParam().same);
 }
 
-TEST_F(FileOperations, TellThePermissionsOfAFile) {
+TEST_F(FileOperations, TakeThePermissionsOfAFile) {
+  takePermissionsFrom("missing");
+  EXPECT_EQ(createdFilePermissions, 0600u);
   chmod("from", 0751);
-  EXPECT_EQ(permissionsOf("from"), 0751u);
-  EXPECT_EQ(permissionsOf("missing"), 0600u);
+  takePermissionsFrom("from");
+  EXPECT_EQ(createdFilePermissions, 0751u);
+  EXPECT_EQ(createdFileGroup, getegid());
 }
 
 TEST_F(FileOperations, KeepFilesOffTheStandardDescriptors) {

@@ -25,6 +25,7 @@ const FormatCase formatCases[] = {
     {"BothWays", "%1$s %d", "%s %d", false},
     {"BothWaysTheOtherWayRound", "%s %2$d", "%s %d", false},
     {"ByAPositionThatCannotBe", "%10$s", "%s", false},
+    {"ByThePositionBeforeTheFirst", "%0$s", "%s", false},
     {"ByAnEnormousPosition", "%99999999999999999999$s", "%s", false},
     {"WithFlagsWidthAndPrecision", "%-+ #010.3s", "%s", true},
     {"WithAWidthTakenFromAnArgument", "%*d", "%d", false},

@@ -125,14 +125,42 @@ TEST_F(StreamTest, CreatesAnew) {
   EXPECT_EQ(readFile("file"), "new\n");
 }
 
-TEST_F(StreamTest, GivesCreatedFilesTheirPermissions) {
-  umask(0);
-  createdFilePermissions = 0640;
-  Stream* stream = openToCreate("file");
-  closeStream(stream);
-  struct stat status;
-  stat("file", &status);
-  EXPECT_EQ(status.st_mode & 0777u, 0640u);
+class CreatedFiles : public StreamTest {
+ protected:
+  // Creates a file. Returns its permission bits.
+  static unsigned created(mode_t mask, unsigned permissions, gid_t group) {
+    umask(mask);
+    createdFilePermissions = permissions;
+    createdFileGroup = group;
+    Stream* stream = openToCreate("created");
+    closeStream(stream);
+    struct stat status;
+    stat("created", &status);
+    unlink("created");
+    EXPECT_EQ(umask(0), mask);
+    return status.st_mode & 0777u;
+  }
+};
+
+TEST_F(CreatedFiles, GetTheirPermissions) {
+  EXPECT_EQ(created(0, 0640, getegid()), 0640u);
+  EXPECT_EQ(created(0, 0664, getegid()), 0664u);
+  EXPECT_EQ(created(0, 0604, getegid()), 0604u);
+}
+
+TEST_F(CreatedFiles, AreNarrowedByTheUmask) {
+  EXPECT_EQ(created(022, 0664, getegid()), 0644u);
+  EXPECT_EQ(created(077, 0664, getegid()), 0600u);
+}
+
+TEST_F(CreatedFiles, AreClosedToAnyOtherGroupThanTheOneMeant) {
+  EXPECT_EQ(created(0, 0664, getegid() + 1), 0604u);
+}
+
+TEST_F(CreatedFiles, KeepThePermissionsTheyHadBefore) {
+  writeFile("created", "");
+  chmod("created", 0600);
+  EXPECT_EQ(created(0, 0664, getegid()), 0600u);
 }
 
 TEST_F(StreamTest, NeedsTheFileToUpdate) {

@@ -149,6 +149,7 @@ void FreshRun::SetUp() {
   hasTheStepOverFilePositionBeenInitialized = 0;
   filePositionOfFirstObjectSteppedOver = 0;
   createdFilePermissions = 0600;
+  createdFileGroup = 0;
   messageReason[0] = '\0';
   messageSubject = nullptr;
 }
