@@ -24,6 +24,10 @@ const SearchCase searchCases[] = {
     {"NoColon", "cn\n", "cn:", -1, -1},
     {"Empty", "", "cn:", -1, -1},
     {"ColonsInARow", "cn:: a\n", "cn:", 0, 0},
+    {"ColonAtTheEnd", "cn:", "cn:", 0, 0},
+    {"ColonAloneAtTheStart", ":a\n", ":", 0, 0},
+    {"ColonAloneBehindAName", "dn: a\n", ":", 2, 2},
+    {"TextAtAColonAfterOthers", ": b: cn: a\n", "cn:", 5, 5},
     {"OnlyLettersHaveTwoCases", "c[:\n", "c{:", -1, -1},
     {"BytesAboveAsciiHaveOneCase", "\xC4:\n", "\xE4:", -1, -1},
 };
@@ -41,6 +45,24 @@ TEST(SearchForSeveral, FindsAnyOfThem) {
   EXPECT_EQ(findExactly(line, texts), line + 20);
   EXPECT_EQ(findInAnyCase(line, texts), line + 10);
   EXPECT_EQ(findInAnyCase("acx: y\n", texts), nullptr);
+}
+
+TEST(SearchForSeveral, FindsTheOnlyOne) {
+  const ColonText texts[] = {"aci:", "control:", "secdn:"};
+  for (const ColonText& text : texts) {
+    const std::string line = "x" + std::string(text.text) + " y\n";
+    EXPECT_EQ(findExactly(line.c_str(), texts), line.c_str() + 1);
+    EXPECT_EQ(findInAnyCase(line.c_str(), texts), line.c_str() + 1);
+  }
+}
+
+TEST(Colons, OfALineAreFoundOnce) {
+  const char text[] = "a: b: c";
+  const ColonLine line(text);
+  EXPECT_EQ(line.text, text);
+  EXPECT_EQ(line.length, 7);
+  EXPECT_EQ(line.firstColon, text + 1);
+  EXPECT_EQ(ColonLine("abc").firstColon, nullptr);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "driver/pass_loop.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "test_support.h"
@@ -96,6 +97,18 @@ TEST_F(FinalCopy, NamesAWorkFileThatCannotBeRead) {
   expectTraced(
       {"\ncopyRemainingObjectsToOutputLDIFFile():  ERROR:  The next object could not be read successfully.  "
        "EXITING.  \n"});
+}
+
+// The last entry is so long that it has to be read again to be blanked out, up to the end of the file.
+TEST_F(FinalCopy, StopsWheneverTheWorkFileCannotBeRead) {
+  buildCache(1, 1);
+  failEveryReadIn([] {
+    writeFile("input.tmp", std::string(CONTAINER) + "dn: cn=a\nobjectClass: secResCreds\n" +
+                               repeated(100, "text: " + repeated(4000, "x") + "\n"));
+    echoToFile();
+    makePasses();
+    copyRemainingObjectsToOutputLDIFFile();
+  });
 }
 
 TEST_F(FinalCopy, ReturnsInSilenceWhenALineCannotBeWritten) {

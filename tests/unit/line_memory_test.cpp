@@ -43,4 +43,30 @@ TEST_F(LineMemory, EndsTheRunWhenExhausted) {
   EXPECT_EQ(traced(), "no line. \nno copy. \n");
 }
 
+TEST_F(LineMemory, HandsOutBlocksOfAboutTheSizeOfAPiece) {
+  constexpr size_t PIECE = 64 * 1024;
+  std::vector<char*> lines;
+  for (size_t size = PIECE - 64; size <= PIECE + 8; size += 8) {
+    lines.push_back(allocateLine(size, ""));
+    memset(lines.back(), 'x', size);
+    for (int i = 0; i < 1000; i++) lines.push_back(copyLine(repeated(100, "y").c_str(), ""));
+  }
+  for (const char* line : lines) EXPECT_TRUE(line[0] == line[99] && (line[0] == 'x' || line[0] == 'y'));
+  for (char* line : lines) freeLine(line);
+}
+
+TEST_F(LineMemory, KeepsTheLinesThatAreNotGivenBack) {
+  std::vector<char*> lines;
+  for (int i = 0; i < 3000; i++) lines.push_back(copyLine(std::to_string(i).c_str(), ""));
+  for (int round = 0; round < 3; round++) {
+    for (size_t i = 0; i < 3000; i++) {
+      if (i % 3 == 0) continue;
+      freeLine(lines[i]);
+      lines[i] = copyLine(("new " + std::to_string(i)).c_str(), "");
+    }
+    for (size_t i = 0; i < 3000; i++) EXPECT_EQ(lines[i], (i % 3 == 0 ? "" : "new ") + std::to_string(i));
+  }
+  for (char* line : lines) freeLine(line);
+}
+
 }  // namespace

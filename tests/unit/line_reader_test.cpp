@@ -79,4 +79,12 @@ TEST_F(LineReader, CannotSeeBehindANulInALine) {
   EXPECT_STREQ(nextLine, "next\n");
 }
 
+TEST_F(LineReader, KnowsTheLengthOfTheLine) {
+  Stream* stream = fileWith(std::string("abc\r\nab\0cd\n\0\n", 13) + repeated(5000, "x"));
+  for (size_t length : {5u, 2u, 0u, 4095u, 905u, 0u}) {
+    getNextLine(nextLine, stream);
+    EXPECT_EQ(nextLineLength, length);
+  }
+}
+
 }  // namespace

@@ -149,4 +149,66 @@ TEST_F(ObjectBuffer, NamesItsEntryInAFailure) {
   EXPECT_FAILURE(exitForObject(PROCESSING_FAILED), PROCESSING_FAILED);
 }
 
+struct CutCase {
+  const char* name;
+  const char* line;
+  const char* rest;
+  int firstColon;  // of the rest, -1 for none
+};
+class CutLine : public FreshRun, public testing::WithParamInterface<CutCase> {};
+const CutCase cutCases[] = {
+    {"AtTheNewline", "a: b\n", "a: b", 1},
+    {"AtTheCarriageReturn", "a: b\r\n", "a: b", 1},
+    {"AtACarriageReturnInside", "a: b\rc: d\n", "a: b", 1},
+    {"WithoutALineEnd", "a: b", "a: b", 1},
+    {"OfALineEndAlone", "\r\n", "", -1},
+    {"WithTheOnlyColonBehindIt", "a\rxoq-entryuuid: b\n", "a", -1},
+};
+INSTANTIATE_CASES(CutLine, cutCases);
+TEST_P(CutLine, KnowsWhatIsLeft) {
+  for (const bool isKnownBefore : {false, true}) {
+    fillObject({GetParam().line});
+    if (isKnownBefore) colonsOfObject(0);
+    cutLineEndOfObject(0);
+    const ColonLine& line = colonsOfObject(0);
+    EXPECT_STREQ(object[0], GetParam().rest);
+    EXPECT_EQ(line.text, object[0]);
+    EXPECT_EQ(line.length, strlen(GetParam().rest));
+    EXPECT_EQ(line.firstColon, GetParam().firstColon < 0 ? nullptr : object[0] + GetParam().firstColon);
+  }
+}
+
+TEST_F(ObjectBuffer, FindsTheColonsOfEveryNewLine) {
+  fillObject({"a: b\n"});
+  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 1);
+  fillObject({"abc: d: e\n"});
+  EXPECT_EQ(colonsOfObject(0).text, object[0]);
+  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 3);
+  strcpy(nextLine, "ab: c\n");
+  nextLineLength = strlen(nextLine);
+  storeNextLine("unused");
+  EXPECT_EQ(colonsOfObject(1).firstColon, object[1] + 2);
+  EXPECT_EQ(colonsOfObject(1).length, 6);
+}
+
+TEST_F(ObjectBuffer, FindsTheColonsOfAChangedLineAnew) {
+  fillObject({"version: 5\n"});
+  colonsOfObject(0);
+  strcpy(object[0], "ab: 5.0\n");
+  objectLineHasChanged(0);
+  EXPECT_EQ(colonsOfObject(0).length, 8);
+  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 2);
+}
+
+TEST_F(ObjectBuffer, KnowsTheColonsOfACopiedLine) {
+  const char texts[][6] = {"ab: c", "abc"};
+  for (const char* text : texts) copyLineToObject(text, "unused");
+  EXPECT_EQ(objectLines(), (Lines{"ab: c", "abc"}));
+  EXPECT_NE(object[0], texts[0]);
+  EXPECT_EQ(colonsOfObject(0).text, object[0]);
+  EXPECT_EQ(colonsOfObject(0).length, 5);
+  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 2);
+  EXPECT_EQ(colonsOfObject(1).firstColon, nullptr);
+}
+
 }  // namespace

@@ -48,6 +48,10 @@ const ClassificationCase classificationCases[] = {
     {"AnywhereInALine", {"dn: a\n", "description: my objectClass: secUser notes\n"}, 1},
     {"ClassOnAContinuationLineIsNotSeen", {"dn: a\n", "objectClass:\n", " secUser\n"}, 0},
     {"ContinuationLineIsALineOfItsOwn", {"dn: a\n", "text: x\n", " objectClass: secMap\n"}, 5},
+    {"BehindOtherWords", {"dn: a\n", "objectClass: a b  secMap\n"}, 5},
+    {"AtTheEndOfTheFile", {"dn: a\n", "objectClass: secMap"}, 5},
+    {"CutShort", {"dn: a\n", "objectClass: secMa"}, 0},
+    {"LikeAKnownOne", {"dn: a\n", "objectClass: secMup secGroap contain\n"}, 0},
     {"EmptyBuffer", {}, 0},
 };
 INSTANTIATE_CASES(Classification, classificationCases);

@@ -94,4 +94,41 @@ TEST_F(Owners, NeedMemory) {
   EXPECT_FAILURE((failNextAllocation(), failNextReallocation(), find(dns, "a\n")), MEMORY_EXHAUSTED);
 }
 
+TEST_F(Owners, AreInTheirSet) {
+  std::vector<std::string> dns;
+  for (int i = 0; i < 1000; i++) dns.push_back("cn=" + std::to_string(i) + "\n");
+  std::vector<char*> pointers;
+  for (std::string& dn : dns) {
+    pointers.push_back(dn.data());
+    const OwnerSet& owners = ownersIn(index, pointers.data(), static_cast<int32_t>(pointers.size()));
+    EXPECT_TRUE(::mayHold(owners, hashOfDn(dn.c_str()))) << dn;
+  }
+  const OwnerSet& none = ownersIn(index, pointers.data(), 0);
+  EXPECT_FALSE(::mayHold(none, hashOfDn("cn=0\n")));
+}
+
+TEST_F(Owners, HaveAHashOfTheirOwnCharactersOnly) {
+  for (size_t length = 1; length <= 20; length++) {
+    const std::string dn = repeated(length, "a");
+    EXPECT_EQ(hashOfDn((dn + std::string("\0bc", 3)).c_str()), hashOfDn((dn + std::string("\0xyz", 4)).c_str()));
+    EXPECT_NE(hashOfDn(dn.c_str()), hashOfDn((dn + "a").c_str()));
+  }
+}
+
+TEST(SetOfOwners, HoldsEverybodyOrNobody) {
+  for (uint32_t hash = 0; hash < OWNER_SET_BITS; hash++) {
+    EXPECT_TRUE(mayHold(everybody, hash));
+    EXPECT_FALSE(mayHold(nobody, hash));
+  }
+}
+
+TEST(SetOfOwners, HoldsWhatWasPutIn) {
+  OwnerSet set = {};
+  for (uint32_t hash : {0u, 31u, 32u, 63u, 64u, 0xFFFFFFFFu}) {
+    EXPECT_FALSE(mayHold(set, hash));
+    putIn(set, hash);
+    EXPECT_TRUE(mayHold(set, hash));
+  }
+}
+
 }  // namespace

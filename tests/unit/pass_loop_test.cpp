@@ -149,6 +149,17 @@ TEST_F(PassLoop, NamesAWorkFileThatCannotBeRead) {
   expectTraced({"\nmain():  ERROR:  The next object could not be read successfully.  EXITING.  \n"});
 }
 
+// The last entry is so long that it has to be read again to be blanked out, up to the end of the file.
+TEST_F(PassLoop, StopsWheneverTheWorkFileCannotBeRead) {
+  failEveryReadIn([] {
+    writeFile("input.tmp", userEntries("a") + userEntries("b") +
+                               "dn: cn=Policy,secAuthority=Default,cn=b\nobjectClass: secPolicy\n" +
+                               repeated(100, "text: " + repeated(4000, "x") + "\n"));
+    echoToFile();
+    makePasses();
+  });
+}
+
 TEST_F(PassLoop, StopsAtAnEntryOfNoClass) {
   writeFile("input.tmp", "dn: o=a\nobjectClass: container\n\n");
   startTrace();

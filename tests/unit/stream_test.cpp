@@ -322,4 +322,45 @@ TEST_F(StreamTest, WritesWhatIsPendingWhenAllStreamsAreClosed) {
   EXPECT_EQ(readFile("two"), "2\n");
 }
 
+TEST_F(StreamTest, ChangesInPlaceWhatItHasRead) {
+  writeFile("file", "one\ntwo\nthree\n");
+  Stream* stream = openForUpdate("file");
+  EXPECT_EQ(changeInPlace(stream, 3), nullptr);  // nothing has been read yet
+  EXPECT_EQ(position(stream), 0);
+  line(stream);
+  char* text = changeInPlace(stream, 3);
+  ASSERT_NE(text, nullptr);
+  memcpy(text, "TWO", 3);
+  EXPECT_EQ(position(stream), 7);
+  setPosition(stream, 0);
+  memcpy(changeInPlace(stream, 1), "O", 1);
+  setPosition(stream, 8);
+  EXPECT_EQ(changeInPlace(stream, 7), nullptr);  // six are left
+  EXPECT_EQ(position(stream), 8);
+  EXPECT_EQ(line(stream), "three\n");
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_EQ(readFile("file"), "One\nTWO\nthree\n");
+}
+
+TEST_F(StreamTest, ChangesNothingInPlaceOnceAWriteHasFailed) {
+  writeFile("file", "text\n");
+  Stream* stream = openForUpdate("file");
+  makeWritesFail(stream);
+  line(stream);
+  setPosition(stream, 0);
+  EXPECT_EQ(changeInPlace(stream, 4), nullptr);
+}
+
+TEST_F(StreamTest, WritesEveryPartIntoAPipeOnce) {
+  Stream* stream = streamWithoutPositions();
+  const int reader = open("pipe", O_RDONLY | O_NONBLOCK);
+  for (const char* text : {"one\n", "two\n"}) {
+    EXPECT_EQ(writeText(stream, text), 0);
+    EXPECT_EQ(flushStream(stream), 0);
+  }
+  char text[100];
+  EXPECT_EQ(std::string(text, static_cast<size_t>(read(reader, text, sizeof text))), "one\ntwo\n");
+  close(reader);
+}
+
 }  // namespace

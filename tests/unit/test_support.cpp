@@ -35,6 +35,7 @@ constexpr size_t STREAM_WINDOW = 256 * 1024;
 // Which of the coming allocations fails, counted from 1; 0 for none.
 int failingAllocation = 0;
 int failingReallocation = 0;
+int failingRead = 0;  // likewise for the reads
 
 // Where an allocation goes while useUpLineMemory is at work.
 bool usingUpLineMemory = false;
@@ -117,6 +118,14 @@ void* __wrap_calloc(size_t count, size_t size) {
 void* __wrap_realloc(void* block, size_t size) {
   return takeFailure(failingReallocation) ? nullptr : __real_realloc(block, size);
 }
+
+ssize_t __real_pread(int descriptor, void* buffer, size_t size, off_t offset);
+
+ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
+  if (failingRead == 0 || --failingRead > 0) return __real_pread(descriptor, buffer, size, offset);
+  errno = EIO;
+  return -1;
+}
 }
 
 const std::vector<const CacheMatrix*> allMatrices = {
@@ -129,7 +138,7 @@ void FreshRun::SetUp() {
   scratchFolder = mkdtemp(folder.data());
   std::filesystem::current_path(scratchFolder);
 
-  failingAllocation = failingReallocation = 0;
+  failingAllocation = failingReallocation = failingRead = 0;
   debug = 0;
   debugError = 0;
   freeObject();
@@ -313,6 +322,18 @@ void exhaustMemoryIn(const std::function<void()>& step) {
     };
     EXPECT_EXIT((useUpLineMemory(), failingAllocation = allocation, step(), _exit(0)), hasEnded,
                 "^(tqldif2v6: 380928300 ERROR: [^\n]*\n)?$");
+  }
+}
+
+void failEveryReadIn(const std::function<void()>& step) {
+  bool finished = false;
+  for (int number = 1; !finished && !testing::Test::HasFailure(); number++) {
+    const auto hasEnded = [&finished](int status) {
+      finished = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+      return finished || testing::ExitedWithCode(255)(status);
+    };
+    EXPECT_EXIT((failingRead = number, step(), _exit(failingRead == 0 ? 1 : 0)), hasEnded,
+                "^(tqldif2v6: 380928307 ERROR: [^\n]*\n)?$");
   }
 }
 

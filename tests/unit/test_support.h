@@ -82,6 +82,10 @@ void failNextReallocation();
 // fail. Every one must end the run for want of memory. The trace receives what all of them trace.
 void exhaustMemoryIn(const std::function<void()>& step);
 
+// Lets the first, the second, ... read of a file in a step fail, each in a process of its own, until none is left to
+// fail. Every one must end the run as one on the work file does.
+void failEveryReadIn(const std::function<void()>& step);
+
 // Whether each line is an allocation of its own, so that each can fail.
 #ifdef __SANITIZE_ADDRESS__
 constexpr bool linesAreSeparate = true;

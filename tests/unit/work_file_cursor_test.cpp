@@ -285,4 +285,63 @@ TEST_F(WorkFileCursor, RefusesAnEntryOfMoreLinesThanTheBuffer) {
   EXPECT_FAILURE(read(), PROCESSING_FAILED);
 }
 
+TEST_F(WorkFileCursor, SettlesTheEntryThatComesNextAndNotTheOneReadLast) {
+  openWorkFile(TWO_ENTRIES);
+  read();
+  stepOver();
+  stepOver();
+  EXPECT_EQ(position(), 25);
+  setPosition(tifp, 0);
+  read();
+  blankOut();
+  setPosition(tifp, 0);
+  blankOut();
+  EXPECT_EQ(position(), 25);
+  closeStream(tifp);
+  EXPECT_EQ(readFile("input.tmp"), "       \r\n   \r\n\n       \r\n\n");
+}
+
+TEST_F(WorkFileCursor, SettlesAnEntryThatMemoryDoesNotHoldAsAWhole) {
+  const std::string behind = "\ndn: cn=c\n\n";
+  openWorkFile("dn: cn=a\n" + repeated(80000, "b: 1\n") + behind);
+  read();
+  EXPECT_EQ(stepOver(), 0);
+  EXPECT_EQ(position(), 400010);
+  setPosition(tifp, 0);
+  read();
+  EXPECT_EQ(blankOut(), 0);
+  EXPECT_EQ(position(), 400010);
+  closeStream(tifp);
+  EXPECT_EQ(readFile("input.tmp"), "       \r\n" + repeated(80000, "   \r\n") + behind);
+}
+
+TEST_F(WorkFileCursor, BlanksCommentsOutWithTheEntryTheyStandIn) {
+  openWorkFile("  \n# c\ndn: cn=a\n# d\nb: 1\n\nnext\n");
+  read();
+  EXPECT_EQ(blankOut(), 0);
+  closeStream(tifp);
+  EXPECT_EQ(readFile("input.tmp"), "  \n  \r\n       \r\n  \r\n   \r\n\nnext\n");
+}
+
+TEST_F(WorkFileCursor, BlanksALineOutUpToItsNul) {
+  const std::string rest("\0y\nc: 1\n\n", 9);
+  openWorkFile("dn: cn=a\nb: x" + rest);
+  read();
+  EXPECT_EQ(stepOver(), 0);
+  EXPECT_EQ(position(), 22);
+  setPosition(tifp, 0);
+  read();
+  EXPECT_EQ(blankOut(), 0);
+  EXPECT_EQ(position(), 16);
+  closeStream(tifp);
+  EXPECT_EQ(readFile("input.tmp"), "       \r\n  \r\n" + rest);
+}
+
+TEST_F(WorkFileCursor, BlanksAnEntryThatHasBeenReadOutInSilenceWhenAWriteFails) {
+  openWorkFile(TWO_ENTRIES);
+  makeWritesFail(tifp);
+  read();
+  EXPECT_EQ(messagesOf([] { EXPECT_EQ(blankOut(), -1); }), "");
+}
+
 }  // namespace
