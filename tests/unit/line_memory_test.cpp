@@ -13,7 +13,11 @@ TEST_F(LineMemory, CopiesATextWithRoomBehindIt) {
     const std::string text = repeated(length, "x");
     char* copy = copyLine(text.c_str(), "");
     EXPECT_EQ(copy, text);
+    char* next = copyLine("next", "");
     memset(copy + length, 'y', LINE_SPARE);
+    EXPECT_STREQ(next, "next");
+    EXPECT_EQ(strncmp(copy, text.c_str(), length), 0);
+    freeLine(next);
     freeLine(copy);
   }
 }
