@@ -62,9 +62,9 @@ std::string upTo(const std::string& text, const char* ends) { return text.substr
 
 std::string readLine(const std::string& file, size_t position, size_t limit) {
   if (position >= file.size()) return "";
-  const size_t newline = file.find('\n', position);
-  const size_t end = newline == NOWHERE ? file.size() : newline + 1;
-  return file.substr(position, std::min(end - position, limit));
+  const std::string piece = file.substr(position, limit);
+  const size_t newline = piece.find('\n');
+  return newline == NOWHERE ? piece : piece.substr(0, newline + 1);
 }
 
 static std::string visible(const std::string& line) { return line.substr(0, line.find('\0')); }
