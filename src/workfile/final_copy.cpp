@@ -17,8 +17,10 @@ static constexpr ColonText droppedTexts[] = {"xoq-entryuuid:", "aclentry:", "aci
 
 // Writes the entry's lines through to the file. Returns 0 or -1.
 static int32_t writeLines() {
-  for (int32_t i = 0; i < OBJECT_ARRAY_SIZE && object[i] != nullptr; ++i)
-    if (findInAnyCase(object[i], droppedTexts) == nullptr && writeText(ofp, object[i]) != 0) return -1;
+  for (int32_t i = 0; i < next_available_object_slot; ++i) {
+    const ColonLine& line = colonsOfObject(i);
+    if (findInAnyCase(line, droppedTexts) == nullptr && writeText(ofp, line.text, line.length) != 0) return -1;
+  }
   return flushStream(ofp);
 }
 
