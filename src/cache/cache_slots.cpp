@@ -1,20 +1,42 @@
 #include "cache/cache_slots.h"
 
+#include <strings.h>
+
+#include <cstdio>
+#include <cstring>
+
 #include "driver/reporting.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
+#include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
+
+// Returns the row of the entry to which the lines in a row belong. A row with a first line that is no dn: line behind
+// one that is full holds the rest of an entry that was too long for its own.
+static char* const* rowOfOwner(const CacheMatrix& matrix, char* const* row) {
+  while (row != *matrix.cells && row[-1] != nullptr && strncasecmp(row[0], "dn:", strlen("dn:")) != 0)
+    row -= matrix.columns;
+  return row;
+}
+
+[[noreturn]] static void exitForOverrun(const CacheMatrix& matrix, const char* dnLine) {
+  complainOfLength(dnLine, matrix.columns - 1);
+  exitWithMessage(ROW_ALREADY_OCCUPIED);
+}
 
 [[noreturn]] static void exitForOccupiedRow(const CacheMatrix& matrix, char* const* row) {
   reportError("%s():  Destination slot is already occupied.  EXITING.%s", matrix.moveFunction, matrix.occupiedEnding);
   echoError("%s = %s\n", matrix.name, row[0]);
-  exitForObject(ROW_ALREADY_OCCUPIED);
+  char* const* owner = rowOfOwner(matrix, row);
+  if (owner != row) exitForOverrun(matrix, owner[0]);
+  complainOfDouble(firstLineOfObject(), row[0]);
+  exitWithMessage(ROW_ALREADY_OCCUPIED);
 }
 
 [[noreturn]] static void exitForFullTable(const CacheMatrix& matrix, const char* dnLine) {
   reportError("%s():  ERROR:  The entry runs past the end of %s.  EXITING. \n", matrix.moveFunction, matrix.name);
-  concerning(dnLine);
-  exitWithMessage(ROW_ALREADY_OCCUPIED);
+  exitForOverrun(matrix, dnLine);
 }
 
 // Hands the buffer's lines over to the cells from the row on. A line that an earlier entry's overlong row left
@@ -59,10 +81,34 @@ void moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix(int32_t
   moveObject(secMapForSecGroupMatrix, slot);
 }
 
+// The entry whose release has run on into other rows last; none yet while its first line is empty.
+struct Overrun {
+  char firstLine[NEXT_LINE_SIZE];
+  int32_t lines;  // that it may have
+};
+static Overrun lastOverrun = {};
+
+static void noteOverrun(const CacheMatrix& matrix, char* const* row) {
+  const int32_t columns = matrix.columns;
+  if (row[0] == nullptr || row[columns - 1] == nullptr || row[columns] == nullptr) return;
+  snprintf(lastOverrun.firstLine, sizeof lastOverrun.firstLine, "%s", row[0]);
+  lastOverrun.lines = columns - 1;
+}
+
+void forgetOverrun() { lastOverrun = {}; }
+
+void complainOfMissingEntry(DetailText problem, const char* firstLine) {
+  if (lastOverrun.firstLine[0] != '\0')
+    complainOfLength(lastOverrun.firstLine, lastOverrun.lines);
+  else
+    complain(problem, firstLine);
+}
+
 // Kept: the walk ends at the first null cell, not at the end of the row, and so releases the rest of an entry
 // that ran on into the next row, whose own release then finds nothing to count down.
 static void releaseRow(const CacheMatrix& matrix, int32_t slot) {
   char** cell = rowOf(matrix, slot);
+  noteOverrun(matrix, cell);
   if (*cell != nullptr) --*matrix.occupied;
   for (; *cell != nullptr; ++cell) {
     freeLine(*cell);

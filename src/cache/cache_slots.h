@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "cache/object_cache.h"
+#include "platform/detail_texts.h"
 
 // Moves the entry from the entry buffer into the slot's row, which takes over the lines; the buffer is left
 // empty and the matrix's counter raised. Ends the run with ROW_ALREADY_OCCUPIED when the row holds an entry or
@@ -26,6 +27,13 @@ void freeSecPolicy(int32_t slot);
 void freeSecMapForSecUser(int32_t slot);
 void freeSecGroup(int32_t slot);
 void freeSecMapForSecGroup(int32_t slot);
+
+// Complains of an owner that lacks an entry. Once the release of an entry has run on into other rows it is that entry
+// that is complained of: it had too many lines and has taken entries of others with it.
+void complainOfMissingEntry(DetailText problem, const char* firstLine);
+
+// Forgets that an entry has run on.
+void forgetOverrun();
 
 // Frees the slot's DN, if it has one, and nulls it.
 void freeSecUserDN(int32_t slot);

@@ -6,9 +6,11 @@
 #include "cache/owner_index.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
+#include "workfile/work_file.h"
 #include "workfile/work_file_cursor.h"
 
 // The slots of one side.
@@ -184,7 +186,8 @@ static void moveIntoSlot(const SlotSide& side, int32_t slot, bool isNewSlot) {
   }
 }
 
-static void blankOut(const ClassProcessor& processor, int32_t slot, bool isNewSlot) {
+// Of the entry that has just been gathered, whose first line is given.
+static void blankOut(const ClassProcessor& processor, int32_t slot, bool isNewSlot, const char* firstLine) {
   if (processor.tracesSteps) traceMapDelete(*processor.side, isNewSlot);
   if (deleteNextObjectFromTemporaryInputLDIFFile(tifp) == 0) return;
   const char* ownerDn = (*processor.side->dns)[slot];
@@ -192,8 +195,8 @@ static void blankOut(const ClassProcessor& processor, int32_t slot, bool isNewSl
               processor.function, processor.className);
   if (processor.dnEcho != nullptr && (!isNewSlot || processor.echoesDnOfSlotJustOpened))
     echoError(processor.dnEcho, ownerDn);
-  concerning(ownerDn);
-  exitWithMessage(PROCESSING_FAILED);
+  requireUnchangedWorkFile();
+  exitForEntryInFile(NOT_BLANKED, firstLine, temp_input_ldif_filename);
 }
 
 static void stepOver(const ClassProcessor& processor) {
@@ -201,13 +204,13 @@ static void stepOver(const ClassProcessor& processor) {
   reportError(
       "%s():  ERROR: stepOverNextObjectFromTemporaryInputLDIFFile() failed stepping over a %s object.  EXITING. \n",
       processor.function, processor.className);
-  exitForObject(PROCESSING_FAILED);
+  exitForEntryInFile(NOT_STEPPED_OVER, firstLineOfObject(), temp_input_ldif_filename);
 }
 
 static void requireOwnerDn(const ClassProcessor& processor, int32_t slot) {
   if ((*processor.side->dns)[slot] != nullptr) return;
   reportError("%s():  ERROR: %s at index %d is NULL.  EXITING. \n", processor.function, processor.side->dnName, slot);
-  exitForObject(PROCESSING_FAILED);
+  exitForObject(INCOMPLETE_DN);
 }
 
 // Stores the owner DN under the next slot number.
@@ -218,8 +221,9 @@ static void saveOwnerDn(const ClassProcessor& processor, int32_t slot) {
 static void gatherIntoOwnersSlot(const ClassProcessor& processor, int32_t slot) {
   requireOwnerDn(processor, slot);
   if (processor.tracesSteps) traceMapSlotFound(*processor.side, slot);
+  const char* firstLine = firstLineOfObject();
   moveIntoSlot(*processor.side, slot, false);
-  blankOut(processor, slot, false);
+  blankOut(processor, slot, false, firstLine);
 }
 
 static void gatherIntoNewSlot(const ClassProcessor& processor) {
@@ -227,10 +231,11 @@ static void gatherIntoNewSlot(const ClassProcessor& processor) {
   const int32_t slot = *side.nextSlot;
   saveOwnerDn(processor, slot);
   if (processor.tracesSteps) traceMapSlotOpened(side, slot);
+  const char* firstLine = firstLineOfObject();
   moveIntoSlot(side, slot, true);
   ++*side.nextSlot;
   ++*side.count;
-  blankOut(processor, slot, true);
+  blankOut(processor, slot, true, firstLine);
 }
 
 // The order is fixed: an owner that has a slot is always served; a slot is opened only for an owner without

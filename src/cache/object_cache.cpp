@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cache/cache_slots.h"
 #include "driver/reporting.h"
 #include "ldif/object_buffer.h"
 
@@ -81,6 +82,7 @@ void initializeAllArrays() {
   numberOfSecPolicyObjectsInObjectCache = 0;
   numberOfSecMapForSecUserObjectsInObjectCache = 0;
   numberOfSecGroupObjectsInObjectCache = 0;
+  forgetOverrun();
   std::fill_n(object, OBJECT_ARRAY_SIZE, nullptr);
   for (const CacheTable& table : tables)
     zeroBlock(reinterpret_cast<char*>(*table.cells), numberOfCells(table) * sizeof(char*));

@@ -7,6 +7,7 @@
 #include "cache/owner_index.h"
 #include "driver/reporting.h"
 #include "ldif/attribute_lookup.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
@@ -52,18 +53,22 @@ static constexpr OwnerSide groupSide = {
     "learnIndexOfAssociatedSecGroupDN():  The SECGROUP DN WAS NOT FOUND  \n",
     "learnIndexOfAssociatedSecGroupDN():  LENGTH MISMATCH ON SECGROUP_DN/POINTER.  EXITING. \n"};
 
-[[noreturn]] static void exitForUnnamedOwner(const OwnerSide& side, const char* problem) {
-  reportError("%s():  ERROR:  %s  EXITING. \n", side.function, problem);
-  exitForObject(PROCESSING_FAILED);
+[[noreturn]] static void exitForUnnamedOwner(const OwnerSide& side, const char* traced, DetailText problem) {
+  reportError("%s():  ERROR:  %s  EXITING. \n", side.function, traced);
+  exitForObject(problem);
+}
+
+[[noreturn]] static void exitForLongOwnerDn(const OwnerSide& side) {
+  exitForUnnamedOwner(side, "The owner DN is too long.", OWNER_DN_TOO_LONG);
 }
 
 // Starts the side's saved DN with a text, or goes on with it.
 static void saveDn(const OwnerSide& side, const char* text) {
-  if (!copyBounded(side.savedDn, SAVED_DN_SIZE, text)) exitForUnnamedOwner(side, "The owner DN is too long.");
+  if (!copyBounded(side.savedDn, SAVED_DN_SIZE, text)) exitForLongOwnerDn(side);
 }
 
 static void appendToSavedDn(const OwnerSide& side, const char* text) {
-  if (!appendBounded(side.savedDn, SAVED_DN_SIZE, text)) exitForUnnamedOwner(side, "The owner DN is too long.");
+  if (!appendBounded(side.savedDn, SAVED_DN_SIZE, text)) exitForLongOwnerDn(side);
 }
 
 // Returns the DN in line 0, which must have its three-character tag and its newline: it is what gives the
@@ -72,7 +77,7 @@ static char* dnTextOfFirstLine(const OwnerSide& side) {
   constexpr size_t TAG_LENGTH = 3;
   const size_t length = strlen(object[0]);
   if (length <= TAG_LENGTH || object[0][length - 1] != '\n')
-    exitForUnnamedOwner(side, "The first line of the entry is not a complete dn: line.");
+    exitForUnnamedOwner(side, "The first line of the entry is not a complete dn: line.", INCOMPLETE_DN);
   return skipSpaces(object[0] + TAG_LENGTH);
 }
 
@@ -85,7 +90,7 @@ static char* dnOfFirstLine(const OwnerSide& side) {
 // The owner of a policy or of policy data is its DN less the first component.
 static char* dnBehindFirstComma(const OwnerSide& side) {
   char* comma = strchr(dnTextOfFirstLine(side), ',');
-  if (comma == nullptr) exitForUnnamedOwner(side, "The DN has no comma.");
+  if (comma == nullptr) exitForUnnamedOwner(side, "The DN has no comma.", DN_WITHOUT_COMMA);
   saveDn(side, comma + 1);
   return comma + 1;
 }
@@ -94,8 +99,12 @@ static char* dnBehindFirstComma(const OwnerSide& side) {
 static char* dnOfUsersObject(const OwnerSide& side) {
   char* authority = obtainAttributeValueFromObjArray("secAuthority");
   char* dn = obtainAttributeValueFromObjArray("secDN");
-  if (authority == nullptr || dn == nullptr)
-    exitForUnnamedOwner(side, "The 'Users' entry has no secAuthority or no secDN.");
+  if (authority == nullptr || dn == nullptr) {
+    const DetailText problem = authority == nullptr ? USERS_ENTRY_WITHOUT_AUTHORITY : USERS_ENTRY_WITHOUT_DN;
+    freeLine(dn);
+    freeLine(authority);
+    exitForUnnamedOwner(side, "The 'Users' entry has no secAuthority or no secDN.", problem);
+  }
   commaSpaceEater(dn);
   authority[strcspn(authority, ":")] = '\0';
   saveDn(side, "secAuthority=");
@@ -107,9 +116,11 @@ static char* dnOfUsersObject(const OwnerSide& side) {
   return side.savedDn;
 }
 
-[[noreturn]] static void exitForMapWithoutAuthority(const OwnerSide& side, const char* dn) {
+// Kept: the line speaks of the secAuthority, whichever of the two is missing.
+[[noreturn]] static void exitForIncompleteMap(const OwnerSide& side, char* dn, DetailText problem) {
   reportError("%s(): Missing secAuthority in dn: %s\n", side.function, dn);
-  exitForObject(PROCESSING_FAILED);
+  freeLine(dn);
+  exitForObject(problem);
 }
 
 // A map names its owner by the secAuthority component of its own DN and by its secDN value, the name of which
@@ -118,11 +129,15 @@ static char* dnOfMap(const OwnerSide& side, const char* ownerAttribute) {
   char* ownerDn = obtainAttributeValueFromObjArray(ownerAttribute);
   commaSpaceEater(ownerDn);
   char* dn = obtainAttributeValueFromObjArray("dn");
-  if (dn == nullptr) exitForUnnamedOwner(side, "The map has no dn.");
+  if (dn == nullptr) exitForUnnamedOwner(side, "The map has no dn.", INCOMPLETE_DN);
   char* authority = dostristr(dn, "secAuthority");
   const bool isUserSide = &side == &userSide;
-  if (authority == nullptr || (isUserSide && ownerDn == nullptr)) exitForMapWithoutAuthority(side, dn);
-  if (ownerDn == nullptr) exitForUnnamedOwner(side, "The map has no secDN.");
+  if (authority == nullptr) {
+    freeLine(ownerDn);
+    exitForIncompleteMap(side, dn, MAP_WITHOUT_AUTHORITY);
+  }
+  if (isUserSide && ownerDn == nullptr) exitForIncompleteMap(side, dn, MAP_WITHOUT_DN);
+  if (ownerDn == nullptr) exitForUnnamedOwner(side, "The map has no secDN.", MAP_WITHOUT_DN);
   cutAtComma(authority);
   saveDn(side, authority);
   freeLine(dn);
@@ -135,7 +150,7 @@ static char* dnOfMap(const OwnerSide& side, const char* ownerAttribute) {
 static void endWithNewline(const OwnerSide& side, char* dn, size_t size) {
   const size_t length = strlen(dn);
   if (length > 0 && dn[length - 1] == '\n') return;
-  if (!appendBounded(dn, size, "\n")) exitForUnnamedOwner(side, "The owner DN is too long.");
+  if (!appendBounded(dn, size, "\n")) exitForLongOwnerDn(side);
 }
 
 // Ends the key, which is the saved DN or stands in line 0, in one newline in place of its trailing white space.
@@ -212,7 +227,7 @@ static char* ownerDnOnUserSide(const OwnerSide& side) {
           "learnIndexOfAssociatedSecUserDN():  ERROR: The object is not secPolicy, secPolicyData, secMap, or secUser.  objectClass = %d \n",
           objectClass);
       echoError("dn: %s\n", textOrNull(firstLineOfObject()));
-      exitForObject(PROCESSING_FAILED);
+      exitForObject(UNKNOWN_CLASS);
   }
 }
 
@@ -229,7 +244,7 @@ static char* ownerDnOnGroupSide(const OwnerSide& side) {
           "learnIndexOfAssociatedSecGroupDN():  ERROR: The object is not secGroup or secMap.  objectClass = %d \n",
           objectClass);
       echoError("learnIndexOfAssociatedSecGroupDN():  object = %s\n", textOrNull(firstLineOfObject()));
-      exitForObject(PROCESSING_FAILED);
+      exitForObject(UNKNOWN_CLASS);
   }
 }
 

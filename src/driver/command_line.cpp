@@ -7,8 +7,6 @@
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/text.h"
-#include "platform/file_operations.h"
-#include "platform/message_details.h"
 
 // Where each argument stands.
 enum { INPUT = 1, OUTPUT, MAX_SECUSER_SLOTS, MAX_SECGROUP_SLOTS, TRACE_FILE };
@@ -29,20 +27,6 @@ static int32_t readSlotCount(const char* argument) {
   return static_cast<int32_t>(count);
 }
 
-// A run must never destroy its own input, nor write two things into one file.
-static void requireDistinctFiles(bool isTracing) {
-  const char* names[] = {input_ldif_filename, output_ldif_filename, temp_input_ldif_filename, debugFileName,
-                         PRESERVED_WORK_FILE};
-  const size_t count = isTracing ? 5 : 3;
-  for (size_t i = 0; i < count; ++i)
-    for (size_t j = i + 1; j < count; ++j)
-      if (isSameFile(names[i], names[j])) {
-        snprintf(messageReason, sizeof messageReason, "two names lead to the same file: %.200s and %.200s", names[i],
-                 names[j]);
-        exitWithMessage(USAGE_ERROR);
-      }
-}
-
 void readCommandLine(int argumentCount, char* const* arguments) {
   if (argumentCount <= MAX_SECGROUP_SLOTS || argumentCount > TRACE_FILE + 1)
     exitWithUsageError("four or five arguments are expected");
@@ -52,9 +36,6 @@ void readCommandLine(int argumentCount, char* const* arguments) {
   appendBounded(temp_input_ldif_filename, sizeof temp_input_ldif_filename, WORK_FILE_ENDING);
   max_number_of_secuser_slots = readSlotCount(arguments[MAX_SECUSER_SLOTS]);
   max_number_of_secgroup_slots = readSlotCount(arguments[MAX_SECGROUP_SLOTS]);
-  const bool isTracing = argumentCount > TRACE_FILE;
-  if (isTracing) copyName(debugFileName, sizeof debugFileName, arguments[TRACE_FILE]);
-  requireDistinctFiles(isTracing);
-  debug = isTracing ? 1 : 0;
-  takePermissionsFrom(input_ldif_filename);
+  debug = argumentCount > TRACE_FILE ? 1 : 0;
+  if (debug != 0) copyName(debugFileName, sizeof debugFileName, arguments[TRACE_FILE]);
 }

@@ -4,7 +4,7 @@
 #include "cache/owner_association.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
-#include "ldif/object_buffer.h"
+#include "ldif/complaint.h"
 #include "ldif/object_class.h"
 
 const Gate gates[NUMBER_OF_GATES] = {
@@ -43,7 +43,7 @@ GateNumber gateOfObject() {
       return RESCREDS_GATE;
     default:
       reportError("main():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n");
-      exitForObject(PROCESSING_FAILED);
+      exitForObject(UNKNOWN_CLASS);
   }
 }
 

@@ -1,21 +1,69 @@
 #include "driver/interruption.h"
 
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstring>
 #include <initializer_list>
 
 #include "driver/run_state.h"
+#include "platform/progress_line.h"
+#include "platform/shown_text.h"
 
-static constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+struct EndingSignal {
+  int number;
+  const char* name;
+};
 
-// Calls only what a signal handler may call. The handler is gone when it runs, so raising the signal again ends the
-// process.
+static constexpr EndingSignal endingSignals[] = {{SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"}};
+
+// What is said of the run behind the signal's name. Put together beforehand: a handler may call little. Short enough to
+// be written to a pipe as a whole.
+static constexpr size_t TEXT_SIZE = 2048;
+static char whatWasInterrupted[TEXT_SIZE] = " has ended the conversion: the output";
+
+static sigset_t setOfEndingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const EndingSignal& ending : endingSignals) sigaddset(&signals, ending.number);
+  return signals;
+}
+
+static void append(char* line, const char* text) {
+  size_t end = strlen(line);
+  while (*text != '\0' && end + 1 < TEXT_SIZE) line[end++] = *text++;
+  line[end] = '\0';
+}
+
+// A line that could not be written at once is not worth a process that does not end.
+static void sayInterrupted(const char* signalName) {
+  eraseProgressLine();
+  pollfd standardError = {STDERR_FILENO, POLLOUT, 0};
+  if (poll(&standardError, 1, 0) != 1) return;
+  char line[TEXT_SIZE] = "tqldif2v6: ";
+  append(line, signalName);
+  append(line, whatWasInterrupted);
+  append(line, outputIsComplete != 0 ? " is complete.\n" : " is not complete.\n");
+  if (write(STDERR_FILENO, line, strlen(line)) < 0) return;
+}
+
+// Runs while the other ending signals wait, so that nothing keeps it from taking the work file away. Calls only what a
+// signal handler may call.
 static void leaveWithoutWorkFile(int signalNumber) {
-  if (workFileIsToBeRemoved != 0) unlink(temp_input_ldif_filename);
-  raise(signalNumber);
+  if (workFileIsToBeRemoved != 0 && isInPlace(workFile.place, workFile.descriptor))
+    unlinkat(workFile.place.folder, workFile.place.name, 0);
+  for (const EndingSignal& ending : endingSignals)
+    if (ending.number == signalNumber) sayInterrupted(ending.name);
+  signal(signalNumber, SIG_DFL);
+  sigset_t one;
+  sigemptyset(&one);
+  sigaddset(&one, signalNumber);
+  kill(getpid(), signalNumber);
+  sigprocmask(SIG_UNBLOCK, &one, nullptr);
+  _exit(-1);  // the first process of a container is not ended by a signal
 }
 
 static void handle(int signalNumber) {
@@ -23,12 +71,13 @@ static void handle(int signalNumber) {
   sigaction(signalNumber, nullptr, &action);
   if (action.sa_handler == SIG_IGN) return;
   action.sa_handler = leaveWithoutWorkFile;
-  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  action.sa_flags = 0;
+  action.sa_mask = setOfEndingSignals();
   sigaction(signalNumber, &action, nullptr);
 }
 
 void prepareForSignals() {
-  for (const int signalNumber : endingSignals) handle(signalNumber);
+  for (const EndingSignal& ending : endingSignals) handle(ending.number);
   for (const int signalNumber : {SIGPIPE, SIGXFSZ}) signal(signalNumber, SIG_IGN);
   // No core in a file, and none in a program that takes them.
   const rlimit none = {0, 0};
@@ -36,10 +85,19 @@ void prepareForSignals() {
   prctl(PR_SET_DUMPABLE, 0);
 }
 
+void nameFilesForSignals() {
+  constexpr size_t NAME_SIZE = TEXT_SIZE * 2 / 5;
+  char text[TEXT_SIZE] = " has ended the conversion of ";
+  appendHarmless(text, strlen(text) + NAME_SIZE, input_ldif_filename);
+  append(text, ": the output ");
+  appendHarmless(text, strlen(text) + NAME_SIZE, output_ldif_filename);
+  holdSignals();
+  memcpy(whatWasInterrupted, text, sizeof text);
+  letSignalsThrough();
+}
+
 static void mask(int how) {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int signalNumber : endingSignals) sigaddset(&signals, signalNumber);
+  const sigset_t signals = setOfEndingSignals();
   sigprocmask(how, &signals, nullptr);
 }
 

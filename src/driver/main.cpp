@@ -3,21 +3,24 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <new>
+#include <numeric>
 
 #include "cache/object_cache.h"
 #include "driver/command_line.h"
 #include "driver/interruption.h"
 #include "driver/pass_loop.h"
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
+#include "driver/run_files.h"
 #include "driver/run_state.h"
 #include "output/flush.h"
 #include "platform/file_operations.h"
-#include "platform/message_details.h"
 #include "platform/message_service.h"
 #include "platform/stream.h"
 #include "workfile/final_copy.h"
 #include "workfile/left_behind.h"
 #include "workfile/preparation_pass.h"
+#include "workfile/work_file.h"
 
 // Severity and destination of the messages, as the service wants them: writable strings.
 static char errorRoute[] = "ERROR:STDERR";
@@ -29,11 +32,11 @@ static void routeMessages() {
   for (char* route : {errorRoute, warningRoute, noticeRoute}) zr_svc_routing(route, &status);
 }
 
-static void openTraceFile() {
+// What was in the trace before goes only now, when no other run can be using it.
+static void beginTrace() {
   if (debug == 0) return;
-  const int descriptor = openFile(debugFileName, OPEN_TO_CREATE, PRIVATE_FILE_OR_DEVICE);
-  if (descriptor < 0) exitWithMessage(FILE_NOT_OPENED, debugFileName);
-  tfp = fdopen(descriptor, "w+");
+  if (!cutFile(traceFile.descriptor)) exitWithMessage(FILE_NOT_OPENED, debugFileName);
+  tfp = fdopen(traceFile.descriptor, "w+");
   if (tfp == nullptr) exitWithMessage(MEMORY_EXHAUSTED);  // it needs nothing else
 }
 
@@ -50,28 +53,41 @@ static void announceStart() {
     echoError("DEBUG_ERROR flag is on................ \n");
     showInput(echoError);
   }
+  beginTrace();
   traceLine("main():  FUNCTION ENTRY  \n");
   traceLine("main():  INPUT LIST: \n");
   showInput(traceLine);
 }
 
-static void openOutput() {
-  ofp = openStream(output_ldif_filename, OPEN_TO_CREATE, NAMED_BY_USER);
-  if (ofp != nullptr) return;
-  traceLine("main() - Unable to open output file %s.  Exiting. \n", output_ldif_filename);
-  exitWithMessage(FILE_NOT_OPENED, output_ldif_filename);
+static void announcePreparation() {
+  runCounts.bytesOfEarlierWorkFile = sizeOfEarlierWorkFile();
+  issueMessage(CONVERSION_BEGINS);
+  if (runCounts.bytesOfEarlierWorkFile < 0)
+    issueMessage(PREPARATION_BEGINS, {.sentence = NO_EARLIER_WORK_FILE});
+  else
+    issueMessage(PREPARATION_BEGINS, {.sentence = EARLIER_WORK_FILE, .values = {runCounts.bytesOfEarlierWorkFile}});
+}
+
+static void announcePasses() {
+  const auto& kept = runCounts.intoWorkFile;
+  const auto& copied = runCounts.intoOutput;
+  issueMessage(
+      WORK_FILE_READY,
+      {.values = {kept[SECUSER_OBJECTCLASS], kept[SECGROUP_OBJECTCLASS], kept[SECPOLICY_OBJECTCLASS],
+                  kept[SECPOLICYDATA_OBJECTCLASS], kept[SECMAP_OBJECTCLASS],
+                  kept[RESCREDS_CONTAINER] + kept[SECRESCREDS_OBJECTCLASS], copied[SECAUTHORITYINFO_OBJECTCLASS],
+                  copied[SECPOLICY_OBJECTCLASS], copied[CONTAINER_OBJECTCLASS], copied[UNINTERESTING_OBJECTCLASS]}});
+  issueMessage(PASSES_BEGIN, {.values = {max_number_of_secuser_slots, max_number_of_secgroup_slots}});
 }
 
 static void prepare() {
-  zr_printf_utf8(CONVERSION_BEGINS);
-  zr_printf_utf8(PREPARATION_BEGINS);
+  announcePreparation();
   if (copyOriginalInputFileToTempInputFile() != 0) {
     traceLine("main():  Failed to copy original input ldif file to the temporary input ldif file  \n");
     traceLine("         that will be used for processing.                                         \n");
     exitWithMessage(PREPARATION_FAILED, input_ldif_filename);
   }
-  zr_printf_utf8(WORK_FILE_READY);
-  zr_printf_utf8(PASSES_BEGIN);
+  announcePasses();
 }
 
 // For inspection only: the run does not depend on the copy.
@@ -83,7 +99,7 @@ static void preserveWorkFile() {
   if (snprintf(systemCommand, sizeof systemCommand, COMMAND, temp_input_ldif_filename) < 0) systemCommand[0] = '\0';
   traceLine("main():  Preserve a copy of the temporary input file  \n");
   traceLine("         The system command to be executed is:    %s  \n", systemCommand);
-  if (copyFile(temp_input_ldif_filename, PRESERVED_WORK_FILE) != 0)
+  if (copyFile(workFile.descriptor, PRESERVED_WORK_FILE) != 0)
     traceLine("main():  The copy could not be made:  %s  \n", messageReason);
   messageReason[0] = '\0';
 }
@@ -94,22 +110,37 @@ static void writeLastGatheredData() {
   if (copyAllAccumulatedDataToOutputFile() != 0) {
     reportError(
         "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file during EXIT processing.  \n");
-    zr_printf_utf8(PROCESSING_FAILED);
-    concerning(nullptr);
+    issueMessage(PROCESSING_FAILED, messageDetails);
   }
   traceLine("\nmain():  Returned from copyAllAccumulatedDataToOutputFile() at EXIT label \n");
 }
 
+// From here on a machine that loses its power loses nothing of the output.
+static void completeOutput() {
+  if (flushStream(ofp) != 0 || !syncFile(outputFile)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
+  outputIsComplete = 1;
+}
+
+static void announceEnd(bool workFileIsGone) {
+  const auto& copied = runCounts.intoOutput;
+  const int64_t straightThrough = std::accumulate(copied.begin(), copied.end(), int64_t{0});
+  issueMessage(CONVERSION_COMPLETE,
+               {.sentence = workFileIsGone ? NO_DETAIL : WORK_FILE_NOT_REMOVED,
+                .values = {runCounts.users, runCounts.groups, runCounts.policies, runCounts.resourceCredentials,
+                           straightThrough, runCounts.policyData, temp_input_ldif_filename, messageReason}});
+}
+
 static void endRun() {
   writeLastGatheredData();
-  if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
+  if (tifp != nullptr) closeWorkFile();
   copyRemainingObjectsToOutputLDIFFile();
   forgetLeftObjects();
-  if (debug == 0) removeFile(temp_input_ldif_filename);
+  completeOutput();
+  const bool workFileIsGone = debug != 0 || removeWorkFile();
   workFileIsToBeRemoved = 0;
   if (closeStream(ofp) != 0) exitWithMessage(WRITE_FAILED, output_ldif_filename);
   deallocateObjectCache();
-  zr_printf_utf8(CONVERSION_COMPLETE);
+  announceEnd(workFileIsGone);
   traceLine("main():  FUNCTION EXIT  \n");
   if (tfp != nullptr) fclose(tfp);
 }
@@ -121,9 +152,10 @@ int main(int argumentCount, char* arguments[]) {
   routeMessages();
   std::set_new_handler([] { exitWithMessage(MEMORY_EXHAUSTED); });
   readCommandLine(argumentCount, arguments);
-  openTraceFile();
+  nameFilesForSignals();
+  openFilesOfRun();
   announceStart();
-  openOutput();
+  requireOpenOutput();
   prepare();
   preserveWorkFile();
   allocateObjectCache();

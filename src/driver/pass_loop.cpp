@@ -7,13 +7,16 @@
 #include "cache/owner_association.h"
 #include "cache/owner_set.h"
 #include "driver/gates.h"
+#include "driver/progress.h"
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
+#include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "output/flush.h"
-#include "platform/message_service.h"
 #include "workfile/left_behind.h"
+#include "workfile/work_file.h"
 #include "workfile/work_file_cursor.h"
 
 static void processObject() {
@@ -41,7 +44,7 @@ static void dispatchObject(const Gate& gate) {
     processObject();
   } else if (stepOverNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
     reportError("%s", gate.stepOverError);
-    exitForObject(PROCESSING_FAILED);
+    exitForEntryInFile(NOT_STEPPED_OVER, firstLineOfObject(), temp_input_ldif_filename);
   }
 }
 
@@ -55,8 +58,7 @@ static void traceObjectRead() {
 }
 
 static void openWorkFile() {
-  tifp = openStream(temp_input_ldif_filename, OPEN_FOR_UPDATE, PRIVATE_FILE);
-  if (tifp != nullptr) return;
+  if (reopenWorkFile()) return;
   traceLine("main():  ERROR:  Unable to open temporary input LDIF file:  %s. \n", temp_input_ldif_filename);
   traceLine("                 EXITING \n");
   exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
@@ -73,16 +75,21 @@ static void resumeWhereLastPassStepped() {
   hasTheStepOverFilePositionBeenInitialized = 0;
 }
 
-// Issues the pass's message once, when its first entry is met.
-static void announceOnce(bool& isAnnounced) {
-  if (!isAnnounced) zr_printf_utf8(PASS_UNDER_WAY);
-  isAnnounced = true;
+// How many passes it will be: as many as the side needs that needs more, and one that finds the resource credentials
+// alone. An earlier run's work file, whose entries are not known, can make more.
+static int64_t expectedPasses() {
+  const auto passesFor = [](int64_t owners, int64_t slots) { return (owners + slots - 1) / slots; };
+  const auto& entries = runCounts.intoWorkFile;
+  const int64_t gathering = std::max(passesFor(runCounts.ownUserEntries, max_number_of_secuser_slots),
+                                     passesFor(entries[SECGROUP_OBJECTCLASS], max_number_of_secgroup_slots));
+  const bool hasCredentials = entries[RESCREDS_CONTAINER] + entries[SECRESCREDS_OBJECTCLASS] > 0;
+  return std::max(runCounts.passes, gathering + (hasCredentials ? 1 : 0));
 }
 
-static int64_t workFilePosition() {
-  int64_t position = 0;
-  getPosition(tifp, &position);  // cannot fail: the entry has just been read from there
-  return position;
+// Issues the pass's message once, when its first entry is met.
+static void announceOnce(bool& isAnnounced) {
+  if (!isAnnounced) issueMessage(PASS_UNDER_WAY, {.values = {runCounts.passes, expectedPasses()}});
+  isAnnounced = true;
 }
 
 // What has become of an entry, and what a later pass needs to know of one that was left behind.
@@ -95,6 +102,12 @@ struct Settled {
   GateNumber kind;
   bool ownerIsLookedUp;  // hashOfLastOwner is that of its owner
 };
+
+static void countGathered(GateNumber kind) {
+  runCounts.bytesGathered += lastObjectExtent.end - lastObjectExtent.begin;
+  if (kind == SECPOLICYDATA_GATE) ++runCounts.policyData;
+  showProgress("passes", runCounts.bytesGathered, workFileLength);
+}
 
 // Reads and settles the next entry.
 static Settled settleNextObject(bool& isAnnounced) {
@@ -110,11 +123,12 @@ static Settled settleNextObject(bool& isAnnounced) {
   if (objectClass != RESCREDS_CONTAINER && objectClass != SECRESCREDS_OBJECTCLASS) atLeastOneObjectProcessed = 1;
   const GateNumber kind = gateOfObject();
   const bool ownerIsLookedUp = isOpen(gates[kind]);
-  const int64_t start = workFilePosition();
+  const int64_t start = requirePosition(tifp);
   dispatchObject(gates[kind]);
   traceLine("\nmain():  This is the end of the inner loop \n");
   const Fate fate = next_available_object_slot == 0 ? GATHERED : LEFT_BEHIND;
-  return {fate, start, workFilePosition(), kind, ownerIsLookedUp};
+  if (fate == GATHERED) countGathered(kind);
+  return {fate, start, requirePosition(tifp), kind, ownerIsLookedUp};
 }
 
 // True when the entry cannot be gathered, whatever it reads: its kind has no room, or its owner none.
@@ -158,14 +172,14 @@ static int32_t passOverShutOutObjects(int32_t from, bool& isAnnounced) {
 // left-over work file has it; the entries behind it are then forgotten, and so read.
 static bool settleRememberedObject(int32_t i, bool& isAnnounced) {
   LeftObject& left = leftObjects[i];
-  setPosition(tifp, static_cast<int64_t>(left.start));
+  requireMoveTo(tifp, static_cast<int64_t>(left.start));
   const Settled settled = settleNextObject(isAnnounced);
   left.isTaken = settled.fate != LEFT_BEHIND;
   if (settled.ownerIsLookedUp) {
     left.isOwnerKnown = true;
     left.ownerHash = hashOfLastOwner;
   }
-  const int64_t end = workFilePosition();
+  const int64_t end = requirePosition(tifp);
   if (end == static_cast<int64_t>(left.start + left.length)) return true;
   leftObjectCount = i + 1;
   leftObjectsEnd = end;
@@ -179,7 +193,7 @@ static void settleRememberedObjects(bool& isAnnounced) {
   dropTakenObjects();
   for (int32_t i = 0; (i = passOverShutOutObjects(i, isAnnounced)) < leftObjectCount; ++i)
     if (!settleRememberedObject(i, isAnnounced)) return;
-  if (leftObjectsEnd != END_OF_FILE) setPosition(tifp, leftObjectsEnd);
+  if (leftObjectsEnd != END_OF_FILE) requireMoveTo(tifp, leftObjectsEnd);
 }
 
 static bool remember(const Settled& settled) {
@@ -203,22 +217,26 @@ static void walkWorkFile() {
   settleRememberedObjects(isAnnounced);
   settleUnknownObjects(isAnnounced);
   if (readFailed(tifp)) exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);  // while blanking out
-}
-
-static void closeWorkFile() {
-  if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
+  requireUnchangedWorkFile();
 }
 
 // A pass that found work and gathered none of it would be followed by others just like it, for ever.
 static void requireProgress() {
   if (secUser_dn_count != 0 || secGroup_dn_count != 0) return;
   reportError("main():  ERROR:  No entry could be gathered although entries remain.  EXITING. \n");
-  exitForObject(PROCESSING_FAILED);
+  exitForObject(NOTHING_GATHERED);
+}
+
+static int64_t percentOfWorkFileDone() {
+  constexpr int64_t ALL = 100;
+  if (workFileLength == 0) return ALL;
+  // An entry of an odd work file from an earlier run can be read more than once.
+  return std::min(runCounts.bytesGathered * ALL / workFileLength, ALL);
 }
 
 static void writeGatheredData() {
   traceLine("\nmain():  Calling copyAllAccumulatedDataToOutputFile() within loop \n");
-  zr_printf_utf8(GATHERED_DATA_BEING_WRITTEN);
+  issueMessage(GATHERED_DATA_BEING_WRITTEN, {.values = {secUser_dn_count, secGroup_dn_count, percentOfWorkFileDone()}});
   if (copyAllAccumulatedDataToOutputFile() != 0) {
     reportError(
         "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file.  EXITING.  \n");
@@ -232,6 +250,7 @@ void makePasses() {
   while (atLeastOneObjectProcessed == 1) {
     traceLine("main():  Beginning new iteration of outer loop to make another pass on the input file. \n");
     atLeastOneObjectProcessed = 0;
+    ++runCounts.passes;
     openWorkFile();
     resumeWhereLastPassStepped();
     walkWorkFile();

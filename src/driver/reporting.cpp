@@ -4,8 +4,9 @@
 #include <cstdarg>
 #include <cstdlib>
 
-#include "platform/message_details.h"
 #include "platform/message_service.h"
+#include "platform/progress_line.h"
+#include "platform/shown_text.h"
 
 static void writeLine(FILE* stream, const char* format, va_list arguments) {
   const int savedErrno = errno;
@@ -22,11 +23,32 @@ void(traceLine)(const char* format, ...) {
   va_end(arguments);
 }
 
+static void writeHarmlessly(const char* format, va_list arguments) {
+  constexpr size_t TEXT_SIZE = size_t{128} * 1024;
+  const int savedErrno = errno;
+  static char text[TEXT_SIZE];
+  static char shown[TEXT_SIZE];
+  vsnprintf(text, sizeof text, format, arguments);
+  shown[0] = '\0';
+  appendHarmless(shown, sizeof shown, text, Newlines::KEPT);
+  eraseProgressLine();
+  fputs(shown, stdout);
+  fflush(stdout);
+  errno = savedErrno;
+}
+
+void printHarmlessly(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  writeHarmlessly(format, arguments);
+  va_end(arguments);
+}
+
 void echoError(const char* format, ...) {
   if (debugError == 0) return;
   va_list arguments;
   va_start(arguments, format);
-  writeLine(stdout, format, arguments);
+  writeHarmlessly(format, arguments);
   va_end(arguments);
 }
 
@@ -39,7 +61,7 @@ void reportError(const char* format, ...) {
     writeLine(tfp, format, copy);
     va_end(copy);
   }
-  if (debugError != 0) writeLine(stdout, format, arguments);
+  if (debugError != 0) writeHarmlessly(format, arguments);
   va_end(arguments);
 }
 
@@ -49,17 +71,27 @@ const char* textOrNULL(const char* text) { return text != nullptr ? text : "NULL
 
 void concerning(const char* dn) { messageSubject = dn; }
 
+void issueMessage(MessageCode code, const MessageDetails& details) {
+  eraseProgressLine();
+  messageDetails = details;
+  zr_printf_utf8(code);
+  messageDetails = {};
+}
+
 void exitWithMessage(MessageCode code) {
+  eraseProgressLine();
   zr_printf_utf8(code);
   exit(-1);
 }
 
 void exitWithMessage(MessageCode code, const char* fileName) {
+  eraseProgressLine();
   zr_printf_utf8(code, fileName);
   exit(-1);
 }
 
 void exitWithMessage(MessageCode code, const char* failedCall, int32_t returnCode) {
+  eraseProgressLine();
   zr_printf_utf8(code, failedCall, returnCode);
   exit(-1);
 }

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "driver/message_codes.h"
+#include "platform/message_details.h"
 
 // 1 while tracing is on. Set by the command line; off during the preparation pass and while an entry is
 // being blanked out.
@@ -23,7 +24,11 @@ inline FILE* tfp = nullptr;
 [[gnu::format(printf, 1, 2)]] void traceLine(const char* format, ...);
 #define traceLine(...) (debug == 0 ? static_cast<void>(0) : traceLine(__VA_ARGS__))
 
-// Writes to standard output, and flushes it; does nothing while debugError is 0.
+// Writes to standard output, and flushes it. Control characters other than newlines, and what is no UTF-8, are shown as
+// \xNN. A text beyond 128 KiB is cut.
+[[gnu::format(printf, 1, 2)]] void printHarmlessly(const char* format, ...);
+
+// The same, but does nothing while debugError is 0.
 [[gnu::format(printf, 1, 2)]] void echoError(const char* format, ...);
 
 // Both, where the two texts are the same.
@@ -33,12 +38,15 @@ inline FILE* tfp = nullptr;
 const char* textOrNull(const char* text);
 const char* textOrNULL(const char* text);
 
-// Says which entry (its dn: line) or owner (its DN) the failure concerns that the next message reports. The
-// text is only lent, and must stay valid until then; null takes it back.
+// Says which entry (its dn: line) the failure of a position call concerns that the next message reports. The text is
+// only lent, and must stay valid until then; null takes it back.
 void concerning(const char* dn);
 
-// Issues the message and ends the process with status -1; main has seen to it that what was written to the open
-// files reaches them.
+// Issues a notice, or an error that the run survives, with its details.
+void issueMessage(MessageCode code, const MessageDetails& details = {});
+
+// Issues the message with the details that have been filled in and ends the process with status -1; main has seen to it
+// that what was written to the open files reaches them.
 [[noreturn]] void exitWithMessage(MessageCode code);
 [[noreturn]] void exitWithMessage(MessageCode code, const char* fileName);
 [[noreturn]] void exitWithMessage(MessageCode code, const char* failedCall, int32_t returnCode);

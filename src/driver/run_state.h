@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/message_details.h"
+#include "platform/open_file.h"
 #include "platform/stream.h"
 
 constexpr size_t FILE_NAME_SIZE = 4096;        // bytes, closing NUL included
@@ -27,6 +29,19 @@ inline char debugFileName[DEBUG_FILE_NAME_SIZE];       // the trace file; empty 
 // The shell command whose effect a file operation has, as the trace shows it; cut when it does not fit.
 inline char systemCommand[FILE_NAME_SIZE];
 
+// The files that the run holds, and their locks on them, from its start to its end; the work file from the preparation
+// pass on. A descriptor of -1 for those that are not open.
+inline HeldFile inputFile;
+inline HeldFile outputFile;
+inline HeldFile traceFile;
+inline HeldFile workFile;
+
+// Why the input could not be opened; empty when it was.
+inline char inputProblem[sizeof messageReason];
+
+// How long the preparation pass has made the work file, in bytes; it stays so.
+inline int64_t workFileLength = 0;
+
 // How many users and groups one pass may gather; at least 1 each.
 inline int32_t max_number_of_secuser_slots = 0;
 inline int32_t max_number_of_secgroup_slots = 0;
@@ -37,6 +52,9 @@ inline Stream* ofp = nullptr;   // output, open until the end of the run
 
 // 1 while a work file exists that an interrupted run takes away: from its opening to its removal, unless tracing.
 inline volatile sig_atomic_t workFileIsToBeRemoved = 0;
+
+// 1 once the output is whole and on its disk.
+inline volatile sig_atomic_t outputIsComplete = 0;
 
 // 1 when the current pass has read an entry that still needs work: one of a user or a group.
 inline int32_t atLeastOneObjectProcessed = 0;

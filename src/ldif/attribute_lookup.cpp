@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "driver/reporting.h"
+#include "ldif/complaint.h"
 #include "ldif/letter_case.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
@@ -109,7 +110,7 @@ static char* obtainByIndex(const LookupByIndex& lookup, int32_t index) {
   if (isContinuationLine(index)) {
     reportError("%s", lookup.continuationError);
     echoError("%s():  object = %s\n", lookup.function, textOrNull(object[index]));
-    exitForObject(PROCESSING_FAILED);
+    exitForObject(FOLDED_COMMENT);
   }
   const char* source = object[index];
   if (lookup.fromColon) source += strcspn(source, ":");

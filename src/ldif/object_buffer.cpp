@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "driver/reporting.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/text.h"
@@ -16,7 +17,7 @@ static constexpr char MALLOC_FAILURE[] = "getNextObject():  malloc() failure.  E
 static void requireFreeSlot() {
   if (next_available_object_slot < OBJECT_ARRAY_SIZE) return;
   reportError("appendLineToObject():  ERROR:  The entry has more lines than the entry buffer.  EXITING. \n");
-  exitForObject(PROCESSING_FAILED);
+  exitForObject(ENTRY_TOO_LONG);
 }
 
 static void append(char* line, const ColonLine& known) {
@@ -74,11 +75,6 @@ void freeObject() {
 
 const char* firstLineOfObject() { return next_available_object_slot > 0 ? object[0] : nullptr; }
 
-void exitForObject(MessageCode code) {
-  concerning(firstLineOfObject());
-  exitWithMessage(code);
-}
-
 void traceObject() {
   if (debug == 0) return;
   for (int32_t i = 0; i < OBJECT_ARRAY_SIZE && object[i] != nullptr; ++i) traceLine("   object[%d] = %s", i, object[i]);
@@ -124,6 +120,7 @@ int32_t getNextObject(Stream* stream) {
   traceLine("getNextObject():  filePositionBeforeReadingObject = %ld  \n", static_cast<long>(filePositionBeforeObject));
 
   const int32_t result = readObject(stream, filePositionBeforeObject);
+  if (next_available_object_slot > 0 || result == OBJECT_COPIED_TO_OUTPUT) ++objectsRead;
 
   traceLine("\ngetNextObject():  The object read is:   \n");
   traceObject();

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "driver/message_codes.h"
 #include "ldif/colon_search.h"
 #include "platform/stream.h"
 
@@ -31,6 +30,9 @@ inline const ColonLine& colonsOfObject(int32_t slot) {
 
 // getNextObject's result for an entry too long for the buffer, which has gone straight to the output.
 constexpr int32_t OBJECT_COPIED_TO_OUTPUT = 99;
+
+// Number of entries that getNextObject has read.
+inline int64_t objectsRead = 0;
 
 // Reads the next entry of the input. Returns 0 when a blank line ended it; -1 at the end of the file, with
 // the last entry in the buffer if the file does not end in a blank line, else with a count of 0;
@@ -58,6 +60,3 @@ void traceObject();
 
 // Returns line 0, or null when the buffer is empty.
 const char* firstLineOfObject();
-
-// Ends the run with the message, naming line 0 of the entry in the buffer as what it concerns.
-[[noreturn]] void exitForObject(MessageCode code);

@@ -6,6 +6,7 @@
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/colon_search.h"
+#include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
 
@@ -88,7 +89,7 @@ void determineTheObjectsObjectClass() {
 bool isUsersObject() {
   if (!copyLowered(tempString, sizeof tempString, object[0])) {
     reportError("isUsersObject():  ERROR:  The dn: line is too long.  EXITING. \n");
-    exitForObject(PROCESSING_FAILED);
+    exitForObject(DN_TOO_LONG);
   }
   return strstr(tempString, "cn=users,secauthority=") != nullptr;
 }

@@ -13,7 +13,8 @@ enum ObjectClass : int32_t {
   SECAUTHORITYINFO_OBJECTCLASS = 6,  // the registry's authority information
   RESCREDS_CONTAINER = 7,            // a container whose DN names the resource credentials
   SECRESCREDS_OBJECTCLASS = 8,       // resource credentials
-  CONTAINER_OBJECTCLASS = 9          // any other container
+  CONTAINER_OBJECTCLASS = 9,         // any other container
+  NUMBER_OF_OBJECTCLASSES
 };
 
 // Code of the entry in the entry buffer, an ObjectClass; valid until the next classification.

@@ -4,10 +4,12 @@
 #include <cstring>
 #include <span>
 
+#include "cache/cache_slots.h"
 #include "cache/object_cache.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/colon_search.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
@@ -43,8 +45,7 @@ static void requireDn(const char* dn, const char* function, const char* dnName, 
   if (dn != nullptr) return;
   traceLine("%s():  ERROR:  %s[%d] is NULL.  EXITING.  \n", function, dnName, slot);
   echoError("%s():  ERROR:  %s[%d] is NULL.  EXITING.\n", function, dnName, slot);
-  concerning(dnLine);
-  exitWithMessage(PROCESSING_FAILED);
+  exitForEntry(INCOMPLETE_DN, dnLine);
 }
 
 int32_t writeSecGroupAddToOutputFile(int32_t slot, Stream* stream) {
@@ -55,7 +56,8 @@ int32_t writeSecGroupAddToOutputFile(int32_t slot, Stream* stream) {
   if (writeText(stream, secGroup_dn[slot]) != 0) return writeFailed("writeSecGroupAddToOutputFile");
   if (group[0] == nullptr || map[0] == nullptr) {
     reportError("writeSecGroupAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n");
-    concerning(secGroup_dn[slot]);
+    complainOfMissingEntry(group[0] == nullptr ? GROUP_WITHOUT_OWN_ENTRY : GROUP_WITHOUT_MAP,
+                           group[0] == nullptr ? map[0] : group[0]);
     exitWithMessage(PROCESSING_FAILED);
   }
   mergeObjects(group, map);
@@ -93,7 +95,8 @@ int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
     reportError("writeSecUserAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n");
     reportError("secUser_matrix = %s\n", textOrNULL(user[0]));
     reportError("secMap_for_secUser_matrix = %s\n", textOrNULL(map[0]));
-    concerning(secUser_dn[slot]);
+    complainOfMissingEntry(user[0] == nullptr ? USER_WITHOUT_OWN_ENTRY : USER_WITHOUT_MAP,
+                           user[0] == nullptr ? map[0] : user[0]);
     exitWithMessage(PROCESSING_FAILED);
   }
   mergeObjects(user, map);
@@ -110,8 +113,7 @@ static void composeContainerDn(int32_t slot) {
   copyBounded(tempString, sizeof tempString, "dn: cn=Policies,");
   if (appendBounded(tempString, sizeof tempString, skipSpaces(colon != nullptr ? colon + 1 : userDn))) return;
   reportError("writePolicyContainerAddToOutputFile():  ERROR:  The DN is too long.  EXITING. \n");
-  concerning(userDn);
-  exitWithMessage(PROCESSING_FAILED);
+  exitForEntry(DN_TOO_LONG, rowOf(secUserMatrix, slot)[0]);
 }
 
 int32_t writePolicyContainerAddToOutputFile(int32_t slot) {

@@ -8,6 +8,7 @@
 
 #include "driver/reporting.h"
 #include "ldif/colon_search.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 
@@ -27,8 +28,7 @@ struct Input {
   traceLine("mergeObjects():  One or both inputs is NULL.  Exiting. \n");
   echoError("mergeObjects(): inputObject1 = %s\n", textOrNULL(line1));
   echoError("mergeObjects(): inputObject2 = %s\n", textOrNULL(line2));
-  concerning(line1 != nullptr ? line1 : line2);
-  exitWithMessage(PROCESSING_FAILED);
+  exitForEntry(INCOMPLETE_DN, line1 != nullptr ? line1 : line2);
 }
 
 [[noreturn]] static void exitForMissingColon(const char* line, bool inFirstInput, const char* dnLine) {
@@ -38,8 +38,7 @@ struct Input {
     echoError("mergeObjects():  attributeClone = %s\n", line);
   else
     echoError("attributeClone =  %s\n", line);
-  concerning(dnLine);
-  exitWithMessage(PROCESSING_FAILED);
+  exitForEntry(LINE_WITHOUT_COLON, dnLine);
 }
 
 // The caller frees the lines.
@@ -138,7 +137,7 @@ void mergeObjects(char* const* inputObject1, char* const* inputObject2) {
   const Input input2 = makeInput(inputObject2);
 
   walkFirstInput(input1, input2);
-  walkSecondInput(input2, inputObject1[0]);
+  walkSecondInput(input2, inputObject2[0]);
 
   traceUnmerged(input1, "\nmergeObjects():  THE FOLLOWING ATTRIBUTES REMAINED UNMERGED WITHIN inputObject1Clone. \n",
                 "inputObject1Clone");

@@ -1,9 +1,13 @@
 #include "output/flush.h"
 
+#include <initializer_list>
+
 #include "cache/cache_slots.h"
 #include "cache/object_cache.h"
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
+#include "ldif/complaint.h"
 #include "output/add_entry_writers.h"
 #include "output/cache_dump.h"
 #include "output/new_dn.h"
@@ -12,24 +16,55 @@
 static int32_t reportFailure(const char* step, const char* dnName, const char* dn) {
   reportError("copyAllAccumulatedDataToOutputFile() - %s() failure.  RETURNING. \n", step);
   echoError("%s = %s\n", dnName, textOrNULL(dn));
-  concerning(dn);
   return -1;
 }
 
-static int32_t userFailure(const char* step, int32_t slot) {
+// The name is what a new DN can lack.
+static int32_t userNameFailure(const char* step, int32_t slot) {
+  if (const char* own = rowOf(secUserMatrix, slot)[0]; own != nullptr) {
+    complain(USER_WITHOUT_NAME, own);
+  } else {
+    const char* other = nullptr;
+    for (const CacheMatrix* matrix :
+         {&secMapForSecUserMatrix, &usersSecUserMatrix, &secPolicyMatrix, &secPolicyDataMatrix})
+      if (other == nullptr) other = rowOf(*matrix, slot)[0];
+    complainOfMissingEntry(USER_WITHOUT_OWN_ENTRY, other);
+  }
   return reportFailure(step, "secUser_dn", secUser_dn[slot]);
 }
 
+static int32_t groupNameFailure(int32_t slot) {
+  const char* own = rowOf(secGroupMatrix, slot)[0];
+  if (own != nullptr)
+    complain(GROUP_WITHOUT_NAME, own);
+  else
+    complainOfMissingEntry(GROUP_WITHOUT_OWN_ENTRY, rowOf(secMapForSecGroupMatrix, slot)[0]);
+  return reportFailure("createNewSecGroupDN", "secGroup_dn", secGroup_dn[slot]);
+}
+
+static int32_t userWriteFailure(const char* step, int32_t slot) {
+  complainOfFile(NOT_WRITTEN, rowOf(secUserMatrix, slot)[0], output_ldif_filename);
+  return reportFailure(step, "secUser_dn", secUser_dn[slot]);
+}
+
+static int32_t groupWriteFailure(const char* step, int32_t slot) {
+  complainOfFile(NOT_WRITTEN, rowOf(secGroupMatrix, slot)[0], output_ldif_filename);
+  return reportFailure(step, "secGroup_dn", secGroup_dn[slot]);
+}
+
 static int32_t writePolicy(int32_t slot) {
-  if (createNewSecPolicyDN(slot) != 0) return userFailure("createNewSecPolicyDN", slot);
-  if (writePolicyContainerAddToOutputFile(slot) != 0) return userFailure("writePolicyContainerAddToOutputFile", slot);
-  if (writeSecPolicyAddToOutputFile(slot, ofp) != 0) return userFailure("writeSecPolicyAddToOutputFile", slot);
+  if (createNewSecPolicyDN(slot) != 0) return userNameFailure("createNewSecPolicyDN", slot);
+  if (writePolicyContainerAddToOutputFile(slot) != 0)
+    return userWriteFailure("writePolicyContainerAddToOutputFile", slot);
+  if (writeSecPolicyAddToOutputFile(slot, ofp) != 0) return userWriteFailure("writeSecPolicyAddToOutputFile", slot);
+  ++runCounts.policies;
   return 0;
 }
 
 static int32_t flushUser(int32_t slot) {
-  if (createNewSecUserDN(slot) != 0) return userFailure("createNewSecUserDN", slot);
-  if (writeSecUserAddToOutputFile(slot, ofp) != 0) return userFailure("writeSecUserAddToOutputFile", slot);
+  if (createNewSecUserDN(slot) != 0) return userNameFailure("createNewSecUserDN", slot);
+  if (writeSecUserAddToOutputFile(slot, ofp) != 0) return userWriteFailure("writeSecUserAddToOutputFile", slot);
+  ++runCounts.users;
   if (secPolicy_dn[slot] != nullptr && writePolicy(slot) != 0) return -1;
   freeSecUserDN(slot);
   freeSecUser(slot);
@@ -43,9 +78,9 @@ static int32_t flushUser(int32_t slot) {
 }
 
 static int32_t flushGroup(int32_t slot) {
-  if (createNewSecGroupDN(slot) != 0) return reportFailure("createNewSecGroupDN", "secGroup_dn", secGroup_dn[slot]);
-  if (writeSecGroupAddToOutputFile(slot, ofp) != 0)
-    return reportFailure("writeSecGroupAddToOutputFile", "secGroup_dn", secGroup_dn[slot]);
+  if (createNewSecGroupDN(slot) != 0) return groupNameFailure(slot);
+  if (writeSecGroupAddToOutputFile(slot, ofp) != 0) return groupWriteFailure("writeSecGroupAddToOutputFile", slot);
+  ++runCounts.groups;
   freeSecGroupDN(slot);
   freeSecGroup(slot);
   freeSecMapForSecGroup(slot);

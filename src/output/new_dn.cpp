@@ -1,6 +1,5 @@
 #include "output/new_dn.h"
 
-#include <cstdio>
 #include <cstring>
 #include <initializer_list>
 
@@ -8,6 +7,7 @@
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "ldif/colon_search.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/text.h"
 
@@ -21,10 +21,9 @@ struct NameSource {
 static constexpr NameSource principalNameSource = {&secUserMatrix, {"principalName:", "principalname:"}, principalName};
 static constexpr NameSource cnSource = {&secGroupMatrix, {"cn:", "CN:"}, cnFromSecGroupObject};
 
-[[noreturn]] static void exitForLongValue(const char* function, const char* dnLine) {
+[[noreturn]] static void exitForLongValue(const char* function, DetailText problem, const char* firstLine) {
   reportError("%s():  ERROR:  A name or DN is too long.  EXITING. \n", function);
-  concerning(dnLine);
-  exitWithMessage(PROCESSING_FAILED);
+  exitForEntry(problem, firstLine);
 }
 
 // Returns what follows the name's attribute in the first line that has it, anywhere; null without one.
@@ -42,7 +41,7 @@ static int32_t extractName(const NameSource& source, int32_t slot, const char* f
   source.name[0] = '\0';
   const char* found = findName(source, slot);
   if (found != nullptr && !copyBounded(source.name, NAME_SIZE, found))
-    exitForLongValue(function, rowOf(*source.matrix, slot)[0]);
+    exitForLongValue(function, NAME_TOO_LONG, rowOf(*source.matrix, slot)[0]);
   cutAtLineEnd(source.name);
   return source.name[0] != '\0' ? 0 : -1;
 }
@@ -78,7 +77,7 @@ int32_t learnCNFromSecGroupObject(int32_t slot) {
 struct DnBuilder {
   const char* function;
   const char* mallocFailure;
-  const CacheMatrix* matrix;  // of the entry that names the owner
+  const CacheMatrix* matrix;  // of the entry that gets the DN
   const char* prefix;         // before the name
   const char* container;      // behind it
 };
@@ -91,13 +90,13 @@ static constexpr DnBuilder groupDn = {"createNewSecGroupDN",
                                       "dn: cn=", ",cn=Groups,"};
 static constexpr DnBuilder policyDn = {"createNewSecPolicyDN",
                                        "createNewSecPolicyDN():  ERROR:  malloc() failure.  Exiting. \n",
-                                       &secUserMatrix, "dn: cn=Policy,cn=Policies,principalName=", ",cn=Users,"};
+                                       &secPolicyMatrix, "dn: cn=Policy,cn=Policies,principalName=", ",cn=Users,"};
 
 // True when the DN, in any case, lies in the default domain and not below its subdomains.
 static bool isInDefaultDomain(const DnBuilder& builder, int32_t slot, const char* dn) {
   traceLine("%s():  The old dn is:  %s", builder.function, dn);
   if (!copyLowered(tempString, sizeof tempString, dn))
-    exitForLongValue(builder.function, rowOf(*builder.matrix, slot)[0]);
+    exitForLongValue(builder.function, DN_TOO_LONG, rowOf(*builder.matrix, slot)[0]);
   return strstr(tempString, "secauthority=default") != nullptr && strstr(tempString, "cn=subdomains") == nullptr;
 }
 
@@ -109,7 +108,7 @@ static void storeNewDn(const DnBuilder& builder, int32_t slot, char*& dn, const 
   for (const char* part : {builder.prefix, name, builder.container, subdomain != nullptr ? subdomain : "",
                            subdomain != nullptr ? ",cn=Subdomains," : "", "secAuthority=default\n"})
     fits = fits && appendBounded(tempDN, sizeof tempDN, part);
-  if (!fits) exitForLongValue(builder.function, rowOf(*builder.matrix, slot)[0]);
+  if (!fits) exitForLongValue(builder.function, DN_TOO_LONG, rowOf(*builder.matrix, slot)[0]);
   char* newDn = copyLine(tempDN, builder.mallocFailure);
   freeLine(dn);
   dn = newDn;
@@ -130,8 +129,7 @@ static const char* subdomainOfPolicy(int32_t slot, char* dn) {
   char* component = dostristr(dn, "secauthority");
   if (component == nullptr) {
     reportError("createNewSecPolicyDN(): Missing secAuthority in dn: %s\n", dn);
-    concerning(dn);
-    exitWithMessage(PROCESSING_FAILED);
+    exitForEntry(POLICY_WITHOUT_AUTHORITY, rowOf(secPolicyMatrix, slot)[0]);
   }
   cutAtComma(component);
   return component;
@@ -155,9 +153,8 @@ int32_t createNewSecGroupDN(int32_t slot) {
   if (learnCNFromSecGroupObject(slot) != 0) {
     traceLine("createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.  Returning ERROR. \n");
     // Kept: shown whether or not errors are echoed.
-    printf("createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.\n");
-    printf("createNewSecGroupDN():  secGroup:  %s\n", textOrNull(secGroup_dn[slot]));
-    fflush(stdout);
+    printHarmlessly("createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.\n");
+    printHarmlessly("createNewSecGroupDN():  secGroup:  %s\n", textOrNull(secGroup_dn[slot]));
     return -1;
   }
   storeNewDn(groupDn, slot, secGroup_dn[slot], cnFromSecGroupObject,

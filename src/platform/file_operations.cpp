@@ -4,12 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <filesystem>
 #include <initializer_list>
+#include <string_view>
 #include <system_error>
 
-#include "platform/message_details.h"
+#include "platform/open_file.h"
 #include "platform/stream.h"
 
 static int32_t copyContents(Stream* source, Stream* destination) {
@@ -22,19 +21,19 @@ static int32_t copyContents(Stream* source, Stream* destination) {
   return readFailed(source) ? -1 : 0;
 }
 
-int32_t copyFile(const char* from, const char* to) {
-  Stream* source = openStream(from, OPEN_FOR_UPDATE, REGULAR_FILE);
-  Stream* destination = source == nullptr ? nullptr : openStream(to, OPEN_TO_CREATE, PRIVATE_FILE);
+int32_t copyFile(int descriptor, const char* to) {
+  HeldFile copy;
+  if (!openPlace(to, copy.place) || !openHeldFile(copy.place, OPEN_OR_CREATE, PRIVATE_FILE, copy)) return -1;
+  if (!lockFile(copy, to) || !cutFile(copy.descriptor)) return -1;
+  Stream* source = openStream(duplicateDescriptor(descriptor), STREAM_OF_FIXED_SIZE);
+  Stream* destination = source == nullptr ? nullptr : openStream(copy.descriptor, STREAM_FROM_BEGINNING);
   int32_t result = destination == nullptr ? -1 : copyContents(source, destination);
   if (closeStream(destination) != 0) result = -1;
   closeStream(source);
   return result;
 }
 
-void removeFile(const char* name) { unlink(name); }
-
-// The path that opening the name for writing would create: links that lead nowhere yet are followed, too.
-static std::filesystem::path resolve(std::filesystem::path path) {
+std::filesystem::path resolvedPath(std::filesystem::path path) {
   constexpr int MAXIMUM_LINKS = 40;
   std::error_code error;
   for (int link = 0; link < MAXIMUM_LINKS && std::filesystem::is_symlink(path, error); ++link) {
@@ -60,15 +59,8 @@ bool isSameFile(const char* name, const char* otherName) {
   const bool exists = stat(name, &status) == 0;
   const bool otherExists = stat(otherName, &otherStatus) == 0;
   if (exists != otherExists) return false;
-  if (!exists) return *name != '\0' && leadToOneFile(resolve(name), resolve(otherName));
-  return S_ISREG(status.st_mode) && status.st_dev == otherStatus.st_dev && status.st_ino == otherStatus.st_ino;
-}
-
-void takePermissionsFrom(const char* name) {
-  struct stat status;
-  if (stat(name, &status) != 0) return;
-  createdFilePermissions = status.st_mode & 0777U;
-  createdFileGroup = status.st_gid;
+  if (!exists) return *name != '\0' && leadToOneFile(resolvedPath(name), resolvedPath(otherName));
+  return S_ISREG(status.st_mode) && isSame(status, otherStatus);
 }
 
 bool openMissingStandardStreams() {

@@ -3,11 +3,42 @@
 // another service needs nothing from ours.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/detail_texts.h"
+
 // Why the last file operation failed, or what is wrong with the command line: text for an administrator,
 // empty when there is nothing to add. Written by the file operations and by the command-line check; taken back by
 // whoever goes on after a failure.
 inline char messageReason[512];
 
-// The dn: line of the entry, or the DN of the owner, that the next failure concerns; null for none. Only
-// lent: it must stay valid until the message has been issued.
+// The dn: line of the entry, or the DN of the owner, that the next failure of a position call or an allocation
+// concerns; null for none. Only lent: it must stay valid until the message has been issued.
 inline const char* messageSubject = nullptr;
+
+// What stands for {1}, {2} and so on in a text.
+struct MessageValue {
+  enum Kind : uint8_t { NOTHING, NUMBER, TEXT, ENTRY };
+
+  Kind kind = NOTHING;
+  int64_t number = 0;          // the number; of an entry its line in the input, 0 if that is not known
+  const char* text = nullptr;  // the text; of an entry its first line, null for none. Only lent, like messageSubject
+
+  constexpr MessageValue() = default;
+  constexpr MessageValue(int64_t value) : kind(NUMBER), number(value) {}
+  constexpr MessageValue(const char* value) : kind(TEXT), text(value) {}
+  constexpr MessageValue(const char* firstLine, int64_t line) : kind(ENTRY), number(line), text(firstLine) {}
+};
+
+constexpr size_t MAXIMUM_MESSAGE_VALUES = 10;
+
+struct MessageDetails {
+  DetailText sentence = NO_DETAIL;  // of a notice what follows its text, of an error what stands in place of it
+  DetailText hint = NO_DETAIL;      // what follows, in a sentence of its own
+  std::array<MessageValue, MAXIMUM_MESSAGE_VALUES> values = {};
+};
+
+// Of the next message that has a place for them. Whoever has filled them in takes them back.
+inline MessageDetails messageDetails;

@@ -1,14 +1,17 @@
 #include "platform/message_service.h"
 
-#include <strings.h>
-
+#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <span>
+#include <string_view>
 
 #include "platform/message_catalogue.h"
 #include "platform/message_details.h"
 #include "platform/message_translation.h"
+#include "platform/shown_text.h"
 
 // A text with its arguments, of which a file name of 4095 characters is the longest.
 static constexpr size_t TEXT_CAPACITY = 8192;
@@ -34,43 +37,86 @@ void zr_svc_routing(const char* routing, int32_t* status) {
   }
 }
 
-// Appends text to the line, control characters made visible so that a name cannot fake a line of its own.
-static void appendVisibly(char* line, const char* text, size_t length) {
-  size_t end = strlen(line);
-  for (size_t i = 0; i < length && end + 5 < LINE_CAPACITY; ++i) {
-    const auto character = static_cast<unsigned char>(text[i]);
-    const bool control = character < ' ' || character == 0x7f;
-    end += static_cast<size_t>(
-        snprintf(line + end, LINE_CAPACITY - end, control ? "\\x%02X" : "%c", static_cast<unsigned>(character)));
+static void append(char* line, std::string_view text) { appendHarmless(line, LINE_CAPACITY, text); }
+
+static void appendNumber(char* line, int64_t number) {
+  constexpr size_t DIGITS = 24;
+  char digits[DIGITS];
+  snprintf(digits, sizeof digits, "%" PRId64, number);
+  append(line, digits);
+}
+
+// What a message says of an entry: its DN, and where in the input it stands.
+static void appendEntry(char* line, const MessageValue& entry);
+
+// Appends a text with the values put in where it says {1}, {2} and so on.
+static void appendWithValues(char* line, std::string_view text, std::span<const MessageValue> values) {
+  for (size_t brace = text.find('{'); brace != std::string_view::npos; brace = text.find('{')) {
+    append(line, text.substr(0, brace));
+    text.remove_prefix(brace + 1);
+    const size_t number = strtoul(text.data(), nullptr, 10);
+    const size_t closing = text.find('}');
+    text.remove_prefix(closing == std::string_view::npos ? text.size() : closing + 1);
+    if (number == 0 || number > values.size()) continue;
+    const MessageValue& value = values[number - 1];
+    if (value.kind == MessageValue::NUMBER) appendNumber(line, value.number);
+    if (value.kind == MessageValue::TEXT) append(line, value.text);
+    if (value.kind == MessageValue::ENTRY) appendEntry(line, value);
   }
+  append(line, text);
 }
 
-static void appendVisibly(char* line, const char* text) { appendVisibly(line, text, strlen(text)); }
-
-static bool looksLikeDn(const char* subject) {
-  return strncasecmp(subject, "dn:", strlen("dn:")) == 0 || subject[strcspn(subject, "=:, ")] == '=';
+static void appendEntry(char* line, const MessageValue& entry) {
+  const std::string_view dn = entry.text != nullptr ? dnOfLine(entry.text) : std::string_view();
+  append(line, dn.empty() ? textInLanguage(HIDDEN_DN) : dn);
+  const MessageValue number = entry.number;
+  if (entry.number > 0) appendWithValues(line, textInLanguage(LINE_OF_ENTRY), {&number, 1});
 }
 
-// In a damaged file something else may stand where a DN belongs, a password perhaps: that is not shown.
 static void appendSubject(char* line, const char* subject) {
-  appendVisibly(line, " Concerned: ");
-  if (looksLikeDn(subject))
-    appendVisibly(line, subject, strcspn(subject, "\r\n"));
-  else
-    appendVisibly(line, "an entry that does not begin with its dn");
+  std::string_view dn = dnOfLine(subject);
+  if (dn.empty()) dn = asDn(subject);
+  append(line, " Concerned: ");
+  append(line, dn.empty() ? "an entry whose DN cannot be shown" : dn);
 }
 
 static void appendReason(char* line, const char* introduction) {
   if (messageReason[0] == '\0') return;
-  appendVisibly(line, introduction);
-  appendVisibly(line, messageReason);
+  append(line, introduction);
+  append(line, messageReason);
 }
 
-static void appendAddition(char* line, const CatalogueMessage& message) {
-  if (message.addition == REASON || message.addition == REASON_AND_USAGE) appendReason(line, ": ");
-  if (message.addition != SUBJECT) return;
-  if (messageSubject != nullptr) appendSubject(line, messageSubject);
-  appendReason(line, " Reason: ");
+static void appendSentence(char* line, DetailText sentence) {
+  if (sentence == NO_DETAIL) return;
+  append(line, " ");
+  appendWithValues(line, textInLanguage(sentence), messageDetails.values);
+}
+
+// Appends the text, in which its arguments stand already, and what belongs to it.
+static void appendMessage(char* line, const CatalogueMessage& message, const char* text) {
+  switch (message.addition) {
+    case NO_ADDITION:
+      append(line, text);
+      break;
+    case REASON:
+    case REASON_AND_USAGE:
+      append(line, text);
+      appendReason(line, ": ");
+      break;
+    case SUBJECT:
+      append(line, text);
+      if (messageSubject != nullptr) appendSubject(line, messageSubject);
+      appendReason(line, " Reason: ");
+      break;
+    case SENTENCE_BEHIND:
+      appendWithValues(line, text, messageDetails.values);
+      appendSentence(line, messageDetails.sentence);
+      break;
+    case SENTENCE_IN_PLACE:
+      appendWithValues(line, messageDetails.sentence == NO_DETAIL ? text : textInLanguage(messageDetails.sentence),
+                       messageDetails.values);
+      appendSentence(line, messageDetails.hint);
+  }
 }
 
 void zr_printf_utf8(uint32_t code, ...) {
@@ -84,8 +130,7 @@ void zr_printf_utf8(uint32_t code, ...) {
 
   static char line[LINE_CAPACITY];
   snprintf(line, sizeof line, "tqldif2v6: %u %s: ", code, severityNames[message->severity]);
-  appendVisibly(line, text);
-  appendAddition(line, *message);
+  appendMessage(line, *message, text);
   const size_t end = strlen(line);
   snprintf(line + end, sizeof line - end, "\n%s", message->addition == REASON_AND_USAGE ? usageText : "");
   FILE* route = routeOf(message->severity);

@@ -60,10 +60,16 @@ static nl_catd openCatalogue() {
   return catopen("tqldif2v6.cat", NL_CAT_LOCALE);
 }
 
-const char* textInLanguage(const CatalogueMessage& message) {
+// Returns the translation of a text, or the text itself.
+static const char* translated(int set, int number, const char* text) {
   static nl_catd catalogue = openCatalogue();
   // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how catopen says that there is none
-  if (catalogue == reinterpret_cast<nl_catd>(-1)) return message.text;
-  const char* text = catgets(catalogue, 1, messageNumber(message), message.text);
+  return catalogue == reinterpret_cast<nl_catd>(-1) ? text : catgets(catalogue, set, number, text);
+}
+
+const char* textInLanguage(const CatalogueMessage& message) {
+  const char* text = translated(1, messageNumber(message), message.text);
   return takesSameArguments(text, message.text) ? text : message.text;
 }
+
+const char* textInLanguage(DetailText text) { return translated(2, text, detailText(text)); }

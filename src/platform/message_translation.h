@@ -8,6 +8,9 @@
 // opened at the first call, which sets the locale of messages and no other; it stays open.
 const char* textInLanguage(const CatalogueMessage& message);
 
+// The same for the text of a detail. It takes no arguments: values are put in where a text has a place for them.
+const char* textInLanguage(DetailText text);
+
 // True when both printf formats take the same arguments, in number and type. Known are %s and %d with flags, width
 // and precision, in order or by position (%2$s); a format with anything else is refused.
 bool takesSameArguments(const char* format, const char* otherFormat);

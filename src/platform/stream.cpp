@@ -6,11 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 
-#include "platform/message_details.h"
+#include "platform/open_file.h"
 
 static constexpr size_t WINDOW_SIZE = size_t{256} * 1024;
 // How much is read after a jump to another place; doubled by every read that goes on from there.
@@ -20,6 +19,7 @@ static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
 
 struct Stream {
   int64_t windowStart;  // offset in the file of the window's first byte
+  int64_t fixedSize;    // of the file, which nobody may change; -1 if that does not matter
   size_t readSize;      // bytes to read next
   size_t filled;        // bytes of the window that hold file content, read or written
   size_t cursor;        // next byte to read or write; at most filled
@@ -35,100 +35,63 @@ struct Stream {
 
 static Stream streams[MAXIMUM_STREAMS];
 
-static void reasonFromErrno() { snprintf(messageReason, sizeof messageReason, "%s", strerror(errno)); }
-
-// Says what is wrong with an open file of the given kind; null when nothing is.
-static const char* findObjection(int descriptor, FileKind kind) {
-  struct stat status;
-  if (kind == NAMED_BY_USER) return nullptr;
-  if (fstat(descriptor, &status) != 0) return strerror(errno);
-  if (kind == PRIVATE_FILE_OR_DEVICE && S_ISCHR(status.st_mode)) return nullptr;
-  if (!S_ISREG(status.st_mode)) return "not a regular file";
-  if (kind == REGULAR_FILE) return nullptr;
-  if (status.st_nlink > 1) return "the file has a second hard link";
-  if (status.st_uid != geteuid()) return "the file belongs to another user";
-  return nullptr;
-}
-
-static bool isPrivate(FileKind kind) { return kind == PRIVATE_FILE || kind == PRIVATE_FILE_OR_DEVICE; }
-
-static int openFlags(FileKind kind) {
-  int flags = O_RDWR | O_CLOEXEC | O_NOCTTY;
-  if (isPrivate(kind)) flags |= O_NOFOLLOW;
-  if (kind != NAMED_BY_USER) flags |= O_NONBLOCK;
-  return flags;
-}
-
-// Gives the input's group its bits on a file that has just been created; should that fail, it does without them.
-static void admitGroup(int descriptor) {
-  struct stat status;
-  if (fstat(descriptor, &status) != 0 || status.st_gid != createdFileGroup) return;
-  const mode_t mask = umask(S_IRWXG | S_IRWXO);  // there is no way to read it but to set it
-  umask(mask);
-  fchmod(descriptor, createdFilePermissions & ~mask);
-}
-
-// Which group a file gets shows only when it is there; until then it is closed to groups.
-static int createOrOpen(const char* name, int flags) {
-  const unsigned permissions = createdFilePermissions & ~static_cast<unsigned>(S_IRWXG);
-  const int descriptor = open(name, flags | O_CREAT | O_EXCL, permissions);
-  if (descriptor < 0 && errno == EEXIST) return open(name, flags | O_CREAT, permissions);
-  if (descriptor >= 0 && permissions != createdFilePermissions) admitGroup(descriptor);
-  return descriptor;
-}
-
-int openFile(const char* name, OpenMode mode, FileKind kind) {
-  const int flags = openFlags(kind);
-  const int descriptor = mode == OPEN_FOR_UPDATE ? open(name, flags, 0) : createOrOpen(name, flags);
-  if (descriptor < 0) {
-    if (errno == ELOOP && isPrivate(kind))
-      snprintf(messageReason, sizeof messageReason, "a symbolic link stands in its place");
-    else
-      reasonFromErrno();
-    return -1;
-  }
-  const char* objection = findObjection(descriptor, kind);
-  // Pipes and devices have no length to cut: EINVAL says so and is no failure.
-  if (objection == nullptr && mode == OPEN_TO_CREATE && ftruncate(descriptor, 0) != 0 && errno != EINVAL)
-    objection = strerror(errno);
-  if (objection == nullptr && fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK) == 0)
-    return descriptor;
-  if (objection == nullptr) objection = strerror(errno);
-  snprintf(messageReason, sizeof messageReason, "%s", objection);
-  close(descriptor);
-  return -1;
+int duplicateDescriptor(int descriptor) {
+  const int duplicate = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+  if (duplicate < 0) failWith();
+  return duplicate;
 }
 
 static void initialise(Stream* stream, int descriptor, off_t offset) {
   stream->isOpen = true;
   stream->descriptor = descriptor;
   stream->hasPositions = offset >= 0;
+  stream->fixedSize = -1;
   stream->readHasFailed = stream->writeHasFailed = false;
   stream->windowStart = std::max<off_t>(offset, 0);
   stream->readSize = FIRST_READ_SIZE;
   stream->filled = stream->cursor = stream->dirtyBegin = stream->dirtyEnd = 0;
 }
 
-Stream* openStream(const char* name, OpenMode mode, FileKind kind) {
-  Stream* stream = std::find_if(std::begin(streams), std::end(streams), [](const Stream& s) { return !s.isOpen; });
-  if (stream == std::end(streams)) {
-    snprintf(messageReason, sizeof messageReason, "too many files are open");
-    return nullptr;
-  }
-  const int descriptor = openFile(name, mode, kind);
+// A pipe has no position, and needs none to be written to.
+static bool findPosition(int descriptor, StreamMode mode, off_t& offset) {
+  offset = lseek(descriptor, 0, mode == STREAM_AT_END ? SEEK_END : SEEK_SET);
+  return offset >= 0 || (errno == ESPIPE && mode != STREAM_AT_END) || failWith();
+}
+
+static bool fixSize(Stream* stream, StreamMode mode) {
+  struct stat status;
+  if (mode != STREAM_OF_FIXED_SIZE) return true;
+  if (fstat(stream->descriptor, &status) != 0) return failWith();
+  stream->fixedSize = status.st_size;
+  return true;
+}
+
+Stream* openStream(int descriptor, StreamMode mode) {
   if (descriptor < 0) return nullptr;
-  const off_t offset = lseek(descriptor, 0, mode == OPEN_TO_APPEND ? SEEK_END : SEEK_SET);
-  if (offset < 0 && mode == OPEN_TO_APPEND && kind != NAMED_BY_USER) {
-    reasonFromErrno();
-    close(descriptor);
-    return nullptr;
+  Stream* stream = std::find_if(std::begin(streams), std::end(streams), [](const Stream& s) { return !s.isOpen; });
+  off_t offset = 0;
+  if (stream == std::end(streams)) {
+    failWith("too many files are open");
+  } else if (findPosition(descriptor, mode, offset)) {
+    initialise(stream, descriptor, offset);
+    if (fixSize(stream, mode)) return stream;
+    stream->isOpen = false;
   }
-  initialise(stream, descriptor, offset);
-  return stream;
+  close(descriptor);
+  return nullptr;
+}
+
+// False when the size of a file that is to keep it is another now.
+static bool hasItsSize(const Stream* stream) {
+  struct stat status;
+  if (stream->fixedSize < 0) return true;
+  if (fstat(stream->descriptor, &status) != 0) return failWith();
+  return status.st_size == stream->fixedSize || failWith(CHANGED_BY_OTHERS);
 }
 
 // Writes the pending bytes. They are given up when it fails: the stream then stays failed.
 static void writePending(Stream* stream) {
+  if (stream->dirtyBegin < stream->dirtyEnd && !hasItsSize(stream)) stream->writeHasFailed = true;
   while (stream->dirtyBegin < stream->dirtyEnd && !stream->writeHasFailed) {
     const char* from = stream->window + stream->dirtyBegin;
     const size_t length = stream->dirtyEnd - stream->dirtyBegin;
@@ -138,7 +101,7 @@ static void writePending(Stream* stream) {
     if (written > 0) {
       stream->dirtyBegin += static_cast<size_t>(written);
     } else if (written == 0 || errno != EINTR) {
-      reasonFromErrno();
+      failWith();
       stream->writeHasFailed = true;
     }
   }
@@ -154,7 +117,7 @@ int32_t closeStream(Stream*& stream) {
   if (stream == nullptr) return 0;
   int32_t result = flushStream(stream);
   if (close(stream->descriptor) != 0 && result == 0) {
-    reasonFromErrno();
+    failWith();
     result = -1;
   }
   stream->isOpen = false;
@@ -188,8 +151,9 @@ static bool readMore(Stream* stream) {
     count = pread(stream->descriptor, stream->window + stream->filled, wanted,
                   stream->windowStart + static_cast<int64_t>(stream->filled));
   } while (count < 0 && errno == EINTR);
-  if (count < 0) {
-    reasonFromErrno();
+  const int64_t end = stream->windowStart + static_cast<int64_t>(stream->filled);
+  if (count < 0 || (count == 0 && end < stream->fixedSize)) {
+    failWith(count == 0 ? CHANGED_BY_OTHERS : nullptr);
     stream->readHasFailed = true;
   }
   if (count <= 0) return false;

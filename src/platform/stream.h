@@ -6,41 +6,26 @@
 #include <cstdint>
 #include <string_view>
 
-// How a file is opened; the comment is the mode of the standard library that it stands for.
-enum OpenMode {
-  OPEN_FOR_UPDATE,  // "rb+": must exist, is not truncated
-  OPEN_TO_APPEND,   // "ab+": created if missing, written at its end
-  OPEN_TO_CREATE    // "wb+": created or truncated
-};
-
-// Whom a file may belong to and what it may be.
-enum FileKind {
-  NAMED_BY_USER,          // anything that opens, devices and pipes included
-  REGULAR_FILE,           // a regular file, found through links too
-  PRIVATE_FILE,           // a regular file that nobody can have laid for us to write through: no symbolic link, no
-                          // second hard link, owned by the user who runs the tool
-  PRIVATE_FILE_OR_DEVICE  // the same, or a character device
+// How a stream stands on its file.
+enum StreamMode {
+  STREAM_FROM_BEGINNING,  // written from the beginning
+  STREAM_AT_END,          // written behind what is there
+  STREAM_OF_FIXED_SIZE    // read, and changed in place: a file that has become shorter meanwhile fails to be read, and
+                          // one whose size is another fails to be written
 };
 
 struct Stream;
 
-// How many streams can be open at once: the run needs three, and a test a few more.
+// How many streams can be open at once: the run needs four, and a test a few more.
 constexpr size_t MAXIMUM_STREAMS = 8;
 
-// Permission bits of the files that the tool creates, narrowed further by the umask, and the group that the group's
-// bits are for: a file that gets another group does without. Set at start-up to those of the input, whose secrets the
-// files hold.
-inline unsigned createdFilePermissions = 0600;
-inline unsigned createdFileGroup = 0;
+// Returns another descriptor of the open file, or -1 with the reason in messageReason.
+int duplicateDescriptor(int descriptor);
 
-// Opens a file without following what its kind forbids. Returns an open descriptor, or -1 with the reason in
-// messageReason. Never blocks on a pipe, and truncates only what it has checked.
-int openFile(const char* name, OpenMode mode, FileKind kind);
-
-// Opens a file as a stream; at its end when appending, otherwise at its beginning. Returns null with the
-// reason in messageReason when it cannot be opened or is one too many. Takes no memory from the heap. The caller closes
-// it with closeStream.
-Stream* openStream(const char* name, OpenMode mode, FileKind kind);
+// Makes a stream of an open file, which it takes over. Returns null with the reason in messageReason when the
+// descriptor is negative, whose own reason stays, when the file cannot be positioned although it is one that could, or
+// when the stream is one too many. Takes no memory from the heap. The caller closes it with closeStream.
+Stream* openStream(int descriptor, StreamMode mode);
 
 // Writes what is pending. Returns 0, or -1 when this or any earlier write to the stream failed, with the
 // reason in messageReason.

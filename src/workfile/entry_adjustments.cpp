@@ -10,6 +10,7 @@
 #include "driver/reporting.h"
 #include "ldif/attribute_lookup.h"
 #include "ldif/colon_search.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
@@ -60,6 +61,10 @@ static void addInstallDate() {
   if (objectContainsInAnyCase("installDate: ")) return;
   const time_t now = time(nullptr);
   const tm* local = localtime(&now);
+  if (local == nullptr) {
+    reportError("tweekObjectInObjectArray():  ERROR:  The local time is not known.  EXITING. \n");
+    exitForObject(NO_LOCAL_TIME);
+  }
   char* line = allocateLine(INSTALL_DATE_SIZE, MALLOC_FAILURE);
   char part[PART_SIZE];
   strftime(part, sizeof part, "%Y", local);
@@ -81,13 +86,13 @@ static void addDomainId() {
   if (authority == nullptr) {
     reportError("tweekObjectInObjectArray():  obtainAttributeValueFromObjArray('secAuthority') failure.  EXITING. \n");
     echoError("object is:  %s\n", textOrNull(firstLineOfObject()));
-    exitForObject(PROCESSING_FAILED);
+    exitForObject(USER_WITHOUT_AUTHORITY);
   }
   char* name = obtainAttributeValueFromObjArray("principalName");
   if (name == nullptr) {
     reportError("tweekObjectInObjectArray():  obtainAttributeValueFromObjArray('principalName') failure.  EXITING. \n");
     echoError("tweekObjectInObjectArray():  secUser object is =%s\n", textOrNull(firstLineOfObject()));
-    exitForObject(PROCESSING_FAILED);
+    exitForObject(USER_WITHOUT_NAME);
   }
   constexpr char FORMAT[] = "secDomainId: %s%%%s";
   const size_t size = strlen(FORMAT) + strlen(authority) + strlen(name) + LINE_SPARE;

@@ -4,12 +4,15 @@
 #include <cstdlib>
 
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
 #include "ldif/colon_search.h"
+#include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
 #include "workfile/left_behind.h"
+#include "workfile/work_file.h"
 #include "workfile/work_file_cursor.h"
 
 // A line that holds one of these, in any case, stays behind.
@@ -38,7 +41,7 @@ static void requireResCreds() {
   if (objectClass == RESCREDS_CONTAINER || objectClass == SECRESCREDS_OBJECTCLASS) return;
   reportError(
       "copyRemainingObjectsToOutputLDIFFile():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n");
-  exitForObject(PROCESSING_FAILED);
+  exitForObject(UNKNOWN_CLASS);
 }
 
 // Returns 0, or -1 when a line cannot be written.
@@ -56,11 +59,12 @@ static int32_t copyObject() {
     traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
     exit(-1);  // Kept: without a message.
   }
+  ++runCounts.resourceCredentials;
   if (deleteNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
     reportError(
         "copyRemainingObjectsToOutputLDIFFile():  ERROR: deleteNextObjectFromTemporaryInputLDIFFile() failed deleting a ResCreds container or secResCreds object.  EXITING. \n");
-    concerning(tempString);
-    exitWithMessage(PROCESSING_FAILED);
+    requireUnchangedWorkFile();
+    exitForEntryInFile(NOT_BLANKED, tempString, temp_input_ldif_filename);
   }
   return 0;
 }
@@ -69,8 +73,7 @@ static int32_t copyObject() {
 // An entry that has ended elsewhere than before, as only an odd left-over work file has it, makes the rest be read.
 // Returns false behind the last entry.
 static bool moveToNextObject(int32_t& nextLeftObject, int64_t& expectedPosition) {
-  int64_t position = 0;
-  getPosition(tifp, &position);
+  const int64_t position = requirePosition(tifp);
   if (position != expectedPosition) leftObjectsEnd = position;
   if (leftObjectsEnd != END_OF_FILE) return true;
   LeftObject* end = leftObjects + leftObjectCount;
@@ -78,13 +81,13 @@ static bool moveToNextObject(int32_t& nextLeftObject, int64_t& expectedPosition)
   if (next == end) return false;
   nextLeftObject = static_cast<int32_t>(next - leftObjects) + 1;
   expectedPosition = static_cast<int64_t>(next->start + next->length);
-  return setPosition(tifp, static_cast<int64_t>(next->start)) == 0;
+  requireMoveTo(tifp, static_cast<int64_t>(next->start));
+  return true;
 }
 
 void copyRemainingObjectsToOutputLDIFFile() {
   traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  FUNCTION ENTRY  \n");
-  tifp = openStream(temp_input_ldif_filename, OPEN_FOR_UPDATE, PRIVATE_FILE);
-  if (tifp == nullptr) {
+  if (!reopenWorkFile()) {
     traceLine("copyRemainingObjectsToOutputLDIFFile():  ERROR:  Unable to open temporary input LDIF file:  %s. \n",
               temp_input_ldif_filename);
     traceLine("                 EXITING \n");
@@ -105,6 +108,7 @@ void copyRemainingObjectsToOutputLDIFFile() {
   if (readFailed(tifp)) exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);  // while blanking out
   traceLine(
       "\ncopyRemainingObjectsToOutputLDIFFile():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
-  if (closeStream(tifp) != 0) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
+  requireUnchangedWorkFile();
+  closeWorkFile();
   traceLine("\ncopyRemainingObjectsToOutputLDIFFile():  FUNCTION EXIT  \n");
 }

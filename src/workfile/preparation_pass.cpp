@@ -2,8 +2,9 @@
 
 #include <cstring>
 
-#include "driver/interruption.h"
+#include "driver/progress.h"
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
 #include "ldif/attribute_lookup.h"
 #include "ldif/colon_search.h"
@@ -13,6 +14,8 @@
 #include "ldif/text.h"
 #include "platform/message_details.h"
 #include "workfile/entry_adjustments.h"
+#include "workfile/input_file.h"
+#include "workfile/work_file.h"
 
 // Where the entries of one kind go.
 struct Destination {
@@ -22,8 +25,8 @@ struct Destination {
   bool tightensOwnerNames;  // blanks around commas go, in the lines that later name an entry's owner
 };
 
-static const Destination outputFile = {ofp, output_ldif_filename, true, false};
-static const Destination workFile = {tifp, temp_input_ldif_filename, false, true};
+static const Destination toOutput = {ofp, output_ldif_filename, true, false};
+static const Destination toWorkFile = {tifp, temp_input_ldif_filename, false, true};
 
 static void stopOnFailure(int32_t result, const char* fileName) {
   if (result != 0) exitWithMessage(WRITE_FAILED, fileName);
@@ -34,11 +37,11 @@ static const Destination& chooseDestination(const char* dnLine) {
     case UNINTERESTING_OBJECTCLASS:
     case SECAUTHORITYINFO_OBJECTCLASS:
     case CONTAINER_OBJECTCLASS:
-      return outputFile;
+      return toOutput;
     case SECPOLICY_OBJECTCLASS:
-      return dostristr(dnLine, "cn=Policies,secAuthority=") != nullptr ? outputFile : workFile;
+      return dostristr(dnLine, "cn=Policies,secAuthority=") != nullptr ? toOutput : toWorkFile;
     default:
-      return workFile;
+      return toWorkFile;
   }
 }
 
@@ -76,12 +79,25 @@ static void writeObject(const Destination& destination) {
   stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
 }
 
+static void count(const Destination& destination, const char* dnLine) {
+  const auto entryClass = static_cast<size_t>(objectClass);
+  ++(&destination == &toOutput ? runCounts.intoOutput : runCounts.intoWorkFile)[entryClass];
+  const bool isOwnEntry = dostristr(dnLine, "cn=users,secauthority=") == nullptr;
+  if (objectClass == SECUSER_OBJECTCLASS && isOwnEntry) ++runCounts.ownUserEntries;
+}
+
+static void showProgressOfPreparation() {
+  int64_t position = 0;
+  if (getPosition(ifp, &position) == 0) showProgress("preparation", position, inputSize());
+}
+
 static void prepareObject() {
   determineTheObjectsObjectClass();
   char* dnLine = obtainAttributeFromObjectArray(0);
   tweekObjectInObjectArray();
   const Destination& destination = chooseDestination(dnLine);
-  if (&destination == &outputFile) writeObjectToLDIFFile = 1;
+  if (&destination == &toOutput) writeObjectToLDIFFile = 1;
+  count(destination, dnLine);
   writeObject(destination);
   freeLine(dnLine);
 }
@@ -89,20 +105,22 @@ static void prepareObject() {
 static void prepareAllObjects() {
   for (;;) {
     const int32_t result = getNextObject(ifp);
-    if (result == OBJECT_COPIED_TO_OUTPUT) continue;
+    showProgressOfPreparation();
+    if (result == OBJECT_COPIED_TO_OUTPUT) {
+      ++runCounts.intoOutput[UNINTERESTING_OBJECTCLASS];
+      continue;
+    }
     if (result != 0 && next_available_object_slot == 0) return;
     if (readFailed(ifp)) return;  // the entry is not whole
     prepareObject();
   }
 }
 
-// No signal may find the work file there and not yet marked as the run's own.
-static void openWorkFile(bool isTracing) {
-  holdSignals();
-  tifp = openStream(temp_input_ldif_filename, OPEN_TO_APPEND, PRIVATE_FILE);
-  workFileIsToBeRemoved = tifp != nullptr && !isTracing ? 1 : 0;
-  letSignalsThrough();
-  if (tifp == nullptr) exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
+// What was in the output before goes only now, when everything that the run needs is open.
+static void openOutput() {
+  if (cutFile(outputFile.descriptor))
+    ofp = openStream(duplicateDescriptor(outputFile.descriptor), STREAM_FROM_BEGINNING);
+  if (ofp == nullptr) exitWithMessage(FILE_NOT_OPENED, output_ldif_filename);
 }
 
 int32_t copyOriginalInputFileToTempInputFile() {
@@ -111,18 +129,20 @@ int32_t copyOriginalInputFileToTempInputFile() {
   traceLine("copyOriginalInputFileToTempInputFile():  FUNCTION ENTRY \n");
   traceLine("copyOriginalInputFileToTempInputFile():  The temporary input file name = %s \n", temp_input_ldif_filename);
   debug = 0;
-  ifp = openStream(input_ldif_filename, OPEN_FOR_UPDATE, REGULAR_FILE);
-  if (ifp == nullptr) exitWithMessage(FILE_NOT_OPENED, input_ldif_filename);
-  openWorkFile(debugBefore != 0);
+  openInput();
+  openWorkFileForAppending(debugBefore != 0);
+  openOutput();
 
   prepareAllObjects();
 
-  const int32_t result = readFailed(ifp) ? -1 : 0;
+  const bool couldBeRead = !readFailed(ifp);
+  // Asked even if a read has failed: then this is why.
+  const bool isRead = isInputUnchanged() && couldBeRead;
   // Only read, so that nothing of it can be lost; what the failed read had to say is needed still.
-  if (closeStream(ifp) != 0 && result == 0) messageReason[0] = '\0';
-  stopOnFailure(closeStream(tifp), temp_input_ldif_filename);
+  if (closeStream(ifp) != 0 && isRead) messageReason[0] = '\0';
+  stopOnFailure(closeAppendedWorkFile(), temp_input_ldif_filename);
   stopOnFailure(flushStream(ofp), output_ldif_filename);
   debug = debugBefore;
   traceLine("copyOriginalInputFileToTempInputFile():  TURNING DEBUG TRACING BACK ON \n");
-  return result;
+  return isRead ? 0 : -1;
 }

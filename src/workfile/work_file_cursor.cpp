@@ -9,11 +9,17 @@
 #include "ldif/text.h"
 #include "platform/message_service.h"
 
-static FilePosition positionOf(const Stream* stream) {
+static void exitUnlessSet(const char* call, int32_t rc) {
+  if (rc != 0) exitWithMessage(POSITION_CALL_FAILED, call, rc);
+}
+
+FilePosition requirePosition(const Stream* stream) {
   FilePosition position = 0;
-  getPosition(stream, &position);  // cannot fail: it has not at the beginning of the read
+  exitUnlessSet("fgetpos()", getPosition(stream, &position));
   return position;
 }
+
+void requireMoveTo(Stream* stream, FilePosition position) { exitUnlessSet("fsetpos()", setPosition(stream, position)); }
 
 static void noteLine() {
   lastObjectExtent.linesLength += nextLineLength;
@@ -37,9 +43,9 @@ static int32_t readLinesOfObject(Stream* stream) {
 
 static int32_t readObject(Stream* stream) {
   skipBlankLines(stream, NEXT_LINE_SIZE - 1);
-  lastObjectExtent = {filePositionBeforeReadingObject, positionOf(stream), 0, 0, true};
+  lastObjectExtent = {filePositionBeforeReadingObject, requirePosition(stream), 0, 0, true};
   const int32_t result = readLinesOfObject(stream);
-  lastObjectExtent.end = positionOf(stream);
+  lastObjectExtent.end = requirePosition(stream);
   return result;
 }
 
@@ -117,17 +123,18 @@ static void blankOutLines(char* lines, size_t length) {
 
 // True when the entry that comes next is the one that has been read last, and plain.
 static bool isLastObjectNext(const Stream* stream) {
-  return lastObjectExtent.isPlain && positionOf(stream) == lastObjectExtent.readFrom;
+  FilePosition position = 0;
+  return lastObjectExtent.isPlain && getPosition(stream, &position) == 0 && position == lastObjectExtent.readFrom;
 }
 
 // Blanks the entry out in memory. Returns false, the position being unchanged, when it has to be done line by line.
 static bool blankOutLastObject(Stream* stream) {
   if (!isLastObjectNext(stream)) return false;
   lastObjectExtent.isPlain = false;
-  setPosition(stream, lastObjectExtent.begin);
+  requireMoveTo(stream, lastObjectExtent.begin);
   char* lines = changeInPlace(stream, lastObjectExtent.linesLength);
   if (lines != nullptr) blankOutLines(lines, lastObjectExtent.linesLength);
-  setPosition(stream, lines != nullptr ? lastObjectExtent.end : lastObjectExtent.readFrom);
+  requireMoveTo(stream, lines != nullptr ? lastObjectExtent.end : lastObjectExtent.readFrom);
   return lines != nullptr;
 }
 
@@ -179,7 +186,7 @@ static void traceSteppedLine(bool isBlank, int32_t lines) {
 
 static void stepOverObject(Stream* stream) {
   if (debug == 0 && isLastObjectNext(stream)) {
-    setPosition(stream, lastObjectExtent.end);
+    requireMoveTo(stream, lastObjectExtent.end);
     return;
   }
   if (debug == 0) skipBlankLines(stream, NEXT_LINE_SIZE - 1);  // while tracing, every line is shown

@@ -37,6 +37,10 @@ inline int32_t hasTheStepOverFilePositionBeenInitialized = 0;
 // getNextObjectFromTemporaryInputLDIFFile's result when the file cannot be read.
 constexpr int32_t OBJECT_NOT_READABLE = -2;
 
+// Return, or set, the position of a stream. End the run with POSITION_CALL_FAILED when that fails.
+FilePosition requirePosition(const Stream* stream);
+void requireMoveTo(Stream* stream, FilePosition position);
+
 // Fills the entry buffer with the next entry and puts the stream back where it stood. Returns 0 when a blank
 // line ended the entry; -1 at the end of the file, with the last entry in the buffer or, when no entry is
 // left, a count of 0; OBJECT_NOT_READABLE when a read failed. Ends the run when a position call fails, memory

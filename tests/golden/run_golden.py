@@ -14,8 +14,10 @@ A folder may hold, for the run:
 and what is expected of it:
   exit         the exit status; 0 when absent
   stdout, stderr
-               the text. A line that begins with "~" is a regular expression for one line; a last line
-               "..." allows anything to follow. Without stderr, a run that ends with 0 must write none.
+               the text. A line that begins with "~" is a regular expression for one line; "#" and the
+               number of a message stand for one line with that message, of which a text behind the
+               number must be a part; a last line "..." allows anything to follow. Without stderr, a run
+               that ends with 0 must write none.
   output.ldif  the bytes of the output
   workfile     the bytes of input.ldif.tmp at the end; without it that file must be gone, unless
                the empty file workfile-any says that nobody minds
@@ -73,15 +75,27 @@ def lineMatches(expected, actual):
     return expected == actual
 
 
+def messageMatches(expected, actual):
+    number, _, part = expected[1:].partition(" ")
+    message = re.fullmatch(f"tqldif2v6: {number} (?:ERROR|WARNING|NOTICE): (.*)", actual, re.DOTALL)
+    return message is not None and part in message[1]
+
+
+def textLineMatches(expected, actual):
+    return (messageMatches if re.match("#[0-9]", expected) else lineMatches)(expected, actual)
+
+
 def compareText(title, expected, actual):
     expected, actual = expected.split("\n"), actual.split("\n")
     compared = actual
     if expected[-2:] == ["...", ""]:
         expected = expected[:-2]
         compared = actual[:len(expected)]
-    if len(expected) == len(compared) and all(map(lineMatches, expected, compared)):
+    if len(expected) == len(compared) and all(map(textLineMatches, expected, compared)):
         return []
-    return [difference(title, expected, actual)]
+    # What matches reads alike, so that only the rest is shown as a difference.
+    matched = [a if textLineMatches(e, a) else e for e, a in zip(expected, compared)]
+    return [difference(title, matched + expected[len(compared):], actual)]
 
 
 def compareBytes(title, expected, path):

@@ -705,6 +705,21 @@ def leftOver(rng, seed):
     return text
 
 
+# What may stand for the owners' organisation: text that moves a terminal, or that makes their DNs none.
+ODD_ORGANISATIONS = (b"o=ex\xc3\xa4mple", b"o=\x1b[2Jx", b"o=\xc2\x9bx", b"o=\x9bx", b"o=x\x7f", b"o=a\tb",
+                     b"o=\xe2\x82x", b"o=", b"o==", b"o=x=", b"o", b"o=a;b=c", b"o=a;b", b"o=a\\,b", b"o=a\\\\",
+                     b"o =x", b"1.2=x", b"o+u=x")
+
+
+def withOddOrganisation(seed, *texts):
+    """The texts, in a few cases with an odd organisation. Other cases do not depend on these choices."""
+    rng = random.Random(f"{seed} organisation")
+    if rng.random() >= 0.08:
+        return texts
+    odd = rng.choice(ODD_ORGANISATIONS)
+    return tuple(text if text is None else text.replace(b"o=example", odd) for text in texts)
+
+
 def hostileCase(seed):
     rng = random.Random(f"{seed} hostile")
     style = Style(rng)
@@ -722,6 +737,7 @@ def hostileCase(seed):
     work = leftOver(rng, seed) if rng.random() < 0.2 else None
     if work is not None and rng.random() < 0.25:    # so that the work file ends as the earlier run left it
         text = rng.choice((b"", b"\n", b"dn: o=x\n", b"dn: o=x\nobjectClass: container"))
+    text, work = withOddOrganisation(seed, text, work)
     return Case(text, work, rng.choice((1, 1, 2, 2, 3, 4)), rng.choice((1, 1, 2, 3, 4)))
 
 

@@ -1,10 +1,12 @@
 """The conversion written a second time, slow and plain, for comparison with the tool.
 
 `convert` takes the bytes of the input and gives everything a run leaves behind: the two files, the exit status, the
-messages, the standard output and the trace lines whose wording is fixed. Functions carry the tool's own names.
-Lines are C strings: a line that holds a NUL ends there. Failures of the machine (full disk, no memory) are left out.
+messages with their texts, the standard output and the trace lines whose wording is fixed. Functions carry the tool's
+own names. Lines are C strings: a line that holds a NUL ends there. Failures of the machine (full disk, no memory) are
+left out.
 """
 
+import re
 import time
 from typing import NamedTuple
 
@@ -90,6 +92,65 @@ class Message(NamedTuple):
     stream: str           # "stdout" or "stderr"
     code: int
     arguments: tuple = ()
+    text: bytes = None    # what stands behind the severity, where all of it is known
+
+
+class Complaint(NamedTuple):
+    code: int
+    fault: bytes          # with a place for each entry, and for a number of lines
+    remedy: bytes
+
+
+USER_WITHOUT_AUTHORITY = Complaint(
+    STEP_FAILED, b"The user %s has no secAuthority", b"Add the attribute or remove the user.")
+USER_WITHOUT_NAME = Complaint(
+    STEP_FAILED, b"The user %s has no principalName", b"Add the attribute or remove the user.")
+FOLDED_COMMENT = Complaint(
+    STEP_FAILED, b"The entry %s begins with the continuation of another line, such as a folded comment",
+    b"Write the comment on one line or remove it.")
+ENTRY_TOO_LONG = Complaint(STEP_FAILED, b"The entry %s has more than 250,000 lines", b"Remove lines from it.")
+UNKNOWN_CLASS = Complaint(
+    STEP_FAILED, b"The entry %s of the work file is of an unknown class",
+    b"It may be the rest of an entry with a line of 4,095 characters or more.")
+DN_TOO_LONG = Complaint(
+    STEP_FAILED, b"The entry %s has too long a DN, old or new", b"Shorten it to 4,094 characters at most.")
+NOTHING_GATHERED = Complaint(
+    STEP_FAILED, b"The entry %s and all others that remain cannot be gathered", b"Try other slot counts.")
+INCOMPLETE_DN = Complaint(
+    STEP_FAILED, b"The entry %s does not begin with a complete dn: line", b"Mend its first line.")
+DN_WITHOUT_COMMA = Complaint(
+    STEP_FAILED, b"The entry %s has a DN without a comma and so belongs to no user", b"Mend its DN or remove it.")
+USERS_ENTRY_WITHOUT_AUTHORITY = Complaint(
+    STEP_FAILED, b"The entry %s under cn=Users has no secAuthority", b"Add the attribute or remove the entry.")
+USERS_ENTRY_WITHOUT_DN = Complaint(
+    STEP_FAILED, b"The entry %s under cn=Users has no secDN", b"Add the attribute or remove the entry.")
+MAP_WITHOUT_AUTHORITY = Complaint(
+    STEP_FAILED, b"The map %s has no secAuthority in its DN", b"Mend its DN or remove it.")
+MAP_WITHOUT_DN = Complaint(STEP_FAILED, b"The map %s has no secDN", b"Add the attribute or remove the map.")
+OWNER_DN_TOO_LONG = Complaint(
+    STEP_FAILED, b"The entry %s names too long an owner DN", b"Shorten it to 19,998 characters at most.")
+USER_WITHOUT_MAP = Complaint(
+    STEP_FAILED, b"The user %s has no secMap entry", b"Add its secMap entry or remove the user.")
+GROUP_WITHOUT_MAP = Complaint(
+    STEP_FAILED, b"The group %s has no secMap entry", b"Add its secMap entry or remove the group.")
+USER_WITHOUT_OWN_ENTRY = Complaint(
+    STEP_FAILED, b"The entry %s belongs to a user without a secUser entry of its own",
+    b"Add that entry or remove this one.")
+GROUP_WITHOUT_OWN_ENTRY = Complaint(
+    STEP_FAILED, b"The map %s belongs to a group without a secGroup entry", b"Add that entry or remove this one.")
+GROUP_WITHOUT_NAME = Complaint(STEP_FAILED, b"The group %s has no cn", b"Add the attribute or remove the group.")
+NAME_TOO_LONG = Complaint(
+    STEP_FAILED, b"The entry %s has too long a name", b"Shorten it to 1,022 characters at most.")
+POLICY_WITHOUT_AUTHORITY = Complaint(
+    STEP_FAILED, b"The policy %s has no secAuthority in its DN", b"Mend its DN or remove it.")
+LINE_WITHOUT_COLON = Complaint(
+    STEP_FAILED, b"The entry %s has a line without a colon",
+    b"Mend the line; one that continues another begins with a blank.")
+DOUBLED = Complaint(
+    SLOT_OCCUPIED, b"The entry %s is of the same kind and owner as the entry %s", b"Remove one of them.")
+ROW_OVERRUN = Complaint(
+    SLOT_OCCUPIED, b"The entry %s has more than the %d lines that can be gathered of it", b"Remove lines from it.")
+LEFT_OVER_HINT = b" A work file from an earlier run was converted as well and can be the cause."
 
 
 class Free:
@@ -181,6 +242,21 @@ class Matrix:
             cell += 1
         return lines
 
+    def entryThatReaches(self, slot):
+        """The slot whose entry's tail the row seems to hold, or None."""
+        def beginsEntry(place):
+            return (self.first(place) or b"")[:3].lower() == b"dn:"
+
+        def followsFullRow(place):
+            return place > 0 and self.cells[place * self.columns - 1] is not None
+
+        if beginsEntry(slot) or not followsFullRow(slot):
+            return None
+        slot -= 1
+        while not beginsEntry(slot) and followsFullRow(slot):
+            slot -= 1
+        return slot
+
     def release(self, slot):
         cell = slot * self.columns
         if self.cells[cell] is not None:
@@ -229,6 +305,47 @@ def findIgnoringCase(text, wanted):
     return text.lower().find(wanted.lower())
 
 
+def shown(text):
+    """`text` without what could move a terminal: such characters, and bytes that are not UTF-8, become \\xNN."""
+    def escaped(match):
+        return "".join("\\x%02X" % byte for byte in match[0].encode("utf-8", "surrogateescape"))
+    # A byte that is not UTF-8 is decoded as a character from U+DC80 to U+DCFF.
+    decoded = text.decode("utf-8", "surrogateescape")
+    return re.sub("[\0-\x1f\x7f-\x9f\udc80-\udcff]", escaped, decoded).encode("utf-8")
+
+
+def shownLines(text):
+    return b"\n".join(shown(line) for line in text.split(b"\n"))
+
+
+# The value may begin with anything but "=": the end of a base-64 text is no component of a DN.
+COMPONENT = re.compile(rb" *(?:[A-Za-z][A-Za-z0-9-]*|[0-9][0-9.]*) *= *[^ =]")
+
+
+def isDN(text):
+    components = [bytearray()]
+    escaped = False
+    for character in text:
+        if not escaped and character in b",;":
+            components.append(bytearray())
+            continue
+        escaped = not escaped and character == 92
+        components[-1].append(character)
+    return all(COMPONENT.match(component) for component in components)
+
+
+def shownDN(line0):
+    """The DN behind the "dn:" of `line0` as a message shows it, or None if it is none."""
+    if line0 is None or line0[:3].lower() != b"dn:":
+        return None
+    dn = trim(line0[3:].lstrip(b" "))
+    return shown(dn) if isDN(dn) else None
+
+
+def normalised(line0):
+    return trim(commaSpaceEater(cutAtLineEnd(line0)))
+
+
 def containsAny(text, wanted):
     return any(one in text for one in wanted)
 
@@ -253,8 +370,26 @@ class Conversion:
         self.objectClass = UNINTERESTING
         self.changetypeSeen = False
         self.tifp = None
+        self.overrun = None               # first line and line limit of the entry whose release ran on last
         self.firstSteppedOver = None      # a position, None while none was taken in this pass
         self.atLeastOneObjectProcessed = False
+        self.left_over = None if work is None else len(work)
+        self.preparing = False
+        self.entries_read = 0             # of the input
+        self.to_work = [0] * 10           # entries of the input by class
+        self.to_output = [0] * 10
+        self.users_expected = 0
+        self.passes = 0
+        self.work_size = 0
+        self.entry_size = 0               # bytes of the work file that the last entry takes
+        self.gathered_size = 0
+        self.stepped_over_line0 = None    # of the first entry of this pass that should have been gathered
+        self.flush_failure = None
+        self.users_written = 0
+        self.groups_written = 0
+        self.policies_written = 0
+        self.credentials_written = 0
+        self.policy_data_gathered = 0
 
     # The three channels.
 
@@ -272,7 +407,7 @@ class Conversion:
             self.trace_items.append(b" " * 45 + template % values)
 
     def print(self, template, *values):
-        self.stdout.append(template % values if values else template)
+        self.stdout.append(shownLines(template % values if values else template))
 
     def echo(self, template, *values):
         if self.debugError:
@@ -282,23 +417,94 @@ class Conversion:
         self.trace(template, *values)
         self.echo(template, *values)
 
-    def notice(self, code):
-        message = Message("stdout", code)
+    def notice(self, code, text, *values):
+        message = Message("stdout", code, (), text % values if values else text)
         self.messages.append(message)
         self.stdout.append(message)
 
-    def error(self, code, *arguments):
-        self.messages.append(Message("stderr", code, arguments))
-
-    def fail(self, code, *arguments):
+    def fail(self, message):
         self.traceItem(FREE)
-        self.error(code, *arguments)
+        self.messages.append(message)
         raise Exit
 
-    def failWithFreeWording(self, code):
+    def complain(self, complaint, line0, *more):
+        self.fail(self.message(complaint, line0, *more))
+
+    def complainInFreeWording(self, complaint, line0, *more):
         self.traceItem(FREE)
         self.stdout.append(FREE)
-        self.fail(code)
+        self.complain(complaint, line0, *more)
+
+    # The texts of the failures.
+
+    def message(self, complaint, line0, *more):
+        return self.messageAbout(complaint, self.entryText(line0, self.numberOf(line0)), *more)
+
+    def messageAbout(self, complaint, *values):
+        text = complaint.fault % values + b", and the conversion has stopped. " + complaint.remedy
+        return Message("stderr", complaint.code, (), text + LEFT_OVER_HINT if self.left_over else text)
+
+    def messageOfMissing(self, complaint, line0):
+        """Once the release of an entry has run on into other rows, that entry is to blame for what is missing."""
+        if self.overrun is not None:
+            return self.message(ROW_OVERRUN._replace(code=STEP_FAILED), *self.overrun)
+        return self.message(complaint, line0)
+
+    def release(self, matrix, slot):
+        lines = matrix.row(slot)
+        if len(lines) > matrix.columns:
+            self.overrun = lines[0], matrix.columns - 1
+        matrix.release(slot)
+
+    def entryText(self, line0, number):
+        return (shownDN(line0) or b"whose DN cannot be shown") + (b"" if number is None else b" (line %d)" % number)
+
+    def numberOf(self, line0):
+        """The line of the input where the entry begins, or None."""
+        if line0 is None:
+            return None
+        if self.preparing:
+            return self.firstLinesOfInput()[self.entries_read - 1][0]
+        return next(iter(self.numbersOf(line0)), None)
+
+    def numbersOf(self, line0):
+        wanted = normalised(line0)
+        return [number for number, first in self.firstLinesOfInput() if normalised(first) == wanted]
+
+    def firstLinesOfInput(self):
+        """For each entry of the input the number of its first line and that line unfolded."""
+        found = []
+        stream = Stream(self.input)
+        number = 1
+        begun = False
+        while True:
+            start = stream.position
+            line = stream.getNextLine()
+            if line is None:
+                return found
+            if isBlank(line):
+                begun = False
+            elif not line.startswith(b"#"):
+                if not begun:
+                    found.append((number, cutAtLineEnd(line)))
+                    begun = unfolding = True
+                elif unfolding and line.startswith(b" "):
+                    found[-1] = (found[-1][0], cutAtLineEnd(found[-1][1] + line[1:]))
+                else:
+                    unfolding = False
+            number += self.input.count(b"\n", start, stream.position)
+
+    def complainAboutOccupied(self, matrix, slot):
+        longer = matrix.entryThatReaches(slot)
+        if longer is not None:
+            self.complain(ROW_OVERRUN, matrix.first(longer), matrix.columns - 1)
+        earlier, later = matrix.first(slot), self.object[0]
+        if normalised(earlier) != normalised(later):
+            first, second = self.numberOf(earlier), self.numberOf(later)
+        else:
+            # A single match is taken for the later entry: the earlier one then came from an earlier run.
+            first, second = ([None, None] + self.numbersOf(later)[:2])[-2:]
+        self.fail(self.messageAbout(DOUBLED, self.entryText(later, second), self.entryText(earlier, first)))
 
     # The run.
 
@@ -315,7 +521,7 @@ class Conversion:
 
     def main(self):
         if self.max_users < 1 or self.max_groups < 1:
-            self.fail(USAGE)
+            self.fail(Message("stderr", USAGE))
         self.debug = self.tracing
         if self.debugError:
             self.print(b"DEBUG_ERROR flag is on................ \n")
@@ -324,11 +530,22 @@ class Conversion:
         self.trace(b"main():  INPUT LIST: \n")
         self.inputList(self.trace)
         self.output = bytearray()
-        self.notice(380928308)
-        self.notice(380928309)
+        self.notice(380928308, b"The conversion begins.")
+        self.notice(380928309, b"The entries of the input are being sorted into the output and the work file. "
+                    + (b"There is no work file from an earlier run." if self.left_over is None else
+                       b"A work file from an earlier run is there, and its %d bytes will be converted as well."
+                       % self.left_over))
         self.copyOriginalInputFileToTempInputFile()
-        self.notice(380928310)
-        self.notice(380928311)
+        self.work_size = len(self.work)
+        work, output = self.to_work, self.to_output
+        self.notice(380928310, b"The work file is ready. Entries in it: users %d, groups %d, policies %d, policy data"
+                    b" %d, maps %d, resource credentials %d. Entries copied to the output: authority information %d,"
+                    b" policies %d, containers %d, others %d.",
+                    work[SECUSER], work[SECGROUP], work[SECPOLICY], work[SECPOLICYDATA], work[SECMAP],
+                    self.credentialsExpected(), output[AUTHORITY], output[SECPOLICY], output[CONTAINER],
+                    output[UNINTERESTING])
+        self.notice(380928311, b"The passes over the work file begin, with slots for %d users and %d groups.",
+                    self.max_users, self.max_groups)
         self.trace(b"\nmain():  The temporary input ldif file has been created.  \n")
         self.trace(b"         BEGIN MAIN PROCESSING LOOP.                      \n")
         if self.tracing:
@@ -348,8 +565,18 @@ class Conversion:
         write(b"main():  max_number_of_secuser_slots   = %d \n", self.max_users)
         write(b"main():  max_number_of_secgroup_slots  = %d \n", self.max_groups)
 
+    def credentialsExpected(self):
+        return self.to_work[RESCREDS] + self.to_work[SECRESCREDS]
+
+    def passesExpected(self):
+        """About how many passes there will be, as far as the input tells."""
+        gathering = max(-(-self.users_expected // self.max_users), -(-self.to_work[SECGROUP] // self.max_groups))
+        return max(self.passes, gathering + (1 if self.credentialsExpected() else 0))
+
     def onePass(self):
         self.trace(b"main():  Beginning new iteration of outer loop to make another pass on the input file. \n")
+        self.passes += 1
+        self.stepped_over_line0 = None
         self.atLeastOneObjectProcessed = False
         self.tifp = Stream(self.work)
         if self.firstSteppedOver is not None:
@@ -361,7 +588,8 @@ class Conversion:
             if result == -1 and not self.object:
                 break
             if not announced:
-                self.notice(380928312)
+                self.notice(380928312, b"Pass %d of about %d over the work file is under way.", self.passes,
+                            self.passesExpected())
                 announced = True
             self.trace(b"\nmain():  Another object WAS read successfully.  \n")
             self.trace(b"         next_available_object_slot = %d  \n", len(self.object))
@@ -377,13 +605,15 @@ class Conversion:
         self.tifp = None
         if self.atLeastOneObjectProcessed:
             if self.secUser_dn_count == 0 and self.secGroup_dn_count == 0:
-                self.failWithFreeWording(STEP_FAILED)
+                self.complainInFreeWording(NOTHING_GATHERED, self.stepped_over_line0)
             self.trace(b"\nmain():  Calling copyAllAccumulatedDataToOutputFile() within loop \n")
-            self.notice(380928313)
+            self.notice(380928313, b"The users and groups gathered in this pass are being written: users %d, groups %d."
+                        b" %d percent of the work file is done.", self.secUser_dn_count, self.secGroup_dn_count,
+                        min(100, 100 * self.gathered_size // self.work_size))
             if self.copyAllAccumulatedDataToOutputFile() != 0:
                 self.report(b"main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file."
                             b"  EXITING.  \n")
-                self.fail(STEP_FAILED)
+                self.fail(self.flush_failure)
             self.trace(b"\nmain():  Returned from copyAllAccumulatedDataToOutputFile() within loop \n")
         self.trace(b"\nmain():  This is the end of the outer loop \n")
 
@@ -415,7 +645,7 @@ class Conversion:
             return
         else:
             self.report(b"main():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n")
-            self.fail(STEP_FAILED)
+            self.complain(UNKNOWN_CLASS, line0)
         if count < maximum:
             gather()
         else:
@@ -426,7 +656,7 @@ class Conversion:
         if self.copyAllAccumulatedDataToOutputFile() != 0:
             self.report(b"main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file during"
                         b" EXIT processing.  \n")
-            self.error(STEP_FAILED)
+            self.messages.append(self.flush_failure)
         self.trace(b"\nmain():  Returned from copyAllAccumulatedDataToOutputFile() at EXIT label \n")
         self.copyRemainingObjectsToOutputLDIFFile()
         if not self.tracing:
@@ -435,7 +665,10 @@ class Conversion:
         self.trace(b"\ndeallocateObjectCache():  max_number_of_secuser_slots  = %d  \n", self.max_users)
         self.trace(b"\ndeallocateObjectCache():  max_number_of_secgroup_slots = %d  \n", self.max_groups)
         self.trace(b"\ndeallocateObjectCache():  FUNCTION EXIT  \n")
-        self.notice(380928315)
+        self.notice(380928315, b"The conversion is complete. Written: users %d, groups %d, policies %d, resource"
+                    b" credentials %d, entries copied as they were %d. Not written: policy data %d.",
+                    self.users_written, self.groups_written, self.policies_written, self.credentials_written,
+                    sum(self.to_output), self.policy_data_gathered)
         self.trace(b"main():  FUNCTION EXIT  \n")
 
     # Reading entries.
@@ -510,7 +743,7 @@ class Conversion:
             self.echo(b"obtainAttributeFromObjectArray():  ERROR:  The object at the specified index is a"
                       b" 'continuation' line.  Exiting. \n")
             self.echo(b"obtainAttributeFromObjectArray():  object = %s\n", self.object[index])
-            self.fail(STEP_FAILED)
+            self.complain(FOLDED_COMMENT, self.unfold(self.object[0], 0))
         return self.unfold(self.object[index], index)
 
     def classOfEntry(self):
@@ -538,10 +771,13 @@ class Conversion:
         self.debug = False
         if self.work is None:
             self.work = bytearray()
+        self.preparing = True
         stream = Stream(self.input)
         while True:
             result = self.getNextObject(stream)
+            self.entries_read += 1
             if result == 99:
+                self.to_output[UNINTERESTING] += 1
                 continue
             if not self.object:
                 break
@@ -552,8 +788,13 @@ class Conversion:
             if (code in (UNINTERESTING, AUTHORITY, CONTAINER)
                     or code == SECPOLICY and findIgnoringCase(dn_line, b"cn=Policies,secAuthority=") >= 0):
                 self.writeToOutput()
+                self.to_output[code] += 1
             else:
                 self.writeToWorkFile()
+                self.to_work[code] += 1
+                if code == SECUSER and USERS_TEXT not in dn_line.lower():
+                    self.users_expected += 1
+        self.preparing = False
         self.debug = self.tracing
         self.trace(b"copyOriginalInputFileToTempInputFile():  TURNING DEBUG TRACING BACK ON \n")
 
@@ -607,13 +848,13 @@ class Conversion:
             self.echo(b"tweekObjectInObjectArray():  obtainAttributeValueFromObjArray('secAuthority') failure."
                       b"  EXITING. \n")
             self.echo(b"object is:  %s\n", self.object[0])
-            self.fail(STEP_FAILED)
+            self.complain(USER_WITHOUT_AUTHORITY, self.unfold(self.object[0], 0))
         principal = self.obtainAttributeValueFromObjArray(b"principalName")
         if principal is None:
             self.echo(b"tweekObjectInObjectArray():  obtainAttributeValueFromObjArray('principalName') failure."
                       b"  EXITING. \n")
             self.echo(b"tweekObjectInObjectArray():  secUser object is =%s\n", self.object[0])
-            self.fail(STEP_FAILED)
+            self.complain(USER_WITHOUT_NAME, self.unfold(self.object[0], 0))
         self.object.append(b"secDomainId: " + authority + b"%" + principal)
 
     # The work file.
@@ -626,10 +867,14 @@ class Conversion:
         start = stream.position
         self.trace(b"getNextObjectFromTemporaryInputLDIFFile():  filePositionBeforeReadingObject = %d  \n", start)
         result = -1
+        begin = None
         while True:
+            line_start = stream.position
             line = stream.getNextLine()
             if line is None:
                 break
+            if begin is None and not isBlank(bytes(stream.data[line_start:stream.position])):
+                begin = line_start  # of a line that a NUL makes blank, too
             if isBlank(line):
                 if self.object:
                     result = 0
@@ -640,8 +885,9 @@ class Conversion:
             if line.startswith(b"#"):
                 continue
             if len(self.object) >= ENTRY_BUFFER_LINES:
-                self.failWithFreeWording(STEP_FAILED)
+                self.complainInFreeWording(ENTRY_TOO_LONG, self.object[0])
             self.object.append(line)
+        self.entry_size = stream.position - begin if begin is not None else 0
         self.trace(b"\ngetNextObjectFromTemporaryInputLDIFFile():  The object read is:   \n")
         if self.debug:
             for index, line in enumerate(self.object):
@@ -679,6 +925,8 @@ class Conversion:
         stream = self.tifp
         if self.firstSteppedOver is None:
             self.firstSteppedOver = stream.position
+        if self.stepped_over_line0 is None and self.objectClass not in (RESCREDS, SECRESCREDS):
+            self.stepped_over_line0 = self.object[0]
         lines = 0
         while True:
             line = stream.getNextLine()
@@ -720,12 +968,13 @@ class Conversion:
             if self.objectClass not in (RESCREDS, SECRESCREDS):
                 self.report(b"copyRemainingObjectsToOutputLDIFFile():  ERROR:  The object class of this object was"
                             b" unrecognizable.  EXITING. \n")
-                self.fail(STEP_FAILED)
+                self.complain(UNKNOWN_CLASS, self.object[0])
             for line in self.object:
                 if not containsAny(line.lower(), NOT_WRITTEN_WITH_CONTROL):
                     self.output += line
             self.object = []
             self.output += b"\n"
+            self.credentials_written += 1
             self.deleteNextObjectFromTemporaryInputLDIFFile()
         self.trace(b"\ncopyRemainingObjectsToOutputLDIFFile():  getNextObjectFromTemporaryInputLDIFFile() has reached"
                    b" the end of the temporary input LDIF file. \n")
@@ -761,15 +1010,18 @@ class Conversion:
         if matrix.first(slot) is not None:
             self.report(matrix.move_name + b"():  Destination slot is already occupied.  " + matrix.occupied_end)
             self.echo(b"%s = %s\n", matrix.name, matrix.first(slot))
-            self.fail(SLOT_OCCUPIED)
+            self.complainAboutOccupied(matrix, slot)
         cell = slot * matrix.columns
         for line in self.object:
             if cell >= len(matrix.cells):
-                self.failWithFreeWording(SLOT_OCCUPIED)
+                self.complainInFreeWording(ROW_OVERRUN, self.object[0], matrix.columns - 1)
             matrix.cells[cell] = line
             cell += 1
         self.object = []
         matrix.occupied += 1
+        self.gathered_size += self.entry_size
+        if matrix is self.policy_data:
+            self.policy_data_gathered += 1
         if matrix is self.user_map and self.debug:
             self.trace(b"moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix():  The secMap object moved"
                        b" is: \n")
@@ -793,12 +1045,12 @@ class Conversion:
         line0 = self.object[0]
         text = line0[3:].lstrip(b" ")
         if not text.endswith(b"\n"):
-            self.failWithFreeWording(STEP_FAILED)
+            self.complainInFreeWording(INCOMPLETE_DN, line0)
         return line0[:len(line0) - len(text)], text
 
     def checkOwnerDN(self, owner):
         if len(owner) + 1 > OWNER_DN_ROOM:
-            self.failWithFreeWording(STEP_FAILED)
+            self.complainInFreeWording(OWNER_DN_TOO_LONG, self.object[0])
         return owner
 
     def authorityOf(self, dn):
@@ -816,7 +1068,8 @@ class Conversion:
             authority = self.obtainAttributeValueFromObjArray(b"secAuthority")
             dn = self.obtainAttributeValueFromObjArray(b"secDN")
             if authority is None or dn is None:
-                self.failWithFreeWording(STEP_FAILED)
+                self.complainInFreeWording(
+                    USERS_ENTRY_WITHOUT_AUTHORITY if authority is None else USERS_ENTRY_WITHOUT_DN, self.object[0])
             key = saved = self.checkOwnerDN(
                 b"secAuthority=" + authority.split(b":", 1)[0] + b"," + commaSpaceEater(dn))
         elif self.objectClass == SECUSER:
@@ -826,7 +1079,7 @@ class Conversion:
             before, text = self.dnTextOfLine0()
             comma = text.find(b",")
             if comma < 0:
-                self.failWithFreeWording(STEP_FAILED)
+                self.complainInFreeWording(DN_WITHOUT_COMMA, self.object[0])
             before += text[:comma + 1]
             key = saved = text[comma + 1:]
         else:
@@ -834,12 +1087,12 @@ class Conversion:
             owner = self.obtainAttributeValueFromObjArray(b"secdn")
             dn = self.obtainAttributeValueFromObjArray(b"dn")
             if dn is None:
-                self.failWithFreeWording(STEP_FAILED)
+                self.complainInFreeWording(INCOMPLETE_DN, self.object[0])
             authority = self.authorityOf(dn)
             if authority is None or owner is None:
                 self.traceItem(FREE)
                 self.echo(b"learnIndexOfAssociatedSecUserDN(): Missing secAuthority in dn: %s\n", dn)
-                self.fail(STEP_FAILED)
+                self.complain(MAP_WITHOUT_AUTHORITY if authority is None else MAP_WITHOUT_DN, self.object[0])
             key = saved = self.checkOwnerDN(authority + b"," + commaSpaceEater(owner))
 
         key = commaSpaceEater(self.checkOwnerDN(trim(key) + b"\n"))
@@ -879,14 +1132,14 @@ class Conversion:
             owner = self.obtainAttributeValueFromObjArray(b"secDN")
             dn = self.obtainAttributeValueFromObjArray(b"dn")
             if dn is None:
-                self.failWithFreeWording(STEP_FAILED)
+                self.complainInFreeWording(INCOMPLETE_DN, self.object[0])
             authority = self.authorityOf(dn)
             if authority is None:
                 self.traceItem(FREE)
                 self.echo(b"learnIndexOfAssociatedSecGroupDN(): Missing secAuthority in dn: %s\n", dn)
-                self.fail(STEP_FAILED)
+                self.complain(MAP_WITHOUT_AUTHORITY, self.object[0])
             if owner is None:
-                self.failWithFreeWording(STEP_FAILED)
+                self.complainInFreeWording(MAP_WITHOUT_DN, self.object[0])
             key = saved = self.checkOwnerDN(authority + b"," + commaSpaceEater(owner))
 
         key = self.checkOwnerDN(trim(key) + b"\n")
@@ -1081,7 +1334,7 @@ class Conversion:
                 name = line[place + len(wanted):].lstrip(b" ")
                 break
         if len(name) + 1 > NAME_ROOM:
-            self.failWithFreeWording(STEP_FAILED)
+            self.complainInFreeWording(NAME_TOO_LONG, matrix.first(slot))
         return cutAtLineEnd(name)
 
     def learnPrincipalNameFromSecUserObject(self, slot):
@@ -1102,20 +1355,20 @@ class Conversion:
             self.echo(b"secGroup is: %s\n", self.group.first(slot) or b"null")
         return name
 
-    def checkScratch(self, text):
+    def checkScratch(self, text, line0):
         if len(text) + 1 > SCRATCH_ROOM:
-            self.failWithFreeWording(STEP_FAILED)
+            self.complainInFreeWording(DN_TOO_LONG, line0)
         return text
 
-    def inDefaultDomain(self, dn):
-        lowered = self.checkScratch(dn).lower()
+    def inDefaultDomain(self, dn, line0):
+        lowered = self.checkScratch(dn, line0).lower()
         return b"secauthority=default" in lowered and b"cn=subdomains" not in lowered
 
-    def ownerLine(self, beginning, owner_dn):
-        if self.inDefaultDomain(owner_dn):
-            return self.checkScratch(beginning + b",secAuthority=default\n")
+    def ownerLine(self, beginning, owner_dn, line0):
+        if self.inDefaultDomain(owner_dn, line0):
+            return self.checkScratch(beginning + b",secAuthority=default\n", line0)
         return self.checkScratch(beginning + b"," + owner_dn.split(b",", 1)[0]
-                                 + b",cn=Subdomains,secAuthority=default\n")
+                                 + b",cn=Subdomains,secAuthority=default\n", line0)
 
     def createNewSecUserDN(self, slot):
         name = self.learnPrincipalNameFromSecUserObject(slot)
@@ -1123,8 +1376,15 @@ class Conversion:
             self.trace(b"createNewSecUserDN():  learnPrincipalNameFromSecUserObject FAILED.  Returning ERROR. \n")
             self.echo(b"createNewSecUserDN():  principalName for secUser: %s  could not be determined\n",
                       self.user.first(slot) or b"null")
+            if self.user.first(slot) is not None:
+                self.flush_failure = self.message(USER_WITHOUT_NAME, self.user.first(slot))
+            else:
+                self.flush_failure = self.messageOfMissing(USER_WITHOUT_OWN_ENTRY, next(
+                    (matrix.first(slot) for matrix in (self.user_map, self.users_entry, self.policy, self.policy_data)
+                     if matrix.first(slot) is not None), None))
             return -1
-        self.secUser_dn[slot] = self.ownerLine(b"dn: principalName=" + name + b",cn=Users", self.secUser_dn[slot])
+        self.secUser_dn[slot] = self.ownerLine(b"dn: principalName=" + name + b",cn=Users", self.secUser_dn[slot],
+                                               self.user.first(slot))
         return 0
 
     def createNewSecGroupDN(self, slot):
@@ -1133,8 +1393,13 @@ class Conversion:
             self.trace(b"createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.  Returning ERROR. \n")
             self.print(b"createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.\n")
             self.print(b"createNewSecGroupDN():  secGroup:  %s\n", self.secGroup_dn[slot] or b"null")
+            if self.group.first(slot) is not None:
+                self.flush_failure = self.message(GROUP_WITHOUT_NAME, self.group.first(slot))
+            else:
+                self.flush_failure = self.messageOfMissing(GROUP_WITHOUT_OWN_ENTRY, self.group_map.first(slot))
             return -1
-        self.secGroup_dn[slot] = self.ownerLine(b"dn: cn=" + name + b",cn=Groups", self.secGroup_dn[slot])
+        self.secGroup_dn[slot] = self.ownerLine(b"dn: cn=" + name + b",cn=Groups", self.secGroup_dn[slot],
+                                                self.group.first(slot))
         return 0
 
     def createNewSecPolicyDN(self, slot):
@@ -1146,23 +1411,25 @@ class Conversion:
             self.trace(b"createNewSecPolicyDN():  learnPrincipalNameFromSecUserObject FAILED.  Returning ERROR. \n")
             self.echo(b"createNewSecPolicyDN():  learnPrincipalNameFromSecUserObject FAILED. ERROR. \n")
             self.echo(b"createNewSecPolicyDN():  secPolicy_dn is: %s\n", dn)
+            self.flush_failure = self.message(USER_WITHOUT_NAME, self.user.first(slot))
             return -1
         beginning = b"dn: cn=Policy,cn=Policies,principalName=" + name + b",cn=Users,"
-        if self.inDefaultDomain(dn):
+        line0 = self.policy.first(slot)
+        if self.inDefaultDomain(dn, line0):
             new = beginning + b"secAuthority=default\n"
         else:
             authority = self.authorityOf(dn)
             if authority is None:
                 self.traceItem(FREE)
                 self.echo(b"createNewSecPolicyDN(): Missing secAuthority in dn: %s\n", dn)
-                self.fail(STEP_FAILED)
+                self.complain(POLICY_WITHOUT_AUTHORITY, line0)
             new = beginning + authority + b",cn=Subdomains,secAuthority=default\n"
-        self.secPolicy_dn[slot] = self.checkScratch(new)
+        self.secPolicy_dn[slot] = self.checkScratch(new, line0)
         return 0
 
     # The merge.
 
-    def attributeName(self, line, second):
+    def attributeName(self, line, line0, second):
         colon = line.find(b":")
         if colon < 0:
             self.report(b"mergeObjects():  Colon missing from attribute definition. EXITING. \n")
@@ -1171,15 +1438,11 @@ class Conversion:
                 self.echo(b"attributeClone =  %s\n", line)
             else:
                 self.echo(b"mergeObjects():  attributeClone = %s\n", line)
-            self.fail(STEP_FAILED)
+            self.complain(LINE_WITHOUT_COLON, line0)
         return line[:colon + 1]
 
     def mergeObjects(self, first, second):
-        if not first or not second:
-            self.trace(b"mergeObjects():  One or both inputs is NULL.  Exiting. \n")
-            self.echo(b"mergeObjects(): inputObject1 = %s\n", first[0] if first else b"NULL")
-            self.echo(b"mergeObjects(): inputObject2 = %s\n", second[0] if second else b"NULL")
-            self.fail(STEP_FAILED)
+        first_line0, second_line0 = first[0], second[0]
         first, second = list(first), list(second)
         merged = self.object = []
         for index, line in enumerate(first):
@@ -1187,7 +1450,7 @@ class Conversion:
                 merged.append(line)
                 first[index] = None
                 continue
-            name = self.attributeName(line, False)
+            name = self.attributeName(line, first_line0, False)
             if name in (b"dn:", b"DN:"):
                 merged.append(line)
                 first[index] = None
@@ -1209,13 +1472,13 @@ class Conversion:
         for index, line in enumerate(second):
             if line is None:
                 continue
-            name = self.attributeName(line, True)
+            name = self.attributeName(line, second_line0, True)
             if name in (b"dn:", b"DN:") or name in EXCLUDED_FROM_MERGE:
                 continue
             merged.append(line)
             second[index] = None
         if len(merged) > ENTRY_BUFFER_LINES:
-            self.failWithFreeWording(STEP_FAILED)
+            self.complainInFreeWording(ENTRY_TOO_LONG, first_line0)
         self.traceMerge(first, second)
 
     def traceMerge(self, first, second):
@@ -1256,12 +1519,12 @@ class Conversion:
                     self.echo(b"secUser_dn = %s\n", self.secUser_dn[slot])
                     return -1
             self.secUser_dn[slot] = None
-            self.user.release(slot)
-            self.users_entry.release(slot)
-            self.policy_data.release(slot)
-            self.user_map.release(slot)
+            self.release(self.user, slot)
+            self.release(self.users_entry, slot)
+            self.release(self.policy_data, slot)
+            self.release(self.user_map, slot)
             self.secPolicy_dn[slot] = None
-            self.policy.release(slot)
+            self.release(self.policy, slot)
             self.secUser_dn_count -= 1
             slot += 1
         slot = 0
@@ -1273,8 +1536,8 @@ class Conversion:
                     self.echo(b"secGroup_dn = %s\n", self.secGroup_dn[slot])
                     return -1
             self.secGroup_dn[slot] = None
-            self.group.release(slot)
-            self.group_map.release(slot)
+            self.release(self.group, slot)
+            self.release(self.group_map, slot)
             self.secGroup_dn_count -= 1
             slot += 1
         self.next_available_secUser_dn_slot = 0
@@ -1298,17 +1561,19 @@ class Conversion:
             self.traceItem(FREE)
             self.echo(b"secUser_matrix = %s\n", user or b"NULL")
             self.echo(b"secMap_for_secUser_matrix = %s\n", user_map or b"NULL")
-            self.fail(STEP_FAILED)
+            self.fail(self.messageOfMissing(USER_WITHOUT_MAP, user))
         self.mergeObjects(self.user.row(slot), self.user_map.row(slot))
         if self.users_entry.first(slot) is not None:
             self.mergeObjects(self.users_entry.row(slot), self.object)
         self.writeLines(self.object, NOT_WRITTEN)
         self.object = []
+        self.users_written += 1
         return 0
 
     def writePolicyContainerAddToOutputFile(self, slot):
         dn = self.secUser_dn[slot]
-        self.output += self.checkScratch(b"dn: cn=Policies," + dn[dn.index(b":") + 1:].lstrip(b" "))
+        self.output += self.checkScratch(b"dn: cn=Policies," + dn[dn.index(b":") + 1:].lstrip(b" "),
+                                         self.user.first(slot))
         if self.changetypeSeen:
             self.output += b"changetype: add\n"
         self.output += b"objectclass: container\nobjectclass: top\ncn: Policies\n\n"
@@ -1319,16 +1584,18 @@ class Conversion:
             return 0
         self.output += self.secPolicy_dn[slot]
         self.writeLines(self.policy.row(slot), NOT_WRITTEN_WITH_CONTROL)
+        self.policies_written += 1
         return 0
 
     def writeSecGroupAddToOutputFile(self, slot):
         self.output += self.secGroup_dn[slot]
         if self.group.first(slot) is None or self.group_map.first(slot) is None:
             self.report(b"writeSecGroupAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n")
-            self.fail(STEP_FAILED)
+            self.fail(self.messageOfMissing(GROUP_WITHOUT_MAP, self.group.first(slot)))
         self.mergeObjects(self.group.row(slot), self.group_map.row(slot))
         self.writeLines(self.object, NOT_WRITTEN)
         self.object = []
+        self.groups_written += 1
         return 0
 
     # The dump of the cache.

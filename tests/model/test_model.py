@@ -6,7 +6,7 @@ import unittest
 
 import generate
 import model
-from model import FREE, Message, convert
+from model import FREE, convert
 
 NEW_YEAR = time.struct_time((2024, 3, 2, 15, 4, 5, 5, 62, 0))
 
@@ -410,6 +410,369 @@ class RecordTest(ModelTest):
         self.assertTrue(echoed(result).endswith(
             b"writeSecUserAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n"
             b"secUser_matrix = dn: secAuthority=Default,cn=jdoe,o=example\n\nsecMap_for_secUser_matrix = NULL\n"))
+
+
+class ShownTest(ModelTest):
+    def test_characters(self):
+        for text, shown in [
+            (b"cn=a b~", b"cn=a b~"),
+            (b"\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80\xc2\xa0", b"\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80\xc2\xa0"),
+            (b"\x1b[2J\t\n\r\x00\x7f", b"\\x1B[2J\\x09\\x0A\\x0D\\x00\\x7F"),
+            (b"a\xc2\x9bb\xc2\x80\xc2\x9f", b"a\\xC2\\x9Bb\\xC2\\x80\\xC2\\x9F"),
+            (b"a\x9bb\xe4\xff", b"a\\x9Bb\\xE4\\xFF"),
+            (b"\xc0\xaf\xe0\x80\xaf", b"\\xC0\\xAF\\xE0\\x80\\xAF"),
+            (b"\xed\xa0\x80\xed\xb2\x80", b"\\xED\\xA0\\x80\\xED\\xB2\\x80"),
+            (b"\xf4\x8f\xbf\xbf\xf4\x90\x80\x80", b"\xf4\x8f\xbf\xbf\\xF4\\x90\\x80\\x80"),
+            (b"\xe2\x82A\xc3", b"\\xE2\\x82A\\xC3"),
+        ]:
+            with self.subTest(text=text):
+                self.assertEqual(model.shown(text), shown)
+        # In the echo newlines stay.
+        self.assertEqual(model.shownLines(b"a\r\n\tb\n"), b"a\\x0D\n\\x09b\n")
+
+    def test_dns(self):
+        for dn in (b"cn=a,o=b", b"cn = a , o = b", b"cn=a;o=b", b"cn=a+sn=b,o=c", b"cn=a\\,b", b"cn=a\\=,o=b",
+                   b"2.5.4.3=a", b"c-n1=a", b"cn=a=", b"cn=a==,o=b", b"  cn=a", b"cn=\xc3\xa4"):
+            with self.subTest(dn=dn):
+                for line in (b"dn: " + dn + b"\n", b"DN:" + dn + b" \t\r\n", b"Dn:   " + dn):
+                    self.assertEqual(model.shownDN(line), dn.lstrip(b" "))
+        for line in (b"dn: UzNjcmV0UGFzc3dvcmQ=", b"dn: UzNjcmV0UGFzc3dvcmQ==", b"dn:: Y249YQ==", b"dn:: cn=a",
+                     b"dn: secret", b"dn: ", b"dn:", b"d", b"description: cn=a", b" cn=a", b"cn=a", b"dn: cn=a,",
+                     b"dn: cn=a,,o=b", b"dn: cn=,o=b", b"dn: cn= ,o=b", b"dn: cn=a\\\\,b", b'dn: cn="a,b",o=c',
+                     b"dn: .5=a", b"dn: 2a=b", b"dn: c_n=a", b"dn: -n=a", b"dn: cn= =a", b"dn: =a", b"dn: \tcn=a",
+                     b"dn: c\xc3\xa4=a"):
+            with self.subTest(line=line):
+                self.assertIsNone(model.shownDN(line + b"\n"))
+        self.assertEqual(model.shownDN(b"dn: cn=\ta\x1b,o=\xc2\x9b\xc3\xa4\x9b\n"),
+                         b"cn=\\x09a\\x1B,o=\\xC2\\x9B\xc3\xa4\\x9B")
+
+    def test_the_echo_is_shown_harmless(self):
+        text = USER.replace(b"principalName: jdoe\n", b"").replace(b"o=example\n", b"o=\x1b\te\xe4\r\n")
+        result = self.fails(text, 380928302, debug_error=True)
+        self.assertTrue(echoed(result).endswith(
+            b"secUser object is =dn: secAuthority=Default,cn=jdoe,o=\\x1B\\x09e\\xE4\\x0D\n\n"))
+
+    def test_a_group_without_cn_is_shown_harmless_and_the_trace_is_raw(self):
+        text = (GROUP.replace(b"cn: ", b"Cn: ") + GROUP_MAP).replace(b"example", b"\x9b")
+        result = self.fails(text, 380928302, tracing=True)
+        self.assertEqual(echoed(result), b"createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.\n"
+                         b"createNewSecGroupDN():  secGroup:  secAuthority=Default,cn=staff,o=\\x9B\n\n")
+        self.assertIn(b"secGroup_dn[0] = secAuthority=Default,cn=staff,o=\x9b\n", traceText(result))
+
+
+LEFT_OVER = b" A work file from an earlier run was converted as well and can be the cause."
+
+
+class MessageTest(ModelTest):
+    def tells(self, expected, text, *arguments, **more):
+        """`expected` is the text of the only error; three dots stand for what every failure says in its middle."""
+        result = convert(text, *arguments, **more)
+        self.assertEqual([message.text for message in result.messages if message.stream == "stderr"],
+                         [expected.replace(b"...", b", and the conversion has stopped. ")])
+
+
+class FailureTextTest(MessageTest):
+    def test_users(self):
+        dn = b"secAuthority=Default,cn=jdoe,o=example (line 1)"
+        add = b"...Add the attribute or remove the user."
+        without_name = USER.replace(b"principalName: jdoe\n", b"")
+        self.tells(b"The user " + dn + b" has no principalName" + add, without_name)
+        self.tells(b"The user " + dn + b" has no secAuthority" + add,
+                   without_name.replace(b"secAuthority: Default\n", b""))
+        self.tells(b"The user " + dn + b" has no principalName" + add,
+                   without_name[:-1] + b"secDomainId: x\n\n" + USER_MAP)
+        self.tells(b"The user " + dn + b" has no principalName" + add,
+                   USER.replace(b"Name: jdoe", b"Name:") + USER_MAP)
+        self.tells(b"The user " + dn + b" has no secMap entry...Add its secMap entry or remove the user.", USER)
+        for length in (1023, 4000):
+            self.tells(b"The entry secAuthority=Default,cn=a (line 1) has too long a name...Shorten it to 1,022"
+                       b" characters at most.", person("a").replace(b"Name: a\n", b"Name: " + b"n" * length + b"\n"))
+        domain = b"D" * (4096 - 42 - 36)
+        self.tells(b"The entry secAuthority=" + domain + b",cn=a (line 1) has too long a DN, old or new...Shorten it to"
+                   b" 4,094 characters at most.", person("a").replace(b"Default", domain))
+
+    def test_a_user_without_an_own_entry(self):
+        data = entry("dn: cn=data,secAuthority=Default,cn=jdoe,o=example", "objectClass: secPolicyData")   # 3 lines
+        end = b" belongs to a user without a secUser entry of its own...Add that entry or remove this one."
+        self.tells(b"The entry cn=data,secAuthority=Default,cn=jdoe,o=example (line 1)" + end, data)
+        self.tells(b"The entry cn=Policy,secAuthority=Default,cn=jdoe,o=example (line 4)" + end, data + POLICY)
+        self.tells(b"The entry principalName=jdoe,cn=Users,secAuthority=Default (line 9)" + end,
+                   data + POLICY + USERS_ENTRY)
+        self.tells(b"The entry cn=m1,cn=Users,secAuthority=Default (line 15)" + end,
+                   data + POLICY + USERS_ENTRY + USER_MAP)
+
+    def test_groups(self):
+        dn = b"secAuthority=Default,cn=staff,o=example (line 1)"
+        self.tells(b"The group " + dn + b" has no secMap entry...Add its secMap entry or remove the group.", GROUP)
+        self.tells(b"The group " + dn + b" has no cn...Add the attribute or remove the group.",
+                   GROUP.replace(b"cn: ", b"Cn: ") + GROUP_MAP)
+        self.tells(b"The map cn=m2,cn=Groups,secAuthority=Default (line 1) belongs to a group without a secGroup"
+                   b" entry...Add that entry or remove this one.", GROUP_MAP)
+        self.tells(b"The entry " + dn + b" has too long a name...Shorten it to 1,022 characters at most.",
+                   GROUP.replace(b"cn: staff", b"cn: " + b"s" * 1023) + GROUP_MAP)
+
+    def test_entries_whose_owner_cannot_be_told(self):
+        users_entry = [b"The entry principalName=jdoe,cn=Users,secAuthority=Default (line 1) under cn=Users has no ",
+                       b"...Add the attribute or remove the entry."]
+        lines = ["dn: principalName=jdoe,cn=Users,secAuthority=Default", "objectClass: secUser", "secDomainId: x"]
+        self.tells(b"secAuthority".join(users_entry), entry(*lines))
+        self.tells(b"secAuthority".join(users_entry), entry(*lines, "secDN: cn=jdoe"))
+        self.tells(b"secDN".join(users_entry), entry(*lines, "secAuthority: Default"))
+        for container in (b"Users", b"Groups"):
+            self.tells(b"The map cn=m,cn=" + container + b" (line 1) has no secAuthority in its DN...Mend its DN or"
+                       b" remove it.", b"dn: cn=m,cn=" + container + b"\nobjectClass: secMap\n")
+            self.tells(b"The map cn=m,cn=" + container + b",secAuthority=x (line 1) has no secDN...Add the attribute or"
+                       b" remove the map.", b"dn: cn=m,cn=" + container + b",secAuthority=x\nobjectClass: secMap\n")
+        for kind in ("secPolicy", "secPolicyData"):
+            self.tells(b"The entry cn=loose (line 1) has a DN without a comma and so belongs to no user...Mend its DN"
+                       b" or remove it.", entry("dn: cn=loose", "objectClass: " + kind))
+        incomplete = b" does not begin with a complete dn: line...Mend its first line."
+        self.tells(b"The entry whose DN cannot be shown (line 1)" + incomplete, entry("ab", "objectClass: secGroup"))
+        self.tells(b"The entry whose DN cannot be shown (line 1)" + incomplete, entry("cn: m", "objectClass: secMap"))
+        self.tells(b"The entry cn=a" + incomplete + LEFT_OVER, b"", b"dn: cn=a\0\nobjectClass: secGroup\n\n")
+        owner = b"cn=a,\n " + b"\n ".join([b"x" * 4000] * 5)
+        self.tells(b"The entry cn=m,cn=Users,secAuthority=x names too long an owner DN...Shorten it to 19,998"
+                   b" characters at most." + LEFT_OVER, b"",
+                   b"dn: cn=m,cn=Users,secAuthority=x\nobjectClass: secMap\nsecdn: " + owner + b"\n\n")
+
+    def test_entries_out_of_place(self):
+        unknown = (b" of the work file is of an unknown class...It may be the rest of an entry with a line of 4,095"
+                   b" characters or more.")
+        self.tells(b"The entry o=x" + unknown + LEFT_OVER, b"", b"dn: o=x\n\n")
+        self.tells(b"The entry o=x (line 2)" + unknown + LEFT_OVER, b"\ndn: o=x\n", b"dn: o=x\n\n")
+        # A line of 4,095 characters ends its entry in the work file.
+        self.tells(b"The entry whose DN cannot be shown" + unknown,
+                   USER[:-1] + b"x: " + b"y" * 4093 + b"\nz: 1\n\n" + USER_MAP)
+        folded = (b" begins with the continuation of another line, such as a folded comment...Write the comment on one"
+                  b" line or remove it.")
+        self.tells(b"The entry whose DN cannot be shown (line 3)" + folded, entry("dn: o=x") + b" x\no: y\n")
+        self.tells(b"The entry whose DN cannot be shown (line 2)" + folded, b"# a comment\n  folded\n" + USER)
+        self.tells(b"The entry o=x has more than 250,000 lines...Remove lines from it." + LEFT_OVER, b"",
+                   b"dn: o=x\n" + b"a: b\n" * 250000)
+
+    def test_lines_without_a_colon(self):
+        end = b" has a line without a colon...Mend the line; one that continues another begins with a blank."
+        self.tells(b"The entry secAuthority=Default,cn=jdoe,o=example (line 1)" + end,
+                   USER[:-1] + b"nocolon\n\n" + USER_MAP + USERS_ENTRY)
+        self.tells(b"The entry cn=m1,cn=Users,secAuthority=Default (line 6)" + end,
+                   USER + USER_MAP[:-1] + b"nocolon\n\n" + USERS_ENTRY)
+        self.tells(b"The entry principalName=jdoe,cn=Users,secAuthority=Default (line 10)" + end,
+                   USER + USER_MAP + USERS_ENTRY[:-1] + b"nocolon\n\n")
+
+    def test_a_dn_is_shown_only_if_it_is_one(self):
+        hidden = b"whose DN cannot be shown"
+        for dn, shown in [(b" UzNjcmV0UGFzc3dvcmQ=", hidden), (b": Y249YQ==", hidden),
+                          (b" cn=\x1b[2J,o=\xc3\xa4", b"cn=\\x1B[2J,o=\xc3\xa4"),
+                          (b" cn=\xc2\x9bx,o=y\x9b", b"cn=\\xC2\\x9Bx,o=y\\x9B"), (b" cn=a\tb", b"cn=a\\x09b")]:
+            with self.subTest(dn=dn):
+                self.tells(b"The user " + shown + b" (line 1) has no secAuthority...Add the attribute or remove the"
+                           b" user.", b"dn:" + dn + b"\nobjectClass: secUser\n")
+                self.tells(b"The group " + shown + b" (line 1) has no secMap entry...Add its secMap entry or remove the"
+                           b" group.", b"dn:" + dn + b"\nobjectClass: secGroup\ncn: a\n")
+
+    def test_lines_are_counted_as_they_stand_in_the_input(self):
+        for name, before, line in [
+            ("nothing", b"", 1),
+            ("line ends of two characters", b"version: 1\r\n\r\n \r\n", 4),
+            ("comments", b"# a\n\n# b\n# c\n", 5),
+            ("a folded line", b"dn: o=x\nx: a\n b\n\n", 5),
+            ("a long line in pieces", b"dn: o=x\nx: " + b"y" * 9000 + b"\n\n", 4),
+            ("a line whose newline is a piece of its own", b"dn: o=x\nx: " + b"y" * 4092 + b"\n", 3),
+            ("a carriage return alone", b"dn: o=x\nx: a\rb\n\n", 4),
+            ("lines behind a NUL", b"dn: o=x\0y\n\0z\n", 3),
+            ("an entry too long to be gathered", b"dn: o=x\n" + b"a: b\n" * 250000 + b"\n", 250003),
+        ]:
+            with self.subTest(name):
+                dn = b"secAuthority=Default,cn=jdoe,o=example (line %d)" % line
+                self.tells(b"The user " + dn + b" has no principalName...Add the attribute or remove the user.",
+                           before + USER.replace(b"principalName: jdoe\n", b""))
+                self.tells(b"The user " + dn + b" has no secMap entry...Add its secMap entry or remove the user.",
+                           before + USER)
+
+    def test_an_entry_that_begins_within_a_line(self):
+        # 4,095 characters of the comment are one piece, the rest begins the entry.
+        self.tells(b"The user whose DN cannot be shown (line 2) has no secAuthority...Add the attribute or remove the"
+                   b" user.", b"\n#" + b"c" * 5000 + b"\nobjectClass: secUser\n")
+
+    def test_spellings_of_the_first_line(self):
+        for name, first_line in [
+            ("folded", b"dn: secAuthority=Default,\n cn=jdoe\n ,o=example\n"),
+            ("folded around a comment", b"dn: secAuthority=Default,cn=jd\n# c\n oe,o=example\n"),
+            ("carriage returns", b"dn: secAuthority=Default,cn=jdoe,\r\n o=example\r\n"),
+            ("blanks around commas", b"dn: secAuthority=Default ,  cn=jdoe , o=example\n"),
+            ("trailing white space", b"dn: secAuthority=Default,cn=jdoe,o=example \t \n"),
+        ]:
+            with self.subTest(name):
+                self.tells(b"The user secAuthority=Default,cn=jdoe,o=example (line 3) has no secMap entry...Add its"
+                           b" secMap entry or remove the user.",
+                           b"# a comment\n\n" + first_line + USER[USER.index(b"\n") + 1:])
+
+    def test_an_entry_of_an_earlier_run_has_no_line(self):
+        own = USER[:-1] + b"secDomainId: x\n\n"
+        text = (b"The user secAuthority=Default,cn=jdoe,o=example%s has no secMap entry...Add its secMap entry or"
+                b" remove the user." + LEFT_OVER)
+        self.tells(text % b"", b"", own)
+        self.tells(text % b"", entry("dn: secAuthority=default,cn=jdoe,o=example"), own)
+        self.tells(text % b" (line 1)", entry("dn: secAuthority=Default,cn=jdoe, o=example"), own)
+        # An empty file can be the cause of nothing.
+        self.tells((text % b" (line 1)").replace(LEFT_OVER, b""), USER, b"")
+
+
+class OccupiedTest(MessageTest):
+    DN = b"secAuthority=Default,cn=jdoe,o=example"
+
+    def doubled(self, later, earlier, text, *arguments):
+        end = LEFT_OVER if arguments and arguments[0] else b""
+        self.tells(b"The entry " + later + b" is of the same kind and owner as the entry " + earlier
+                   + b"...Remove one of them." + end, text, *arguments)
+
+    def test_equal_spelling(self):
+        self.doubled(self.DN + b" (line 6)", self.DN + b" (line 1)", USER + USER + USER_MAP)
+        self.doubled(self.DN + b" (line 6)", self.DN + b" (line 1)", USER.replace(b",", b", ") + USER)
+        # The first two entries of the input that begin alike are named, whatever their class.
+        self.doubled(self.DN + b" (line 3)", self.DN + b" (line 1)",
+                     b"dn: " + self.DN + b"\n\n" + USER + USER)
+
+    def test_different_spelling(self):
+        other = self.DN.replace(b"jdoe", b"JDOE")
+        self.doubled(other + b" (line 6)", self.DN + b" (line 1)", USER + USER.replace(self.DN, other))
+        self.doubled(self.DN + b" (line 6)", other + b" (line 1)", USER.replace(self.DN, other) + USER)
+
+    def test_maps_of_one_owner(self):
+        self.doubled(b"cn=m3,cn=Users,secAuthority=Default (line 5)", b"cn=m1,cn=Users,secAuthority=Default (line 1)",
+                     USER_MAP + USER_MAP.replace(b"m1", b"m3"))
+
+    def test_one_of_an_earlier_run(self):
+        own = USER[:-1] + b"secDomainId: x\n\n"
+        other = self.DN.replace(b"jdoe", b"JDOE")
+        self.doubled(self.DN + b" (line 2)", self.DN, b"\n" + USER, own)
+        self.doubled(other + b" (line 1)", self.DN, USER.replace(self.DN, other), own)
+        self.doubled(self.DN, self.DN, b"", own + own)
+        self.doubled(self.DN + b" (line 6)", self.DN + b" (line 1)", USER + USER, USER_MAP)
+        self.doubled(self.DN + b" (line 6)", self.DN + b" (line 1)", USER + USER, b"")
+
+    def overrun(self, entry, lines, text, *arguments):
+        self.tells(b"The entry " + entry + b" has more than the " + lines + b" lines that can be gathered of it..."
+                   b"Remove lines from it.", text, *arguments)
+
+    def test_an_entry_that_runs_past_its_table(self):
+        more = ["x: 1"] * 46                                   # with secDomainId 51 lines
+        self.overrun(b"secAuthority=Default,cn=a (line 1)", b"49", person("a", *more), None, 1, 1)
+        # The user b takes the last row.
+        self.overrun(b"secAuthority=Default,cn=a (line 10)", b"49", person("b") + person("a", *more), None, 2, 1)
+        policy = entry("dn: cn=Policy,secAuthority=Default,cn=a", "objectClass: secPolicy", *["x: 1"] * 499)
+        self.overrun(b"cn=Policy,secAuthority=Default,cn=a (line 1)", b"499", policy, None, 1, 1)
+
+    def test_an_entry_in_whose_row_the_tail_of_another_stands(self):
+        long = person("a", *["x: 1"] * 46)
+        self.overrun(b"secAuthority=Default,cn=a (line 1)", b"49", long + person("b"), None, 2, 1)
+        # 101 lines reach into the third row, which is the user c's.
+        text = person("a", *["x: 1"] * 96) + person("b").split(b"\n\n")[1] + b"\n\n" + person("c")
+        self.overrun(b"secAuthority=Default,cn=a (line 1)", b"49", text, None, 3, 1)
+        # The same behind a row of a user z, whose entry is not the one that is too long.
+        self.overrun(b"secAuthority=Default,cn=a (line 10)", b"49", person("z") + text, None, 4, 1)
+        # A full row before an entry's own is no tail.
+        self.doubled(b"secAuthority=Default,cn=b (line 64)", b"secAuthority=Default,cn=b (line 55)",
+                     person("a", *["x: 1"] * 45) + person("b") * 2, None, 3, 1)
+
+
+class NoticeTest(ModelTest):
+    def texts(self, code, *arguments):
+        result = convert(*arguments)
+        self.assertEqual(result.status, 0)
+        return [message.text for message in result.messages if message.code == 380928000 + code]
+
+    def test_fixed_texts(self):
+        self.assertEqual(self.texts(308, b""), [b"The conversion begins."])
+        self.assertEqual(self.texts(311, b"", None, 3, 4),
+                         [b"The passes over the work file begin, with slots for 3 users and 4 groups."])
+
+    def test_left_over_work_file(self):
+        beginning = b"The entries of the input are being sorted into the output and the work file. "
+        self.assertEqual(self.texts(309, b""), [beginning + b"There is no work file from an earlier run."])
+        for work, size in ((b"", b"0"), (b"\n\n", b"2"), (GROUP + GROUP_MAP, b"165")):
+            self.assertEqual(self.texts(309, USER + USER_MAP, work),
+                             [beginning + b"A work file from an earlier run is there, and its " + size
+                              + b" bytes will be converted as well."])
+
+    def test_counts(self):
+        text = (USER + USERS_ENTRY + USER_MAP + POLICY
+                + entry("dn: cn=data,secAuthority=Default,cn=jdoe,o=example", "objectClass: secPolicyData")
+                + GROUP + GROUP_MAP
+                + entry("dn: cn=ResCreds,o=x", "objectClass: container") + entry("dn: cn=h", "objectClass: secResCreds")
+                + entry("dn: secAuthority=Default", "objectClass: secAuthorityInfo")
+                + entry("dn: cn=P,cn=Policies,secAuthority=Default", "objectClass: secPolicy")
+                + entry("dn: cn=c,o=x", "objectClass: container") + entry("dn: o=x") + entry("dn: o=y")
+                + b"dn: o=long\n" + b"a: b\n" * 249999 + b"\n")
+        self.assertEqual(self.texts(310, text), [
+            b"The work file is ready. Entries in it: users 2, groups 1, policies 1, policy data 1, maps 2,"
+            b" resource credentials 2. Entries copied to the output: authority information 1, policies 1, containers 1,"
+            b" others 3."])
+        self.assertEqual(self.texts(315, text), [
+            b"The conversion is complete. Written: users 1, groups 1, policies 1, resource credentials 2, entries"
+            b" copied as they were 6. Not written: policy data 1."])
+        self.assertEqual(self.texts(312, text), [b"Pass 1 of about 2 over the work file is under way.",
+                                                 b"Pass 2 of about 2 over the work file is under way."])
+
+    def test_an_earlier_run_counts_at_the_end_only(self):
+        credentials = entry("dn: cn=h", "objectClass: secResCreds")
+        self.assertEqual(self.texts(310, GROUP + GROUP_MAP, person("a") + credentials), [
+            b"The work file is ready. Entries in it: users 0, groups 1, policies 0, policy data 0, maps 1,"
+            b" resource credentials 0. Entries copied to the output: authority information 0, policies 0, containers 0,"
+            b" others 0."])
+        self.assertEqual(self.texts(315, GROUP + GROUP_MAP, person("a") + credentials), [
+            b"The conversion is complete. Written: users 1, groups 1, policies 0, resource credentials 1, entries"
+            b" copied as they were 0. Not written: policy data 0."])
+
+    def passes(self, *arguments):
+        numbers = []
+        for text in self.texts(312, *arguments):
+            self.assertTrue(text.startswith(b"Pass ") and text.endswith(b" over the work file is under way."))
+            numbers.append(text[5:-len(b" over the work file is under way.")].replace(b" of about ", b"/"))
+        return numbers
+
+    def test_estimate_of_the_passes(self):
+        three = person("a") + person("b") + person("c")
+        credentials = entry("dn: cn=h", "objectClass: secResCreds")
+        self.assertEqual(self.passes(b""), [])
+        self.assertEqual(self.passes(credentials), [b"1/1"])
+        self.assertEqual(self.passes(three, None, 1, 1), [b"1/3", b"2/3", b"3/3"])
+        self.assertEqual(self.passes(three, None, 2, 1), [b"1/2", b"2/2"])
+        self.assertEqual(self.passes(three, None, 3, 1), [b"1/1"])
+        self.assertEqual(self.passes(three + credentials, None, 2, 1), [b"1/3", b"2/3", b"3/3"])
+        other = (GROUP + GROUP_MAP).replace(b"staff", b"other")
+        self.assertEqual(self.passes(person("a") + GROUP + GROUP_MAP + other, None, 1, 1), [b"1/2", b"2/2"])
+        self.assertEqual(self.passes(person("a") + GROUP + GROUP_MAP + other, None, 1, 2), [b"1/1"])
+        # Users entries need no slot of their own, in whatever way they are folded.
+        self.assertEqual(self.passes(USERS_ENTRY.replace(b"cn=Users", b"CN=\n USERS") + USER + USER_MAP, None, 1, 1),
+                         [b"1/1"])
+        # The entries of an earlier run are not known in advance.
+        self.assertEqual(self.passes(person("c"), person("a") + person("b"), 1, 1), [b"1/1", b"2/2", b"3/3"])
+
+    def gathered(self, *arguments):
+        return [text.replace(b"The users and groups gathered in this pass are being written: ", b"")
+                for text in self.texts(313, *arguments)]
+
+    def test_percent(self):
+        # A user's entry takes 30 + 21 + 22 + 17 + 23 + 1 = 114 bytes of the work file, its map 41 + 20 + 12 + 1 = 74.
+        self.assertEqual(self.gathered(person("a") + person("b") + person("c"), None, 1, 1), [
+            b"users 1, groups 0. 33 percent of the work file is done.",
+            b"users 1, groups 0. 66 percent of the work file is done.",
+            b"users 1, groups 0. 100 percent of the work file is done."])
+        # The credentials take 9 + 25 + 1 = 35 bytes: 188 of 223.
+        self.assertEqual(self.gathered(entry("dn: cn=h", "objectClass: secResCreds") + person("a")),
+                         [b"users 1, groups 0. 84 percent of the work file is done."])
+        # A group and its map take 77 + 88 bytes. The comment is its entry's, the blank lines are nobody's: 171 of 173.
+        self.assertEqual(self.gathered(b"", b"\n\n# old\n" + GROUP + GROUP_MAP),
+                         [b"users 0, groups 1. 98 percent of the work file is done."])
+        # Without the last empty line.
+        self.assertEqual(self.gathered(b"", GROUP + GROUP_MAP[:-1]),
+                         [b"users 0, groups 1. 100 percent of the work file is done."])
+        # In two passes: 188 + 165 = 353 of 518, then the rest.
+        other = (GROUP + GROUP_MAP).replace(b"staff", b"other")
+        self.assertEqual(self.gathered(person("a") + GROUP + GROUP_MAP + other, None, 1, 1), [
+            b"users 1, groups 1. 68 percent of the work file is done.",
+            b"users 0, groups 1. 100 percent of the work file is done."])
 
 
 class TraceTest(ModelTest):

@@ -40,7 +40,7 @@ class ClassProcessors : public FreshRun {
   }
   static void openWorkFile(const std::string& contents) {
     closeStream(tifp);
-    writeFile("input.tmp", contents);
+    writeWorkFile(contents);
     tifp = openForUpdate("input.tmp");
   }
   static void readNext() {

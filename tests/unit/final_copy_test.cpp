@@ -20,8 +20,7 @@ class FinalCopy : public FreshRun {
 };
 
 TEST_F(FinalCopy, CopiesResourceCredentialsWithoutTheServersLines) {
-  writeFile("input.tmp",
-            "dn: cn=ResCreds\nobjectClass: container\nAclEntry: 1\nACI: 2\nxacl: 3\nControl: 4\n\n"
+  writeWorkFile("dn: cn=ResCreds\nobjectClass: container\nAclEntry: 1\nACI: 2\nxacl: 3\nControl: 4\n\n"
             "       \r\n\n"
             "dn: cn=a\nobjectClass: secResCreds\nXoq-EntryUUID: 5\ntext: see ACI: 6\naclPropagate: 7\nacls: 8\n\n");
   copyRemainingObjectsToOutputLDIFFile();
@@ -34,14 +33,14 @@ TEST_F(FinalCopy, CopiesResourceCredentialsWithoutTheServersLines) {
 }
 
 TEST_F(FinalCopy, EndsALastEntryWithAnEmptyLine) {
-  writeFile("input.tmp", "dn: cn=a\nobjectClass: secResCreds\n");
+  writeWorkFile("dn: cn=a\nobjectClass: secResCreds\n");
   copyRemainingObjectsToOutputLDIFFile();
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"), "dn: cn=a\nobjectClass: secResCreds\n\n");
 }
 
 TEST_F(FinalCopy, CopiesNothingFromABlankWorkFile) {
-  writeFile("input.tmp", "       \r\n\n   \r\n");
+  writeWorkFile("       \r\n\n   \r\n");
   copyRemainingObjectsToOutputLDIFFile();
   EXPECT_EQ(tifp, nullptr);
   closeStream(ofp);
@@ -50,7 +49,7 @@ TEST_F(FinalCopy, CopiesNothingFromABlankWorkFile) {
 }
 
 TEST_F(FinalCopy, TracesEachEntry) {
-  writeFile("input.tmp", CONTAINER);
+  writeWorkFile(CONTAINER);
   startTrace();
   copyRemainingObjectsToOutputLDIFFile();
   expectTraced({"\ncopyRemainingObjectsToOutputLDIFFile():  FUNCTION ENTRY  \n",
@@ -64,7 +63,7 @@ TEST_F(FinalCopy, TracesEachEntry) {
 }
 
 TEST_F(FinalCopy, StopsAtAnEntryOfAnotherClass) {
-  writeFile("input.tmp", std::string(CONTAINER) + "dn: cn=a\nobjectClass: secGroup\n\n");
+  writeWorkFile(std::string(CONTAINER) + "dn: cn=a\nobjectClass: secGroup\n\n");
   startTrace();
   EXPECT_FAILURE((echoToFile(), copyRemainingObjectsToOutputLDIFFile()), PROCESSING_FAILED);
   const std::string error =
@@ -75,11 +74,13 @@ TEST_F(FinalCopy, StopsAtAnEntryOfAnotherClass) {
 }
 
 TEST_F(FinalCopy, StopsAtAContainerThatIsNoneOfResourceCredentials) {
-  writeFile("input.tmp", "dn: cn=a\nobjectClass: container\n\n");
+  writeWorkFile("dn: cn=a\nobjectClass: container\n\n");
   EXPECT_FAILURE(copyRemainingObjectsToOutputLDIFFile(), PROCESSING_FAILED);
 }
 
 TEST_F(FinalCopy, NamesAMissingWorkFile) {
+  writeWorkFile("");
+  unlink("input.tmp");
   startTrace();
   EXPECT_EXIT(copyRemainingObjectsToOutputLDIFFile(), testing::ExitedWithCode(255),
               failureMessage(FILE_NOT_OPENED, "input.tmp.*: No such file or directory"));
@@ -91,6 +92,7 @@ TEST_F(FinalCopy, NamesAMissingWorkFile) {
 
 TEST_F(FinalCopy, NamesAWorkFileThatCannotBeRead) {
   snprintf(temp_input_ldif_filename, FILE_NAME_SIZE, "%s", UNREADABLE_FILE);
+  holdWorkFile();
   startTrace();
   EXPECT_EXIT(copyRemainingObjectsToOutputLDIFFile(), testing::ExitedWithCode(255),
               failureMessage(OBJECT_NOT_READ, UNREADABLE_FILE));
@@ -103,7 +105,7 @@ TEST_F(FinalCopy, NamesAWorkFileThatCannotBeRead) {
 TEST_F(FinalCopy, StopsWheneverTheWorkFileCannotBeRead) {
   buildCache(1, 1);
   failEveryReadIn([] {
-    writeFile("input.tmp", std::string(CONTAINER) + "dn: cn=a\nobjectClass: secResCreds\n" +
+    writeWorkFile(std::string(CONTAINER) + "dn: cn=a\nobjectClass: secResCreds\n" +
                                repeated(100, "text: " + repeated(4000, "x") + "\n"));
     echoToFile();
     makePasses();
@@ -114,7 +116,7 @@ TEST_F(FinalCopy, StopsWheneverTheWorkFileCannotBeRead) {
 TEST_F(FinalCopy, ReturnsInSilenceWhenALineCannotBeWritten) {
   closeStream(ofp);
   ofp = streamThatCannotBeWritten();
-  writeFile("input.tmp", CONTAINER);
+  writeWorkFile(CONTAINER);
   startTrace();
   EXPECT_EQ(messagesOf([] { copyRemainingObjectsToOutputLDIFFile(); }), "");
   EXPECT_NE(tifp, nullptr);
@@ -122,7 +124,7 @@ TEST_F(FinalCopy, ReturnsInSilenceWhenALineCannotBeWritten) {
 }
 
 TEST_F(FinalCopy, EndsInSilenceWhenTheEmptyLineCannotBeWritten) {
-  writeFile("input.tmp", CONTAINER);
+  writeWorkFile(CONTAINER);
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   tfp = fdopen(ends[1], "w");  // the limit on files does not reach a pipe
@@ -141,7 +143,7 @@ TEST_F(FinalCopy, EndsInSilenceWhenTheEmptyLineCannotBeWritten) {
 TEST_F(FinalCopy, StopsWhenAnEntryCannotBeBlankedOut) {
   closeStream(ofp);
   ofp = openToCreate("/dev/null");
-  writeFile("input.tmp", repeated(20000, CONTAINER));
+  writeWorkFile(repeated(20000, CONTAINER));
   startTrace();
   EXPECT_FAILURE((limitFileSize(0x10000), echoToFile(), copyRemainingObjectsToOutputLDIFFile()), PROCESSING_FAILED);
   EXPECT_EQ(echoed(),
@@ -152,13 +154,13 @@ TEST_F(FinalCopy, StopsWhenAnEntryCannotBeBlankedOut) {
 TEST_F(FinalCopy, StopsWhenTheBlankedWorkFileCannotBeClosed) {
   closeStream(ofp);
   ofp = openToCreate("/dev/null");
-  writeFile("input.tmp", repeated(1650, CONTAINER));
+  writeWorkFile(repeated(1650, CONTAINER));
   EXPECT_EXIT((limitFileSize(0x10000), copyRemainingObjectsToOutputLDIFFile()), testing::ExitedWithCode(255),
               failureMessage(WRITE_FAILED, "input.tmp"));
 }
 
 TEST_F(FinalCopy, EndsAnEntryBehindALineOf4095Characters) {
-  writeFile("input.tmp", "dn: cn=ResCreds\nobjectClass: container\n" + repeated(4095, "x") + "\n\n");
+  writeWorkFile("dn: cn=ResCreds\nobjectClass: container\n" + repeated(4095, "x") + "\n\n");
   copyRemainingObjectsToOutputLDIFFile();
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"), "dn: cn=ResCreds\nobjectClass: container\n" + repeated(4095, "x") + "\n");

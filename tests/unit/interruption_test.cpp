@@ -1,6 +1,8 @@
 #include "driver/interruption.h"
 
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -16,24 +18,33 @@ class Interruption : public FreshRun, public testing::WithParamInterface<int> {
  protected:
   void SetUp() override {
     FreshRun::SetUp();
-    writeFile("in.tmp", "dn: o=a\n");
+    strcpy(input_ldif_filename, "in");
+    strcpy(output_ldif_filename, "out\n");
     strcpy(temp_input_ldif_filename, "in.tmp");
+    writeWorkFile("dn: o=a\n");
+  }
+  static void prepare(bool removing) {
+    prepareForSignals();
+    nameFilesForSignals();
+    workFileIsToBeRemoved = removing ? 1 : 0;
   }
   static void interrupt(int signalNumber, bool removing) {
-    prepareForSignals();
-    workFileIsToBeRemoved = removing ? 1 : 0;
+    prepare(removing);
     raise(signalNumber);
   }
 };
+const std::string SAYS_SO =
+    "^tqldif2v6: SIG(INT|TERM|HUP) has ended the conversion of in: the output out\\\\x0A is not complete\\.\n$";
+
 INSTANTIATE_TEST_SUITE_P(Signals, Interruption, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 TEST_P(Interruption, EndsTheProcessWithoutTheWorkFile) {
-  EXPECT_EXIT(interrupt(GetParam(), true), testing::KilledBySignal(GetParam()), "^$");
+  EXPECT_EXIT(interrupt(GetParam(), true), testing::KilledBySignal(GetParam()), SAYS_SO);
   EXPECT_FALSE(exists("in.tmp"));
 }
 
 TEST_P(Interruption, LeavesAWorkFileThatIsNotToBeRemoved) {
-  EXPECT_EXIT(interrupt(GetParam(), false), testing::KilledBySignal(GetParam()), "^$");
+  EXPECT_EXIT(interrupt(GetParam(), false), testing::KilledBySignal(GetParam()), SAYS_SO);
   EXPECT_TRUE(exists("in.tmp"));
 }
 
@@ -44,13 +55,42 @@ TEST_P(Interruption, DoesNothingWhenItIsIgnoredAlready) {
 
 TEST_P(Interruption, WaitsWhileItIsHeldBack) {
   const auto raiseHeld = [] {
+    prepare(true);
     holdSignals();
-    interrupt(GetParam(), true);
+    raise(GetParam());
     rename("in.tmp", exists("in.tmp") ? "held" : "lost");
     letSignalsThrough();
   };
-  EXPECT_EXIT(raiseHeld(), testing::KilledBySignal(GetParam()), "^$");
+  EXPECT_EXIT(raiseHeld(), testing::KilledBySignal(GetParam()), SAYS_SO);
   EXPECT_TRUE(exists("held"));
+}
+
+TEST_P(Interruption, LeavesAnotherFileInThePlaceOfTheWorkFile) {
+  ASSERT_EQ(rename("in.tmp", "moved"), 0);
+  writeFile("in.tmp", "another\n");
+  EXPECT_EXIT(interrupt(GetParam(), true), testing::KilledBySignal(GetParam()), SAYS_SO);
+  EXPECT_EQ(readFile("in.tmp"), "another\n");
+  EXPECT_TRUE(exists("moved"));
+}
+
+TEST_P(Interruption, SaysThatTheOutputIsComplete) {
+  EXPECT_EXIT((outputIsComplete = 1, interrupt(GetParam(), true)), testing::KilledBySignal(GetParam()),
+              "out\\\\x0A is complete\\.\n$");
+}
+
+TEST_P(Interruption, DoesItsWorkBeforeASecondOneCounts) {
+  const auto raiseAll = [] {
+    prepare(true);
+    holdSignals();
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, GetParam()}) raise(number);
+    letSignalsThrough();
+  };
+  EXPECT_EXIT(raiseAll(), [](int status) { return WIFSIGNALED(status); }, SAYS_SO);
+  EXPECT_FALSE(exists("in.tmp"));
+}
+
+TEST_F(Interruption, LeavesNothingForDebuggers) {
+  EXPECT_EXIT((prepareForSignals(), _exit(prctl(PR_GET_DUMPABLE))), testing::ExitedWithCode(0), "^$");
 }
 
 TEST_F(Interruption, IsNotMadeByAFailedWrite) {

@@ -1,5 +1,7 @@
 #include "ldif/object_buffer.h"
 
+#include "ldif/complaint.h"
+
 #include <cstring>
 
 #include "driver/reporting.h"
@@ -142,11 +144,12 @@ TEST_F(ObjectBuffer, TakesNoLineMoreThanItHolds) {
 
 TEST_F(ObjectBuffer, NamesItsEntryInAFailure) {
   fillObject({"dn: cn=a\n", "b: c\n"});
-  EXPECT_FAILURE(exitForObject(PROCESSING_FAILED), PROCESSING_FAILED);
-  EXPECT_EXIT(exitForObject(PROCESSING_FAILED), testing::ExitedWithCode(255), "Concerned: dn: cn=a\n$");
+  EXPECT_EXIT(exitForObject(MAP_WITHOUT_DN), testing::ExitedWithCode(255),
+              failureMessage(PROCESSING_FAILED, "The map cn=a has no secDN, and the conversion has stopped"));
   fillObject({});
   EXPECT_EQ(firstLineOfObject(), nullptr);
-  EXPECT_FAILURE(exitForObject(PROCESSING_FAILED), PROCESSING_FAILED);
+  EXPECT_EXIT(exitForObject(MAP_WITHOUT_DN), testing::ExitedWithCode(255),
+              failureMessage(PROCESSING_FAILED, "The map whose DN cannot be shown has no secDN,"));
 }
 
 struct CutCase {

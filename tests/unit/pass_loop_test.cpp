@@ -1,6 +1,9 @@
 #include "driver/pass_loop.h"
 
+#include <unistd.h>
+
 #include "cache/owner_association.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
 #include "ldif/object_class.h"
 #include "test_support.h"
@@ -38,15 +41,25 @@ std::string groupRecord(const std::string& name) {
          "\nsecDN: cn=" + name + "\n\n";
 }
 
-const std::string UNDER_WAY = "tqldif2v6: 380928312 NOTICE: A pass over the work file is under way.\n";
+std::string underWay(int pass, int of) {
+  return "tqldif2v6: 380928312 NOTICE: Pass " + std::to_string(pass) + " of about " + std::to_string(of) +
+         " over the work file is under way.\n";
+}
 const std::string BEING_WRITTEN =
-    "tqldif2v6: 380928313 NOTICE: The users and groups gathered in this pass are being written.\n";
+    "tqldif2v6: 380928313 NOTICE: The users and groups gathered in this pass are being written: users ";
+std::string beingWritten(int users, int groups, int percent) {
+  return BEING_WRITTEN + std::to_string(users) + ", groups " + std::to_string(groups) + ". " +
+         std::to_string(percent) + " percent of the work file is done.\n";
+}
 
 TEST_F(PassLoop, TakesOneUserAndOneGroupPerPassWithOneSlotEach) {
-  writeFile("input.tmp",
-            userEntries("a") + groupEntries("g") + userEntries("b") + userEntries("c") + groupEntries("h"));
-  const std::string pass = UNDER_WAY + BEING_WRITTEN;
-  EXPECT_EQ(outputOf([] { makePasses(); }), pass + pass + pass);
+  writeWorkFile(userEntries("a") + groupEntries("g") + userEntries("b") + userEntries("c") + groupEntries("h"));
+  runCounts.ownUserEntries = 3;
+  // The entries of each user have 141 bytes, those of each group 132: 273, 546 and 687 of 687.
+  ASSERT_EQ(userEntries("a").size(), 141);
+  ASSERT_EQ(groupEntries("g").size(), 132);
+  EXPECT_EQ(outputOf([] { makePasses(); }), underWay(1, 3) + beingWritten(1, 1, 39) + underWay(2, 3) +
+                                                beingWritten(1, 1, 79) + underWay(3, 3) + beingWritten(1, 0, 100));
   EXPECT_EQ(tifp, nullptr);
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"),
@@ -55,7 +68,7 @@ TEST_F(PassLoop, TakesOneUserAndOneGroupPerPassWithOneSlotEach) {
 }
 
 TEST_F(PassLoop, ReadsAgainWhatThereIsNoMemoryToRemember) {
-  writeFile("input.tmp", userEntries("a") + userEntries("b") + userEntries("c"));
+  writeWorkFile(userEntries("a") + userEntries("b") + userEntries("c"));
   fillObject({"dn: secAuthority=Default,cn=x\n", "objectClass: secUser\n"});
   determineTheObjectsObjectClass();
   learnIndexOfAssociatedSecUserDN();  // takes its own memory now
@@ -66,7 +79,7 @@ TEST_F(PassLoop, ReadsAgainWhatThereIsNoMemoryToRemember) {
 }
 
 TEST_F(PassLoop, WritesTheSameWhenTracing) {
-  writeFile("input.tmp", userEntries("a") + userEntries("b") + groupEntries("g"));
+  writeWorkFile(userEntries("a") + userEntries("b") + groupEntries("g"));
   startTrace();
   outputOf([] { makePasses(); });
   closeStream(ofp);
@@ -89,25 +102,25 @@ TEST_F(PassLoop, WritesTheSameWhenTracing) {
 TEST_F(PassLoop, TakesALastEntryThatTheEndOfTheFileEnds) {
   std::string entries = userEntries("a");
   entries.pop_back();
-  writeFile("input.tmp", entries);
+  writeWorkFile(entries);
   outputOf([] { makePasses(); });
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"), userRecord("a"));
 }
 
 TEST_F(PassLoop, AnnouncesAPassThatMeetsResourceCredentialsOnly) {
-  writeFile("input.tmp", "dn: cn=a\nobjectClass: secResCreds\n\ndn: cn=ResCreds\nobjectClass: container\n\n");
-  EXPECT_EQ(outputOf([] { makePasses(); }), UNDER_WAY);
+  writeWorkFile("dn: cn=a\nobjectClass: secResCreds\n\ndn: cn=ResCreds\nobjectClass: container\n\n");
+  EXPECT_EQ(outputOf([] { makePasses(); }), underWay(1, 1));
   EXPECT_EQ(atLeastOneObjectProcessed, 0);
 }
 
 TEST_F(PassLoop, AnnouncesNoPassOverABlankWorkFile) {
-  writeFile("input.tmp", "     \r\n\n");
+  writeWorkFile("     \r\n\n");
   EXPECT_EQ(outputOf([] { makePasses(); }), "");
 }
 
 TEST_F(PassLoop, StopsWhenAPassGathersNothingAlthoughEntriesRemain) {
-  writeFile("input.tmp", userEntries("a"));
+  writeWorkFile(userEntries("a"));
   numberOfSecUserObjectsInObjectCache = 1;
   numberOfSecMapForSecUserObjectsInObjectCache = 1;
   EXPECT_FAILURE((echoToFile(), makePasses()), PROCESSING_FAILED);
@@ -115,7 +128,7 @@ TEST_F(PassLoop, StopsWhenAPassGathersNothingAlthoughEntriesRemain) {
 }
 
 TEST_F(PassLoop, StopsWhenAPassCannotBeResumed) {
-  writeFile("input.tmp", "dn: cn=a\nobjectClass: secResCreds\n\n");
+  writeWorkFile("dn: cn=a\nobjectClass: secResCreds\n\n");
   hasTheStepOverFilePositionBeenInitialized = 1;
   filePositionOfFirstObjectSteppedOver = -1;
   startTrace();
@@ -125,7 +138,7 @@ TEST_F(PassLoop, StopsWhenAPassCannotBeResumed) {
 }
 
 TEST_F(PassLoop, ResumesWhereTheFirstEntryWasSteppedOver) {
-  writeFile("input.tmp", "dn: cn=a\nobjectClass: top\n\ndn: cn=b\nobjectClass: secResCreds\n\n");
+  writeWorkFile("dn: cn=a\nobjectClass: top\n\ndn: cn=b\nobjectClass: secResCreds\n\n");
   hasTheStepOverFilePositionBeenInitialized = 1;
   filePositionOfFirstObjectSteppedOver = 27;
   outputOf([] { makePasses(); });  // the first entry would end the run
@@ -133,6 +146,8 @@ TEST_F(PassLoop, ResumesWhereTheFirstEntryWasSteppedOver) {
 }
 
 TEST_F(PassLoop, NamesAMissingWorkFile) {
+  writeWorkFile("");
+  unlink("input.tmp");
   startTrace();
   EXPECT_EXIT(makePasses(), testing::ExitedWithCode(255),
               failureMessage(FILE_NOT_OPENED, "input.tmp.*: No such file or directory"));
@@ -143,6 +158,7 @@ TEST_F(PassLoop, NamesAMissingWorkFile) {
 
 TEST_F(PassLoop, NamesAWorkFileThatCannotBeRead) {
   snprintf(temp_input_ldif_filename, FILE_NAME_SIZE, "%s", UNREADABLE_FILE);
+  holdWorkFile();
   startTrace();
   EXPECT_EXIT((echoToFile(), makePasses()), testing::ExitedWithCode(255),
               failureMessage(OBJECT_NOT_READ, UNREADABLE_FILE));
@@ -152,7 +168,7 @@ TEST_F(PassLoop, NamesAWorkFileThatCannotBeRead) {
 // The last entry is so long that it has to be read again to be blanked out, up to the end of the file.
 TEST_F(PassLoop, StopsWheneverTheWorkFileCannotBeRead) {
   failEveryReadIn([] {
-    writeFile("input.tmp", userEntries("a") + userEntries("b") +
+    writeWorkFile(userEntries("a") + userEntries("b") +
                                "dn: cn=Policy,secAuthority=Default,cn=b\nobjectClass: secPolicy\n" +
                                repeated(100, "text: " + repeated(4000, "x") + "\n"));
     echoToFile();
@@ -161,7 +177,7 @@ TEST_F(PassLoop, StopsWheneverTheWorkFileCannotBeRead) {
 }
 
 TEST_F(PassLoop, StopsAtAnEntryOfNoClass) {
-  writeFile("input.tmp", "dn: o=a\nobjectClass: container\n\n");
+  writeWorkFile("dn: o=a\nobjectClass: container\n\n");
   startTrace();
   EXPECT_FAILURE((echoToFile(), makePasses()), PROCESSING_FAILED);
   const std::string error = "main():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n";
@@ -172,8 +188,7 @@ TEST_F(PassLoop, StopsAtAnEntryOfNoClass) {
 TEST_F(PassLoop, StopsWhenTheGatheredDataCannotBeWritten) {
   closeStream(ofp);
   ofp = streamThatCannotBeWritten();
-  writeFile("input.tmp",
-            "dn: secAuthority=Default,cn=g\nobjectClass: secGroup\ncn: g\n\n"
+  writeWorkFile("dn: secAuthority=Default,cn=g\nobjectClass: secGroup\ncn: g\n\n"
             "dn: cn=m,secAuthority=Default\nobjectClass: secMap\nsecDN: cn=g\n\n");
   startTrace();
   EXPECT_FAILURE((echoToFile(), makePasses()), PROCESSING_FAILED);

@@ -1,16 +1,25 @@
 #include "workfile/preparation_pass.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
+#include "ldif/object_buffer.h"
 #include "test_support.h"
 
 namespace {
 
 class PreparationPass : public FreshRun {
  protected:
-  void SetUp() override {
-    FreshRun::SetUp();
-    ofp = openToCreate("output.ldif");
+  // With the files as the run has opened them.
+  static int32_t prepare() {
+    holdInput();
+    holdOutput();
+    return copyOriginalInputFileToTempInputFile();
   }
 };
 
@@ -60,7 +69,7 @@ const SplitCase splitCases[] = {
 INSTANTIATE_CASES(Split, splitCases);
 TEST_P(Split, GoesByTheClass) {
   writeFile("input", GetParam().input);
-  EXPECT_EQ(copyOriginalInputFileToTempInputFile(), 0);
+  EXPECT_EQ(prepare(), 0);
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"), GetParam().output);
   EXPECT_EQ(readFile("input.tmp"), GetParam().workFile);
@@ -70,18 +79,18 @@ TEST_P(Split, GoesByTheClass) {
 TEST_F(PreparationPass, AppendsToAWorkFileThatIsThere) {
   writeFile("input", "dn: cn=g\nobjectClass: secGroup\n");
   writeFile("input.tmp", "# left over\n");
-  copyOriginalInputFileToTempInputFile();
+  prepare();
   EXPECT_EQ(readFile("input.tmp"), "# left over\ndn: cn=g\nobjectClass: secGroup\n\n");
 }
 
 TEST_F(PreparationPass, NamesAMissingInput) {
-  EXPECT_EXIT(copyOriginalInputFileToTempInputFile(), testing::ExitedWithCode(255),
+  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255),
               failureMessage(FILE_NOT_OPENED, "file input .*: No such file or directory"));
 }
 
 TEST_F(PreparationPass, LeavesTheOutputOpenAndTheOthersClosed) {
   writeFile("input", "dn: o=a\nobjectClass: top\n\ndn: cn=g\nobjectClass: secGroup\n");
-  EXPECT_EQ(copyOriginalInputFileToTempInputFile(), 0);
+  EXPECT_EQ(prepare(), 0);
   EXPECT_EQ(ifp, nullptr);
   EXPECT_EQ(tifp, nullptr);
   EXPECT_NE(ofp, nullptr);
@@ -92,14 +101,14 @@ TEST_F(PreparationPass, LeavesTheOutputOpenAndTheOthersClosed) {
 
 TEST_F(PreparationPass, RaisesNoFlagWhenNothingGoesStraightToTheOutput) {
   writeFile("input", "dn: cn=g\nobjectClass: secGroup\n");
-  copyOriginalInputFileToTempInputFile();
+  prepare();
   EXPECT_EQ(writeObjectToLDIFFile, 0);
 }
 
 TEST_F(PreparationPass, TracesNothingBetweenOffAndOn) {
   writeFile("input", "dn: cn=g\nobjectClass: secGroup\n");
   startTrace();
-  copyOriginalInputFileToTempInputFile();
+  prepare();
   EXPECT_EQ(debug, 1);
   EXPECT_EQ(traced(),
             "copyOriginalInputFileToTempInputFile():  TURNING DEBUG TRACING OFF \n"
@@ -111,48 +120,67 @@ TEST_F(PreparationPass, TracesNothingBetweenOffAndOn) {
 TEST_F(PreparationPass, TracesNoFailureInside) {
   writeFile("input", "dn: cn=u\nobjectClass: secUser\n");
   startTrace();
-  EXPECT_FAILURE(copyOriginalInputFileToTempInputFile(), PROCESSING_FAILED);
+  EXPECT_FAILURE(prepare(), PROCESSING_FAILED);
   EXPECT_EQ(traced().find("tweekObjectInObjectArray"), std::string::npos);
 }
 
 TEST_F(PreparationPass, ReportsAnInputThatCannotBeReadToItsEnd) {
-  snprintf(input_ldif_filename, FILE_NAME_SIZE, "%s", UNREADABLE_FILE);
-  EXPECT_EQ(copyOriginalInputFileToTempInputFile(), -1);
+  ASSERT_EQ(symlink(UNREADABLE_FILE, "input"), 0);
+  EXPECT_EQ(prepare(), -1);
 }
 
 TEST_F(PreparationPass, StopsWhenTheOutputCannotBeWritten) {
-  closeStream(ofp);
-  ofp = streamThatCannotBeWritten();
-  writeFile("input", "dn: o=a\n\n");
-  EXPECT_EXIT(copyOriginalInputFileToTempInputFile(), testing::ExitedWithCode(255),
-              failureMessage(WRITE_FAILED, "output.ldif"));
+  strcpy(output_ldif_filename, "/dev/full");
+  writeFile("input", "dn: o=a\n\n" + repeated(30000, "# comment\n") + "\n" + repeated(30000, "dn: o=b\n\n"));
+  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255),
+              failureMessage(WRITE_FAILED, "/dev/full"));
 }
 
 TEST_F(PreparationPass, StopsWhenTheOutputCannotBeFlushed) {
-  closeStream(ofp);
-  ofp = openToCreate("/dev/full");
+  strcpy(output_ldif_filename, "/dev/full");
   writeFile("input", "dn: o=a\n\n");
-  EXPECT_EXIT(copyOriginalInputFileToTempInputFile(), testing::ExitedWithCode(255),
-              failureMessage(WRITE_FAILED, "output.ldif.*: No space left on device"));
+  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255),
+              failureMessage(WRITE_FAILED, "/dev/full.*: No space left on device"));
 }
 
 TEST_F(PreparationPass, StopsWhenTheWorkFileCannotBeWritten) {
   writeFile("input", repeated(20000, "dn: cn=g\nobjectClass: secGroup\n\n"));
-  EXPECT_EXIT((limitFileSize(0x10000), copyOriginalInputFileToTempInputFile()), testing::ExitedWithCode(255),
+  EXPECT_EXIT((limitFileSize(0x10000), prepare()), testing::ExitedWithCode(255),
               failureMessage(WRITE_FAILED, "input.tmp.*: File too large"));
 }
 
 TEST_F(PreparationPass, StopsWhenTheWorkFileCannotBeClosed) {
   writeFile("input", repeated(3000, "dn: cn=g\nobjectClass: secGroup\n\n"));
-  EXPECT_EXIT((limitFileSize(0x10000), copyOriginalInputFileToTempInputFile()), testing::ExitedWithCode(255),
+  EXPECT_EXIT((limitFileSize(0x10000), prepare()), testing::ExitedWithCode(255),
               failureMessage(WRITE_FAILED, "input.tmp.*: File too large"));
+}
+
+TEST_F(PreparationPass, LeavesAnOutputAsItWasWhenTheWorkFileCannotBeOpened) {
+  writeFile("input", "dn: o=a\n\n");
+  writeFile("output.ldif", "good\n");
+  mkdir("input.tmp", 0700);
+  EXPECT_FAILURE(prepare(), FILE_NOT_OPENED);
+  EXPECT_EQ(readFile("output.ldif"), "good\n");
+}
+
+TEST_F(PreparationPass, CountsWhereEntriesGo) {
+  writeFile("input",
+            "dn: cn=u\nobjectClass: secUser\nsecAuthority: D\nprincipalName: p\n\n"
+            "dn: principalName=p,cn=Users,secAuthority=D\nobjectClass: secUser\nsecAuthority: D\nprincipalName: p\n\n"
+            "dn: cn=d\nobjectClass: secPolicyData\n\ndn: o=a\n\ndn: o=b\n");
+  prepare();
+  EXPECT_EQ(runCounts.intoWorkFile[SECUSER_OBJECTCLASS], 2);
+  EXPECT_EQ(runCounts.ownUserEntries, 1);
+  EXPECT_EQ(runCounts.intoWorkFile[SECPOLICYDATA_OBJECTCLASS], 1);
+  EXPECT_EQ(runCounts.intoOutput[UNINTERESTING_OBJECTCLASS], 2);
+  EXPECT_EQ(objectsRead, 5);
 }
 
 TEST_F(PreparationPass, StopsWhenTheWorkFileCannotBeOpened) {
   writeFile("input", "dn: o=a\n\n");
-  snprintf(temp_input_ldif_filename, FILE_NAME_SIZE, "missing/input.tmp");
-  EXPECT_EXIT(copyOriginalInputFileToTempInputFile(), testing::ExitedWithCode(255),
-              failureMessage(FILE_NOT_OPENED, "missing/input.tmp.*: No such file or directory"));
+  mkdir("input.tmp", 0700);
+  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255),
+              failureMessage(FILE_NOT_OPENED, "input.tmp.*: Is a directory"));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "driver/reporting.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -81,9 +83,21 @@ TEST_F(Reporting, EndsTheRunNamingAFailedCall) {
 
 TEST_F(Reporting, SaysWhatAFailureConcerns) {
   concerning("dn: cn=a\n");
-  EXPECT_EXIT(exitWithMessage(PROCESSING_FAILED), testing::ExitedWithCode(255), " Concerned: dn: cn=a\n$");
+  EXPECT_EXIT(exitWithMessage(MEMORY_EXHAUSTED), testing::ExitedWithCode(255), " Concerned: cn=a\n$");
   concerning(nullptr);
-  EXPECT_EXIT(exitWithMessage(PROCESSING_FAILED), testing::ExitedWithCode(255), "shows more.\n$");
+  EXPECT_EXIT(exitWithMessage(MEMORY_EXHAUSTED), testing::ExitedWithCode(255), "slot counts.\n$");
+}
+
+TEST_F(Reporting, ShowsNoControlCharactersInTheEchoButTracesThem) {
+  startTrace();
+  EXPECT_EXIT((echoToFile(), reportError("a%s", "\x1b\r\n\x9b"), _exit(0)), testing::ExitedWithCode(0), "^$");
+  EXPECT_EQ(echoed(), "a\\x1B\\x0D\n\\x9B");
+  EXPECT_EQ(traced(), "a\x1b\r\n\x9b");
+}
+
+TEST_F(Reporting, TakesTheDetailsOfANoticeBack) {
+  outputOf([] { issueMessage(PASS_UNDER_WAY, {.values = {1, 2}}); });
+  EXPECT_EQ(messageDetails.values[0].kind, MessageValue::NOTHING);
 }
 
 TEST_F(Reporting, EndsTheRunWhenMemoryIsExhausted) {

@@ -16,8 +16,10 @@
 #include <fstream>
 #include <iterator>
 
+#include "cache/cache_slots.h"
 #include "cache/owner_association.h"
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
 #include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
@@ -59,6 +61,8 @@ void useUpLineMemory() {
   for (size_t size = 1; size <= 8192; size += 8) useUpLinesOf(size);
   usingUpLineMemory = false;
 }
+
+HeldFile* const heldFiles[] = {&inputFile, &outputFile, &traceFile, &workFile};
 
 std::filesystem::path scratchFolder;
 std::filesystem::path formerFolder;
@@ -157,8 +161,15 @@ void FreshRun::SetUp() {
   forgetLeftObjects();
   hasTheStepOverFilePositionBeenInitialized = 0;
   filePositionOfFirstObjectSteppedOver = 0;
-  createdFilePermissions = 0600;
-  createdFileGroup = 0;
+  for (HeldFile* file : heldFiles) *file = {};
+  workFileLength = 0;
+  workFileIsToBeRemoved = 0;
+  outputIsComplete = 0;
+  inputProblem[0] = '\0';
+  objectsRead = 0;
+  runCounts = {};
+  forgetOverrun();
+  messageDetails = {};
   messageReason[0] = '\0';
   messageSubject = nullptr;
 }
@@ -171,6 +182,10 @@ void FreshRun::TearDown() {
   dropCache();
   closeAllStreams();
   ifp = tifp = ofp = nullptr;
+  for (const HeldFile* file : heldFiles) {
+    if (file->descriptor >= 0) close(file->descriptor);
+    if (file->place.folder >= 0) close(file->place.folder);
+  }
   std::filesystem::current_path(formerFolder);
   std::filesystem::remove_all(scratchFolder);
 }
@@ -247,9 +262,37 @@ std::string readFile(const std::string& name) {
 
 bool exists(const std::string& name) { return std::filesystem::exists(std::filesystem::symlink_status(name)); }
 
-Stream* openForUpdate(const std::string& name) { return openStream(name.c_str(), OPEN_FOR_UPDATE, NAMED_BY_USER); }
+Stream* openForUpdate(const std::string& name) {
+  return openStream(open(name.c_str(), O_RDWR), STREAM_FROM_BEGINNING);
+}
 
-Stream* openToCreate(const std::string& name) { return openStream(name.c_str(), OPEN_TO_CREATE, NAMED_BY_USER); }
+Stream* openToCreate(const std::string& name) {
+  return openStream(open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STREAM_FROM_BEGINNING);
+}
+
+void holdInput() {
+  Place place;
+  if (!openPlace(input_ldif_filename, place)) abort();
+  if (!openHeldFile(place, OPEN_FOR_UPDATE, REGULAR_FILE, inputFile)) strcpy(inputProblem, messageReason);
+}
+
+void holdOutput() {
+  if (!openOrCreateByPath(output_ldif_filename, OPEN_TO_WRITE, outputFile)) abort();
+}
+
+void holdWorkFile() {
+  Place place;
+  if (!openPlace(temp_input_ldif_filename, place)) abort();
+  if (!openHeldFile(place, OPEN_OR_CREATE, PRIVATE_FILE, workFile)) abort();
+  struct stat status;
+  fstat(workFile.descriptor, &status);
+  workFileLength = status.st_size;
+}
+
+void writeWorkFile(const std::string& contents) {
+  writeFile(temp_input_ldif_filename, contents);
+  holdWorkFile();
+}
 
 Stream* streamWithoutPositions() {
   mkfifo("pipe", 0600);

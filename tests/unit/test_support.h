@@ -61,8 +61,15 @@ void writeFile(const std::string& name, const std::string& contents);
 std::string readFile(const std::string& name);
 bool exists(const std::string& name);
 
-Stream* openForUpdate(const std::string& name);   // as the work file is opened
-Stream* openToCreate(const std::string& name);    // as the output is opened
+Stream* openForUpdate(const std::string& name);
+Stream* openToCreate(const std::string& name);    // created or cut
+
+// The files of the run, as it holds them. The work file is created if need be, and is as long as it will stay.
+void holdInput();
+void holdOutput();
+void holdWorkFile();
+void writeWorkFile(const std::string& contents);  // and holds it
+
 Stream* streamWithoutPositions();                 // a pipe
 Stream* streamThatCannotBeWritten();              // every write fails from the first on
 Stream* streamThatFailsAfter(size_t characters);  // the write that goes beyond them fails

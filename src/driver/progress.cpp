@@ -1,0 +1,46 @@
+#include "driver/progress.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+
+#include "platform/progress_line.h"
+
+using Clock = std::chrono::steady_clock;
+
+static constexpr double SECONDS_BEFORE_FIRST_LINE = 1;
+static constexpr double SECONDS_BETWEEN_LINES = 0.5;
+
+// The phase that is being shown.
+struct Phase {
+  const char* name;
+  Clock::time_point begin;
+  double shownAt;  // seconds from the begin to the last line
+};
+
+static double secondsOf(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
+
+static void show(const Phase& phase, double seconds, int64_t done, int64_t total) {
+  constexpr double MEGABYTE = 1e6;
+  constexpr size_t LINE_SIZE = 100;
+  const auto part = static_cast<double>(done);
+  const auto whole = static_cast<double>(total);
+  char line[LINE_SIZE];
+  snprintf(line, sizeof line, "tqldif2v6: %s: %.0f %%, %.1f MB/s, %.0f s left", phase.name, part * 100 / whole,
+           part / MEGABYTE / seconds, seconds * (whole - part) / part);
+  drawProgressLine(line);
+}
+
+void showProgress(const char* phase, int64_t done, int64_t total) {
+  static const bool isTerminal = isatty(STDERR_FILENO) == 1;
+  static Phase current = {nullptr, {}, 0};
+  if (!isTerminal || done <= 0 || total <= 0) return;
+  const Clock::time_point now = Clock::now();
+  if (current.name != phase) current = {phase, now, SECONDS_BEFORE_FIRST_LINE - SECONDS_BETWEEN_LINES};
+  const double seconds = secondsOf(now - current.begin);
+  if (seconds < current.shownAt + SECONDS_BETWEEN_LINES) return;
+  current.shownAt = seconds;
+  show(current, seconds, done, total);
+}

@@ -1,0 +1,8 @@
+// How far the run is, for somebody who looks on at a terminal.
+#pragma once
+
+#include <cstdint>
+
+// Shows what is done of a phase, in bytes: percent, rate and time left. Only where standard error is a terminal, from
+// the second second of the phase on, and seldom enough to cost nothing.
+void showProgress(const char* phase, int64_t done, int64_t total);

@@ -1,0 +1,152 @@
+#include "driver/run_files.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <initializer_list>
+#include <span>
+
+#include "driver/command_line.h"
+#include "driver/reporting.h"
+#include "driver/run_state.h"
+#include "platform/file_operations.h"
+#include "platform/message_service.h"
+
+// Why the output could not be opened; empty when it was.
+static char outputProblem[sizeof messageReason];
+
+// A name and, once it is open, the file that it leads to.
+struct Role {
+  const char* name;
+  const HeldFile* file;  // null for one that is opened later
+};
+
+static const Role roles[] = {{input_ldif_filename, &inputFile},
+                             {output_ldif_filename, &outputFile},
+                             {temp_input_ldif_filename, nullptr},
+                             {debugFileName, &traceFile},
+                             {PRESERVED_WORK_FILE, nullptr}};
+
+// The roles of this run: without a trace the last two are not played.
+static std::span<const Role> rolesOfRun() {
+  constexpr size_t WITHOUT_TRACE = 3;
+  return {roles, debug != 0 ? std::size(roles) : WITHOUT_TRACE};
+}
+
+// Returns false when there is no such regular file.
+static bool statusOf(const Role& role, struct stat& status) {
+  const bool isOpen = role.file != nullptr && role.file->descriptor >= 0;
+  const int result = isOpen ? fstat(role.file->descriptor, &status) : stat(role.name, &status);
+  return result == 0 && S_ISREG(status.st_mode);
+}
+
+static bool isPlayedTwice(const Role& role, const Role& other) {
+  struct stat status;
+  struct stat otherStatus;
+  const bool exists = statusOf(role, status);
+  const bool otherExists = statusOf(other, otherStatus);
+  return exists && otherExists ? isSame(status, otherStatus) : isSameFile(role.name, other.name);
+}
+
+static void giveUpNewFiles() {
+  removeEmptyFile(outputFile);
+  removeEmptyFile(traceFile);
+}
+
+[[noreturn]] static void exitWithUsageError(const char* format, const char* name, const char* other = "") {
+  giveUpNewFiles();
+  snprintf(messageReason, sizeof messageReason, format, name, other);
+  exitWithMessage(USAGE_ERROR);
+}
+
+// Returns the role whose file a standard stream leads to, or null. Pipes, terminals and devices count as no file.
+static const Role* findRoleOfStream(int descriptor) {
+  struct stat stream;
+  if (fstat(descriptor, &stream) != 0 || !S_ISREG(stream.st_mode)) return nullptr;
+  for (const Role& role : rolesOfRun()) {
+    struct stat status;
+    if (statusOf(role, status) && isSame(status, stream)) return &role;
+  }
+  return nullptr;
+}
+
+// What is shown would get into the file: not even the message that says so may.
+static void turnToNullDevice(int descriptor) {
+  const int nullDevice = open("/dev/null", O_RDWR | O_CLOEXEC);
+  if (nullDevice >= 0) dup2(nullDevice, descriptor);
+}
+
+static void requireStreamsApart() {
+  const Role* output = findRoleOfStream(STDOUT_FILENO);
+  const Role* error = findRoleOfStream(STDERR_FILENO);
+  if (output == nullptr && error == nullptr) return;
+  if (output != nullptr) turnToNullDevice(STDOUT_FILENO);
+  if (error != nullptr) {
+    turnToNullDevice(STDERR_FILENO);
+    char route[] = "ERROR:STDOUT";
+    int32_t status = 0;
+    zr_svc_routing(route, &status);
+    exitWithUsageError("standard error leads to the file %.400s, which this run uses", error->name);
+  }
+  exitWithUsageError("standard output leads to the file %.400s, which this run uses", output->name);
+}
+
+// A run must never destroy its own input, nor write two things into one file. Asked before anything is opened, so that
+// nothing is made in vain, and of the open files, since names can be given to other files at any time.
+static void requireDistinctFiles() {
+  const auto played = rolesOfRun();
+  for (size_t i = 0; i < played.size(); ++i)
+    for (size_t j = i + 1; j < played.size(); ++j)
+      if (isPlayedTwice(played[i], played[j]))
+        exitWithUsageError("two names lead to the same file: %.200s and %.200s", played[i].name, played[j].name);
+  requireStreamsApart();
+}
+
+[[noreturn]] static void exitForFile(const char* name) {
+  giveUpNewFiles();
+  exitWithMessage(FILE_NOT_OPENED, name);
+}
+
+static void keepProblem(char (&problem)[sizeof messageReason]) {
+  snprintf(problem, sizeof problem, "%s", messageReason);
+  messageReason[0] = '\0';
+}
+
+static void openInput() {
+  Place place;
+  if (openPlace(input_ldif_filename, place) && openHeldFile(place, OPEN_FOR_UPDATE, REGULAR_FILE, inputFile)) {
+    // Before anything is made: the other run may be about to open it.
+    if (!lockFile(inputFile, input_ldif_filename)) exitForFile(input_ldif_filename);
+  } else {
+    keepProblem(inputProblem);
+  }
+}
+
+static void openTrace() {
+  if (debug == 0) return;
+  Place place;
+  if (!openPlace(debugFileName, place) || !openHeldFile(place, OPEN_OR_CREATE, PRIVATE_FILE_OR_DEVICE, traceFile))
+    exitForFile(debugFileName);
+}
+
+static void openOutput() {
+  if (!openOrCreateByPath(output_ldif_filename, OPEN_TO_WRITE, outputFile)) keepProblem(outputProblem);
+}
+
+void openFilesOfRun() {
+  requireDistinctFiles();
+  openInput();
+  openTrace();
+  openOutput();
+  requireDistinctFiles();
+  if (outputFile.descriptor >= 0 && !lockFile(outputFile, output_ldif_filename)) exitForFile(output_ldif_filename);
+  if (traceFile.descriptor >= 0 && !lockFile(traceFile, debugFileName)) exitForFile(debugFileName);
+}
+
+void requireOpenOutput() {
+  if (outputProblem[0] == '\0') return;
+  traceLine("main() - Unable to open output file %s.  Exiting. \n", output_ldif_filename);
+  snprintf(messageReason, sizeof messageReason, "%s", outputProblem);
+  exitWithMessage(FILE_NOT_OPENED, output_ldif_filename);
+}

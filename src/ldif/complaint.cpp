@@ -1,0 +1,78 @@
+#include "ldif/complaint.h"
+
+#include <cstdio>
+
+#include "driver/reporting.h"
+#include "driver/run_counts.h"
+#include "driver/run_state.h"
+#include "ldif/entry_line.h"
+#include "ldif/object_buffer.h"
+#include "ldif/text.h"
+
+static char reasonOfFailure[sizeof messageReason];
+
+// Finding the line of an entry has reasons of its own to fail. A position call has none.
+static void keepReason() {
+  const char* reason = messageReason[0] != '\0' ? messageReason : "no position can be set in it";
+  snprintf(reasonOfFailure, sizeof reasonOfFailure, "%s", reason);
+}
+
+static void complain(DetailText problem, const MessageValue& entry, const MessageValue& second = {},
+                     const MessageValue& third = {}) {
+  const DetailText hint = runCounts.bytesOfEarlierWorkFile > 0 ? EARLIER_WORK_FILE_AS_CAUSE : NO_DETAIL;
+  messageDetails = {problem, hint, {entry, second, third}};
+}
+
+// Joins the first line of the entry in the buffer with those that continue it, as far as a message can show it.
+static const char* unfoldedFirstLine() {
+  constexpr size_t CAPACITY = 32768;
+  static char text[CAPACITY];
+  text[0] = '\0';
+  for (int32_t i = 0; i < next_available_object_slot && (i == 0 || object[i][0] == ' '); ++i) {
+    appendBounded(text, sizeof text, object[i] + (i == 0 ? 0 : 1));
+    cutAtLineEnd(text);
+  }
+  return text;
+}
+
+// During the preparation pass it is the entry that has been read last, in which lines may still be folded.
+static MessageValue entryOf(const char* firstLine) {
+  if (ifp != nullptr) return {unfoldedFirstLine(), lineOfEntry(objectsRead)};
+  return {firstLine, firstLine != nullptr ? linesOfEntries(firstLine).first : 0};
+}
+
+void complain(DetailText problem, const char* firstLine) { complain(problem, entryOf(firstLine)); }
+
+// Of two entries with the same DN of which the input holds one, the other comes from an earlier run's work file, which
+// is read first.
+void complainOfDouble(const char* firstLine, const char* earlierFirstLine) {
+  MessageValue entry = entryOf(firstLine);
+  MessageValue earlier = entryOf(earlierFirstLine);
+  if (isSameFirstLine(firstLine, earlierFirstLine)) {
+    const EntryLines lines = linesOfEntries(firstLine);
+    entry.number = lines.second != 0 ? lines.second : lines.first;
+    earlier.number = lines.second != 0 ? lines.first : 0;
+  }
+  complain(DOUBLED, entry, earlier);
+}
+
+void complainOfLength(const char* firstLine, int32_t lines) {
+  complain(ROW_OVERRUN, entryOf(firstLine), int64_t{lines});
+}
+
+void complainOfFile(DetailText problem, const char* firstLine, const char* fileName) {
+  keepReason();
+  complain(problem, entryOf(firstLine), fileName, reasonOfFailure);
+}
+
+void exitForEntry(DetailText problem, const char* firstLine) {
+  complain(problem, firstLine);
+  exitWithMessage(PROCESSING_FAILED);
+}
+
+void exitForEntryInFile(DetailText problem, const char* firstLine, const char* fileName) {
+  complainOfFile(problem, firstLine, fileName);
+  exitWithMessage(PROCESSING_FAILED);
+}
+
+void exitForObject(DetailText problem) { exitForEntry(problem, firstLineOfObject()); }

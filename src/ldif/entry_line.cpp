@@ -1,0 +1,123 @@
+#include "ldif/entry_line.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "driver/run_state.h"
+#include "ldif/line_reader.h"
+#include "platform/stream.h"
+
+// A first line without what may differ: line end, blanks beside commas, white space at the end. Kept in a fixed buffer,
+// because a run whose memory is exhausted comes here, too; a longer line is not found.
+struct FirstLine {
+  static constexpr size_t CAPACITY = size_t{64} * 1024;
+  char text[CAPACITY];
+  size_t length;
+  bool isWhole;
+
+  void clear() {
+    length = 0;
+    isWhole = true;
+  }
+  std::string_view view() const { return {text, length}; }
+};
+
+static void append(FirstLine& line, std::string_view piece) {
+  piece = piece.substr(0, piece.find_first_of("\r\n"));
+  for (const char character : piece) {
+    if (character == ' ' && line.length > 0 && line.text[line.length - 1] == ',') continue;
+    if (character == ',')
+      while (line.length > 0 && line.text[line.length - 1] == ' ') --line.length;
+    line.isWhole = line.isWhole && line.length < FirstLine::CAPACITY;
+    if (line.isWhole) line.text[line.length++] = character;
+  }
+}
+
+static void trimEnd(FirstLine& line) {
+  line.length = std::min(line.view().find_last_not_of(" \t\v\f") + 1, line.length);
+}
+
+static void normalise(FirstLine& line, const char* text) {
+  line.clear();
+  append(line, text);
+  trimEnd(line);
+}
+
+static bool isEqual(const FirstLine& line, const FirstLine& other) {
+  return line.isWhole && other.isWhole && line.view() == other.view();
+}
+
+// The input as it is read once more.
+struct Walk {
+  Stream* stream;
+  int64_t line;  // number of the line that comes next
+};
+
+// Reads the next line, or piece of a line, as the preparation pass does. Returns false at the end.
+static bool readLine(Walk& walk, std::string_view& line) {
+  const std::string_view read = readLine(walk.stream, NEXT_LINE_SIZE - 1);
+  if (read.ends_with('\n')) ++walk.line;
+  line = read.substr(0, read.find('\0'));
+  return !read.empty();
+}
+
+static bool isBlank(std::string_view line) { return line.find_first_not_of(" \r\n") == std::string_view::npos; }
+
+// Reads the next entry and puts its first line down. Returns the number of the line in which it begins, 0 behind the
+// last.
+static int64_t readEntry(Walk& walk, FirstLine& first) {
+  int64_t begin = 0;
+  bool isFirst = true;
+  std::string_view line;
+  first.clear();
+  for (int64_t number = walk.line; readLine(walk, line); number = walk.line) {
+    if (isBlank(line) && begin != 0) break;
+    if (isBlank(line) || line[0] == '#') continue;
+    if (begin == 0) {
+      begin = number;
+      append(first, line);
+    } else {
+      isFirst = isFirst && line[0] == ' ';
+      if (isFirst) append(first, line.substr(1));
+    }
+  }
+  trimEnd(first);
+  return begin;
+}
+
+static Walk openWalk() {
+  if (inputFile.descriptor < 0) return {nullptr, 1};
+  return {openStream(duplicateDescriptor(inputFile.descriptor), STREAM_FROM_BEGINNING), 1};
+}
+
+int64_t lineOfEntry(int64_t ordinal) {
+  static FirstLine unused;
+  Walk walk = openWalk();
+  int64_t line = 0;
+  for (int64_t i = 0; walk.stream != nullptr && i < ordinal; ++i) line = readEntry(walk, unused);
+  closeStream(walk.stream);
+  return line;
+}
+
+EntryLines linesOfEntries(const char* firstLine) {
+  static FirstLine wanted;
+  static FirstLine found;
+  EntryLines lines;
+  normalise(wanted, firstLine);
+  Walk walk = openWalk();
+  while (walk.stream != nullptr && lines.second == 0) {
+    const int64_t line = readEntry(walk, found);
+    if (line == 0) break;
+    if (isEqual(wanted, found)) (lines.first == 0 ? lines.first : lines.second) = line;
+  }
+  closeStream(walk.stream);
+  return lines;
+}
+
+bool isSameFirstLine(const char* firstLine, const char* other) {
+  static FirstLine one;
+  static FirstLine two;
+  normalise(one, firstLine);
+  normalise(two, other);
+  return isEqual(one, two);
+}

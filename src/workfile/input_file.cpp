@@ -1,0 +1,34 @@
+#include "workfile/input_file.h"
+
+#include <cstdio>
+
+#include "driver/reporting.h"
+#include "driver/run_state.h"
+
+static struct stat stateAtOpening;
+
+void openInput() {
+  if (inputFile.descriptor < 0) {
+    snprintf(messageReason, sizeof messageReason, "%s", inputProblem);
+  } else if (fstat(inputFile.descriptor, &stateAtOpening) == 0) {
+    ifp = openStream(duplicateDescriptor(inputFile.descriptor), STREAM_OF_FIXED_SIZE);
+  } else {
+    failWith();
+  }
+  if (ifp == nullptr) exitWithMessage(FILE_NOT_OPENED, input_ldif_filename);
+}
+
+int64_t inputSize() { return stateAtOpening.st_size; }
+
+static bool isAsAtOpening(const struct stat& status) {
+  return isSame(status, stateAtOpening) && status.st_size == stateAtOpening.st_size &&
+         status.st_mtim.tv_sec == stateAtOpening.st_mtim.tv_sec &&
+         status.st_mtim.tv_nsec == stateAtOpening.st_mtim.tv_nsec;
+}
+
+bool isInputUnchanged() {
+  struct stat status;
+  struct stat named;
+  if (fstat(inputFile.descriptor, &status) != 0 || stat(input_ldif_filename, &named) != 0) return failWith();
+  return (isAsAtOpening(status) && isAsAtOpening(named)) || failWith("it has changed while it was read");
+}

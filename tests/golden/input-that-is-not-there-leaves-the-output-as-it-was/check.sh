@@ -1,0 +1,1 @@
+test ! -e nosuch.ldif.tmp

@@ -1,0 +1,2 @@
+mkdir input.ldif.tmp
+echo old >output.ldif
