@@ -78,8 +78,7 @@ BENCHMARK(copyAndFreeLine);
 
 static void readLines(benchmark::State& state) {
   char name[] = "/tmp/parts_benchmark.XXXXXX";
-  close(mkstemp(name));
-  Stream* stream = openStream(name, OPEN_TO_CREATE, PRIVATE_FILE);
+  Stream* stream = openStream(mkstemp(name), STREAM_FROM_BEGINNING);
   int64_t lines = 0;
   for (; lines < 100000; ++lines) writeText(stream, user[lines % static_cast<int64_t>(std::size(user))]);
   for (auto _ : state) {

@@ -21,15 +21,21 @@ static int32_t copyContents(Stream* source, Stream* destination) {
   return readFailed(source) ? -1 : 0;
 }
 
-int32_t copyFile(int descriptor, const char* to) {
-  HeldFile copy;
-  if (!openPlace(to, copy.place) || !openHeldFile(copy.place, OPEN_OR_CREATE, PRIVATE_FILE, copy)) return -1;
-  if (!lockFile(copy, to) || !cutFile(copy.descriptor)) return -1;
-  Stream* source = openStream(duplicateDescriptor(descriptor), STREAM_OF_FIXED_SIZE);
-  Stream* destination = source == nullptr ? nullptr : openStream(copy.descriptor, STREAM_FROM_BEGINNING);
+static int32_t copyBetween(int from, int to) {
+  Stream* source = openStream(duplicateDescriptor(from), STREAM_OF_FIXED_SIZE);
+  Stream* destination = source == nullptr ? nullptr : openStream(duplicateDescriptor(to), STREAM_FROM_BEGINNING);
   int32_t result = destination == nullptr ? -1 : copyContents(source, destination);
   if (closeStream(destination) != 0) result = -1;
   closeStream(source);
+  return result;
+}
+
+int32_t copyFile(int descriptor, const char* to) {
+  HeldFile copy;
+  const bool isReady = openPlace(to, copy.place) && openHeldFile(copy.place, OPEN_OR_CREATE, PRIVATE_FILE, copy) &&
+                       lockFile(copy, to) && cutFile(copy.descriptor);
+  const int32_t result = isReady ? copyBetween(descriptor, copy.descriptor) : -1;
+  closeHeldFile(copy);
   return result;
 }
 

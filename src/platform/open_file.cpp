@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "platform/file_operations.h"
@@ -91,6 +92,12 @@ bool openHeldFile(const Place& place, OpenMode mode, FileKind kind, HeldFile& fi
   return false;
 }
 
+void closeHeldFile(HeldFile& file) {
+  for (const int descriptor : {file.descriptor, file.place.folder})
+    if (descriptor >= 0) close(descriptor);
+  file = {};
+}
+
 bool openOrCreateByPath(const char* path, OpenMode mode, HeldFile& file) {
   // Another run may create the file, or take it away, between one call and the next.
   constexpr int ATTEMPTS = 10;
@@ -103,8 +110,9 @@ bool openOrCreateByPath(const char* path, OpenMode mode, HeldFile& file) {
     snprintf(target, sizeof target, "%s", resolvedPath(path).c_str());
     if (!openPlace(target, place)) return false;
     if (openHeldFile(place, mode, NAMED_BY_USER, file)) return true;
-    close(place.folder);
-    if (errno != EEXIST) return false;
+    const bool isThereNow = errno == EEXIST;
+    closeHeldFile(file);
+    if (!isThereNow) return false;
   }
   return false;
 }

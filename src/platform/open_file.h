@@ -45,6 +45,9 @@ bool openPlace(const char* path, Place& place);
 // false with the reason in messageReason.
 bool openHeldFile(const Place& place, OpenMode mode, FileKind kind, HeldFile& file);
 
+// Closes a file and its folder, and thereby gives up the lock.
+void closeHeldFile(HeldFile& file);
+
 // Opens a file by its path, through links and even where one leads to a file that is not there yet.
 bool openOrCreateByPath(const char* path, OpenMode mode, HeldFile& file);
 

@@ -48,6 +48,7 @@ static Result convert(Conversion& conversion, bool isTraced) {
   const int argumentCount = isTraced ? 6 : 5;
   const uint32_t outcome = outcomeOf([&] { mainOfTool(argumentCount, arguments); });
   if (outcome == 0) tfp = nullptr;  // closed
+  if (outcome == 0) traceFile.descriptor = -1;
   closeAllStreams();
 
   require(readFile(INPUT) == conversion.input, "the input stays as it was");
@@ -58,14 +59,14 @@ static Result convert(Conversion& conversion, bool isTraced) {
 
 static void checkPreparation(const Conversion& conversion, const Result& result, bool isTraced) {
   const plain::Prepared expected = plain::prepared(conversion.input, INSTALL_DATE);
-  const std::string workFile = conversion.leftOver + expected.workFile;
+  const std::string expectedWorkFile = conversion.leftOver + expected.workFile;
   if (expected.isStopped) {
     require(result.outcome == PROCESSING_FAILED, "an entry that cannot be prepared ends the run");
-    require(result.output == expected.output && result.workFile == workFile, "what was prepared before");
+    require(result.output == expected.output && result.workFile == expectedWorkFile, "what was prepared before");
     return;
   }
   require(result.output.starts_with(expected.output), "the entries that go straight to the output");
-  if (isTraced) require(readFile(PRESERVED_WORK_FILE) == workFile, "the entries that go to the work file");
+  if (isTraced) require(readFile(PRESERVED_WORK_FILE) == expectedWorkFile, "the entries that go to the work file");
 }
 
 // Switches: 1 traced, too, 2 errors echoed; the next two bits and the two behind them are slots beyond one. With 64 the

@@ -160,7 +160,7 @@ static bool buildUser(int32_t slot) {
   const auto expected = unlessStopped([&] { return plain::policyContainer(secUser_dn[slot], changetypeSeen == 1); });
   constexpr char OUTPUT[] = "output";
   const uint32_t outcome = outcomeOf([&] {
-    ofp = openStream(OUTPUT, OPEN_TO_CREATE, NAMED_BY_USER);
+    ofp = openToCreate(OUTPUT);
     writePolicyContainerAddToOutputFile(slot);
     closeStream(ofp);
   });

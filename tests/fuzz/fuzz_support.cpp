@@ -16,6 +16,7 @@
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
 #include "kept_memory.h"
 #include "ldif/line_memory.h"
@@ -190,9 +191,12 @@ static void resetBuffers() {
 }
 
 void beginRun() {
+  // What the trace is written to is closed with it.
   if (tfp != nullptr) fclose(tfp);
+  if (debug != 0) traceFile.descriptor = -1;
   tfp = nullptr;
   closeAllStreams();
+  for (HeldFile* file : {&inputFile, &outputFile, &traceFile, &workFile}) closeHeldFile(*file);
   ifp = tifp = ofp = nullptr;
   debug = debugError = 0;
 
@@ -211,7 +215,11 @@ void beginRun() {
   hasTheStepOverFilePositionBeenInitialized = 0;
   atLeastOneObjectProcessed = writeObjectToLDIFFile = 0;
   workFileIsToBeRemoved = 0;
-  createdFilePermissions = 0600;
+  outputIsComplete = 0;
+  workFileLength = objectsRead = 0;
+  runCounts = {};
+  messageDetails = {};
+  inputProblem[0] = '\0';
   messages.clear();
 }
 
@@ -244,6 +252,12 @@ std::string readFile(const char* name) {
   require(read(file, contents.data(), contents.size()) == status.st_size, "the file can be read");
   close(file);
   return contents;
+}
+
+Stream* openForUpdate(const char* name) { return openStream(open(name, O_RDWR), STREAM_FROM_BEGINNING); }
+
+Stream* openToCreate(const char* name) {
+  return openStream(open(name, O_WRONLY | O_CREAT | O_TRUNC, 0600), STREAM_FROM_BEGINNING);
 }
 
 bool exists(const char* name) { return access(name, F_OK) == 0; }

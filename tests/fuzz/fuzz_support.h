@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "driver/message_codes.h"
+#include "platform/stream.h"
 
 using Lines = std::vector<std::string>;
 
@@ -67,3 +68,5 @@ Lines objectLines();
 void writeFile(const char* name, const std::string& contents);
 std::string readFile(const char* name);
 bool exists(const char* name);
+Stream* openForUpdate(const char* name);
+Stream* openToCreate(const char* name);  // created or cut

@@ -72,7 +72,7 @@ static void checkClass(const Lines& lines) {
 }
 
 static void readAsInput(const std::string& file) {
-  Stream* stream = openStream(NAME, OPEN_FOR_UPDATE, REGULAR_FILE);
+  Stream* stream = openForUpdate(NAME);
   for (size_t position = 0;;) {
     const plain::Entry expected = plain::readEntry(file, position);
     const int32_t result = getNextObject(stream);
@@ -90,8 +90,8 @@ static void readAsInput(const std::string& file) {
 
 static void copyAsOversized(const std::string& file) {
   constexpr char OUTPUT[] = "output";
-  ifp = openStream(NAME, OPEN_FOR_UPDATE, REGULAR_FILE);
-  ofp = openStream(OUTPUT, OPEN_TO_CREATE, NAMED_BY_USER);
+  ifp = openForUpdate(NAME);
+  ofp = openToCreate(OUTPUT);
   std::string expected;
   for (size_t position = 0; position < file.size();) {
     moveNextObjectToOutputLDIFFile();
@@ -114,7 +114,7 @@ static void readFromWorkFile(Stream* stream, const plain::Entry& expected, size_
 // Makes a pass from the position on. Each entry is blanked out or stepped over, as a bit of the switches says. Returns
 // where the next pass begins.
 static size_t makePass(std::string& file, size_t position, unsigned isBlankedOut) {
-  Stream* stream = openStream(NAME, OPEN_FOR_UPDATE, PRIVATE_FILE);
+  Stream* stream = openForUpdate(NAME);
   setPosition(stream, static_cast<int64_t>(position));
   hasTheStepOverFilePositionBeenInitialized = 0;
   std::optional<size_t> firstSteppedOver;

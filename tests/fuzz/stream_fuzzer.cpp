@@ -1,5 +1,7 @@
 // The stream against a file in memory: reads, moves over blank lines, jumps and writes in any order leave both at the
 // same place with the same contents. The input's first part is the operations, two bytes each, the rest the file.
+#include <fcntl.h>
+
 #include <algorithm>
 
 #include "fuzz_support.h"
@@ -92,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   cursor = isAppending ? contents.size() : 0;
   beginRun();
   writeFile(NAME, contents);
-  stream = openStream(NAME, isAppending ? OPEN_TO_APPEND : OPEN_FOR_UPDATE, PRIVATE_FILE);
+  stream = openStream(open(NAME, O_RDWR), isAppending ? STREAM_AT_END : STREAM_FROM_BEGINNING);
   require(stream != nullptr, "the file can be opened");
 
   size_t remembered = 0;

@@ -182,10 +182,7 @@ void FreshRun::TearDown() {
   dropCache();
   closeAllStreams();
   ifp = tifp = ofp = nullptr;
-  for (const HeldFile* file : heldFiles) {
-    if (file->descriptor >= 0) close(file->descriptor);
-    if (file->place.folder >= 0) close(file->place.folder);
-  }
+  for (HeldFile* file : heldFiles) closeHeldFile(*file);
   std::filesystem::current_path(formerFolder);
   std::filesystem::remove_all(scratchFolder);
 }
