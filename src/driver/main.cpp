@@ -99,7 +99,7 @@ static void preserveWorkFile() {
   if (snprintf(systemCommand, sizeof systemCommand, COMMAND, temp_input_ldif_filename) < 0) systemCommand[0] = '\0';
   traceLine("main():  Preserve a copy of the temporary input file  \n");
   traceLine("         The system command to be executed is:    %s  \n", systemCommand);
-  if (copyFile(workFile.descriptor, PRESERVED_WORK_FILE) != 0)
+  if (copyFile(workFile.descriptor, PRESERVED_WORK_FILE, preservedWorkFile) != 0)
     traceLine("main():  The copy could not be made:  %s  \n", messageReason);
   messageReason[0] = '\0';
 }

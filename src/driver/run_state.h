@@ -29,12 +29,13 @@ inline char debugFileName[DEBUG_FILE_NAME_SIZE];       // the trace file; empty 
 // The shell command whose effect a file operation has, as the trace shows it; cut when it does not fit.
 inline char systemCommand[FILE_NAME_SIZE];
 
-// The files that the run holds, and their locks on them, from its start to its end; the work file from the preparation
-// pass on. A descriptor of -1 for those that are not open.
+// The files that the run holds, and its locks on them, from its start to its end; the work file from the preparation
+// pass on, the copy of it from when it is made. A descriptor of -1 for those that are not open.
 inline HeldFile inputFile;
 inline HeldFile outputFile;
 inline HeldFile traceFile;
 inline HeldFile workFile;
+inline HeldFile preservedWorkFile;
 
 // Why the input could not be opened; empty when it was.
 inline char inputProblem[sizeof messageReason];

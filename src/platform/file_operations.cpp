@@ -30,13 +30,10 @@ static int32_t copyBetween(int from, int to) {
   return result;
 }
 
-int32_t copyFile(int descriptor, const char* to) {
-  HeldFile copy;
+int32_t copyFile(int descriptor, const char* to, HeldFile& copy) {
   const bool isReady = openPlace(to, copy.place) && openHeldFile(copy.place, OPEN_OR_CREATE, PRIVATE_FILE, copy) &&
                        lockFile(copy, to) && cutFile(copy.descriptor);
-  const int32_t result = isReady ? copyBetween(descriptor, copy.descriptor) : -1;
-  closeHeldFile(copy);
-  return result;
+  return isReady ? copyBetween(descriptor, copy.descriptor) : -1;
 }
 
 std::filesystem::path resolvedPath(std::filesystem::path path) {

@@ -25,9 +25,10 @@ int64_t sizeOfEarlierWorkFile() {
 
 void openWorkFileForAppending(bool isTracing) {
   holdSignals();
-  const bool isOpen = openHeldFile(placeOfWorkFile(), OPEN_OR_CREATE, PRIVATE_FILE, workFile) &&
-                      lockFile(workFile, temp_input_ldif_filename);
-  if (isOpen) tifp = openStream(duplicateDescriptor(workFile.descriptor), STREAM_AT_END);
+  const bool isOpen = openHeldFile(placeOfWorkFile(), OPEN_OR_CREATE, PRIVATE_FILE, workFile);
+  const bool isOurs = isOpen && lockFile(workFile, temp_input_ldif_filename);
+  if (isOpen && !isOurs) removeEmptyFile(outputFile);  // the other run finds everything as it was
+  if (isOurs) tifp = openStream(duplicateDescriptor(workFile.descriptor), STREAM_AT_END);
   workFileIsToBeRemoved = tifp != nullptr && !isTracing ? 1 : 0;
   letSignalsThrough();
   if (tifp == nullptr) exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);

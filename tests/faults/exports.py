@@ -75,6 +75,11 @@ def padding(length):
     return ["description: " + "x" * 86] * full + ["description: " + "y" * (length - 100 * full - 14)]
 
 
+def users(count, *more):
+    """Whole users, with maps."""
+    return "".join(user(f"u{i}", *more) + map_of_user(f"u{i}") for i in range(count))
+
+
 def everything():
     """Every class, two users, one of them with all a user can have, and a group; maps before their owners."""
     return (authority() + container() + folded() + common_policy() + map_of_user("anna") + user("anna") + group("staff")

@@ -1,18 +1,23 @@
 // Makes a chosen call of a program fail. Preloaded (LD_PRELOAD), and told in the environment:
-//   FAULT_CALL     the kind of call: malloc (calloc and realloc, too), open, read (pread, too), write (pwrite, too),
-//                  close, lseek, ftruncate, fstat, fsync, unlink, madvise, or fflush of a standard stream (fclose,
-//                  too), which then loses what it was to write
-//   FAULT_NUMBER   which of these calls, counted from 1 and from the beginning of main
+//   FAULT_CALL     the kind of call: malloc (calloc and realloc, too), open (openat, openat2), read (pread), write
+//                  (pwrite), close, dup, fcntl, flock, lseek, ftruncate, fstat (stat, lstat, fstatat), fsync (syncfs),
+//                  unlink (unlinkat), madvise, localtime, which then returns null, or fflush of a standard stream
+//                  (fclose), which then loses what it was to write
+//   FAULT_NUMBER   which of these calls, counted from 1 and from the beginning of main; 1 when absent
 //   FAULT_ERRNO    the error's name; EIO when absent
 //   FAULT_FILE     how the name of the file must end for a call to count; without it every call on a regular file does
 //   FAULT_LASTING  set: all later calls fail, too
 //   FAULT_SHORT    set: a read or write does not fail but moves only half of the bytes
-//   FAULT_STOP     set: the call does not fail, and behind it the process stops until it is continued
+//   FAULT_STOP     set: the call does not fail, and behind it the process stops until it is continued; with the value
+//                  "before" it stops before the call
+//   FAULT_SHRINK   the name of a file that is cut before the call, which does not fail then
+//   FAULT_LENGTH   the bytes that FAULT_SHRINK leaves; half of the file when absent
 //   FAULT_REPORT   a file that reads "armed" from the beginning of main and "delivered" once a call has failed
 // Other calls that the C library makes for its streams cannot be reached, only the memory that it takes for them.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <stdio_ext.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -26,6 +31,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string_view>
 
 extern "C" {
@@ -41,11 +47,20 @@ struct ErrorName {
 
 static constexpr ErrorName errorNames[] = {{"EIO", EIO},       {"ENOSPC", ENOSPC}, {"EFBIG", EFBIG},
                                            {"EDQUOT", EDQUOT}, {"EINTR", EINTR},   {"ENOMEM", ENOMEM},
-                                           {"EACCES", EACCES}, {"ESPIPE", ESPIPE}, {"EMFILE", EMFILE}};
+                                           {"EACCES", EACCES}, {"ESPIPE", ESPIPE}, {"EMFILE", EMFILE},
+                                           {"EINVAL", EINVAL}, {"ENOLCK", ENOLCK}, {"EROFS", EROFS},
+                                           {"EPERM", EPERM}};
 
 static bool isArmed = false;    // from the beginning of main to the end of what it leaves to be done at the exit
 static long callsCounted = 0;   // calls of the chosen kind
 static bool stopIsDue = false;  // behind the call that is being made
+
+// What goes to the kernel itself, past the calls below. This library has a syscall() of its own, too.
+template <typename... Arguments>
+static long kernel(long number, Arguments... arguments) {
+  static const auto realCall = reinterpret_cast<long (*)(long, ...)>(dlsym(RTLD_NEXT, "syscall"));
+  return realCall(number, arguments...);
+}
 
 static std::string_view setting(const char* name) {
   const char* value = getenv(name);
@@ -57,18 +72,34 @@ static bool isSet(const char* name) { return getenv(name) != nullptr; }
 static void report(std::string_view state) {
   const char* name = getenv("FAULT_REPORT");
   if (name == nullptr) return;
-  const long file = syscall(SYS_openat, AT_FDCWD, name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  syscall(SYS_write, file, state.data(), state.size());
-  syscall(SYS_close, file);
+  const long file = kernel(SYS_openat, AT_FDCWD, name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  kernel(SYS_write, file, state.data(), state.size());
+  kernel(SYS_close, file);
+}
+
+static void shrinkFile() {
+  const char* name = getenv("FAULT_SHRINK");
+  struct stat status;
+  if (kernel(SYS_newfstatat, AT_FDCWD, name, &status, 0) != 0) return;
+  const off_t length = isSet("FAULT_LENGTH") ? strtol(setting("FAULT_LENGTH").data(), nullptr, 10) : status.st_size / 2;
+  kernel(SYS_truncate, name, length);
 }
 
 // Counts the call if it is of the chosen kind. Returns true when it is to fail.
 static bool isStruck(std::string_view call) {
   if (!isArmed || setting("FAULT_CALL") != call) return false;
-  const long chosen = strtol(setting("FAULT_NUMBER").data(), nullptr, 10);
+  const long chosen = isSet("FAULT_NUMBER") ? strtol(setting("FAULT_NUMBER").data(), nullptr, 10) : 1;
   ++callsCounted;
   if (callsCounted < chosen || (callsCounted > chosen && !isSet("FAULT_LASTING"))) return false;
   report("delivered");
+  if (isSet("FAULT_SHRINK")) {
+    shrinkFile();
+    return false;
+  }
+  if (setting("FAULT_STOP") == "before") {
+    raise(SIGSTOP);
+    return false;
+  }
   stopIsDue = isSet("FAULT_STOP");
   return !stopIsDue;
 }
@@ -77,8 +108,9 @@ static bool isStruck(std::string_view call) {
 template <typename Result = int>
 static Result made(long result) {
   const int errnoOfCall = errno;
-  if (stopIsDue) raise(SIGSTOP);
-  stopIsDue = false;
+  const bool stops = stopIsDue;
+  stopIsDue = false;  // before the calls of a signal handler that runs when the process goes on
+  if (stops) raise(SIGSTOP);
   errno = errnoOfCall;
   return static_cast<Result>(result);
 }
@@ -87,7 +119,7 @@ static bool nameCounts(std::string_view name) { return name.ends_with(setting("F
 
 static bool isRegular(int file) {
   struct stat status;
-  return syscall(SYS_newfstatat, file, "", &status, AT_EMPTY_PATH) == 0 && S_ISREG(status.st_mode);
+  return kernel(SYS_newfstatat, file, "", &status, AT_EMPTY_PATH) == 0 && S_ISREG(status.st_mode);
 }
 
 static bool fileCounts(int file) {
@@ -116,6 +148,11 @@ static int fail() {
 
 // What a struck read or write moves: half, but at least something.
 static size_t halfOf(size_t count) { return std::max<size_t>(count / 2, std::min<size_t>(count, 1)); }
+
+static int openIn(int folder, const char* name, int flags, mode_t mode) {
+  if (nameCounts(name) && isStruck("open")) return fail();
+  return made(kernel(SYS_openat, folder, name, flags, mode));
+}
 
 using Main = int (*)(int, char**, char**);
 
@@ -161,8 +198,33 @@ int open(const char* name, int flags, ...) {
   va_start(arguments, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  if (nameCounts(name) && isStruck("open")) return fail();
-  return made(syscall(SYS_openat, AT_FDCWD, name, flags, mode));
+  return openIn(AT_FDCWD, name, flags, mode);
+}
+
+int openat(int folder, const char* name, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return openIn(folder, name, flags, mode);
+}
+
+// What a fortified build calls when it opens without creating.
+int __open_2(const char* name, int flags) { return openIn(AT_FDCWD, name, flags, 0); }
+int __openat_2(int folder, const char* name, int flags) { return openIn(folder, name, flags, 0); }
+
+// The C library has no function for openat2 yet; it is made with this one.
+long syscall(long number, ...) noexcept {
+  va_list list;
+  va_start(list, number);
+  long arguments[6];
+  for (long& argument : arguments) argument = va_arg(list, long);
+  va_end(list);
+  const bool isOpening = number == SYS_openat2;
+  if (isOpening && nameCounts(reinterpret_cast<const char*>(arguments[1])) && isStruck("open")) return fail();
+  const long result =
+      kernel(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
+  return isOpening ? made<long>(result) : result;
 }
 
 ssize_t read(int file, void* buffer, size_t count) {
@@ -170,7 +232,7 @@ ssize_t read(int file, void* buffer, size_t count) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return made<ssize_t>(syscall(SYS_read, file, buffer, count));
+  return made<ssize_t>(kernel(SYS_read, file, buffer, count));
 }
 
 ssize_t pread(int file, void* buffer, size_t count, off_t offset) {
@@ -178,7 +240,7 @@ ssize_t pread(int file, void* buffer, size_t count, off_t offset) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return made<ssize_t>(syscall(SYS_pread64, file, buffer, count, offset));
+  return made<ssize_t>(kernel(SYS_pread64, file, buffer, count, offset));
 }
 
 ssize_t write(int file, const void* buffer, size_t count) {
@@ -186,7 +248,7 @@ ssize_t write(int file, const void* buffer, size_t count) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return made<ssize_t>(syscall(SYS_write, file, buffer, count));
+  return made<ssize_t>(kernel(SYS_write, file, buffer, count));
 }
 
 ssize_t pwrite(int file, const void* buffer, size_t count, off_t offset) {
@@ -194,31 +256,67 @@ ssize_t pwrite(int file, const void* buffer, size_t count, off_t offset) {
     if (!isSet("FAULT_SHORT")) return fail();
     count = halfOf(count);
   }
-  return made<ssize_t>(syscall(SYS_pwrite64, file, buffer, count, offset));
+  return made<ssize_t>(kernel(SYS_pwrite64, file, buffer, count, offset));
 }
 
 // A close that fails has closed the file all the same, as on Linux.
 int close(int file) {
   const bool fails = isStruck("close", file);
-  const int result = made(syscall(SYS_close, file));
+  const int result = made(kernel(SYS_close, file));
   return fails ? fail() : result;
 }
 
 off_t lseek(int file, off_t offset, int whence) noexcept {
-  return isStruck("lseek", file) ? fail() : made<off_t>(syscall(SYS_lseek, file, offset, whence));
+  return isStruck("lseek", file) ? fail() : made<off_t>(kernel(SYS_lseek, file, offset, whence));
 }
 
 int ftruncate(int file, off_t length) noexcept {
-  return isStruck("ftruncate", file) ? fail() : made(syscall(SYS_ftruncate, file, length));
+  return isStruck("ftruncate", file) ? fail() : made(kernel(SYS_ftruncate, file, length));
 }
 
 int fstat(int file, struct stat* status) noexcept {
-  return isStruck("fstat", file) ? fail() : made(syscall(SYS_newfstatat, file, "", status, AT_EMPTY_PATH));
+  return isStruck("fstat", file) ? fail() : made(kernel(SYS_newfstatat, file, "", status, AT_EMPTY_PATH));
+}
+
+int fstatat(int folder, const char* name, struct stat* status, int flags) noexcept {
+  if (*name == '\0' ? isStruck("fstat", folder) : nameCounts(name) && isStruck("fstat")) return fail();
+  return made(kernel(SYS_newfstatat, folder, name, status, flags));
+}
+
+int stat(const char* name, struct stat* status) noexcept {
+  if (nameCounts(name) && isStruck("fstat")) return fail();
+  return made(kernel(SYS_newfstatat, AT_FDCWD, name, status, 0));
+}
+
+int lstat(const char* name, struct stat* status) noexcept {
+  if (nameCounts(name) && isStruck("fstat")) return fail();
+  return made(kernel(SYS_newfstatat, AT_FDCWD, name, status, AT_SYMLINK_NOFOLLOW));
+}
+
+int dup(int file) noexcept { return isStruck("dup", file) ? fail() : made(kernel(SYS_dup, file)); }
+
+int fcntl(int file, int command, ...) {
+  va_list arguments;
+  va_start(arguments, command);
+  const long argument = va_arg(arguments, long);
+  va_end(arguments);
+  return isStruck("fcntl", file) ? fail() : made(kernel(SYS_fcntl, file, command, argument));
+}
+
+int flock(int file, int operation) noexcept {
+  return isStruck("flock", file) ? fail() : made(kernel(SYS_flock, file, operation));
+}
+
+tm* localtime(const time_t* time) noexcept {
+  static const auto realTime = reinterpret_cast<decltype(&localtime)>(dlsym(RTLD_NEXT, "localtime"));
+  if (!isStruck("localtime")) return realTime(time);
+  fail();
+  return nullptr;
 }
 
 int fflush(FILE* stream) {
   static const auto realFlush = reinterpret_cast<decltype(&fflush)>(dlsym(RTLD_NEXT, "fflush"));
-  if (stream == nullptr || !isStruck("fflush", fileno(stream))) return realFlush(stream);
+  if (stream == nullptr || !isStruck("fflush", fileno(stream))) return made(realFlush(stream));
   __fpurge(stream);
   return fail();
 }
@@ -231,13 +329,19 @@ int fclose(FILE* stream) {
   return fails ? fail() : result;
 }
 
-int fsync(int file) { return isStruck("fsync", file) ? fail() : made(syscall(SYS_fsync, file)); }
+int fsync(int file) { return isStruck("fsync", file) ? fail() : made(kernel(SYS_fsync, file)); }
+
+int syncfs(int file) noexcept { return isStruck("fsync", file) ? fail() : made(kernel(SYS_syncfs, file)); }
 
 int unlink(const char* name) noexcept {
-  return nameCounts(name) && isStruck("unlink") ? fail() : made(syscall(SYS_unlinkat, AT_FDCWD, name, 0));
+  return nameCounts(name) && isStruck("unlink") ? fail() : made(kernel(SYS_unlinkat, AT_FDCWD, name, 0));
+}
+
+int unlinkat(int folder, const char* name, int flags) noexcept {
+  return nameCounts(name) && isStruck("unlink") ? fail() : made(kernel(SYS_unlinkat, folder, name, flags));
 }
 
 int madvise(void* begin, size_t length, int advice) noexcept {
-  return isStruck("madvise") ? fail() : made(syscall(SYS_madvise, begin, length, advice));
+  return isStruck("madvise") ? fail() : made(kernel(SYS_madvise, begin, length, advice));
 }
 }

@@ -3,6 +3,7 @@
 A script that calls main() takes the paths of the tool and of the inject library, and ends with 77 when this machine
 or user does not let it test everything.
 """
+import io
 import os
 import re
 import signal
@@ -10,6 +11,7 @@ import stat
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 from typing import NamedTuple
@@ -27,7 +29,7 @@ MEMORY, POSITION, PROCESSING, OCCUPIED, OPENING, PREPARATION, WRITING, READING, 
 COPY = "TEMPORARY_INPUT_LDIF_FILE"
 ARGUMENTS = ("input.ldif", "output.ldif", "10", "10")
 NOBODY = 65534
-TIMEOUT = 60  # seconds for one run
+TIMEOUT = 30  # seconds for one run
 
 
 class Run(NamedTuple):
@@ -66,6 +68,10 @@ class ScratchTest(unittest.TestCase):
         self.file(name).write_bytes(text.encode())
         self.file(name).chmod(mode)
 
+    def output(self, name="output.ldif"):
+        """What a run has written, without the times at which it wrote."""
+        return re.sub(rb"installDate: \d{14}", b"", self.content(name))
+
     def empty_folder(self):
         for path in self.folder.iterdir():
             if path.is_dir() and not path.is_symlink():
@@ -85,8 +91,17 @@ class ScratchTest(unittest.TestCase):
     def start(self, *arguments, fault=None, echo=False, command=(), **options):
         """Starts the tool, or a command that is given the tool's command line."""
         options = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL} | options
-        return subprocess.Popen([*command, tool, *(arguments or ARGUMENTS)], cwd=self.folder, stdin=subprocess.DEVNULL,
-                                env=environment(fault, echo), **options)
+        process = subprocess.Popen([*command, tool, *(arguments or ARGUMENTS)], cwd=self.folder,
+                                   stdin=subprocess.DEVNULL, env=environment(fault, echo), **options)
+        for stream in filter(None, (process.stdout, process.stderr)):
+            self.addCleanup(stream.close)
+        return process
+
+    @staticmethod
+    def end(process):
+        """Ends a run that has not ended."""
+        process.kill()
+        process.wait()
 
     def run_tool(self, *arguments, **options):
         process = self.start(*arguments, **{"stdout": subprocess.PIPE, "stderr": subprocess.PIPE} | options)
@@ -97,6 +112,23 @@ class ScratchTest(unittest.TestCase):
             process.communicate()
             self.fail(f"the run does not end: {arguments}")
         return Run(process.returncode, (notices or b"").decode("latin-1"), (errors or b"").decode("latin-1"))
+
+    @staticmethod
+    def result(process):
+        """The result of a run that has ended; what it wrote to pipes must have fitted into them."""
+        texts = []
+        for stream in (process.stdout, process.stderr):
+            with stream or io.BytesIO() as pipe:
+                texts.append(pipe.read().decode("latin-1"))
+        return Run(process.returncode, *texts)
+
+    def wait_for(self, condition, what, process=None):
+        """Waits until a condition holds; fails when the run ends before, or when it takes too long."""
+        end = time.monotonic() + TIMEOUT
+        while not condition():
+            self.assertTrue(process is None or process.poll() is None, f"the run ended before {what}")
+            self.assertLess(time.monotonic(), end, f"waited in vain for {what}")
+            time.sleep(0.001)
 
     def stops(self, process):
         """Continues a run that is told to stop at calls of a kind whenever it has stopped; yields before."""
@@ -113,6 +145,9 @@ class ScratchTest(unittest.TestCase):
             if process.returncode is None:
                 process.kill()
                 process.wait()
+
+    def assertOutput(self, expected, name="output.ldif"):
+        self.assertTrue(self.output(name) == expected, f"{name} differs")  # which would be too long to show
 
     def assertSucceeded(self, run):
         self.assertEqual((run.status, run.errors), (0, ""))
@@ -147,6 +182,10 @@ def use(program, inject_library):
 
 
 def main():
+    # What whoever started the tests ignores would be ignored by the runs, too.
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        if signal.getsignal(number) == signal.SIG_IGN:
+            signal.signal(number, signal.SIG_DFL)
     use(sys.argv.pop(1), sys.argv.pop(1))
     result = unittest.main(exit=False).result
     for test, reason in result.skipped:

@@ -3,14 +3,13 @@
 usage: test_interrupted_steps.py TOOL INJECT_LIBRARY
 """
 import os
-import re
 import signal
 
 import scratch
 from exports import credentials, everything
 from scratch import COPY
 
-STEPS = ("open", "fstat", "lseek", "ftruncate", "read", "write", "close", "unlink")
+STEPS = ("open", "fstat", "flock", "lseek", "ftruncate", "read", "write", "fsync", "close", "unlink")
 ARGUMENTS = ("input.ldif", "output.ldif", "1", "1")  # several passes
 WORK_FILE = "input.ldif.tmp"
 
@@ -23,9 +22,6 @@ class Interruption(scratch.ScratchTest):
         self.write("input.ldif", self.export)
         self.assertSucceeded(self.run_tool(*ARGUMENTS))
         self.expected = self.output()
-
-    def output(self):
-        return re.sub(rb"installDate: \d{14}", b"", self.content("output.ldif"))
 
     def at_each_step(self, numbers, check, *trace, **options):
         """Stops a run behind every step, sends it these signals, and has a check look at how it ended."""
@@ -60,7 +56,8 @@ class Interruption(scratch.ScratchTest):
         self.assertEqual(self.output(), self.expected)
 
     def test_takes_the_work_file_away_and_ends_by_the_signal(self):
-        for numbers in ((signal.SIGINT,), (signal.SIGTERM,), (signal.SIGHUP,), (signal.SIGINT, signal.SIGTERM)):
+        for numbers in ((signal.SIGINT,), (signal.SIGTERM,), (signal.SIGHUP,), (signal.SIGINT, signal.SIGTERM),
+                        (signal.SIGTERM, signal.SIGTERM)):
             def check(status, _, numbers=numbers):
                 self.assertIn(-status, numbers)
                 self.assertLessEqual(self.files(), {"input.ldif", "output.ldif"})
@@ -80,7 +77,11 @@ class Interruption(scratch.ScratchTest):
     def test_of_a_traced_run_leaves_the_work_file(self):
         def check(status, had_work_file):
             self.assertEqual(status, -signal.SIGTERM)
-            self.assertEqual(self.file(WORK_FILE).exists(), had_work_file)
+            is_left = self.file(WORK_FILE).exists()
+            if had_work_file:
+                self.assertTrue(is_left)
+            elif is_left:  # signals wait until a file that is being opened is there
+                self.assertEqual(self.content(WORK_FILE), b"")
             self.tidy()
 
         self.at_each_step((signal.SIGTERM,), check, "trace")

@@ -129,7 +129,7 @@ class RunsWithSecrets(scratch.ScratchTest):
     def test_echo_the_lines_of_the_failure_and_no_more(self):
         self.write("input.ldif", self.export + self.failing)
         run = self.run_tool(echo=True)
-        self.assertFailedCleanly(run, PROCESSING, "principalName=lone,")
+        self.assertFailedCleanly(run, PROCESSING, "The user secAuthority=Default,cn=lone,o=example (line ")
         echoed = [line for line in run.notices.splitlines() if not line.startswith("tqldif2v6: ")]
         self.assertEqual(echoed, [
             "DEBUG_ERROR flag is on................ ",
@@ -145,7 +145,7 @@ class RunsWithSecrets(scratch.ScratchTest):
         broken = user("anna").rstrip("\n") + "\n\n" + entry(f"userPassword: {MARKER}", "objectclass: secUser")
         self.write("input.ldif", broken)
         run = self.run_tool()
-        self.assertFailedCleanly(run, PROCESSING)
+        self.assertFailedCleanly(run, PROCESSING, "whose DN cannot be shown (line 7)")
         self.assertNothingShown(run)
 
     @unittest.skipIf(resource.getrlimit(resource.RLIMIT_CORE)[1] == 0, "cores are not allowed here")

@@ -196,7 +196,7 @@ void beginRun() {
   if (debug != 0) traceFile.descriptor = -1;
   tfp = nullptr;
   closeAllStreams();
-  for (HeldFile* file : {&inputFile, &outputFile, &traceFile, &workFile}) closeHeldFile(*file);
+  for (HeldFile* file : {&inputFile, &outputFile, &traceFile, &workFile, &preservedWorkFile}) closeHeldFile(*file);
   ifp = tifp = ofp = nullptr;
   debug = debugError = 0;
 

@@ -19,7 +19,9 @@ class FileOperations : public FreshRun {
   // The copy of a file that is open, as the work file is.
   static int32_t copy(const char* to) {
     const int descriptor = open("from", O_RDWR);
-    const int32_t result = copyFile(descriptor, to);
+    HeldFile held;
+    const int32_t result = copyFile(descriptor, to, held);
+    closeHeldFile(held);
     close(descriptor);
     return result;
   }

@@ -62,7 +62,7 @@ void useUpLineMemory() {
   usingUpLineMemory = false;
 }
 
-HeldFile* const heldFiles[] = {&inputFile, &outputFile, &traceFile, &workFile};
+HeldFile* const heldFiles[] = {&inputFile, &outputFile, &traceFile, &workFile, &preservedWorkFile};
 
 std::filesystem::path scratchFolder;
 std::filesystem::path formerFolder;
@@ -259,9 +259,7 @@ std::string readFile(const std::string& name) {
 
 bool exists(const std::string& name) { return std::filesystem::exists(std::filesystem::symlink_status(name)); }
 
-Stream* openForUpdate(const std::string& name) {
-  return openStream(open(name.c_str(), O_RDWR), STREAM_FROM_BEGINNING);
-}
+Stream* openForUpdate(const std::string& name) { return openStream(open(name.c_str(), O_RDWR), STREAM_FROM_BEGINNING); }
 
 Stream* openToCreate(const std::string& name) {
   return openStream(open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STREAM_FROM_BEGINNING);
