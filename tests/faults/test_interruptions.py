@@ -43,25 +43,33 @@ class Interruption(unittest.TestCase):
     @classmethod
     def convert(cls, folder):
         assert cls.start(folder).wait() == 0
+        return cls.output(folder)
+
+    @classmethod
+    def output(cls, folder):
         lines = (folder / "output.ldif").read_bytes().splitlines()
         return [line for line in lines if not line.startswith(b"installDate: ")]
 
-    def interrupt(self, number, *trace, **options):
+    def interrupt(self, number, *trace, times=1, **options):
         """Interrupts a run at a random moment; returns its status."""
         run = self.start(self.folder, *trace, **options)
         time.sleep(self.random.uniform(0, self.duration * (20 if trace else 1)))
-        run.send_signal(number)
-        return run.wait()
+        for _ in range(times):
+            run.send_signal(number)
+        if run.wait() == 0:
+            self.assertEqual(self.output(self.folder), self.expected)
+        return run.returncode
 
     def check_what_is_left(self):
         self.assertEqual((self.folder / "input.ldif").read_bytes(), self.export)
 
     def test_by_a_signal_takes_the_work_file_away_and_leaves_by_the_signal(self):
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        """Two at once are what some commands send."""
+        for number, times in ((signal.SIGINT, 1), (signal.SIGTERM, 1), (signal.SIGHUP, 1), (signal.SIGTERM, 2)):
             interrupted = 0
             for moment in range(moments):
-                with self.subTest(signal=number, moment=moment):
-                    status = self.interrupt(number)
+                with self.subTest(signal=number, times=times, moment=moment):
+                    status = self.interrupt(number, times=times)
                     interrupted += status == -number
                     self.assertIn(status, (0, -number))
                     self.check_what_is_left()
