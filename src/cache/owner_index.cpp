@@ -1,6 +1,8 @@
 #include "cache/owner_index.h"
 
 #include <strings.h>
+#include <sys/random.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -8,12 +10,21 @@
 
 #include "driver/reporting.h"
 
+// Another one in each run, so that nobody can put DNs of one hash together beforehand, which would make the search slow.
+static uint64_t drawKey() {
+  uint64_t key = 0;
+  if (getrandom(&key, sizeof key, GRND_NONBLOCK) != sizeof key) key = static_cast<uint64_t>(getpid());
+  return key;
+}
+
+static const uint64_t hashKey = drawKey();
+
 // The bit in which the two cases of a letter differ is set in all characters.
 uint32_t hashOfDn(const char* dn) {
   constexpr uint64_t CASE_BITS = 0x2020202020202020;
   constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
   const size_t length = strlen(dn);
-  uint64_t hash = length;
+  uint64_t hash = hashKey ^ length;
   for (size_t i = 0; i < length; i += sizeof(uint64_t)) {
     uint64_t characters = 0;
     memcpy(&characters, dn + i, std::min(length - i, sizeof characters));

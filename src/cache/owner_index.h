@@ -24,7 +24,7 @@ struct OwnerIndex {
   OwnerSet owners;     // of these slots
 };
 
-// Hash of a DN without regard to case.
+// Hash of a DN without regard to case; another one in each run.
 uint32_t hashOfDn(const char* dn);
 
 // Returns the first of the slots 0 to count - 1 whose DN equals the key without regard to case, or NO_SLOT. The

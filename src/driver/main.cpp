@@ -16,6 +16,7 @@
 #include "output/flush.h"
 #include "platform/file_operations.h"
 #include "platform/message_service.h"
+#include "platform/progress_line.h"
 #include "platform/stream.h"
 #include "workfile/final_copy.h"
 #include "workfile/left_behind.h"
@@ -148,6 +149,7 @@ static void endRun() {
 int main(int argumentCount, char* arguments[]) {
   if (!openMissingStandardStreams()) return -1;  // there is nowhere to say so
   prepareForSignals();
+  atexit(eraseProgressLine);
   atexit(closeAllStreams);
   routeMessages();
   std::set_new_handler([] { exitWithMessage(MEMORY_EXHAUSTED); });

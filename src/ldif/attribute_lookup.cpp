@@ -33,25 +33,32 @@ static constexpr LookupByIndex fromFirstColon = {
     "Exiting. \n",
     true};
 
+static constexpr char LINE_ENDS[] = "\r\n";
+
 static bool isContinuationLine(int32_t index) {
   return index < OBJECT_ARRAY_SIZE && object[index] != nullptr && object[index][0] == ' ';
 }
 
 // Copies source, which stands in slot index, joins the continuation lines behind that slot to it and drops all
-// line ends. Moves index to the first slot that was not joined.
+// line ends. Moves index to the first slot that was not joined. The room doubles when it is used up, so that a value of
+// many lines, as a photo is one, is not copied for each of them.
 static char* unfold(const char* source, int32_t& index, const char* mallocFailure, const char* reallocFailure) {
-  constexpr size_t CONTINUATION_SPARE = 20;
-  char* text = copyLine(source, mallocFailure);
-  cutAtLineEnd(text);
+  size_t length = strcspn(source, LINE_ENDS);
+  size_t room = length + LINE_SPARE;
+  char* text = copyLine(source, length, mallocFailure);
   for (++index; isContinuationLine(index); ++index) {
-    const size_t length = strlen(text);
-    const size_t pieceLength = strlen(object[index] + 1);
-    char* grown = allocateLine(length + pieceLength + CONTINUATION_SPARE, reallocFailure);
-    memcpy(grown, text, length);
-    memcpy(grown + length, object[index] + 1, pieceLength + 1);
-    freeLine(text);
-    text = grown;
-    cutAtLineEnd(text);
+    const char* piece = object[index] + 1;
+    const size_t pieceLength = strcspn(piece, LINE_ENDS);
+    if (length + pieceLength + LINE_SPARE > room) {
+      room = (length + pieceLength) * 2 + LINE_SPARE;
+      char* grown = allocateLine(room, reallocFailure);
+      memcpy(grown, text, length);
+      freeLine(text);
+      text = grown;
+    }
+    memcpy(text + length, piece, pieceLength);
+    length += pieceLength;
+    text[length] = '\0';
   }
   return text;
 }
