@@ -1,2 +1,2 @@
-echo old-output >output.ldif
-echo old-trace >trace.txt
+yes old-output | head -n 1000 >output.ldif
+yes old-trace | head -n 20000 >trace.txt
