@@ -1,1 +1,2 @@
-test "$(head -n 1 trace.txt)" = 'main():  FUNCTION ENTRY  '
+test "$(head -n 1 trace.txt)" = 'main():  FUNCTION ENTRY  ' &&
+! grep -q old-trace trace.txt
