@@ -72,24 +72,22 @@ static const Role* findRoleOfStream(int descriptor) {
 }
 
 // What is shown would get into the file: not even the message that says so may.
-static void turnToNullDevice(int descriptor) {
-  const int nullDevice = open("/dev/null", O_RDWR | O_CLOEXEC);
-  if (nullDevice >= 0) dup2(nullDevice, descriptor);
+static void routeErrorsAround(const Role* outputRole, const Role* errorRole) {
+  if (errorRole == nullptr) return;
+  char route[] = "ERROR:STDOUT";
+  int32_t status = 0;
+  zr_svc_routing(route, &status);
+  const int nullDevice = outputRole != nullptr ? open("/dev/null", O_RDWR | O_CLOEXEC) : -1;
+  if (nullDevice >= 0) dup2(nullDevice, STDOUT_FILENO);
 }
 
 static void requireStreamsApart() {
   const Role* output = findRoleOfStream(STDOUT_FILENO);
   const Role* error = findRoleOfStream(STDERR_FILENO);
-  if (output == nullptr && error == nullptr) return;
-  if (output != nullptr) turnToNullDevice(STDOUT_FILENO);
-  if (error != nullptr) {
-    turnToNullDevice(STDERR_FILENO);
-    char route[] = "ERROR:STDOUT";
-    int32_t status = 0;
-    zr_svc_routing(route, &status);
-    exitWithUsageError("standard error leads to the file %.400s, which this run uses", error->name);
-  }
-  exitWithUsageError("standard output leads to the file %.400s, which this run uses", output->name);
+  routeErrorsAround(output, error);
+  if (error != nullptr) exitWithUsageError("standard error leads to the file %.400s, which this run uses", error->name);
+  if (output != nullptr)
+    exitWithUsageError("standard output leads to the file %.400s, which this run uses", output->name);
 }
 
 // A run must never destroy its own input, nor write two things into one file. Asked before anything is opened, so that

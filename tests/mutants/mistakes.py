@@ -853,7 +853,7 @@ mistakes = [
      "const Role* output = findRoleOfStream(STDOUT_FILENO);",
      "const Role* output = nullptr;"),
     ("message gets into the input", "driver/run_files.cpp",
-     "    turnToNullDevice(STDERR_FILENO);\n",
+     "  zr_svc_routing(route, &status);\n",
      ""),
     ("input is locked last of all", "driver/run_files.cpp",
      "if (!lockFile(inputFile, input_ldif_filename)) exitForFile(input_ldif_filename);",

@@ -20,6 +20,7 @@ from typing import NamedTuple
 from mistakes import mistakes
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
+FAULT_TESTS = "signals changing_files standard_streams refused_runs swapped_folders two_runs"  # the quick ones
 TIME_LIMIT = 60  # seconds for one run of a suite
 LARGEST_FILE = 64 * 1024 * 1024  # bytes; a mistake may make the tool write for ever
 
@@ -41,6 +42,10 @@ def suitesOf(tree, build):
                                                "--kind", "hostile", "--seeds", "1-200"], r"(hostile \d+ \w+):"),
         Suite("unit test", "unit_tests", [str(build / "unit_tests"), "--gtest_brief=1"],
               r"\[  FAILED  \] ([\w./]+)"),
+        Suite("fault test", "inject", ["/bin/sh", "-c", f"for script in {FAULT_TESTS}; do "
+                                       f'"{sys.executable}" -u "{tree}/tests/faults/test_$script.py" "{tool}" '
+                                       f'"{build}/tests/faults/libinject.so"; done 2>&1'],
+              r"(?:FAIL|ERROR): (\w+)"),
     ]
 
 

@@ -2,6 +2,7 @@
 
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
+#include "platform/message_details.h"
 #include "test_support.h"
 
 namespace {
@@ -114,10 +115,22 @@ TEST_P(Row, IsNotCountedDownWhenEmpty) {
   EXPECT_EQ(occupied(), 1);
 }
 
+TEST_P(Row, IsNotToBlameForWhatIsMissingUnlessItWasFreedOnIntoTheNext) {
+  moveEntry(entryOf(width()), 0);
+  GetParam().release(0);
+  complainOfMissingEntry(USER_WITHOUT_MAP, "dn: cn=b\n");
+  EXPECT_EQ(messageDetails.sentence, USER_WITHOUT_MAP);
+  EXPECT_STREQ(messageDetails.values[0].text, "dn: cn=b\n");
+}
+
 TEST_P(Row, IsFreedOnIntoTheNextWhenFull) {
   moveEntry(entryOf(width()), 0);
   moveEntry(entryOf(2), 1);
   GetParam().release(0);
+  complainOfMissingEntry(USER_WITHOUT_MAP, "dn: cn=b\n");
+  EXPECT_EQ(messageDetails.sentence, ROW_OVERRUN);
+  EXPECT_STREQ(messageDetails.values[0].text, "dn: a\n");
+  EXPECT_EQ(messageDetails.values[1].number, width() - 1);
   EXPECT_EQ(row(1), Lines{});
   EXPECT_EQ(occupied(), 1);
   GetParam().release(1);

@@ -99,6 +99,12 @@ TEST_F(PassLoop, WritesTheSameWhenTracing) {
                 "\nmain():  This is the end of the outer loop \n"});
 }
 
+TEST_F(PassLoop, HasNeverDoneMoreThanAllOfTheWorkFile) {
+  writeWorkFile(userEntries("a"));
+  runCounts.bytesGathered = 1;  // as if a part of it had been read before
+  EXPECT_EQ(outputOf([] { makePasses(); }), underWay(1, 1) + beingWritten(1, 0, 100));
+}
+
 TEST_F(PassLoop, TakesALastEntryThatTheEndOfTheFileEnds) {
   std::string entries = userEntries("a");
   entries.pop_back();
