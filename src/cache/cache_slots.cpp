@@ -2,8 +2,10 @@
 
 #include <strings.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "driver/reporting.h"
 #include "ldif/complaint.h"
@@ -81,34 +83,58 @@ void moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix(int32_t
   moveObject(secMapForSecGroupMatrix, slot);
 }
 
-// The entry whose release has run on into other rows last; none yet while its first line is empty.
+// The entry of a matrix whose release has run on last into rows of slots in use.
 struct Overrun {
+  const CacheMatrix* matrix;  // null for none
+  int32_t slot;
+  int32_t lastSlot;  // whose row has lost lines to it
   char firstLine[NEXT_LINE_SIZE];
-  int32_t lines;  // that it may have
 };
-static Overrun lastOverrun = {};
+constexpr size_t NUMBER_OF_MATRICES = 7;
+static Overrun overruns[NUMBER_OF_MATRICES] = {};
 
-static void noteOverrun(const CacheMatrix& matrix, char* const* row) {
-  const int32_t columns = matrix.columns;
-  if (row[0] == nullptr || row[columns - 1] == nullptr || row[columns] == nullptr) return;
-  snprintf(lastOverrun.firstLine, sizeof lastOverrun.firstLine, "%s", row[0]);
-  lastOverrun.lines = columns - 1;
+// Returns that of the matrix, or the free one where it belongs.
+static Overrun& overrunOf(const CacheMatrix& matrix) {
+  return *std::find_if(std::begin(overruns), std::end(overruns),
+                       [&](const Overrun& o) { return o.matrix == &matrix || o.matrix == nullptr; });
 }
 
-void forgetOverrun() { lastOverrun = {}; }
+static bool isInUse(const CacheMatrix& matrix, int32_t slot) {
+  char* const* dns = matrix.rows == &max_number_of_secuser_slots ? secUser_dn : secGroup_dn;
+  return slot < *matrix.rows && dns[slot] != nullptr;
+}
 
-void complainOfMissingEntry(DetailText problem, const char* firstLine) {
-  if (lastOverrun.firstLine[0] != '\0')
-    complainOfLength(lastOverrun.firstLine, lastOverrun.lines);
-  else
-    complain(problem, firstLine);
+static void noteOverrun(const CacheMatrix& matrix, int32_t slot) {
+  const auto columns = static_cast<size_t>(matrix.columns);
+  char** row = rowOf(matrix, slot);
+  if (row[0] == nullptr || row[columns - 1] == nullptr || row[columns] == nullptr || !isInUse(matrix, slot + 1)) return;
+  const auto cells = static_cast<size_t>(std::find(row, rowOf(matrix, *matrix.rows), nullptr) - row);
+  Overrun& overrun = overrunOf(matrix);
+  overrun.matrix = &matrix;
+  overrun.slot = slot;
+  overrun.lastSlot = slot + static_cast<int32_t>((cells - 1) / columns);
+  snprintf(overrun.firstLine, sizeof overrun.firstLine, "%s", row[0]);
+}
+
+void forgetOverruns() {
+  for (Overrun& overrun : overruns) overrun.matrix = nullptr;
+}
+
+void complainOfMissingEntry(DetailText problem, int32_t slot, const CacheMatrix& missing, const CacheMatrix* present) {
+  for (const Overrun& overrun : overruns) {
+    const bool hasTakenIt = overrun.matrix == &missing && slot > overrun.slot && slot <= overrun.lastSlot;
+    if (overrun.matrix == nullptr || (!hasTakenIt && overrun.matrix != present)) continue;
+    complainOfLength(overrun.firstLine, overrun.matrix->columns - 1);
+    return;
+  }
+  complain(problem, present != nullptr ? rowOf(*present, slot)[0] : nullptr);
 }
 
 // Kept: the walk ends at the first null cell, not at the end of the row, and so releases the rest of an entry
 // that ran on into the next row, whose own release then finds nothing to count down.
 static void releaseRow(const CacheMatrix& matrix, int32_t slot) {
   char** cell = rowOf(matrix, slot);
-  noteOverrun(matrix, cell);
+  noteOverrun(matrix, slot);
   if (*cell != nullptr) --*matrix.occupied;
   for (; *cell != nullptr; ++cell) {
     freeLine(*cell);

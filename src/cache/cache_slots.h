@@ -28,12 +28,13 @@ void freeSecMapForSecUser(int32_t slot);
 void freeSecGroup(int32_t slot);
 void freeSecMapForSecGroup(int32_t slot);
 
-// Complains of an owner that lacks an entry. Once the release of an entry has run on into other rows it is that entry
-// that is complained of: it had too many lines and has taken entries of others with it.
-void complainOfMissingEntry(DetailText problem, const char* firstLine);
+// Complains of a slot that lacks the entry of one matrix and has one in another, or null where it has none. If the
+// missing entry has gone with an entry of another slot that had too many lines, it is that entry that is complained of;
+// so it is where the entry that is there came late because such an entry has kept its matrix's counter up.
+void complainOfMissingEntry(DetailText problem, int32_t slot, const CacheMatrix& missing, const CacheMatrix* present);
 
-// Forgets that an entry has run on.
-void forgetOverrun();
+// Forgets the entries that had too many lines.
+void forgetOverruns();
 
 // Frees the slot's DN, if it has one, and nulls it.
 void freeSecUserDN(int32_t slot);

@@ -82,7 +82,7 @@ void initializeAllArrays() {
   numberOfSecPolicyObjectsInObjectCache = 0;
   numberOfSecMapForSecUserObjectsInObjectCache = 0;
   numberOfSecGroupObjectsInObjectCache = 0;
-  forgetOverrun();
+  forgetOverruns();
   std::fill_n(object, OBJECT_ARRAY_SIZE, nullptr);
   for (const CacheTable& table : tables)
     zeroBlock(reinterpret_cast<char*>(*table.cells), numberOfCells(table) * sizeof(char*));

@@ -40,9 +40,9 @@ static void append(char* line, const char* text) {
 
 // A line that could not be written at once is not worth a process that does not end.
 static void sayInterrupted(const char* signalName) {
-  eraseProgressLine();
   pollfd standardError = {STDERR_FILENO, POLLOUT, 0};
   if (poll(&standardError, 1, 0) != 1) return;
+  eraseProgressLine();
   char line[TEXT_SIZE] = "tqldif2v6: ";
   append(line, signalName);
   append(line, whatWasInterrupted);
@@ -96,11 +96,12 @@ void nameFilesForSignals() {
   letSignalsThrough();
 }
 
-static void mask(int how) {
+// What whoever has started the run had held back already.
+static sigset_t heldBefore;
+
+void holdSignals() {
   const sigset_t signals = setOfEndingSignals();
-  sigprocmask(how, &signals, nullptr);
+  sigprocmask(SIG_BLOCK, &signals, &heldBefore);
 }
 
-void holdSignals() { mask(SIG_BLOCK); }
-
-void letSignalsThrough() { mask(SIG_UNBLOCK); }
+void letSignalsThrough() { sigprocmask(SIG_SETMASK, &heldBefore, nullptr); }

@@ -12,6 +12,7 @@ void prepareForSignals();
 // Has what is said name the input and the output, as the command line gives them.
 void nameFilesForSignals();
 
-// Holds these three back, so that none arrives between two steps that belong together, and lets them through again.
+// Holds these three back, so that none arrives between two steps that belong together, and lets those through again
+// that were not held back before.
 void holdSignals();
 void letSignalsThrough();

@@ -118,7 +118,9 @@ static void writeLastGatheredData() {
 
 // From here on a machine that loses its power loses nothing of the output.
 static void completeOutput() {
-  if (flushStream(ofp) != 0 || !syncFile(outputFile)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
+  const bool isWritten =
+      flushStream(ofp) == 0 && hasItsSize(ofp) && isUnderName(outputFile, output_ldif_filename) && syncFile(outputFile);
+  if (!isWritten || closeStream(ofp) != 0) exitWithMessage(WRITE_FAILED, output_ldif_filename);
   outputIsComplete = 1;
 }
 
@@ -139,7 +141,6 @@ static void endRun() {
   completeOutput();
   const bool workFileIsGone = debug != 0 || removeWorkFile();
   workFileIsToBeRemoved = 0;
-  if (closeStream(ofp) != 0) exitWithMessage(WRITE_FAILED, output_ldif_filename);
   deallocateObjectCache();
   announceEnd(workFileIsGone);
   traceLine("main():  FUNCTION EXIT  \n");

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
@@ -25,8 +26,8 @@ static double secondsOf(Clock::duration duration) { return std::chrono::duration
 static void show(const Phase& phase, double seconds, int64_t done, int64_t total) {
   constexpr double MEGABYTE = 1e6;
   constexpr size_t LINE_SIZE = 100;
-  const auto part = static_cast<double>(done);
   const auto whole = static_cast<double>(total);
+  const double part = std::min(static_cast<double>(done), whole);
   char line[LINE_SIZE];
   snprintf(line, sizeof line, "tqldif2v6: %s: %.0f %%, %.1f MB/s, %.0f s left", phase.name, part * 100 / whole,
            part / MEGABYTE / seconds, seconds * (whole - part) / part);

@@ -78,6 +78,11 @@ void issueMessage(MessageCode code, const MessageDetails& details) {
   messageDetails = {};
 }
 
+void issueMessage(MessageCode code, const char* failedCall, int32_t returnCode) {
+  eraseProgressLine();
+  zr_printf_utf8(code, failedCall, returnCode);
+}
+
 void exitWithMessage(MessageCode code) {
   eraseProgressLine();
   zr_printf_utf8(code);
@@ -91,8 +96,7 @@ void exitWithMessage(MessageCode code, const char* fileName) {
 }
 
 void exitWithMessage(MessageCode code, const char* failedCall, int32_t returnCode) {
-  eraseProgressLine();
-  zr_printf_utf8(code, failedCall, returnCode);
+  issueMessage(code, failedCall, returnCode);
   exit(-1);
 }
 

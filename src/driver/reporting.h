@@ -44,6 +44,7 @@ void concerning(const char* dn);
 
 // Issues a notice, or an error that the run survives, with its details.
 void issueMessage(MessageCode code, const MessageDetails& details = {});
+void issueMessage(MessageCode code, const char* failedCall, int32_t returnCode);
 
 // Issues the message with the details that have been filled in and ends the process with status -1; main has seen to it
 // that what was written to the open files reaches them.

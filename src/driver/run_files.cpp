@@ -12,6 +12,7 @@
 #include "driver/run_state.h"
 #include "platform/file_operations.h"
 #include "platform/message_service.h"
+#include "workfile/work_file.h"
 
 // Why the output could not be opened; empty when it was.
 static char outputProblem[sizeof messageReason];
@@ -24,7 +25,7 @@ struct Role {
 
 static const Role roles[] = {{input_ldif_filename, &inputFile},
                              {output_ldif_filename, &outputFile},
-                             {temp_input_ldif_filename, nullptr},
+                             {temp_input_ldif_filename, &workFile},
                              {debugFileName, &traceFile},
                              {PRESERVED_WORK_FILE, nullptr}};
 
@@ -116,6 +117,7 @@ static void openInput() {
   if (openPlace(input_ldif_filename, place) && openHeldFile(place, OPEN_FOR_UPDATE, REGULAR_FILE, inputFile)) {
     // Before anything is made: the other run may be about to open it.
     if (!lockFile(inputFile, input_ldif_filename)) exitForFile(input_ldif_filename);
+    if (!holdEarlierWorkFile()) exitForFile(temp_input_ldif_filename);
   } else {
     keepProblem(inputProblem);
   }

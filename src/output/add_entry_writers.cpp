@@ -56,8 +56,10 @@ int32_t writeSecGroupAddToOutputFile(int32_t slot, Stream* stream) {
   if (writeText(stream, secGroup_dn[slot]) != 0) return writeFailed("writeSecGroupAddToOutputFile");
   if (group[0] == nullptr || map[0] == nullptr) {
     reportError("writeSecGroupAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n");
-    complainOfMissingEntry(group[0] == nullptr ? GROUP_WITHOUT_OWN_ENTRY : GROUP_WITHOUT_MAP,
-                           group[0] == nullptr ? map[0] : group[0]);
+    if (group[0] == nullptr)
+      complainOfMissingEntry(GROUP_WITHOUT_OWN_ENTRY, slot, secGroupMatrix, &secMapForSecGroupMatrix);
+    else
+      complainOfMissingEntry(GROUP_WITHOUT_MAP, slot, secMapForSecGroupMatrix, &secGroupMatrix);
     exitWithMessage(PROCESSING_FAILED);
   }
   mergeObjects(group, map);
@@ -95,8 +97,10 @@ int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
     reportError("writeSecUserAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n");
     reportError("secUser_matrix = %s\n", textOrNULL(user[0]));
     reportError("secMap_for_secUser_matrix = %s\n", textOrNULL(map[0]));
-    complainOfMissingEntry(user[0] == nullptr ? USER_WITHOUT_OWN_ENTRY : USER_WITHOUT_MAP,
-                           user[0] == nullptr ? map[0] : user[0]);
+    if (user[0] == nullptr)
+      complainOfMissingEntry(USER_WITHOUT_OWN_ENTRY, slot, secUserMatrix, &secMapForSecUserMatrix);
+    else
+      complainOfMissingEntry(USER_WITHOUT_MAP, slot, secMapForSecUserMatrix, &secUserMatrix);
     exitWithMessage(PROCESSING_FAILED);
   }
   mergeObjects(user, map);

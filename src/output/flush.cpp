@@ -24,11 +24,11 @@ static int32_t userNameFailure(const char* step, int32_t slot) {
   if (const char* own = rowOf(secUserMatrix, slot)[0]; own != nullptr) {
     complain(USER_WITHOUT_NAME, own);
   } else {
-    const char* other = nullptr;
+    const CacheMatrix* other = nullptr;
     for (const CacheMatrix* matrix :
          {&secMapForSecUserMatrix, &usersSecUserMatrix, &secPolicyMatrix, &secPolicyDataMatrix})
-      if (other == nullptr) other = rowOf(*matrix, slot)[0];
-    complainOfMissingEntry(USER_WITHOUT_OWN_ENTRY, other);
+      if (other == nullptr && rowOf(*matrix, slot)[0] != nullptr) other = matrix;
+    complainOfMissingEntry(USER_WITHOUT_OWN_ENTRY, slot, secUserMatrix, other);
   }
   return reportFailure(step, "secUser_dn", secUser_dn[slot]);
 }
@@ -38,7 +38,7 @@ static int32_t groupNameFailure(int32_t slot) {
   if (own != nullptr)
     complain(GROUP_WITHOUT_NAME, own);
   else
-    complainOfMissingEntry(GROUP_WITHOUT_OWN_ENTRY, rowOf(secMapForSecGroupMatrix, slot)[0]);
+    complainOfMissingEntry(GROUP_WITHOUT_OWN_ENTRY, slot, secGroupMatrix, &secMapForSecGroupMatrix);
   return reportFailure("createNewSecGroupDN", "secGroup_dn", secGroup_dn[slot]);
 }
 
@@ -53,11 +53,13 @@ static int32_t groupWriteFailure(const char* step, int32_t slot) {
 }
 
 static int32_t writePolicy(int32_t slot) {
+  // Kept: the policy may have gone with that of the slot before, and its container be written all the same.
+  const bool isThere = rowOf(secPolicyMatrix, slot)[0] != nullptr;
   if (createNewSecPolicyDN(slot) != 0) return userNameFailure("createNewSecPolicyDN", slot);
   if (writePolicyContainerAddToOutputFile(slot) != 0)
     return userWriteFailure("writePolicyContainerAddToOutputFile", slot);
   if (writeSecPolicyAddToOutputFile(slot, ofp) != 0) return userWriteFailure("writeSecPolicyAddToOutputFile", slot);
-  ++runCounts.policies;
+  if (isThere) ++runCounts.policies;
   return 0;
 }
 

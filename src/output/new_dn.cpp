@@ -10,6 +10,7 @@
 #include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/text.h"
+#include "platform/shown_text.h"
 
 // The two forms in which the name's attribute is recognised, tried in this order on every line.
 struct NameSource {
@@ -148,13 +149,19 @@ int32_t createNewSecUserDN(int32_t slot) {
   return 0;
 }
 
+// Of an entry that does not begin with its DN part of a value may stand in place of it.
+static const char* shownDn(const char* dn) {
+  if (dn == nullptr) return "null";
+  return asDn(dn).empty() ? "a DN that cannot be shown" : dn;
+}
+
 int32_t createNewSecGroupDN(int32_t slot) {
   traceLine("createNewSecGroupDN():  FUNCTION ENTRY \n");
   if (learnCNFromSecGroupObject(slot) != 0) {
     traceLine("createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.  Returning ERROR. \n");
     // Kept: shown whether or not errors are echoed.
     printHarmlessly("createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.\n");
-    printHarmlessly("createNewSecGroupDN():  secGroup:  %s\n", textOrNull(secGroup_dn[slot]));
+    printHarmlessly("createNewSecGroupDN():  secGroup:  %s\n", shownDn(secGroup_dn[slot]));
     return -1;
   }
   storeNewDn(groupDn, slot, secGroup_dn[slot], cnFromSecGroupObject,

@@ -30,9 +30,20 @@ static int32_t copyBetween(int from, int to) {
   return result;
 }
 
+// What is shown there would get into the file.
+static bool isNoStandardStream(int descriptor) {
+  struct stat status;
+  if (fstat(descriptor, &status) != 0) return failWith();
+  for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+    struct stat shown;
+    if (fstat(stream, &shown) == 0 && isSame(status, shown)) return failWith("a standard stream leads to it");
+  }
+  return true;
+}
+
 int32_t copyFile(int descriptor, const char* to, HeldFile& copy) {
   const bool isReady = openPlace(to, copy.place) && openHeldFile(copy.place, OPEN_OR_CREATE, PRIVATE_FILE, copy) &&
-                       lockFile(copy, to) && cutFile(copy.descriptor);
+                       isNoStandardStream(copy.descriptor) && lockFile(copy, to) && cutFile(copy.descriptor);
   return isReady ? copyBetween(descriptor, copy.descriptor) : -1;
 }
 

@@ -6,9 +6,9 @@
 
 #include "platform/open_file.h"
 
-// Copies an open file to another, which is replaced if it is a file of our own that no run uses, and never written
-// through if it is anything else. The copy is left open, and so locked. Returns 0, or -1 with the reason in
-// messageReason.
+// Copies an open file to another, which is replaced if it is a file of our own that no run uses and no standard
+// stream leads to, and never written through if it is anything else. The copy is left open, and so locked. Returns 0,
+// or -1 with the reason in messageReason.
 int32_t copyFile(int descriptor, const char* to, HeldFile& copy);
 
 // Returns the path that opening the name for writing would create: links that lead nowhere yet are followed, too.

@@ -14,8 +14,8 @@
 // whoever goes on after a failure.
 inline char messageReason[512];
 
-// The dn: line of the entry, or the DN of the owner, that the next failure of a position call or an allocation
-// concerns; null for none. Only lent: it must stay valid until the message has been issued.
+// The dn: line of the entry that the next failure of a position call concerns; null for none. Only lent: it must stay
+// valid until the message has been issued.
 inline const char* messageSubject = nullptr;
 
 // What stands for {1}, {2} and so on in a text.

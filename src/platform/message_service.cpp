@@ -74,8 +74,7 @@ static void appendEntry(char* line, const MessageValue& entry) {
 }
 
 static void appendSubject(char* line, const char* subject) {
-  std::string_view dn = dnOfLine(subject);
-  if (dn.empty()) dn = asDn(subject);
+  const std::string_view dn = dnOfLine(subject);
   append(line, " Concerned: ");
   append(line, dn.empty() ? "an entry whose DN cannot be shown" : dn);
 }

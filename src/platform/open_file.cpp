@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -106,9 +105,9 @@ bool openOrCreateByPath(const char* path, OpenMode mode, HeldFile& file) {
     if (file.descriptor >= 0) return true;
     if (errno != ENOENT || *path == '\0') return failWith();
     Place place;
-    static char target[PATH_MAX];
-    snprintf(target, sizeof target, "%s", resolvedPath(path).c_str());
-    if (!openPlace(target, place)) return false;
+    static std::string target;  // the place lends its name
+    target = resolvedPath(path);
+    if (!openPlace(target.c_str(), place)) return false;
     if (openHeldFile(place, mode, NAMED_BY_USER, file)) return true;
     const bool isThereNow = errno == EEXIST;
     closeHeldFile(file);
@@ -121,6 +120,15 @@ bool isSame(const struct stat& status, const struct stat& other) {
   return status.st_dev == other.st_dev && status.st_ino == other.st_ino;
 }
 
+bool isUnderName(const HeldFile& file, const char* path) {
+  struct stat status;
+  struct stat named;
+  if (fstat(file.descriptor, &status) != 0) return failWith();
+  if (!S_ISREG(status.st_mode)) return true;
+  if (stat(path, &named) != 0) return failWith();
+  return isSame(status, named) || failWith("something else has replaced it");
+}
+
 bool lockFile(const HeldFile& file, const char* path) {
   struct stat status;
   if (fstat(file.descriptor, &status) != 0) return failWith();
@@ -131,9 +139,7 @@ bool lockFile(const HeldFile& file, const char* path) {
   } while (result != 0 && errno == EINTR);
   if (result != 0) return failWith(errno == EWOULDBLOCK ? "another run is using it" : nullptr);
   // A run that ends early takes away the empty file that it has made.
-  struct stat named;
-  if (stat(path, &named) == 0 && isSame(status, named)) return true;
-  return failWith("something else has replaced it");
+  return isUnderName(file, path);
 }
 
 bool cutFile(int descriptor) {

@@ -55,6 +55,9 @@ bool openOrCreateByPath(const char* path, OpenMode mode, HeldFile& file);
 // name must still lead to the file. Returns false with the reason in messageReason.
 bool lockFile(const HeldFile& file, const char* path);
 
+// Returns false, with the reason in messageReason, when a regular file is not found under its name any more.
+bool isUnderName(const HeldFile& file, const char* path);
+
 // Cuts a regular file to nothing. Pipes and devices have no length. Returns false with the reason in messageReason.
 bool cutFile(int descriptor);
 

@@ -19,7 +19,7 @@ static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
 
 struct Stream {
   int64_t windowStart;  // offset in the file of the window's first byte
-  int64_t fixedSize;    // of the file, which nobody may change; -1 if that does not matter
+  int64_t size;         // that the file has to have; -1 for one without a length
   size_t readSize;      // bytes to read next
   size_t filled;        // bytes of the window that hold file content, read or written
   size_t cursor;        // next byte to read or write; at most filled
@@ -30,6 +30,8 @@ struct Stream {
   bool hasPositions;
   bool readHasFailed;
   bool writeHasFailed;
+  bool isOfFixedSize;
+  bool readerHasLeft;
   char window[WINDOW_SIZE];
 };
 
@@ -45,8 +47,8 @@ static void initialise(Stream* stream, int descriptor, off_t offset) {
   stream->isOpen = true;
   stream->descriptor = descriptor;
   stream->hasPositions = offset >= 0;
-  stream->fixedSize = -1;
-  stream->readHasFailed = stream->writeHasFailed = false;
+  stream->size = -1;
+  stream->readHasFailed = stream->writeHasFailed = stream->readerHasLeft = false;
   stream->windowStart = std::max<off_t>(offset, 0);
   stream->readSize = FIRST_READ_SIZE;
   stream->filled = stream->cursor = stream->dirtyBegin = stream->dirtyEnd = 0;
@@ -58,11 +60,11 @@ static bool findPosition(int descriptor, StreamMode mode, off_t& offset) {
   return offset >= 0 || (errno == ESPIPE && mode != STREAM_AT_END) || failWith();
 }
 
-static bool fixSize(Stream* stream, StreamMode mode) {
+static bool takeSize(Stream* stream, StreamMode mode) {
   struct stat status;
-  if (mode != STREAM_OF_FIXED_SIZE) return true;
   if (fstat(stream->descriptor, &status) != 0) return failWith();
-  stream->fixedSize = status.st_size;
+  if (S_ISREG(status.st_mode)) stream->size = status.st_size;
+  stream->isOfFixedSize = mode == STREAM_OF_FIXED_SIZE;
   return true;
 }
 
@@ -74,20 +76,21 @@ Stream* openStream(int descriptor, StreamMode mode) {
     failWith("too many files are open");
   } else if (findPosition(descriptor, mode, offset)) {
     initialise(stream, descriptor, offset);
-    if (fixSize(stream, mode)) return stream;
+    if (takeSize(stream, mode)) return stream;
     stream->isOpen = false;
   }
   close(descriptor);
   return nullptr;
 }
 
-// False when the size of a file that is to keep it is another now.
-static bool hasItsSize(const Stream* stream) {
+bool hasItsSize(const Stream* stream) {
   struct stat status;
-  if (stream->fixedSize < 0) return true;
+  if (stream->size < 0) return true;
   if (fstat(stream->descriptor, &status) != 0) return failWith();
-  return status.st_size == stream->fixedSize || failWith(CHANGED_BY_OTHERS);
+  return status.st_size == stream->size || failWith(CHANGED_BY_OTHERS);
 }
+
+bool readerHasLeft(const Stream* stream) { return stream->readerHasLeft; }
 
 // Writes the pending bytes. They are given up when it fails: the stream then stays failed.
 static void writePending(Stream* stream) {
@@ -100,8 +103,10 @@ static void writePending(Stream* stream) {
                                                  : write(stream->descriptor, from, length);
     if (written > 0) {
       stream->dirtyBegin += static_cast<size_t>(written);
+      if (stream->size >= 0) stream->size = std::max<int64_t>(stream->size, offset + written);
     } else if (written == 0 || errno != EINTR) {
       failWith();
+      stream->readerHasLeft = errno == EPIPE;
       stream->writeHasFailed = true;
     }
   }
@@ -152,7 +157,7 @@ static bool readMore(Stream* stream) {
                   stream->windowStart + static_cast<int64_t>(stream->filled));
   } while (count < 0 && errno == EINTR);
   const int64_t end = stream->windowStart + static_cast<int64_t>(stream->filled);
-  if (count < 0 || (count == 0 && end < stream->fixedSize)) {
+  if (count < 0 || (count == 0 && stream->isOfFixedSize && end < stream->size)) {
     failWith(count == 0 ? CHANGED_BY_OTHERS : nullptr);
     stream->readHasFailed = true;
   }

@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <string_view>
 
-// How a stream stands on its file.
+// How a stream stands on its file. A regular file has to keep the size that the stream has found and given it: with
+// another one it fails to be written, because what somebody else has cut off would be filled with NULs.
 enum StreamMode {
   STREAM_FROM_BEGINNING,  // written from the beginning
   STREAM_AT_END,          // written behind what is there
-  STREAM_OF_FIXED_SIZE    // read, and changed in place: a file that has become shorter meanwhile fails to be read, and
-                          // one whose size is another fails to be written
+  STREAM_OF_FIXED_SIZE    // read, and changed in place: a file that has become shorter fails to be read, too
 };
 
 struct Stream;
@@ -48,6 +48,12 @@ std::string_view readLine(Stream* stream, size_t limit);
 // them: the next line read is the first that holds anything else, or the last one, or none is left. Much faster than
 // reading them.
 void skipBlankLines(Stream* stream, size_t limit);
+
+// True once a write has failed because the reader of a pipe has left.
+bool readerHasLeft(const Stream* stream);
+
+// Returns false, with the reason in messageReason, when a regular file has not the size that the stream has given it.
+bool hasItsSize(const Stream* stream);
 
 // True once a read of the stream has failed; it stays so, and nothing more is read from the stream.
 bool readFailed(const Stream* stream);

@@ -7,7 +7,7 @@
 
 static struct stat stateAtOpening;
 
-void openInput() {
+void beginInput() {
   if (inputFile.descriptor < 0) {
     snprintf(messageReason, sizeof messageReason, "%s", inputProblem);
   } else if (fstat(inputFile.descriptor, &stateAtOpening) == 0) {

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 // Makes ifp, the stream on the input. Ends the run with FILE_NOT_OPENED when the input could not be opened.
-void openInput();
+void beginInput();
 
 // Returns how long the input was when it was opened, in bytes.
 int64_t inputSize();

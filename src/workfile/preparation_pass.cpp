@@ -117,10 +117,12 @@ static void prepareAllObjects() {
 }
 
 // What was in the output before goes only now, when everything that the run needs is open.
-static void openOutput() {
+static void beginOutput() {
   if (cutFile(outputFile.descriptor))
     ofp = openStream(duplicateDescriptor(outputFile.descriptor), STREAM_FROM_BEGINNING);
-  if (ofp == nullptr) exitWithMessage(FILE_NOT_OPENED, output_ldif_filename);
+  if (ofp != nullptr) return;
+  removeEmptyFile(workFile);
+  exitWithMessage(FILE_NOT_OPENED, output_ldif_filename);
 }
 
 int32_t copyOriginalInputFileToTempInputFile() {
@@ -129,9 +131,9 @@ int32_t copyOriginalInputFileToTempInputFile() {
   traceLine("copyOriginalInputFileToTempInputFile():  FUNCTION ENTRY \n");
   traceLine("copyOriginalInputFileToTempInputFile():  The temporary input file name = %s \n", temp_input_ldif_filename);
   debug = 0;
-  openInput();
+  beginInput();
   openWorkFileForAppending(debugBefore != 0);
-  openOutput();
+  beginOutput();
 
   prepareAllObjects();
 

@@ -8,6 +8,7 @@
 
 #include "driver/interruption.h"
 #include "driver/reporting.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
 
 // Beside the input, in the folder in which that has been found.
@@ -16,26 +17,47 @@ static Place placeOfWorkFile() {
   return {inputFile.place.folder, slash == nullptr ? temp_input_ldif_filename : slash + 1};
 }
 
+bool holdEarlierWorkFile() {
+  const bool isThere = openHeldFile(placeOfWorkFile(), OPEN_FOR_UPDATE, PRIVATE_FILE, workFile);
+  if (isThere) return lockFile(workFile, temp_input_ldif_filename);
+  messageReason[0] = '\0';
+  return true;
+}
+
 int64_t sizeOfEarlierWorkFile() {
-  const Place place = placeOfWorkFile();
   struct stat status;
-  const bool isThere = place.folder >= 0 && fstatat(place.folder, place.name, &status, AT_SYMLINK_NOFOLLOW) == 0;
-  return isThere && S_ISREG(status.st_mode) ? status.st_size : -1;
+  return workFile.descriptor >= 0 && fstat(workFile.descriptor, &status) == 0 ? status.st_size : -1;
+}
+
+// Whatever has been laid there since the run has begun was not announced, and is not converted.
+static bool createWorkFile() {
+  if (!openHeldFile(placeOfWorkFile(), OPEN_OR_CREATE, PRIVATE_FILE, workFile)) return false;
+  return workFile.isNew ? lockFile(workFile, temp_input_ldif_filename) : failWith(CHANGED_BY_OTHERS);
+}
+
+static bool isEarlierWorkFileUnchanged() {
+  return sizeOfEarlierWorkFile() == runCounts.bytesOfEarlierWorkFile || failWith(CHANGED_BY_OTHERS);
 }
 
 void openWorkFileForAppending(bool isTracing) {
   holdSignals();
-  const bool isOpen = openHeldFile(placeOfWorkFile(), OPEN_OR_CREATE, PRIVATE_FILE, workFile);
-  const bool isOurs = isOpen && lockFile(workFile, temp_input_ldif_filename);
-  if (isOpen && !isOurs) removeEmptyFile(outputFile);  // the other run finds everything as it was
-  if (isOurs) tifp = openStream(duplicateDescriptor(workFile.descriptor), STREAM_AT_END);
+  const bool isReady = workFile.descriptor < 0 ? createWorkFile() : isEarlierWorkFileUnchanged();
+  if (isReady) tifp = openStream(duplicateDescriptor(workFile.descriptor), STREAM_AT_END);
   workFileIsToBeRemoved = tifp != nullptr && !isTracing ? 1 : 0;
   letSignalsThrough();
-  if (tifp == nullptr) exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
+  if (tifp != nullptr) return;
+  removeEmptyFile(workFile);
+  exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
+}
+
+[[noreturn]] static void exitForChange() {
+  reportError("main():  ERROR:  The work file is not as it was left.  EXITING. \n");
+  exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
 }
 
 int32_t closeAppendedWorkFile() {
   getPosition(tifp, &workFileLength);  // cannot fail: it has been positioned at its end
+  if (flushStream(tifp) == 0 && !hasItsSize(tifp)) exitForChange();
   return closeStream(tifp);
 }
 
@@ -48,11 +70,6 @@ static bool isAsItWasLeft(int descriptor) {
   return (isSame(status, left) && status.st_size == workFileLength) || failWith(CHANGED_BY_OTHERS);
 }
 
-[[noreturn]] static void exitForChange() {
-  reportError("main():  ERROR:  The work file is not as it was left.  EXITING. \n");
-  exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
-}
-
 bool reopenWorkFile() {
   HeldFile file;
   if (!openHeldFile(workFile.place, OPEN_FOR_UPDATE, PRIVATE_FILE, file)) return false;
@@ -61,19 +78,23 @@ bool reopenWorkFile() {
   return tifp != nullptr;
 }
 
-void requireUnchangedWorkFile() {
+// Returns false, with the reason in messageReason and errno as it was set, when the name does not lead to the work
+// file.
+static bool isUnderItsName() {
   struct stat named;
-  if (fstatat(workFile.place.folder, workFile.place.name, &named, AT_SYMLINK_NOFOLLOW) != 0) {
-    const bool isGone = errno == ENOENT;
-    failWith();
-    reportError("main():  ERROR:  The work file is gone.  EXITING. \n");
-    exitWithMessage(isGone ? FILE_NOT_OPENED : OBJECT_NOT_READ, temp_input_ldif_filename);
-  }
-  if (!isInPlace(workFile.place, workFile.descriptor)) {
-    failWith(CHANGED_BY_OTHERS);
-    exitForChange();
-  }
-  if (!isAsItWasLeft(workFile.descriptor)) exitForChange();
+  struct stat status;
+  const bool isKnown = fstatat(workFile.place.folder, workFile.place.name, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+                       fstat(workFile.descriptor, &status) == 0;
+  if (!isKnown) return failWith();
+  errno = 0;
+  return isSame(named, status) || failWith(CHANGED_BY_OTHERS);
+}
+
+void requireUnchangedWorkFile() {
+  if (isUnderItsName() && isAsItWasLeft(workFile.descriptor)) return;
+  if (errno != ENOENT) exitForChange();
+  reportError("main():  ERROR:  The work file is gone.  EXITING. \n");
+  exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
 }
 
 void closeWorkFile() {
@@ -83,6 +104,5 @@ void closeWorkFile() {
 }
 
 bool removeWorkFile() {
-  if (!isInPlace(workFile.place, workFile.descriptor)) return failWith("something else stands in its place");
-  return unlinkat(workFile.place.folder, workFile.place.name, 0) == 0 || failWith();
+  return isUnderItsName() && (unlinkat(workFile.place.folder, workFile.place.name, 0) == 0 || failWith());
 }

@@ -6,15 +6,20 @@
 
 #include "platform/stream.h"
 
+// Opens and locks the work file that an earlier run has left, if there is one that can be opened. Returns false, with
+// the reason in messageReason, when another run is using it.
+bool holdEarlierWorkFile();
+
 // Returns the size of the work file that an earlier run has left, or -1 when there is none.
 int64_t sizeOfEarlierWorkFile();
 
-// Opens the work file for appending, creating it if need be, as tifp, and locks it. No signal finds it there and not
-// yet marked as the run's own. Ends the run with FILE_NOT_OPENED when it cannot be opened or another run is using it.
+// Makes tifp, for appending to the work file of an earlier run or to a new one, which is locked. No signal finds the
+// work file there and not yet marked as the run's own. Ends the run with FILE_NOT_OPENED when it cannot be opened or
+// something else has been laid in its place or has changed it.
 void openWorkFileForAppending(bool isTracing);
 
 // Closes tifp behind the preparation pass and remembers how long the file has become. Returns 0, or -1 when something
-// written may not be in the file.
+// written may not be in the file. Ends the run with OBJECT_NOT_READ when something else has changed the file.
 int32_t closeAppendedWorkFile();
 
 // Opens the work file once more, by its name, as tifp. Returns false, with the reason in messageReason, when it cannot

@@ -7,7 +7,6 @@
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
-#include "platform/message_service.h"
 
 static void exitUnlessSet(const char* call, int32_t rc) {
   if (rc != 0) exitWithMessage(POSITION_CALL_FAILED, call, rc);
@@ -98,7 +97,7 @@ int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
 }
 
 static int32_t positionCallFailed(const char* call, int32_t rc) {
-  zr_printf_utf8(POSITION_CALL_FAILED, call, rc);
+  issueMessage(POSITION_CALL_FAILED, call, rc);
   return -1;
 }
 

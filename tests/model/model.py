@@ -370,7 +370,7 @@ class Conversion:
         self.objectClass = UNINTERESTING
         self.changetypeSeen = False
         self.tifp = None
-        self.overrun = None               # first line and line limit of the entry whose release ran on last
+        self.overruns = {}                # by table: the slot whose release ran on last, how far, its first line
         self.firstSteppedOver = None      # a position, None while none was taken in this pass
         self.atLeastOneObjectProcessed = False
         self.left_over = None if work is None else len(work)
@@ -444,16 +444,19 @@ class Conversion:
         text = complaint.fault % values + b", and the conversion has stopped. " + complaint.remedy
         return Message("stderr", complaint.code, (), text + LEFT_OVER_HINT if self.left_over else text)
 
-    def messageOfMissing(self, complaint, line0):
-        """Once the release of an entry has run on into other rows, that entry is to blame for what is missing."""
-        if self.overrun is not None:
-            return self.message(ROW_OVERRUN._replace(code=STEP_FAILED), *self.overrun)
-        return self.message(complaint, line0)
+    def messageOfMissing(self, complaint, slot, missing, present):
+        """An entry that had too many lines is to blame when its release has taken what is missing, or when it has kept
+        up the counter of the table of the entry that is there, which therefore came late."""
+        for table, (first, last, line0) in self.overruns.items():
+            if table is missing and first < slot <= last or table is present:
+                return self.message(ROW_OVERRUN._replace(code=STEP_FAILED), line0, table.columns - 1)
+        return self.message(complaint, present.first(slot) if present is not None else None)
 
-    def release(self, matrix, slot):
+    def release(self, matrix, slot, dns):
         lines = matrix.row(slot)
-        if len(lines) > matrix.columns:
-            self.overrun = lines[0], matrix.columns - 1
+        if len(lines) > matrix.columns and slot + 1 < len(dns) and dns[slot + 1] is not None:
+            self.overruns.pop(matrix, None)
+            self.overruns[matrix] = slot, slot + (len(lines) - 1) // matrix.columns, lines[0]
         matrix.release(slot)
 
     def entryText(self, line0, number):
@@ -1379,8 +1382,8 @@ class Conversion:
             if self.user.first(slot) is not None:
                 self.flush_failure = self.message(USER_WITHOUT_NAME, self.user.first(slot))
             else:
-                self.flush_failure = self.messageOfMissing(USER_WITHOUT_OWN_ENTRY, next(
-                    (matrix.first(slot) for matrix in (self.user_map, self.users_entry, self.policy, self.policy_data)
+                self.flush_failure = self.messageOfMissing(USER_WITHOUT_OWN_ENTRY, slot, self.user, next(
+                    (matrix for matrix in (self.user_map, self.users_entry, self.policy, self.policy_data)
                      if matrix.first(slot) is not None), None))
             return -1
         self.secUser_dn[slot] = self.ownerLine(b"dn: principalName=" + name + b",cn=Users", self.secUser_dn[slot],
@@ -1392,11 +1395,14 @@ class Conversion:
         if not name:
             self.trace(b"createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.  Returning ERROR. \n")
             self.print(b"createNewSecGroupDN():  learnCNFromSecGroupObject FAILED.\n")
-            self.print(b"createNewSecGroupDN():  secGroup:  %s\n", self.secGroup_dn[slot] or b"null")
+            dn = self.secGroup_dn[slot]
+            self.print(b"createNewSecGroupDN():  secGroup:  %s\n",
+                       dn if shownDN(b"dn:" + dn) else b"a DN that cannot be shown")
             if self.group.first(slot) is not None:
                 self.flush_failure = self.message(GROUP_WITHOUT_NAME, self.group.first(slot))
             else:
-                self.flush_failure = self.messageOfMissing(GROUP_WITHOUT_OWN_ENTRY, self.group_map.first(slot))
+                self.flush_failure = self.messageOfMissing(GROUP_WITHOUT_OWN_ENTRY, slot, self.group,
+                                                           self.group_map)
             return -1
         self.secGroup_dn[slot] = self.ownerLine(b"dn: cn=" + name + b",cn=Groups", self.secGroup_dn[slot],
                                                 self.group.first(slot))
@@ -1519,12 +1525,12 @@ class Conversion:
                     self.echo(b"secUser_dn = %s\n", self.secUser_dn[slot])
                     return -1
             self.secUser_dn[slot] = None
-            self.release(self.user, slot)
-            self.release(self.users_entry, slot)
-            self.release(self.policy_data, slot)
-            self.release(self.user_map, slot)
+            self.release(self.user, slot, self.secUser_dn)
+            self.release(self.users_entry, slot, self.secUser_dn)
+            self.release(self.policy_data, slot, self.secUser_dn)
+            self.release(self.user_map, slot, self.secUser_dn)
             self.secPolicy_dn[slot] = None
-            self.release(self.policy, slot)
+            self.release(self.policy, slot, self.secUser_dn)
             self.secUser_dn_count -= 1
             slot += 1
         slot = 0
@@ -1536,8 +1542,8 @@ class Conversion:
                     self.echo(b"secGroup_dn = %s\n", self.secGroup_dn[slot])
                     return -1
             self.secGroup_dn[slot] = None
-            self.release(self.group, slot)
-            self.release(self.group_map, slot)
+            self.release(self.group, slot, self.secGroup_dn)
+            self.release(self.group_map, slot, self.secGroup_dn)
             self.secGroup_dn_count -= 1
             slot += 1
         self.next_available_secUser_dn_slot = 0
@@ -1561,7 +1567,7 @@ class Conversion:
             self.traceItem(FREE)
             self.echo(b"secUser_matrix = %s\n", user or b"NULL")
             self.echo(b"secMap_for_secUser_matrix = %s\n", user_map or b"NULL")
-            self.fail(self.messageOfMissing(USER_WITHOUT_MAP, user))
+            self.fail(self.messageOfMissing(USER_WITHOUT_MAP, slot, self.user_map, self.user))
         self.mergeObjects(self.user.row(slot), self.user_map.row(slot))
         if self.users_entry.first(slot) is not None:
             self.mergeObjects(self.users_entry.row(slot), self.object)
@@ -1591,7 +1597,7 @@ class Conversion:
         self.output += self.secGroup_dn[slot]
         if self.group.first(slot) is None or self.group_map.first(slot) is None:
             self.report(b"writeSecGroupAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n")
-            self.fail(self.messageOfMissing(GROUP_WITHOUT_MAP, self.group.first(slot)))
+            self.fail(self.messageOfMissing(GROUP_WITHOUT_MAP, slot, self.group_map, self.group))
         self.mergeObjects(self.group.row(slot), self.group_map.row(slot))
         self.writeLines(self.object, NOT_WRITTEN)
         self.object = []

@@ -115,22 +115,57 @@ TEST_P(Row, IsNotCountedDownWhenEmpty) {
   EXPECT_EQ(occupied(), 1);
 }
 
-TEST_P(Row, IsNotToBlameForWhatIsMissingUnlessItWasFreedOnIntoTheNext) {
+// What is said of slot 1 when it lacks the entry of the table.
+class RowThatIsMissing : public Row {
+ protected:
+  void SetUp() override {
+    Row::SetUp();
+    openUserSlot("a\n");
+    openUserSlot("b\n");
+    openGroupSlot("a\n");
+    openGroupSlot("b\n");
+  }
+  static DetailText complaint(int32_t slot, const CacheMatrix& missing, const CacheMatrix* present) {
+    complainOfMissingEntry(USER_WITHOUT_MAP, slot, missing, present);
+    return messageDetails.sentence;
+  }
+  static const CacheMatrix& ofTable() { return *GetParam().matrix; }
+  static const CacheMatrix& ofAnother() { return &ofTable() == &secUserMatrix ? secPolicyMatrix : secUserMatrix; }
+};
+INSTANTIATE_CASES(RowThatIsMissing, rowCases);
+
+TEST_P(RowThatIsMissing, HasGoneWithALongerEntryOfTheSlotBefore) {
+  moveEntry(entryOf(width()), 0);
+  moveEntry(entryOf(2), 1);
+  GetParam().release(0);
+  EXPECT_EQ(complaint(1, ofTable(), &ofAnother()), ROW_OVERRUN);
+  EXPECT_STREQ(messageDetails.values[0].text, "dn: a\n");
+  EXPECT_EQ(messageDetails.values[1].number, width() - 1);
+  EXPECT_EQ(complaint(2, ofTable(), nullptr), USER_WITHOUT_MAP);
+  EXPECT_EQ(complaint(1, ofAnother(), nullptr), USER_WITHOUT_MAP);
+  EXPECT_EQ(complaint(2, ofAnother(), &ofTable()), ROW_OVERRUN);  // which came late, for want of room
+  forgetOverruns();
+  EXPECT_EQ(complaint(1, ofTable(), nullptr), USER_WITHOUT_MAP);
+}
+
+TEST_P(RowThatIsMissing, IsNobodysFaultBehindAFullRow) {
   moveEntry(entryOf(width()), 0);
   GetParam().release(0);
-  complainOfMissingEntry(USER_WITHOUT_MAP, "dn: cn=b\n");
-  EXPECT_EQ(messageDetails.sentence, USER_WITHOUT_MAP);
-  EXPECT_STREQ(messageDetails.values[0].text, "dn: cn=b\n");
+  EXPECT_EQ(complaint(1, ofTable(), nullptr), USER_WITHOUT_MAP);
+}
+
+TEST_P(RowThatIsMissing, IsNobodysFaultInASlotThatWasFree) {
+  freeSecUserDN(1);
+  freeSecGroupDN(1);
+  moveEntry(entryOf(width() + 1), 0);
+  GetParam().release(0);
+  EXPECT_EQ(complaint(1, ofTable(), nullptr), USER_WITHOUT_MAP);
 }
 
 TEST_P(Row, IsFreedOnIntoTheNextWhenFull) {
   moveEntry(entryOf(width()), 0);
   moveEntry(entryOf(2), 1);
   GetParam().release(0);
-  complainOfMissingEntry(USER_WITHOUT_MAP, "dn: cn=b\n");
-  EXPECT_EQ(messageDetails.sentence, ROW_OVERRUN);
-  EXPECT_STREQ(messageDetails.values[0].text, "dn: a\n");
-  EXPECT_EQ(messageDetails.values[1].number, width() - 1);
   EXPECT_EQ(row(1), Lines{});
   EXPECT_EQ(occupied(), 1);
   GetParam().release(1);

@@ -16,7 +16,7 @@ class InputFile : public FreshRun {
     FreshRun::SetUp();
     writeFile("input", "text\n");
     holdInput();
-    openInput();
+    beginInput();
   }
 };
 

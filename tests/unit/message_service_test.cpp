@@ -91,7 +91,7 @@ TEST_F(MessageService, ShowsAsTheSubjectOnlyADn) {
     const char* shown;
   } cases[] = {
       {"dn: cn=a\r\n", "cn=a"},
-      {"secAuthority=Default,cn=a\n", "secAuthority=Default,cn=a"},
+      {"secAuthority=Default,cn=a\n", "an entry whose DN cannot be shown"},
       {"DN:: Y249YQ==\n", "an entry whose DN cannot be shown"},
       {"UzNjcmV0UGFzc3dvcmQ=\n", "an entry whose DN cannot be shown"},
       {"userPassword: a\n", "an entry whose DN cannot be shown"},

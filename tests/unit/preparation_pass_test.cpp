@@ -10,6 +10,7 @@
 #include "driver/run_state.h"
 #include "ldif/object_buffer.h"
 #include "test_support.h"
+#include "workfile/work_file.h"
 
 namespace {
 
@@ -19,6 +20,8 @@ class PreparationPass : public FreshRun {
   static int32_t prepare() {
     holdInput();
     holdOutput();
+    holdEarlierWorkFile();
+    runCounts.bytesOfEarlierWorkFile = sizeOfEarlierWorkFile();
     return copyOriginalInputFileToTempInputFile();
   }
 };

@@ -168,7 +168,7 @@ void FreshRun::SetUp() {
   inputProblem[0] = '\0';
   objectsRead = 0;
   runCounts = {};
-  forgetOverrun();
+  forgetOverruns();
   messageDetails = {};
   messageReason[0] = '\0';
   messageSubject = nullptr;

@@ -1,11 +1,14 @@
 #include "workfile/work_file.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
 
 #include "driver/message_codes.h"
+#include "driver/run_counts.h"
 #include "driver/run_state.h"
 #include "platform/message_details.h"
 #include "test_support.h"
@@ -20,6 +23,8 @@ class WorkFile : public FreshRun {
     holdInput();
   }
   static void makeWorkFile(const char* text) {
+    ASSERT_TRUE(holdEarlierWorkFile());
+    runCounts.bytesOfEarlierWorkFile = sizeOfEarlierWorkFile();
     openWorkFileForAppending(false);
     writeText(tifp, text);
     EXPECT_EQ(closeAppendedWorkFile(), 0);
@@ -28,8 +33,8 @@ class WorkFile : public FreshRun {
 
 TEST_F(WorkFile, IsAppendedToAndKnownByItsLength) {
   writeFile("input.tmp", "left\n");
-  EXPECT_EQ(sizeOfEarlierWorkFile(), 5);
   makeWorkFile("more\n");
+  EXPECT_EQ(runCounts.bytesOfEarlierWorkFile, 5);
   EXPECT_EQ(workFileLength, 10);
   EXPECT_EQ(readFile("input.tmp"), "left\nmore\n");
   EXPECT_EQ(workFileIsToBeRemoved, 1);
@@ -37,12 +42,49 @@ TEST_F(WorkFile, IsAppendedToAndKnownByItsLength) {
 }
 
 TEST_F(WorkFile, IsNoneOfAnEarlierRunUnlessItIsARegularFile) {
+  EXPECT_TRUE(holdEarlierWorkFile());
   EXPECT_EQ(sizeOfEarlierWorkFile(), -1);
   mkdir("input.tmp", 0700);
+  EXPECT_TRUE(holdEarlierWorkFile());
   EXPECT_EQ(sizeOfEarlierWorkFile(), -1);
   rmdir("input.tmp");
   writeFile("input.tmp", "");
+  EXPECT_TRUE(holdEarlierWorkFile());
   EXPECT_EQ(sizeOfEarlierWorkFile(), 0);
+}
+
+TEST_F(WorkFile, OfAnEarlierRunIsNotTakenFromAnotherRun) {
+  writeFile("input.tmp", "left\n");
+  const int other = open("input.tmp", O_RDWR);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  EXPECT_FALSE(holdEarlierWorkFile());
+  EXPECT_STREQ(messageReason, "another run is using it");
+  close(other);
+}
+
+TEST_F(WorkFile, ThatWasNotAnnouncedIsNotConverted) {
+  ASSERT_TRUE(holdEarlierWorkFile());
+  writeFile("input.tmp", "laid\n");
+  EXPECT_EXIT(openWorkFileForAppending(false), testing::ExitedWithCode(255),
+              failureMessage(FILE_NOT_OPENED, "input.tmp could not be opened: something else has changed it"));
+  EXPECT_EQ(readFile("input.tmp"), "laid\n");
+}
+
+TEST_F(WorkFile, OfAnEarlierRunMustBeAsItWasAnnounced) {
+  writeFile("input.tmp", "left\n");
+  ASSERT_TRUE(holdEarlierWorkFile());
+  runCounts.bytesOfEarlierWorkFile = sizeOfEarlierWorkFile();
+  writeFile("input.tmp", "left\nlaid\n");
+  EXPECT_FAILURE(openWorkFileForAppending(false), FILE_NOT_OPENED);
+}
+
+TEST_F(WorkFile, MayNotBeChangedWhileItIsAppendedTo) {
+  openWorkFileForAppending(false);
+  writeText(tifp, "text\n");
+  flushStream(tifp);
+  ASSERT_EQ(truncate("input.tmp", 0), 0);
+  EXPECT_EXIT(closeAppendedWorkFile(), testing::ExitedWithCode(255),
+              failureMessage(OBJECT_NOT_READ, "something else has changed it"));
 }
 
 TEST_F(WorkFile, IsOpenedAgain) {
@@ -103,7 +145,7 @@ TEST_F(WorkFile, IsNotRemovedWhenItIsAnother) {
   ASSERT_EQ(rename("input.tmp", "moved"), 0);
   writeFile("input.tmp", "another\n");
   EXPECT_FALSE(removeWorkFile());
-  EXPECT_STREQ(messageReason, "something else stands in its place");
+  EXPECT_STREQ(messageReason, "something else has changed it");
   EXPECT_TRUE(exists("input.tmp"));
 }
 
