@@ -240,7 +240,7 @@ static void writeGatheredData() {
   if (copyAllAccumulatedDataToOutputFile() != 0) {
     reportError(
         "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file.  EXITING.  \n");
-    if (readerHasLeft(ofp)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
+    if (isSpoiltByOthers(ofp)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
     exitWithMessage(PROCESSING_FAILED);
   }
   traceLine("\nmain():  Returned from copyAllAccumulatedDataToOutputFile() within loop \n");

@@ -31,7 +31,7 @@ struct Stream {
   bool readHasFailed;
   bool writeHasFailed;
   bool isOfFixedSize;
-  bool readerHasLeft;
+  bool isSpoiltByOthers;
   char window[WINDOW_SIZE];
 };
 
@@ -48,7 +48,7 @@ static void initialise(Stream* stream, int descriptor, off_t offset) {
   stream->descriptor = descriptor;
   stream->hasPositions = offset >= 0;
   stream->size = -1;
-  stream->readHasFailed = stream->writeHasFailed = stream->readerHasLeft = false;
+  stream->readHasFailed = stream->writeHasFailed = stream->isSpoiltByOthers = false;
   stream->windowStart = std::max<off_t>(offset, 0);
   stream->readSize = FIRST_READ_SIZE;
   stream->filled = stream->cursor = stream->dirtyBegin = stream->dirtyEnd = 0;
@@ -90,11 +90,12 @@ bool hasItsSize(const Stream* stream) {
   return status.st_size == stream->size || failWith(CHANGED_BY_OTHERS);
 }
 
-bool readerHasLeft(const Stream* stream) { return stream->readerHasLeft; }
+bool isSpoiltByOthers(const Stream* stream) { return stream->isSpoiltByOthers; }
 
 // Writes the pending bytes. They are given up when it fails: the stream then stays failed.
 static void writePending(Stream* stream) {
-  if (stream->dirtyBegin < stream->dirtyEnd && !hasItsSize(stream)) stream->writeHasFailed = true;
+  if (stream->dirtyBegin < stream->dirtyEnd && !hasItsSize(stream))
+    stream->writeHasFailed = stream->isSpoiltByOthers = true;
   while (stream->dirtyBegin < stream->dirtyEnd && !stream->writeHasFailed) {
     const char* from = stream->window + stream->dirtyBegin;
     const size_t length = stream->dirtyEnd - stream->dirtyBegin;
@@ -106,7 +107,7 @@ static void writePending(Stream* stream) {
       if (stream->size >= 0) stream->size = std::max<int64_t>(stream->size, offset + written);
     } else if (written == 0 || errno != EINTR) {
       failWith();
-      stream->readerHasLeft = errno == EPIPE;
+      stream->isSpoiltByOthers = errno == EPIPE;
       stream->writeHasFailed = true;
     }
   }

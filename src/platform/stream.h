@@ -49,8 +49,8 @@ std::string_view readLine(Stream* stream, size_t limit);
 // reading them.
 void skipBlankLines(Stream* stream, size_t limit);
 
-// True once a write has failed because the reader of a pipe has left.
-bool readerHasLeft(const Stream* stream);
+// True once a write has failed because of somebody else: the reader of a pipe has left, or a file has been changed.
+bool isSpoiltByOthers(const Stream* stream);
 
 // Returns false, with the reason in messageReason, when a regular file has not the size that the stream has given it.
 bool hasItsSize(const Stream* stream);

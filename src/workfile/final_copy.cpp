@@ -57,7 +57,7 @@ static int32_t copyObject() {
   next_available_object_slot = 0;
   if (writeText(ofp, "\n") != 0 || flushStream(ofp) != 0) {
     traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
-    if (readerHasLeft(ofp)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
+    if (isSpoiltByOthers(ofp)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
     exit(-1);  // Kept: without a message.
   }
   ++runCounts.resourceCredentials;

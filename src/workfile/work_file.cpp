@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "driver/interruption.h"
@@ -17,9 +18,16 @@ static Place placeOfWorkFile() {
   return {inputFile.place.folder, slash == nullptr ? temp_input_ldif_filename : slash + 1};
 }
 
+// Why what an earlier run has left cannot be opened; empty when it could, or there was nothing.
+static char earlierProblem[sizeof messageReason];
+
 bool holdEarlierWorkFile() {
-  const bool isThere = openHeldFile(placeOfWorkFile(), OPEN_FOR_UPDATE, PRIVATE_FILE, workFile);
-  if (isThere) return lockFile(workFile, temp_input_ldif_filename);
+  const Place place = placeOfWorkFile();
+  struct stat status;
+  earlierProblem[0] = '\0';
+  if (fstatat(place.folder, place.name, &status, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT) return true;
+  if (openHeldFile(place, OPEN_FOR_UPDATE, PRIVATE_FILE, workFile)) return lockFile(workFile, temp_input_ldif_filename);
+  snprintf(earlierProblem, sizeof earlierProblem, "%s", messageReason);
   messageReason[0] = '\0';
   return true;
 }
@@ -31,6 +39,7 @@ int64_t sizeOfEarlierWorkFile() {
 
 // Whatever has been laid there since the run has begun was not announced, and is not converted.
 static bool createWorkFile() {
+  if (earlierProblem[0] != '\0') return failWith(earlierProblem);
   if (!openHeldFile(placeOfWorkFile(), OPEN_OR_CREATE, PRIVATE_FILE, workFile)) return false;
   return workFile.isNew ? lockFile(workFile, temp_input_ldif_filename) : failWith(CHANGED_BY_OTHERS);
 }

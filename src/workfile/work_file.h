@@ -6,8 +6,8 @@
 
 #include "platform/stream.h"
 
-// Opens and locks the work file that an earlier run has left, if there is one that can be opened. Returns false, with
-// the reason in messageReason, when another run is using it.
+// Opens and locks the work file that an earlier run has left, if there is one. Returns false, with the reason in
+// messageReason, when another run is using it. What cannot be opened is left to openWorkFileForAppending to tell.
 bool holdEarlierWorkFile();
 
 // Returns the size of the work file that an earlier run has left, or -1 when there is none.

@@ -11,7 +11,7 @@ import time
 
 import scratch
 from exports import credentials, padding, unit, users
-from scratch import OPENING, PREPARATION, READING
+from scratch import OPENING, PREPARATION, READING, WRITING
 
 WORK_FILE = "input.ldif.tmp"
 SLOTS = ("1", "10")
@@ -172,6 +172,33 @@ class AWorkFileThatChanges(ChangingFiles):
             self.each_change("read", WORK_FILE, (change,), check)
             with self.subTest(change=change.__name__):
                 self.assertGreater(self.noticed, 0)
+
+
+class AFileThatIsBeingWritten(ChangingFiles):
+    """Writing goes on at the place that the run has reached: what was cut off before would be filled with NULs."""
+
+    def setUp(self):
+        super().setUp()
+        self.export = users(60, *padding(3_500)) + credentials("web", *padding(300_000)) + credentials("last")
+        self.expected = self.convert()
+
+    def test_is_missed_when_it_is_the_work_file(self):
+        def check(_change, number, run):
+            if run.status == 0:  # nothing more was to be read
+                self.assertGreater(number, 10)
+                self.assertOutput(self.expected)
+                return
+            self.assertEqual(run.status, 255)
+            self.assertRegex(run.errors, rf"^tqldif2v6: ({OPENING}|{WRITING}|{READING}) ERROR: [^\n]*\n$")
+
+        # The first writes are those of the preparation.
+        self.each_change("write", WORK_FILE, (self.empty, self.cut, self.append, self.replace, self.remove), check)
+
+    def test_is_missed_when_it_is_the_output(self):
+        def check(_change, _number, run):
+            self.assertFailedCleanly(run, WRITING, "Writing to the file output.ldif failed: ")
+
+        self.each_change("write", "output.ldif", (self.empty, self.cut, self.append, self.replace, self.remove), check)
 
 
 if __name__ == "__main__":

@@ -11,7 +11,7 @@ import threading
 import time
 
 import scratch
-from exports import credentials, everything, padding, unit
+from exports import credentials, everything, padding, unit, users
 from scratch import COPY, WRITING
 
 WORK_FILE = "input.ldif.tmp"
@@ -82,6 +82,24 @@ class AnOutputPipe(scratch.ScratchTest):
                     reader.join()
                     self.assertFailedCleanly(run, WRITING, "Writing to the file pipe failed: Broken pipe")
                     self.assertEqual(self.content("input.ldif").decode(), self.export)
+
+    def test_is_missed_wherever_the_run_is(self):
+        """In the preparation, in a pass with more than is collected, in the final copy, behind an entry of it."""
+        self.prepare(unit(*padding(2000)) + users(100, *padding(3_500)) + credentials("web", *padding(70_000))
+                     + credentials("last"))
+        self.assertSucceeded(self.run_tool("input.ldif", "output.ldif", "100", "1"))
+        length = len(self.output())
+        for size in (1, *range(20_000, length, length // 40), length - 70_000, length - 100, length - 1):
+            with self.subTest(read=size):
+                reader = threading.Thread(target=self.read_some, args=(size,))
+                reader.start()
+                run = self.run_tool("input.ldif", "pipe", "100", "1")
+                reader.join()
+                if run.status == 0:  # the rest was in the pipe when the reader left
+                    self.assertGreater(size, length - 70_000)
+                else:
+                    self.assertFailedCleanly(run, WRITING, "Writing to the file pipe failed: Broken pipe")
+                self.file(WORK_FILE).unlink(missing_ok=True)
 
     def read_some(self, size):
         with open(self.file("pipe"), "rb", buffering=0) as reader:

@@ -8,6 +8,9 @@ import os
 import pty
 import re
 import select
+import signal
+import subprocess
+import termios
 import time
 import tty
 
@@ -114,6 +117,25 @@ class Progress(scratch.ScratchTest):
             # What the other end got has not been read.
             other = master if end == reading else reading
             self.assertNotIn(b"\x1b", os.read(other, 65536))
+
+    def test_keeps_no_interrupted_run_from_ending(self):
+        """A terminal that has been stopped takes nothing, not even the line that says what was interrupted."""
+        master, slave = self.terminal()
+        process = self.start("input.ldif", "pipe", "10", "10", stdout=subprocess.DEVNULL, stderr=slave)
+        self.addCleanup(self.end, process)
+        reader = os.open(self.file("pipe"), os.O_RDONLY)
+        self.addCleanup(os.close, reader)
+        os.read(reader, 4096)
+        time.sleep(1.2)  # from now on a line is drawn
+        for _ in range(8):
+            os.read(reader, 65536)
+            time.sleep(0.1)
+        termios.tcflow(slave, termios.TCOOFF)
+        process.send_signal(signal.SIGTERM)
+        try:
+            self.assertEqual(process.wait(10), -signal.SIGTERM)
+        finally:
+            termios.tcflow(slave, termios.TCOON)
 
     def test_makes_way_for_the_message_of_a_failure(self):
         self.write("input.ldif", self.export + group("lone"))

@@ -11,7 +11,7 @@ from pathlib import Path
 
 import scratch
 from exports import everything
-from scratch import COPY, NOBODY, OPENING, PREPARATION, USAGE
+from scratch import COPY, NOBODY, OPENING, PREPARATION, USAGE, WRITING
 
 WORK_FILE = "input.ldif.tmp"
 NOT_WRITABLE = " (the input must be writable, although it is never changed)\n"
@@ -147,7 +147,7 @@ class ALinkThatIsLaidInTheMeantime(scratch.ScratchTest):
                     self.assertEqual(self.content("input.ldif").decode(), everything())
                     if run.status != 0:
                         self.assertEqual(run.status, 255)
-                        self.assertRegex(run.errors, rf"^tqldif2v6: ({OPENING}|{PREPARATION}|{USAGE}) ERROR: ")
+                        self.assertRegex(run.errors, rf"^tqldif2v6: ({OPENING}|{PREPARATION}|{WRITING}|{USAGE}) ERROR: ")
                         refused += 1
                 if not stopped:
                     break

@@ -89,6 +89,20 @@ TEST_P(Interruption, DoesItsWorkBeforeASecondOneCounts) {
   EXPECT_FALSE(exists("in.tmp"));
 }
 
+TEST_F(Interruption, IsHeldBackOnWhereItWasBefore) {
+  const auto raiseBlocked = [] {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    prepare(true);
+    raise(SIGTERM);
+    _exit(0);
+  };
+  EXPECT_EXIT(raiseBlocked(), testing::ExitedWithCode(0), "^$");
+  EXPECT_TRUE(exists("in.tmp"));
+}
+
 TEST_F(Interruption, LeavesNothingForDebuggers) {
   EXPECT_EXIT((prepareForSignals(), _exit(prctl(PR_GET_DUMPABLE))), testing::ExitedWithCode(0), "^$");
 }

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "platform/message_details.h"
 #include "test_support.h"
 
@@ -164,6 +166,26 @@ TEST_F(OpenFile, IsCutOnlyWhereItHasALength) {
   EXPECT_EQ(readFile("file"), "");
   EXPECT_TRUE(cutFile(opened("/dev/full", OPEN_TO_WRITE, NAMED_BY_USER).descriptor));
   EXPECT_FALSE(cutFile(-1));
+}
+
+TEST_F(OpenFile, MustStayUnderItsName) {
+  writeFile("file", "text\n");
+  const HeldFile file = opened("file", OPEN_TO_WRITE, NAMED_BY_USER);
+  EXPECT_TRUE(isUnderName(file, "file"));
+  ASSERT_EQ(rename("file", "moved"), 0);
+  EXPECT_FALSE(isUnderName(file, "file"));
+  EXPECT_STREQ(messageReason, "No such file or directory");
+  writeFile("file", "text\n");
+  EXPECT_FALSE(isUnderName(file, "file"));
+  EXPECT_TRUE(isUnderName(opened("/dev/null", OPEN_TO_WRITE, NAMED_BY_USER), "file"));
+}
+
+TEST_F(OpenFile, MayHaveALongPath) {
+  const std::string folder = repeated(19, repeated(200, "x") + "/");
+  std::filesystem::create_directories(folder);
+  HeldFile file;
+  EXPECT_TRUE(openOrCreateByPath((folder + repeated(100, "y")).c_str(), OPEN_TO_WRITE, file));
+  EXPECT_TRUE(file.isNew);
 }
 
 struct RemovalCase {

@@ -73,6 +73,16 @@ TEST_F(RunFiles, OfAnotherRunAreRefusedAndNothingIsMade) {
   }
 }
 
+TEST_F(RunFiles, OfAnotherRunMayBeAWorkFile) {
+  writeFile("input.tmp", "the other run's\n");
+  const int other = open("input.tmp", O_RDWR);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  EXPECT_EXIT(openFilesOfRun(), testing::ExitedWithCode(255),
+              failureMessage(FILE_NOT_OPENED, "input.tmp could not be opened: another run is using it"));
+  close(other);
+  EXPECT_FALSE(exists("output.ldif"));
+}
+
 TEST_F(RunFiles, AreNotThoseOfTheStandardStreams) {
   const auto openWith = [](int descriptor, const char* name) {
     dup2(open(name, O_RDWR | O_APPEND), descriptor);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstring>
 
 #include "platform/message_details.h"
@@ -148,15 +149,41 @@ TEST_F(StreamTest, FailsToReadWhatHasBeenCutOff) {
   EXPECT_STREQ(messageReason, "something else has changed it");
 }
 
+TEST_F(StreamTest, KnowsTheSizeThatItHasGivenItsFile) {
+  Stream* stream = openToCreate("file");
+  for (int i = 0; i < 2; i++) {
+    writeText(stream, "text\n");
+    EXPECT_EQ(flushStream(stream), 0);
+    EXPECT_TRUE(hasItsSize(stream));
+  }
+  ASSERT_EQ(truncate("file", 9), 0);
+  EXPECT_FALSE(hasItsSize(stream));
+  EXPECT_STREQ(messageReason, "something else has changed it");
+  EXPECT_TRUE(hasItsSize(streamWithoutPositions()));
+}
+
+TEST_F(StreamTest, TellsAReaderThatHasLeftFromAFullDisk) {
+  signal(SIGPIPE, SIG_IGN);
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  close(ends[0]);
+  Stream* broken = openStream(ends[1], STREAM_FROM_BEGINNING);
+  writeText(broken, "x");
+  EXPECT_EQ(flushStream(broken), -1);
+  EXPECT_TRUE(isSpoiltByOthers(broken));
+  EXPECT_FALSE(isSpoiltByOthers(streamThatCannotBeWritten()));
+}
+
 TEST_F(StreamTest, FailsToWriteToAFileThatHasAnotherSize) {
   for (const off_t size : {3, 6}) {
     writeFile("file", "text\n");
-    Stream* stream = openStream(open("file", O_RDWR), STREAM_OF_FIXED_SIZE);
+    Stream* stream = openStream(open("file", O_RDWR), size == 3 ? STREAM_OF_FIXED_SIZE : STREAM_FROM_BEGINNING);
     EXPECT_EQ(writeText(stream, "T"), 0);
     ASSERT_EQ(truncate("file", size), 0);
     EXPECT_EQ(flushStream(stream), -1);
     EXPECT_STREQ(messageReason, "something else has changed it");
     EXPECT_EQ(readFile("file")[0], 't');
+    EXPECT_TRUE(isSpoiltByOthers(stream));
     EXPECT_EQ(closeStream(stream), -1);
   }
 }
