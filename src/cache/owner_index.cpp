@@ -12,7 +12,7 @@
 
 // Another one in each run, so that nobody can put DNs of one hash together beforehand, which would make the search
 // slow.
-static uint64_t drawKey() {
+static uint64_t drawKey() noexcept {
   uint64_t key = 0;
   if (getrandom(&key, sizeof key, GRND_NONBLOCK) != sizeof key) key = static_cast<uint64_t>(getpid());
   return key;

@@ -152,6 +152,7 @@ TEST_P(RowThatIsMissing, IsNobodysFaultBehindAFullRow) {
   moveEntry(entryOf(width()), 0);
   GetParam().release(0);
   EXPECT_EQ(complaint(1, ofTable(), nullptr), USER_WITHOUT_MAP);
+  EXPECT_EQ(complaint(1, ofAnother(), &ofTable()), USER_WITHOUT_MAP);
 }
 
 TEST_P(RowThatIsMissing, IsNobodysFaultInASlotThatWasFree) {
