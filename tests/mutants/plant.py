@@ -20,7 +20,7 @@ from typing import NamedTuple
 from mistakes import mistakes
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
-FAULT_TESTS = "signals changing_files standard_streams refused_runs swapped_folders two_runs"  # the quick ones
+FAULT_TESTS = "signals changing_files standard_streams refused_runs swapped_folders two_runs progress"  # the quick ones
 TIME_LIMIT = 180  # seconds for one run of a suite
 LARGEST_FILE = 64 * 1024 * 1024  # bytes; a mistake may make the tool write for ever
 
