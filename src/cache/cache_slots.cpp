@@ -104,16 +104,14 @@ static bool isInUse(const CacheMatrix& matrix, int32_t slot) {
   return slot < *matrix.rows && dns[slot] != nullptr;
 }
 
-static void noteOverrun(const CacheMatrix& matrix, int32_t slot) {
-  const auto columns = static_cast<size_t>(matrix.columns);
-  char** row = rowOf(matrix, slot);
-  if (row[0] == nullptr || row[columns - 1] == nullptr || row[columns] == nullptr || !isInUse(matrix, slot + 1)) return;
-  const auto cells = static_cast<size_t>(std::find(row, rowOf(matrix, *matrix.rows), nullptr) - row);
+// The lines of the entry that has run on are counted, and the first one is there still.
+static void noteOverrun(const CacheMatrix& matrix, int32_t slot, ptrdiff_t lines, const char* firstLine) {
+  if (!isInUse(matrix, slot + 1)) return;
   Overrun& overrun = overrunOf(matrix);
   overrun.matrix = &matrix;
   overrun.slot = slot;
-  overrun.lastSlot = slot + static_cast<int32_t>((cells - 1) / columns);
-  snprintf(overrun.firstLine, sizeof overrun.firstLine, "%s", row[0]);
+  overrun.lastSlot = slot + static_cast<int32_t>((lines - 1) / matrix.columns);
+  snprintf(overrun.firstLine, sizeof overrun.firstLine, "%s", firstLine);
 }
 
 void forgetOverruns() {
@@ -133,13 +131,17 @@ void complainOfMissingEntry(DetailText problem, int32_t slot, const CacheMatrix&
 // Kept: the walk ends at the first null cell, not at the end of the row, and so releases the rest of an entry
 // that ran on into the next row, whose own release then finds nothing to count down.
 static void releaseRow(const CacheMatrix& matrix, int32_t slot) {
-  char** cell = rowOf(matrix, slot);
-  noteOverrun(matrix, slot);
-  if (*cell != nullptr) --*matrix.occupied;
+  char** row = rowOf(matrix, slot);
+  if (*row == nullptr) return;
+  --*matrix.occupied;
+  char** cell = row + 1;
   for (; *cell != nullptr; ++cell) {
     freeLine(*cell);
     *cell = nullptr;
   }
+  if (cell - row > matrix.columns) noteOverrun(matrix, slot, cell - row, *row);
+  freeLine(*row);
+  *row = nullptr;
 }
 
 void freeSecUser(int32_t slot) { releaseRow(secUserMatrix, slot); }

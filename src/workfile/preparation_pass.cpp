@@ -82,8 +82,8 @@ static void writeObject(const Destination& destination) {
 static void count(const Destination& destination, const char* dnLine) {
   const auto entryClass = static_cast<size_t>(objectClass);
   ++(&destination == &toOutput ? runCounts.intoOutput : runCounts.intoWorkFile)[entryClass];
-  const bool isOwnEntry = dostristr(dnLine, "cn=users,secauthority=") == nullptr;
-  if (objectClass == SECUSER_OBJECTCLASS && isOwnEntry) ++runCounts.ownUserEntries;
+  if (objectClass == SECUSER_OBJECTCLASS && dostristr(dnLine, "cn=users,secauthority=") == nullptr)
+    ++runCounts.ownUserEntries;
 }
 
 static void showProgressOfPreparation() {
