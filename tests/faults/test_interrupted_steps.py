@@ -101,5 +101,27 @@ class Interruption(scratch.ScratchTest):
         self.at_each_step(numbers, check, preexec_fn=ignore)
 
 
+class TheEnd(scratch.ScratchTest):
+    def test_brings_the_output_and_its_folder_to_the_disk_before_the_work_file_goes(self):
+        """What is lost with the power of the machine can be had again, until nothing can be lost any more."""
+        self.write("input.ldif", everything())
+        self.assertSucceeded(self.run_tool())
+        expected = self.output()
+        for exists, synced, syncs in ((False, "output.ldif", 1), (False, self.folder.name, 1),
+                                      (True, "output.ldif", 1), (True, self.folder.name, 0)):
+            with self.subTest(exists=exists, synced=synced):
+                self.file("output.ldif").unlink()
+                if exists:
+                    self.write("output.ldif", "of another day\n")
+                process = self.start(fault={"call": "fsync", "file": synced, "number": 1, "lasting": 1, "stop": 1})
+                stops = 0
+                for _ in self.stops(process):
+                    stops += 1
+                    self.assertTrue(self.file(WORK_FILE).exists())
+                    self.assertOutput(expected)
+                self.assertEqual((process.returncode, stops), (0, syncs))
+                self.assertFalse(self.file(WORK_FILE).exists())
+
+
 if __name__ == "__main__":
     scratch.main()
