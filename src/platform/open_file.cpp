@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -105,9 +106,12 @@ bool openOrCreateByPath(const char* path, OpenMode mode, HeldFile& file) {
     if (file.descriptor >= 0) return true;
     if (errno != ENOENT || *path == '\0') return failWith();
     Place place;
-    static std::string target;  // the place lends its name
-    target = resolvedPath(path);
-    if (!openPlace(target.c_str(), place)) return false;
+    static char target[2 * PATH_MAX];  // the place lends its name, which stands behind a folder
+    const std::string resolved = resolvedPath(path);
+    if (resolved.size() >= sizeof target) return failWith(strerror(ENAMETOOLONG));
+    resolved.copy(target, resolved.size());
+    target[resolved.size()] = '\0';
+    if (!openPlace(target, place)) return false;
     if (openHeldFile(place, mode, NAMED_BY_USER, file)) return true;
     const bool isThereNow = errno == EEXIST;
     closeHeldFile(file);

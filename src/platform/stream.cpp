@@ -90,6 +90,8 @@ bool hasItsSize(const Stream* stream) {
   return status.st_size == stream->size || failWith(CHANGED_BY_OTHERS);
 }
 
+int64_t sizeGiven(const Stream* stream) { return stream->size; }
+
 bool isSpoiltByOthers(const Stream* stream) { return stream->isSpoiltByOthers; }
 
 // Writes the pending bytes. They are given up when it fails: the stream then stays failed.

@@ -55,6 +55,9 @@ bool isSpoiltByOthers(const Stream* stream);
 // Returns false, with the reason in messageReason, when a regular file has not the size that the stream has given it.
 bool hasItsSize(const Stream* stream);
 
+// Returns the size that a regular file has been given by what was written to it; -1 for another file.
+int64_t sizeGiven(const Stream* stream);
+
 // True once a read of the stream has failed; it stays so, and nothing more is read from the stream.
 bool readFailed(const Stream* stream);
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -99,7 +100,13 @@ static bool isUnderItsName() {
   return isSame(named, status) || failWith(CHANGED_BY_OTHERS);
 }
 
+// Kept: a last line of one character that has no newline is blanked out to two, which the file then has more.
+static void takeLength() {
+  if (tifp != nullptr && flushStream(tifp) == 0) workFileLength = std::max(workFileLength, sizeGiven(tifp));
+}
+
 void requireUnchangedWorkFile() {
+  takeLength();
   if (isUnderItsName() && isAsItWasLeft(workFile.descriptor)) return;
   if (errno != ENOENT) exitForChange();
   reportError("main():  ERROR:  The work file is gone.  EXITING. \n");
