@@ -70,6 +70,7 @@ static void announcePreparation() {
 }
 
 static void announcePasses() {
+  runCounts.bytesOfWorkFile = workFileLength;
   const auto& kept = runCounts.intoWorkFile;
   const auto& copied = runCounts.intoOutput;
   issueMessage(

@@ -106,7 +106,7 @@ struct Settled {
 static void countGathered(GateNumber kind) {
   runCounts.bytesGathered += lastObjectExtent.end - lastObjectExtent.begin;
   if (kind == SECPOLICYDATA_GATE) ++runCounts.policyData;
-  showProgress("passes", runCounts.bytesGathered, workFileLength);
+  showProgress("passes", runCounts.bytesGathered, runCounts.bytesOfWorkFile);
 }
 
 // Reads and settles the next entry.
@@ -229,9 +229,9 @@ static void requireProgress() {
 
 static int64_t percentOfWorkFileDone() {
   constexpr int64_t ALL = 100;
-  if (workFileLength == 0) return ALL;
+  if (runCounts.bytesOfWorkFile == 0) return ALL;
   // An entry of an odd work file from an earlier run can be read more than once.
-  return std::min(runCounts.bytesGathered * ALL / workFileLength, ALL);
+  return std::min(runCounts.bytesGathered * ALL / runCounts.bytesOfWorkFile, ALL);
 }
 
 static void writeGatheredData() {

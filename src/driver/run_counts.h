@@ -13,7 +13,8 @@ struct RunCounts {
   int64_t ownUserEntries = 0;  // of the users in the work file, their entries under cn=Users apart
 
   int64_t bytesOfEarlierWorkFile = -1;  // -1 without one
-  int64_t bytesGathered = 0;            // of the work file
+  int64_t bytesOfWorkFile = 0;          // when it is ready
+  int64_t bytesGathered = 0;            // of them
   int64_t passes = 0;                   // begun
 
   // Records written, and entries that were gathered and are not written.

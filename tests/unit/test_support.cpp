@@ -281,7 +281,7 @@ void holdWorkFile() {
   if (!openHeldFile(place, OPEN_OR_CREATE, PRIVATE_FILE, workFile)) abort();
   struct stat status;
   fstat(workFile.descriptor, &status);
-  workFileLength = status.st_size;
+  workFileLength = runCounts.bytesOfWorkFile = status.st_size;
 }
 
 void writeWorkFile(const std::string& contents) {
