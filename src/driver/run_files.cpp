@@ -4,10 +4,8 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <initializer_list>
 #include <span>
 
-#include "driver/command_line.h"
 #include "driver/reporting.h"
 #include "driver/run_state.h"
 #include "platform/file_operations.h"

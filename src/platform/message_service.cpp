@@ -15,7 +15,7 @@
 
 // A text with its arguments, of which a file name of 4095 characters is the longest.
 static constexpr size_t TEXT_CAPACITY = 8192;
-// The text, a reason and an owner DN of 20,000 characters, each character shown as \xNN at the worst.
+// The text and the DNs of two entries, each character shown as \xNN at the worst; what is longer is cut.
 static constexpr size_t LINE_CAPACITY = size_t{128} * 1024;
 
 static FILE* routes[NUMBER_OF_SEVERITIES];  // null: not routed yet
@@ -37,7 +37,8 @@ void zr_svc_routing(const char* routing, int32_t* status) {
   }
 }
 
-static void append(char* line, std::string_view text) { appendHarmless(line, LINE_CAPACITY, text); }
+// Leaves room for the newline.
+static void append(char* line, std::string_view text) { appendHarmless(line, LINE_CAPACITY - 1, text); }
 
 static void appendNumber(char* line, int64_t number) {
   constexpr size_t DIGITS = 24;

@@ -47,8 +47,10 @@ static Result convert(Conversion& conversion, bool isTraced) {
   for (size_t i = 0; i < std::size(words); ++i) arguments[i] = words[i].data();
   const int argumentCount = isTraced ? 6 : 5;
   const uint32_t outcome = outcomeOf([&] { mainOfTool(argumentCount, arguments); });
-  if (outcome == 0) tfp = nullptr;  // closed
-  if (outcome == 0) traceFile.descriptor = -1;
+  if (outcome == 0) {  // closed
+    tfp = nullptr;
+    traceFile.descriptor = -1;
+  }
   closeAllStreams();
 
   require(readFile(INPUT) == conversion.input, "the input stays as it was");

@@ -133,6 +133,15 @@ TEST_F(MessageService, SaysOfAFailureWithoutDetailsThatItStopped) {
             "tqldif2v6: 380928302 ERROR: An entry could not be processed, and the conversion has stopped.\n");
 }
 
+TEST_F(MessageService, EndsALineThatIsTooLongAllTheSame) {
+  for (size_t before = 0; before < 4; before++) {  // each character takes four
+    const std::string line = "dn: cn=" + repeated(before, "a") + repeated(50000, "\x1b") + "\n";
+    messageDetails = {.sentence = USER_WITHOUT_MAP, .values = {MessageValue{line.c_str(), 1}}};
+    const std::string message = messagesOf([] { zr_printf_utf8(PROCESSING_FAILED); });
+    EXPECT_EQ(message.find('\n'), message.size() - 1);
+  }
+}
+
 TEST_F(MessageService, PutsNoValueIntoAName) {
   messageDetails = {.values = {2}};
   EXPECT_EQ(messagesOf([] { zr_printf_utf8(WRITE_FAILED, "a{1}"); }),
