@@ -7,12 +7,12 @@
 #include <cstring>
 #include <iterator>
 
-#include "driver/reporting.h"
 #include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
 
 // Returns the row of the entry to which the lines in a row belong. A row with a first line that is no dn: line behind
 // one that is full holds the rest of an entry that was too long for its own.

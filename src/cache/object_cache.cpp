@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "cache/cache_slots.h"
-#include "driver/reporting.h"
 #include "ldif/object_buffer.h"
+#include "reporting/reporting.h"
 
 struct CacheTable {
   char*** cells;

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "driver/run_state.h"
+#include "reporting/run_state.h"
 
 constexpr int32_t SECUSER_MATRIX_NUMBER_OF_COLUMNS = 50;     // cells per row of every matrix but one
 constexpr int32_t SECPOLICY_MATRIX_NUMBER_OF_COLUMNS = 500;  // cells per row of secPolicy_matrix

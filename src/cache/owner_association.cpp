@@ -5,13 +5,13 @@
 
 #include "cache/object_cache.h"
 #include "cache/owner_index.h"
-#include "driver/reporting.h"
 #include "ldif/attribute_lookup.h"
 #include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
 
 static OwnerIndex secUserIndex = {};
 static OwnerIndex secGroupIndex = {};

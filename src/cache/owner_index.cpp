@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "driver/reporting.h"
+#include "reporting/reporting.h"
 
 // Another one in each run, so that nobody can put DNs of one hash together beforehand, which would make the search
 // slow.

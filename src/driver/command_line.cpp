@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 // Where each argument stands.
 enum { INPUT = 1, OUTPUT, MAX_SECUSER_SLOTS, MAX_SECGROUP_SLOTS, TRACE_FILE };

@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <span>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "platform/file_operations.h"
 #include "platform/message_service.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 #include "workfile/work_file.h"
 
 // Why the output could not be opened; empty when it was.

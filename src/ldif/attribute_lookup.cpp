@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "driver/reporting.h"
 #include "ldif/complaint.h"
 #include "ldif/letter_case.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
 
 // What the two lookups by index differ in: the lines that name them, and where the copy begins.
 struct LookupByIndex {

@@ -2,12 +2,12 @@
 
 #include <cstdio>
 
-#include "driver/reporting.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
 #include "ldif/entry_line.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 
 static char reasonOfFailure[sizeof messageReason];
 

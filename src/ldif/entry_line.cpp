@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "driver/run_state.h"
 #include "ldif/line_reader.h"
 #include "platform/stream.h"
+#include "reporting/run_state.h"
 
 // A first line without what may differ: line end, blanks beside commas, white space at the end. Kept in a fixed buffer,
 // because a run whose memory is exhausted comes here, too; a longer line is not found.

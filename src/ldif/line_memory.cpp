@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "driver/reporting.h"
+#include "reporting/reporting.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(SEPARATE_LINES)
 

@@ -4,13 +4,13 @@
 #include <cstring>
 #include <string_view>
 
-#include "driver/reporting.h"
 #include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
 // The one step up from here: an entry that is too long for the buffer is copied out at the moment it shows.
-#include "workfile/oversized_object_copy.h"
+#include "ldif/oversized_object_copy.h"
 
 static constexpr char MALLOC_FAILURE[] = "getNextObject():  malloc() failure.  EXITING. \n";
 

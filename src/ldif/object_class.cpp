@@ -3,12 +3,12 @@
 #include <cstring>
 #include <string_view>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "ldif/colon_search.h"
 #include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 struct ClassName {
   std::string_view text;  // with the blank before it

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "driver/reporting.h"
 #include "ldif/letter_case.h"
+#include "reporting/reporting.h"
 
 char* trim(char* string) {
   if (string == nullptr) return nullptr;

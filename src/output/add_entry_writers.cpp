@@ -6,8 +6,6 @@
 
 #include "cache/cache_slots.h"
 #include "cache/object_cache.h"
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "ldif/colon_search.h"
 #include "ldif/complaint.h"
 #include "ldif/line_memory.h"
@@ -15,6 +13,8 @@
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
 #include "output/entry_merge.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 // Lines that hold one of the texts, in any case, are left out of a record. Kept: only a policy loses its control
 // lines here.

@@ -1,7 +1,7 @@
 #include "output/cache_dump.h"
 
 #include "cache/object_cache.h"
-#include "driver/reporting.h"
+#include "reporting/reporting.h"
 
 // One table of a slot as the dump shows it: how an empty row reads.
 struct DumpedMatrix {

@@ -6,11 +6,11 @@
 #include <span>
 #include <string_view>
 
-#include "driver/reporting.h"
 #include "ldif/colon_search.h"
 #include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/object_buffer.h"
+#include "reporting/reporting.h"
 
 static constexpr char MALLOC_FAILURE[] = "mergeObjects():  malloc() failure.  EXITING. \n";
 

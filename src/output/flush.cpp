@@ -4,13 +4,13 @@
 
 #include "cache/cache_slots.h"
 #include "cache/object_cache.h"
-#include "driver/reporting.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
 #include "ldif/complaint.h"
 #include "output/add_entry_writers.h"
 #include "output/cache_dump.h"
 #include "output/new_dn.h"
+#include "reporting/reporting.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 
 // Reports that a step of the flush failed for an owner. Returns -1.
 static int32_t reportFailure(const char* step, const char* dnName, const char* dn) {

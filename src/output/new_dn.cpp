@@ -4,13 +4,13 @@
 #include <initializer_list>
 
 #include "cache/object_cache.h"
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "ldif/colon_search.h"
 #include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/text.h"
 #include "platform/shown_text.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 // The two forms in which the name's attribute is recognised, tried in this order on every line.
 struct NameSource {

@@ -7,7 +7,6 @@
 #include <ctime>
 #include <initializer_list>
 
-#include "driver/reporting.h"
 #include "ldif/attribute_lookup.h"
 #include "ldif/colon_search.h"
 #include "ldif/complaint.h"
@@ -15,6 +14,7 @@
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
 
 static constexpr char MALLOC_FAILURE[] = "tweekObjectInObjectArray():  malloc() failure.  EXITING. \n";
 

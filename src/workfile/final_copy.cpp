@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "driver/reporting.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
 #include "ldif/colon_search.h"
 #include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 #include "workfile/left_behind.h"
 #include "workfile/work_file.h"
 #include "workfile/work_file_cursor.h"

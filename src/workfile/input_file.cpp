@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 static struct stat stateAtOpening;
 

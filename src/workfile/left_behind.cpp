@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "driver/reporting.h"
+#include "reporting/reporting.h"
 
 static int32_t capacity = 0;  // of leftObjects
 

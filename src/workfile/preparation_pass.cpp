@@ -2,10 +2,6 @@
 
 #include <cstring>
 
-#include "driver/progress.h"
-#include "driver/reporting.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
 #include "ldif/attribute_lookup.h"
 #include "ldif/colon_search.h"
 #include "ldif/line_memory.h"
@@ -13,6 +9,10 @@
 #include "ldif/object_class.h"
 #include "ldif/text.h"
 #include "platform/message_details.h"
+#include "reporting/progress.h"
+#include "reporting/reporting.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 #include "workfile/entry_adjustments.h"
 #include "workfile/input_file.h"
 #include "workfile/work_file.h"
@@ -78,6 +78,8 @@ static void writeObject(const Destination& destination) {
   }
   stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
 }
+
+static_assert(COUNTED_CLASSES == NUMBER_OF_OBJECTCLASSES);
 
 static void count(const Destination& destination, const char* dnLine) {
   const auto entryClass = static_cast<size_t>(objectClass);

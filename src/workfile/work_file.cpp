@@ -8,10 +8,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "driver/interruption.h"
-#include "driver/reporting.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
+#include "reporting/interruption.h"
+#include "reporting/reporting.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 
 // Beside the input, in the folder in which that has been found.
 static Place placeOfWorkFile() {

@@ -2,11 +2,11 @@
 
 #include <cstring>
 
-#include "driver/reporting.h"
 #include "ldif/colon_search.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
 
 static void exitUnlessSet(const char* call, int32_t rc) {
   if (rc != 0) exitWithMessage(POSITION_CALL_FAILED, call, rc);

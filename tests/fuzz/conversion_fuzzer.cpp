@@ -5,11 +5,11 @@
 
 #include <cstdlib>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "fuzz_support.h"
 #include "plain_rules.h"
 #include "platform/message_service.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 static constexpr size_t LARGEST_INPUT = 32 * 1024;  // bytes
 // A traced run takes some hundred times as long, and every pass over many entries again.

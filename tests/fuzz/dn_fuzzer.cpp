@@ -3,7 +3,6 @@
 #include "cache/cache_slots.h"
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
-#include "driver/run_state.h"
 #include "fuzz_support.h"
 #include "ldif/letter_case.h"
 #include "ldif/line_memory.h"
@@ -14,6 +13,7 @@
 #include "output/add_entry_writers.h"
 #include "output/new_dn.h"
 #include "plain_rules.h"
+#include "reporting/run_state.h"
 
 static constexpr size_t LARGEST_TEXT = 48 * 1024;  // bytes
 

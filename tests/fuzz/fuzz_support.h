@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "driver/message_codes.h"
+#include "platform/message_codes.h"
 #include "platform/stream.h"
 
 using Lines = std::vector<std::string>;

@@ -1,6 +1,5 @@
 // Reading, blanking out and stepping over entries, and looking things up in them, against the plain rules. Nothing of
 // it may end the run.
-#include "driver/run_state.h"
 #include "fuzz_support.h"
 #include "ldif/attribute_lookup.h"
 #include "ldif/colon_search.h"
@@ -8,8 +7,9 @@
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
+#include "ldif/oversized_object_copy.h"
 #include "plain_rules.h"
-#include "workfile/oversized_object_copy.h"
+#include "reporting/run_state.h"
 #include "workfile/work_file_cursor.h"
 
 static constexpr size_t LARGEST_FILE = 12 * 1024;  // bytes

@@ -1,9 +1,9 @@
 #include "output/add_entry_writers.h"
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "output/cache_dump.h"
 
-#include "driver/reporting.h"
 #include "ldif/line_memory.h"
+#include "reporting/reporting.h"
 #include "test_support.h"
 
 namespace {

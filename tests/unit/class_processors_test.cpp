@@ -1,7 +1,7 @@
 #include "cache/class_processors.h"
 
-#include "driver/run_state.h"
 #include "ldif/object_class.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 #include "workfile/work_file_cursor.h"
 

@@ -3,9 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "driver/reporting.h"
 #include "driver/run_files.h"
-#include "driver/run_state.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include "ldif/entry_line.h"
 
-#include "driver/run_state.h"
 #include "ldif/object_buffer.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

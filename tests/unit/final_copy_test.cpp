@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include "driver/pass_loop.h"
-#include "driver/reporting.h"
-#include "driver/run_state.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {
@@ -20,9 +20,10 @@ class FinalCopy : public FreshRun {
 };
 
 TEST_F(FinalCopy, CopiesResourceCredentialsWithoutTheServersLines) {
-  writeWorkFile("dn: cn=ResCreds\nobjectClass: container\nAclEntry: 1\nACI: 2\nxacl: 3\nControl: 4\n\n"
-            "       \r\n\n"
-            "dn: cn=a\nobjectClass: secResCreds\nXoq-EntryUUID: 5\ntext: see ACI: 6\naclPropagate: 7\nacls: 8\n\n");
+  writeWorkFile(
+      "dn: cn=ResCreds\nobjectClass: container\nAclEntry: 1\nACI: 2\nxacl: 3\nControl: 4\n\n"
+      "       \r\n\n"
+      "dn: cn=a\nobjectClass: secResCreds\nXoq-EntryUUID: 5\ntext: see ACI: 6\naclPropagate: 7\nacls: 8\n\n");
   copyRemainingObjectsToOutputLDIFFile();
   EXPECT_EQ(tifp, nullptr);
   closeStream(ofp);
@@ -106,7 +107,7 @@ TEST_F(FinalCopy, StopsWheneverTheWorkFileCannotBeRead) {
   buildCache(1, 1);
   failEveryReadIn([] {
     writeWorkFile(std::string(CONTAINER) + "dn: cn=a\nobjectClass: secResCreds\n" +
-                               repeated(100, "text: " + repeated(4000, "x") + "\n"));
+                  repeated(100, "text: " + repeated(4000, "x") + "\n"));
     echoToFile();
     makePasses();
     copyRemainingObjectsToOutputLDIFFile();

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -1,7 +1,7 @@
-#include "driver/gates.h"
+#include "cache/gates.h"
 
-#include "driver/run_state.h"
 #include "ldif/object_class.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "driver/run_state.h"
 #include "platform/message_details.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "driver/interruption.h"
+#include "reporting/interruption.h"
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -8,7 +8,7 @@
 #include <csignal>
 #include <cstring>
 
-#include "driver/run_state.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {
@@ -85,7 +85,8 @@ TEST_P(Interruption, DoesItsWorkBeforeASecondOneCounts) {
     for (const int number : {SIGINT, SIGTERM, SIGHUP, GetParam()}) raise(number);
     letSignalsThrough();
   };
-  EXPECT_EXIT(raiseAll(), [](int status) { return WIFSIGNALED(status); }, SAYS_SO);
+  EXPECT_EXIT(
+      raiseAll(), [](int status) { return WIFSIGNALED(status); }, SAYS_SO);
   EXPECT_FALSE(exists("in.tmp"));
 }
 

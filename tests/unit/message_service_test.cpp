@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "driver/message_codes.h"
 #include "platform/message_catalogue.h"
+#include "platform/message_codes.h"
 #include "platform/message_details.h"
 #include "test_support.h"
 
@@ -39,8 +39,7 @@ TEST_F(MessageService, SendsNoticesToStandardOutputAndErrorsToStandardError) {
 
 TEST_F(MessageService, FollowsARouting) {
   EXPECT_EQ(route("NOTICE:STDERR"), 0);
-  EXPECT_EQ(messagesOf([] { zr_printf_utf8(CONVERSION_BEGINS); }),
-            BEGINS);
+  EXPECT_EQ(messagesOf([] { zr_printf_utf8(CONVERSION_BEGINS); }), BEGINS);
   EXPECT_EQ(route("ERROR:STDOUT"), 0);
   EXPECT_NE(outputOf([] { zr_printf_utf8(PROCESSING_FAILED); }), "");
 }
@@ -103,7 +102,8 @@ TEST_F(MessageService, ShowsAsTheSubjectOnlyADn) {
     const std::string message = messagesOf([] { zr_printf_utf8(MEMORY_EXHAUSTED); });
     EXPECT_EQ(message,
               "tqldif2v6: 380928300 ERROR: Memory is exhausted. Give the conversion more memory or smaller slot counts."
-              " Concerned: " + std::string(shown) + "\n");
+              " Concerned: " +
+                  std::string(shown) + "\n");
   }
 }
 
@@ -122,10 +122,11 @@ TEST_F(MessageService, AddsASentenceToANotice) {
 
 TEST_F(MessageService, SaysOfAFailureWhatIsWrongWithWhichEntry) {
   messageDetails = {DOUBLED, EARLIER_WORK_FILE_AS_CAUSE, {MessageValue{"dn: cn=a\x1b\n", 7}, MessageValue{"pw: x", 0}}};
-  EXPECT_EQ(messagesOf([] { zr_printf_utf8(ROW_ALREADY_OCCUPIED); }),
-            "tqldif2v6: 380928303 ERROR: The entry cn=a\\x1B (line 7) is of the same kind and owner as the entry whose "
-            "DN cannot be shown, and the conversion has stopped. Remove one of them. A work file from an earlier run was "
-            "converted as well and can be the cause.\n");
+  EXPECT_EQ(
+      messagesOf([] { zr_printf_utf8(ROW_ALREADY_OCCUPIED); }),
+      "tqldif2v6: 380928303 ERROR: The entry cn=a\\x1B (line 7) is of the same kind and owner as the entry whose "
+      "DN cannot be shown, and the conversion has stopped. Remove one of them. A work file from an earlier run was "
+      "converted as well and can be the cause.\n");
 }
 
 TEST_F(MessageService, SaysOfAFailureWithoutDetailsThatItStopped) {
@@ -167,22 +168,14 @@ struct CatalogueCase {
 };
 class Catalogue : public testing::TestWithParam<CatalogueCase> {};
 const CatalogueCase catalogueCases[] = {
-    {"MemoryExhausted", 380928300, SEVERITY_ERROR},
-    {"PositionCallFailed", 380928301, SEVERITY_ERROR},
-    {"ProcessingFailed", 380928302, SEVERITY_ERROR},
-    {"RowOccupied", 380928303, SEVERITY_ERROR},
-    {"FileNotOpened", 380928304, SEVERITY_ERROR},
-    {"PreparationFailed", 380928305, SEVERITY_ERROR},
-    {"WriteFailed", 380928306, SEVERITY_ERROR},
-    {"ObjectNotRead", 380928307, SEVERITY_ERROR},
-    {"ConversionBegins", 380928308, SEVERITY_NOTICE},
-    {"PreparationBegins", 380928309, SEVERITY_NOTICE},
-    {"WorkFileReady", 380928310, SEVERITY_NOTICE},
-    {"PassesBegin", 380928311, SEVERITY_NOTICE},
-    {"PassUnderWay", 380928312, SEVERITY_NOTICE},
-    {"GatheredDataBeingWritten", 380928313, SEVERITY_NOTICE},
-    {"UsageError", 380928314, SEVERITY_ERROR},
-    {"ConversionComplete", 380928315, SEVERITY_NOTICE},
+    {"MemoryExhausted", 380928300, SEVERITY_ERROR},   {"PositionCallFailed", 380928301, SEVERITY_ERROR},
+    {"ProcessingFailed", 380928302, SEVERITY_ERROR},  {"RowOccupied", 380928303, SEVERITY_ERROR},
+    {"FileNotOpened", 380928304, SEVERITY_ERROR},     {"PreparationFailed", 380928305, SEVERITY_ERROR},
+    {"WriteFailed", 380928306, SEVERITY_ERROR},       {"ObjectNotRead", 380928307, SEVERITY_ERROR},
+    {"ConversionBegins", 380928308, SEVERITY_NOTICE}, {"PreparationBegins", 380928309, SEVERITY_NOTICE},
+    {"WorkFileReady", 380928310, SEVERITY_NOTICE},    {"PassesBegin", 380928311, SEVERITY_NOTICE},
+    {"PassUnderWay", 380928312, SEVERITY_NOTICE},     {"GatheredDataBeingWritten", 380928313, SEVERITY_NOTICE},
+    {"UsageError", 380928314, SEVERITY_ERROR},        {"ConversionComplete", 380928315, SEVERITY_NOTICE},
 };
 INSTANTIATE_CASES(Catalogue, catalogueCases);
 TEST_P(Catalogue, KnowsTheSeverity) {

@@ -1,6 +1,6 @@
 #include "output/new_dn.h"
 
-#include "driver/reporting.h"
+#include "reporting/reporting.h"
 #include "test_support.h"
 
 namespace {

@@ -1,13 +1,12 @@
 #include "ldif/object_buffer.h"
 
-#include "ldif/complaint.h"
-
 #include <cstring>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
+#include "ldif/complaint.h"
 #include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -1,7 +1,7 @@
-#include "workfile/oversized_object_copy.h"
+#include "ldif/oversized_object_copy.h"
 
-#include "driver/run_state.h"
 #include "ldif/line_reader.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

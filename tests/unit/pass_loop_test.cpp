@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include "cache/owner_association.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
 #include "ldif/object_class.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 #include "workfile/work_file_cursor.h"
 
@@ -48,8 +48,8 @@ std::string underWay(int pass, int of) {
 const std::string BEING_WRITTEN =
     "tqldif2v6: 380928313 NOTICE: The users and groups gathered in this pass are being written: users ";
 std::string beingWritten(int users, int groups, int percent) {
-  return BEING_WRITTEN + std::to_string(users) + ", groups " + std::to_string(groups) + ". " +
-         std::to_string(percent) + " percent of the work file is done.\n";
+  return BEING_WRITTEN + std::to_string(users) + ", groups " + std::to_string(groups) + ". " + std::to_string(percent) +
+         " percent of the work file is done.\n";
 }
 
 TEST_F(PassLoop, TakesOneUserAndOneGroupPerPassWithOneSlotEach) {
@@ -175,8 +175,8 @@ TEST_F(PassLoop, NamesAWorkFileThatCannotBeRead) {
 TEST_F(PassLoop, StopsWheneverTheWorkFileCannotBeRead) {
   failEveryReadIn([] {
     writeWorkFile(userEntries("a") + userEntries("b") +
-                               "dn: cn=Policy,secAuthority=Default,cn=b\nobjectClass: secPolicy\n" +
-                               repeated(100, "text: " + repeated(4000, "x") + "\n"));
+                  "dn: cn=Policy,secAuthority=Default,cn=b\nobjectClass: secPolicy\n" +
+                  repeated(100, "text: " + repeated(4000, "x") + "\n"));
     echoToFile();
     makePasses();
   });
@@ -194,8 +194,9 @@ TEST_F(PassLoop, StopsAtAnEntryOfNoClass) {
 TEST_F(PassLoop, StopsWhenTheGatheredDataCannotBeWritten) {
   closeStream(ofp);
   ofp = streamThatCannotBeWritten();
-  writeWorkFile("dn: secAuthority=Default,cn=g\nobjectClass: secGroup\ncn: g\n\n"
-            "dn: cn=m,secAuthority=Default\nobjectClass: secMap\nsecDN: cn=g\n\n");
+  writeWorkFile(
+      "dn: secAuthority=Default,cn=g\nobjectClass: secGroup\ncn: g\n\n"
+      "dn: cn=m,secAuthority=Default\nobjectClass: secMap\nsecDN: cn=g\n\n");
   startTrace();
   EXPECT_FAILURE((echoToFile(), makePasses()), PROCESSING_FAILED);
   const std::string error =

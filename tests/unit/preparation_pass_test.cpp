@@ -5,10 +5,11 @@
 
 #include <cstring>
 
-#include "driver/reporting.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
 #include "ldif/object_buffer.h"
+#include "ldif/object_class.h"
+#include "reporting/reporting.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 #include "workfile/work_file.h"
 
@@ -135,8 +136,7 @@ TEST_F(PreparationPass, ReportsAnInputThatCannotBeReadToItsEnd) {
 TEST_F(PreparationPass, StopsWhenTheOutputCannotBeWritten) {
   strcpy(output_ldif_filename, "/dev/full");
   writeFile("input", "dn: o=a\n\n" + repeated(30000, "# comment\n") + "\n" + repeated(30000, "dn: o=b\n\n"));
-  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255),
-              failureMessage(WRITE_FAILED, "/dev/full"));
+  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255), failureMessage(WRITE_FAILED, "/dev/full"));
 }
 
 TEST_F(PreparationPass, StopsWhenTheOutputCannotBeFlushed) {
@@ -182,8 +182,7 @@ TEST_F(PreparationPass, CountsWhereEntriesGo) {
 TEST_F(PreparationPass, StopsWhenTheWorkFileCannotBeOpened) {
   writeFile("input", "dn: o=a\n\n");
   mkdir("input.tmp", 0700);
-  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255),
-              failureMessage(FILE_NOT_OPENED, "input.tmp.*: Is a directory"));
+  EXPECT_EXIT(prepare(), testing::ExitedWithCode(255), failureMessage(FILE_NOT_OPENED, "input.tmp.*: Is a directory"));
 }
 
 }  // namespace

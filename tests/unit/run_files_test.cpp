@@ -6,8 +6,8 @@
 
 #include <cstring>
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -16,9 +16,7 @@ constexpr size_t WINDOW = 256 * 1024;
 
 class StreamTest : public FreshRun {
  protected:
-  static std::string line(Stream* stream, size_t limit = 100) {
-    return std::string(readLine(stream, limit));
-  }
+  static std::string line(Stream* stream, size_t limit = 100) { return std::string(readLine(stream, limit)); }
   static int64_t position(const Stream* stream) {
     int64_t position = -1;
     EXPECT_EQ(getPosition(stream, &position), 0);

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cache/object_cache.h"
-#include "driver/message_codes.h"
+#include "platform/message_codes.h"
 #include "platform/stream.h"
 
 using Lines = std::vector<std::string>;
@@ -62,7 +62,7 @@ std::string readFile(const std::string& name);
 bool exists(const std::string& name);
 
 Stream* openForUpdate(const std::string& name);
-Stream* openToCreate(const std::string& name);    // created or cut
+Stream* openToCreate(const std::string& name);  // created or cut
 
 // The files of the run, as it holds them. The work file is created if need be, and is as long as it will stay.
 void holdInput();

@@ -1,6 +1,6 @@
 #include "ldif/text.h"
 
-#include "driver/reporting.h"
+#include "reporting/reporting.h"
 #include "test_support.h"
 
 namespace {

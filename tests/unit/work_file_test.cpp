@@ -7,10 +7,10 @@
 
 #include <cstring>
 
-#include "driver/message_codes.h"
-#include "driver/run_counts.h"
-#include "driver/run_state.h"
+#include "platform/message_codes.h"
 #include "platform/message_details.h"
+#include "reporting/run_counts.h"
+#include "reporting/run_state.h"
 #include "test_support.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "driver/interruption.h"
+#include "reporting/interruption.h"
 
 #include <poll.h>
 #include <sys/prctl.h>
@@ -9,9 +9,9 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "driver/run_state.h"
 #include "platform/progress_line.h"
 #include "platform/shown_text.h"
+#include "reporting/run_state.h"
 
 struct EndingSignal {
   int number;

@@ -1,4 +1,4 @@
-#include "driver/reporting.h"
+#include "reporting/reporting.h"
 
 #include <cerrno>
 #include <cstdarg>

@@ -1,4 +1,4 @@
-#include "driver/progress.h"
+#include "reporting/progress.h"
 
 #include <unistd.h>
 

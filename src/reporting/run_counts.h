@@ -2,14 +2,15 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
-#include "ldif/object_class.h"
+constexpr size_t COUNTED_CLASSES = 10;  // of entries, by their ObjectClass
 
 struct RunCounts {
   // Entries of the input, by class, as the preparation pass has sorted them.
-  std::array<int64_t, NUMBER_OF_OBJECTCLASSES> intoWorkFile = {};
-  std::array<int64_t, NUMBER_OF_OBJECTCLASSES> intoOutput = {};
+  std::array<int64_t, COUNTED_CLASSES> intoWorkFile = {};
+  std::array<int64_t, COUNTED_CLASSES> intoOutput = {};
   int64_t ownUserEntries = 0;  // of the users in the work file, their entries under cn=Users apart
 
   int64_t bytesOfEarlierWorkFile = -1;  // -1 without one

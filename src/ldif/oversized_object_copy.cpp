@@ -1,10 +1,10 @@
-#include "workfile/oversized_object_copy.h"
+#include "ldif/oversized_object_copy.h"
 
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "ldif/colon_search.h"
 #include "ldif/line_reader.h"
 #include "ldif/text.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 // Writes through to the file, so that it is complete up to a line that fails.
 static void write(const char* text) {

@@ -1,11 +1,11 @@
-#include "driver/gates.h"
+#include "cache/gates.h"
 
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
-#include "driver/reporting.h"
-#include "driver/run_state.h"
 #include "ldif/complaint.h"
 #include "ldif/object_class.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
 
 const Gate gates[NUMBER_OF_GATES] = {
     {&numberOfUserSecUserObjectsInObjectCache, &max_number_of_secuser_slots, isUserShutOut, usersWithRoom,

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "driver/message_codes.h"
+#include "platform/message_codes.h"
 #include "platform/message_details.h"
 
 // 1 while tracing is on. Set by the command line; off during the preparation pass and while an entry is
