@@ -3,15 +3,18 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <iterator>
+#include <string>
 #include <vector>
 
-#include "ldif/colon_search.h"
-#include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "output/entry_merge.h"
 #include "platform/stream.h"
+#include "rules/colon_search.h"
+#include "rules/line.h"
+#include "rules/line_scan.h"
 
 static const char* const user[] = {
     "dn: secAuthority=Default,cn=Eva Farkas,ou=People,dc=example,dc=com\n",
@@ -38,43 +41,54 @@ static const char* const map[] = {
 };
 
 template <size_t count>
-static std::vector<char*> cellsOf(const char* const (&lines)[count]) {
-  std::vector<char*> cells;
-  for (const char* line : lines) cells.push_back(copyLine(line, ""));
-  cells.push_back(nullptr);
-  return cells;
+static std::vector<Line> tableOf(const char* const (&lines)[count]) {
+  std::vector<Line> table;
+  for (const char* line : lines) table.push_back(scanLine(line));
+  return table;
 }
 
+static void lookLinesThrough(benchmark::State& state) {
+  std::string text;
+  for (const char* line : user) text += line;
+  for (auto _ : state) {
+    LineScan scan = scanOf(text);
+    while (scan.next < scan.length) benchmark::DoNotOptimize(takeLine(scan));
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(std::size(user)));
+}
+BENCHMARK(lookLinesThrough);
+
+// The merge takes its inputs to pieces.
 static void mergeUserWithMap(benchmark::State& state) {
-  const std::vector<char*> userCells = cellsOf(user);
-  const std::vector<char*> mapCells = cellsOf(map);
-  for (auto _ : state) mergeObjects(userCells.data(), mapCells.data());
+  const std::vector<Line> userTable = tableOf(user);
+  const std::vector<Line> mapTable = tableOf(map);
+  std::vector<Line> input1;
+  std::vector<Line> input2;
+  for (auto _ : state) {
+    input1 = userTable;
+    input2 = mapTable;
+    mergeObjects(input1, input2);
+  }
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(std::size(user) + std::size(map)));
 }
 BENCHMARK(mergeUserWithMap);
 
 static void lookForLeftOutTexts(benchmark::State& state) {
   static constexpr ColonText texts[] = {"xoq-entryuuid:", "aclentry:", "aci:", "acl:"};
+  const std::vector<Line> table = tableOf(user);
   for (auto _ : state)
-    for (const char* line : user) benchmark::DoNotOptimize(findInAnyCase(line, texts));
+    for (const Line& line : table) benchmark::DoNotOptimize(findInAnyCase(line, texts));
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(std::size(user)));
 }
 BENCHMARK(lookForLeftOutTexts);
 
 static void classifyUser(benchmark::State& state) {
   freeObject();
-  next_available_object_slot = 0;
-  for (const char* line : user) appendLineToObject(copyLine(line, ""));
+  for (const Line& line : tableOf(user)) appendLineToObject(line);
   for (auto _ : state) determineTheObjectsObjectClass();
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(std::size(user)));
 }
 BENCHMARK(classifyUser);
-
-static void copyAndFreeLine(benchmark::State& state) {
-  for (auto _ : state) freeLine(copyLine(user[0], ""));
-  state.SetItemsProcessed(state.iterations());
-}
-BENCHMARK(copyAndFreeLine);
 
 static void readLines(benchmark::State& state) {
   char name[] = "/tmp/parts_benchmark.XXXXXX";
