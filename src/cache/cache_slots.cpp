@@ -4,69 +4,125 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
 
 #include "ldif/complaint.h"
-#include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
-#include "ldif/text.h"
+#include "platform/bounded_text.h"
 #include "reporting/reporting.h"
+#include "rules/text.h"
+#include "workfile/work_text.h"
 
-// Returns the row of the entry to which the lines in a row belong. A row with a first line that is no dn: line behind
-// one that is full holds the rest of an entry that was too long for its own.
-static char* const* rowOfOwner(const CacheMatrix& matrix, char* const* row) {
-  while (row != *matrix.cells && row[-1] != nullptr && strncasecmp(row[0], "dn:", strlen("dn:")) != 0)
-    row -= matrix.columns;
-  return row;
+static Row& rowOf(const CacheMatrix& matrix, int32_t slot) { return (*matrix.rows)[slot]; }
+
+static bool isFull(const CacheMatrix& matrix, int32_t slot) { return rowOf(matrix, slot).lines == matrix.columns; }
+
+static bool beginsWithDn(const CacheMatrix& matrix, int32_t slot) {
+  constexpr std::string_view TAG = "dn:";
+  return strncasecmp(rowOf(matrix, slot).text, TAG.data(), TAG.size()) == 0;
 }
 
-[[noreturn]] static void exitForOverrun(const CacheMatrix& matrix, const char* dnLine) {
+// Returns the slot of the entry to which the lines in a row belong. A row with a first line that is no dn: line behind
+// one that is full holds the rest of an entry that was too long for its own.
+static int32_t slotOfOwner(const CacheMatrix& matrix, int32_t slot) {
+  while (slot > 0 && isFull(matrix, slot - 1) && !beginsWithDn(matrix, slot)) --slot;
+  return slot;
+}
+
+[[noreturn]] static void exitForOverrun(const CacheMatrix& matrix, std::string_view dnLine) {
   complainOfLength(dnLine, matrix.columns - 1);
   exitWithMessage(ROW_ALREADY_OCCUPIED);
 }
 
-[[noreturn]] static void exitForOccupiedRow(const CacheMatrix& matrix, char* const* row) {
+[[noreturn]] static void exitForOccupiedRow(const CacheMatrix& matrix, int32_t slot) {
+  const std::string_view firstLine = firstLineOfRow(matrix, slot);
   reportError("%s():  Destination slot is already occupied.  EXITING.%s", matrix.moveFunction, matrix.occupiedEnding);
-  echoError("%s = %s\n", matrix.name, row[0]);
-  char* const* owner = rowOfOwner(matrix, row);
-  if (owner != row) exitForOverrun(matrix, owner[0]);
-  complainOfDouble(firstLineOfObject(), row[0]);
+  echoError("%s = %.*s\n", matrix.name, SHOWN(firstLine));
+  const int32_t owner = slotOfOwner(matrix, slot);
+  if (owner != slot) exitForOverrun(matrix, firstLineOfRow(matrix, owner));
+  complainOfDouble(firstLineOfObject(), firstLine);
   exitWithMessage(ROW_ALREADY_OCCUPIED);
 }
 
-[[noreturn]] static void exitForFullTable(const CacheMatrix& matrix, const char* dnLine) {
+[[noreturn]] static void exitForFullTable(const CacheMatrix& matrix) {
   reportError("%s():  ERROR:  The entry runs past the end of %s.  EXITING. \n", matrix.moveFunction, matrix.name);
-  exitForOverrun(matrix, dnLine);
+  exitForOverrun(matrix, firstLineOfObject());
 }
 
-// Hands the buffer's lines over to the cells from the row on. A line that an earlier entry's overlong row left
-// there is lost.
-static void handOverLines(const CacheMatrix& matrix, char** row) {
-  char** const tableEnd = rowOf(matrix, *matrix.rows);
-  char** cell = row;
+static bool needsNul(const Line& line) { return line.length < LONGEST_LINE && line.text[line.length - 1] != '\n'; }
+
+// Has the lines stand where they stay for the pass: in the work file in memory, unless one has been changed. Returns
+// true when a NUL has been put behind one.
+static bool keepObject() {
+  if (isInWorkText(object[0].view())) return false;
+  size_t size = 0;
+  bool hasNul = false;
+  for (const Line& line : entryInObject()) {
+    size += size_t{line.length} + needsNul(line);
+    hasNul = hasNul || needsNul(line);
+  }
+  char* text = makeRoom(gatheredTexts, size);
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
-    if (object[i] == nullptr) continue;
-    if (cell == tableEnd) exitForFullTable(matrix, row[0]);
-    freeLine(*cell);
-    *cell++ = object[i];
-    object[i] = nullptr;
+    Line& line = object[i];
+    char* end = std::copy_n(line.text, line.length, text);
+    line.text = text;
+    if (needsNul(line)) *end++ = '\0';
+    text = end;
+  }
+  return hasNul;
+}
+
+// Puts the rest of an entry before what is left of the lines that stood in the row before.
+static Row overwritten(const Row& row, const Row& rest) {
+  if (rest.lines >= row.lines) return rest;
+  EntryText left = row.entryText();
+  for (int32_t passed = 0; passed < rest.lines; left.text.remove_prefix(nextLineIn(left).size()))
+    if (left.text[0] != '#') ++passed;
+  const auto length = static_cast<uint32_t>(rest.length + left.text.size());
+  char* const text = makeRoom(gatheredTexts, length);
+  std::copy(left.text.begin(), left.text.end(), std::copy_n(rest.text, rest.length, text));
+  return {text, length, row.lines, rest.mayHoldNul || row.mayHoldNul};
+}
+
+// Lets the slot's row, and those behind it that are needed, take the entry over.
+static void placeObject(const CacheMatrix& matrix, int32_t slot) {
+  const bool hasNul = keepObject();
+  for (int32_t first = 0; first < next_available_object_slot; first += matrix.columns, ++slot) {
+    if (slot == *sideOf(matrix).limit) exitForFullTable(matrix);
+    makeRoomForSlot(matrix.side, slot);
+    const int32_t lines = std::min(matrix.columns, next_available_object_slot - first);
+    const Line& last = object[first + lines - 1];
+    const auto length = static_cast<uint32_t>(last.text + last.length + needsNul(last) - object[first].text);
+    const Row part = {object[first].text, length, lines, hasNul};
+    rowOf(matrix, slot) = overwritten(rowOf(matrix, slot), part);
   }
   next_available_object_slot = 0;
 }
 
+static void traceRow(const CacheMatrix& matrix, int32_t slot) {
+  int i = 0;
+  traceLine("%s():  The secMap object moved is: \n", matrix.moveFunction);
+  forEachLineOfRow(matrix, slot, [&](const Line& line) {
+    traceLine("%s[%d][%d] = %.*s ", matrix.name, slot, i++, SHOWN(line.view()));
+    return true;
+  });
+}
+
 static void moveObject(const CacheMatrix& matrix, int32_t slot) {
   traceLine("%s():  FUNCTION ENTRY \n", matrix.moveFunction);
-  char** row = rowOf(matrix, slot);
-  if (row[0] != nullptr) exitForOccupiedRow(matrix, row);
-  handOverLines(matrix, row);
+  if (isRowInUse(matrix, slot)) exitForOccupiedRow(matrix, slot);
+  placeObject(matrix, slot);
   ++*matrix.occupied;
-  if (&matrix == &secMapForSecUserMatrix && debug != 0) {
-    traceLine("%s():  The secMap object moved is: \n", matrix.moveFunction);
-    for (int32_t i = 0; row[i] != nullptr; ++i) traceLine("secMap_for_secUser_matrix[%d][%d] = %s ", slot, i, row[i]);
-  }
+  if (&matrix == &secMapForSecUserMatrix && debug != 0) traceRow(matrix, slot);
   traceLine("%s():  FUNCTION EXIT \n", matrix.moveFunction);
+}
+
+bool placeUnseen(const CacheMatrix& matrix, int32_t slot, const Row& row) {
+  if (isRowInUse(matrix, slot) || row.lines >= matrix.columns) return false;
+  rowOf(matrix, slot) = row;
+  ++*matrix.occupied;
+  return true;
 }
 
 void moveSecUserObjectFromObjectArrayToSecUserMatrix(int32_t slot) { moveObject(secUserMatrix, slot); }
@@ -99,19 +155,18 @@ static Overrun& overrunOf(const CacheMatrix& matrix) {
                        [&](const Overrun& o) { return o.matrix == &matrix || o.matrix == nullptr; });
 }
 
-static bool isInUse(const CacheMatrix& matrix, int32_t slot) {
-  char* const* dns = matrix.rows == &max_number_of_secuser_slots ? secUser_dn : secGroup_dn;
-  return slot < *matrix.rows && dns[slot] != nullptr;
+static bool isInUse(const CacheSide& side, int32_t slot) {
+  return slot < *side.nextSlot && (*side.dns)[slot].data() != nullptr;
 }
 
-// The lines of the entry that has run on are counted, and the first one is there still.
-static void noteOverrun(const CacheMatrix& matrix, int32_t slot, ptrdiff_t lines, const char* firstLine) {
-  if (!isInUse(matrix, slot + 1)) return;
+// The lines of the entry that has run on are counted.
+static void noteOverrun(const CacheMatrix& matrix, int32_t slot, int64_t lines, std::string_view firstLine) {
+  if (!isInUse(sideOf(matrix), slot + 1)) return;
   Overrun& overrun = overrunOf(matrix);
   overrun.matrix = &matrix;
   overrun.slot = slot;
   overrun.lastSlot = slot + static_cast<int32_t>((lines - 1) / matrix.columns);
-  snprintf(overrun.firstLine, sizeof overrun.firstLine, "%s", firstLine);
+  copyBounded(overrun.firstLine, sizeof overrun.firstLine, firstLine);
 }
 
 void forgetOverruns() {
@@ -125,23 +180,23 @@ void complainOfMissingEntry(DetailText problem, int32_t slot, const CacheMatrix&
     complainOfLength(overrun.firstLine, overrun.matrix->columns - 1);
     return;
   }
-  complain(problem, present != nullptr ? rowOf(*present, slot)[0] : nullptr);
+  complain(problem, present != nullptr ? firstLineOfRow(*present, slot) : std::string_view());
 }
 
-// Kept: the walk ends at the first null cell, not at the end of the row, and so releases the rest of an entry
-// that ran on into the next row, whose own release then finds nothing to count down.
+// Kept: the walk goes on behind a full row, and so releases the rest of an entry that ran on into the next row, or the
+// entry there, whose own release then finds nothing to count down.
 static void releaseRow(const CacheMatrix& matrix, int32_t slot) {
-  char** row = rowOf(matrix, slot);
-  if (*row == nullptr) return;
+  if (!isRowInUse(matrix, slot)) return;
   --*matrix.occupied;
-  char** cell = row + 1;
-  for (; *cell != nullptr; ++cell) {
-    freeLine(*cell);
-    *cell = nullptr;
+  const std::string_view firstLine = isFull(matrix, slot) ? firstLineOfRow(matrix, slot) : std::string_view();
+  int64_t lines = 0;
+  bool goesOn = true;
+  for (int32_t next = slot; goesOn && isRowInUse(matrix, next); ++next) {
+    lines += rowOf(matrix, next).lines;
+    goesOn = isFull(matrix, next);
+    rowOf(matrix, next) = {};
   }
-  if (cell - row > matrix.columns) noteOverrun(matrix, slot, cell - row, *row);
-  freeLine(*row);
-  *row = nullptr;
+  if (lines > matrix.columns) noteOverrun(matrix, slot, lines, firstLine);
 }
 
 void freeSecUser(int32_t slot) { releaseRow(secUserMatrix, slot); }
@@ -152,23 +207,15 @@ void freeSecMapForSecUser(int32_t slot) { releaseRow(secMapForSecUserMatrix, slo
 void freeSecGroup(int32_t slot) { releaseRow(secGroupMatrix, slot); }
 void freeSecMapForSecGroup(int32_t slot) { releaseRow(secMapForSecGroupMatrix, slot); }
 
-static void releaseDN(char** dns, int32_t slot) {
-  freeLine(dns[slot]);
-  dns[slot] = nullptr;
-}
-
-void freeSecUserDN(int32_t slot) { releaseDN(secUser_dn, slot); }
-void freeSecPolicyDN(int32_t slot) { releaseDN(secPolicy_dn, slot); }
-void freeSecGroupDN(int32_t slot) { releaseDN(secGroup_dn, slot); }
+void freeSecUserDN(int32_t slot) { secUser_dn[slot] = {}; }
+void freeSecPolicyDN(int32_t slot) { secPolicy_dn[slot] = {}; }
+void freeSecGroupDN(int32_t slot) { secGroup_dn[slot] = {}; }
 
 void copySecPolicyDNFromObjectArrayToSecPolicyDNArray(int32_t slot) {
-  constexpr size_t TAG_LENGTH = 3;
   traceLine("copySecPolicyDNFromObjectArrayToSecPolicyDNArray():  FUNCTION ENTRY \n");
-  freeSecPolicyDN(slot);
-  secPolicy_dn[slot] = copyLine(skipSpaces(object[0] + TAG_LENGTH),
-                                "copySecPolicyDNFromObjectArrayToSecPolicyDNArray():  malloc() failure.  EXITING. \n");
+  secPolicy_dn[slot] = keepText(gatheredTexts, dnOfFirstLine(firstLineOfObject()));
   traceLine("copySecPolicyDNFromObjectArrayToSecPolicyDNArray(): \n");
-  traceLine("   The secPolicy dn copied was:   %s \n", secPolicy_dn[slot]);
+  traceLine("   The secPolicy dn copied was:   %.*s \n", SHOWN(secPolicy_dn[slot]));
   // Kept: the line says secGroup.
   traceLine("   The secGroup dn was copied to slot %d \n", slot);
   traceLine("copySecPolicyDNFromObjectArrayToSecPolicyDNArray():  FUNCTION EXIT \n");

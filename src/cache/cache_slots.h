@@ -18,6 +18,10 @@ void moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix(int32_t s
 void moveSecGroupObjectFromObjectArrayToSecGroupMatrix(int32_t slot);
 void moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix(int32_t slot);
 
+// Puts an entry, whose lines stand in the work file in memory, into the slot's row without looking at it. Returns
+// false, with nothing changed, when the row holds an entry or would be full.
+bool placeUnseen(const CacheMatrix& matrix, int32_t slot, const Row& row);
+
 // Frees the slot's row up to its first null cell, which may lie in a later row, and counts the entry down if
 // there was one.
 void freeSecUser(int32_t slot);

@@ -1,36 +1,13 @@
 // What lets an entry of the work file into the cache.
 #pragma once
 
-#include <cstdint>
+#include "rules/object_class.h"
 
-#include "cache/owner_set.h"
+// What entries of an EntryKind are called in the line for one that could not be stepped over.
+extern const char* const steppedOverNames[UNKNOWN_KIND];
 
-struct Gate {
-  const int32_t* gathered;  // must be below
-  const int32_t* limit;     // this; null for entries that are never gathered
-  // Of the entry's side; null for entries that are never gathered.
-  bool (*isOwnerShutOut)(uint32_t ownerHash);
-  const OwnerSet& (*ownersWithRoom)();
-  const char* stepOverError;
-};
+// Returns the kind of the entry in the entry buffer. A class that never reaches the work file ends the run.
+EntryKind requireKindOfObject();
 
-// The kinds of entry that have a gate of their own.
-enum GateNumber : uint8_t {
-  USERS_SECUSER_GATE,
-  SECUSER_GATE,
-  SECGROUP_GATE,
-  SECPOLICYDATA_GATE,
-  MAP_OF_USER_GATE,
-  MAP_OF_GROUP_GATE,
-  SECPOLICY_GATE,
-  RESCREDS_GATE,
-  NUMBER_OF_GATES
-};
-
-extern const Gate gates[NUMBER_OF_GATES];
-
-// Returns the gate of the entry in the entry buffer. A class that never reaches the work file ends the run.
-GateNumber gateOfObject();
-
-// True while an entry of this kind may be gathered.
-bool isOpen(const Gate& gate);
+// True while an entry of this kind may be gathered: its matrix counts fewer entries than its side has slots.
+bool isOpen(EntryKind kind);

@@ -4,29 +4,47 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "reporting/run_state.h"
+#include "rules/line.h"
+#include "rules/line_scan.h"
+#include "rules/object_class.h"
+#include "rules/owner.h"
+#include "rules/texts.h"
 
-constexpr int32_t SECUSER_MATRIX_NUMBER_OF_COLUMNS = 50;     // cells per row of every matrix but one
-constexpr int32_t SECPOLICY_MATRIX_NUMBER_OF_COLUMNS = 500;  // cells per row of secPolicy_matrix
-constexpr size_t SAVED_DN_SIZE = 20000;                      // bytes, closing NUL included
+constexpr int32_t SECUSER_MATRIX_NUMBER_OF_COLUMNS = 50;     // lines per row of every matrix but one
+constexpr int32_t SECPOLICY_MATRIX_NUMBER_OF_COLUMNS = 500;  // lines per row of secPolicy_matrix
 
-// Owner DNs by slot, each a heap string ending in "\n", null for none; the flush replaces them by the new dn:
-// lines. secPolicy_dn holds the DN of the user's policy entry and tells by not being null that there is one.
-inline char** secUser_dn = nullptr;
-inline char** secPolicy_dn = nullptr;
-inline char** secGroup_dn = nullptr;
+// A row holds one entry: the text of its lines, one behind the other, and their number; no text for an empty row.
+// Nothing stops an entry from running on into the next row, as it would in cells: its lines beyond the row's columns
+// stand there, in place of those that were there or before what is left of them. A full row goes on in the next one.
+struct Row {
+  const char* text;
+  uint32_t length;  // bytes
+  int32_t lines;
+  bool mayHoldNul;  // as in an EntryText
 
-// The matrices: flat arrays of rows, one row a slot. A row holds one entry, its lines packed from cell 0, and
-// is empty when cell 0 is null. A row owns its lines. Nothing stops an entry from running on into the next
-// row. Behind the last row stands one more null cell, so that a walk along a row ends inside the table.
-inline char** secUser_matrix = nullptr;        // the users' ordinary entries
-inline char** Users_secUser_matrix = nullptr;  // their 'Users' entries
-inline char** secPolicyData_matrix = nullptr;
-inline char** secPolicy_matrix = nullptr;
-inline char** secMap_for_secUser_matrix = nullptr;
-inline char** secGroup_matrix = nullptr;
-inline char** secMap_for_secGroup_matrix = nullptr;
+  EntryText entryText() const { return {{text, length}, mayHoldNul}; }
+};
+
+// Owner DNs by slot, each ending in "\n", without data for none; the flush replaces them by the new dn: lines.
+// secPolicy_dn holds the DN of the user's policy entry and tells that there is one.
+inline std::string_view* secUser_dn = nullptr;
+inline std::string_view* secPolicy_dn = nullptr;
+inline std::string_view* secGroup_dn = nullptr;
+
+// The matrices, a row a slot. All tables have room for the slots in use and the rows into which their entries run on.
+inline Row* secUser_matrix = nullptr;        // the users' ordinary entries
+inline Row* Users_secUser_matrix = nullptr;  // their 'Users' entries
+inline Row* secPolicyData_matrix = nullptr;
+inline Row* secPolicy_matrix = nullptr;
+inline Row* secMap_for_secUser_matrix = nullptr;
+inline Row* secGroup_matrix = nullptr;
+inline Row* secMap_for_secGroup_matrix = nullptr;
+
+// What the slots hold that does not stand in the work file in memory, DNs among it; forgotten when all slots are empty.
+inline Texts gatheredTexts;
 
 // Entries moved into each matrix and not released yet. Counted, not derived from the rows: an entry that runs
 // on into the next row makes the two differ.
@@ -49,12 +67,32 @@ inline int32_t secGroup_dn_count = 0;
 inline char saved_secUser_dn[SAVED_DN_SIZE];
 inline char saved_secGroup_dn[SAVED_DN_SIZE];
 
+// What the two sides differ in, but for the tables of their entries.
+struct CacheSide {
+  const char* ownerClass;     // as written in the map processor's trace
+  const char* dnName;         // of the DN array, as written in trace and echo
+  const char* learnName;      // of the owner association
+  const char* upperCaseName;  // as written in the trace of the search
+  std::string_view** dns;
+  int32_t* nextSlot;
+  int32_t* count;
+  const int32_t* limit;
+  char* savedDn;
+};
+
+// By Side.
+inline constexpr CacheSide cacheSides[] = {
+    {"secUser", "secUser_dn", "learnIndexOfAssociatedSecUserDN", "SECUSER", &secUser_dn,
+     &next_available_secUser_dn_slot, &secUser_dn_count, &max_number_of_secuser_slots, saved_secUser_dn},
+    {"secGroup", "secGroup_dn", "learnIndexOfAssociatedSecGroupDN", "SECGROUP", &secGroup_dn,
+     &next_available_secGroup_dn_slot, &secGroup_dn_count, &max_number_of_secgroup_slots, saved_secGroup_dn}};
+
 struct CacheMatrix {
-  const char* name;            // as written in trace and label lines
-  const char* moveFunction;    // the operation that fills its rows
-  char*** cells;               // the table variable
-  int32_t columns;             // cells per row
-  const int32_t* rows;         // slot limit of its side
+  const char* name;          // as written in trace and label lines
+  const char* moveFunction;  // the operation that fills its rows
+  Row** rows;                // the table variable
+  int32_t columns;           // lines per row
+  Side side;
   int32_t* occupied;           // its occupancy counter
   const char* occupiedEnding;  // of the line for an occupied row; kept: one of the seven has no blank
 };
@@ -63,28 +101,28 @@ inline constexpr CacheMatrix secUserMatrix = {"secUser_matrix",
                                               "moveSecUserObjectFromObjectArrayToSecUserMatrix",
                                               &secUser_matrix,
                                               SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                              &max_number_of_secuser_slots,
+                                              USER_SIDE,
                                               &numberOfSecUserObjectsInObjectCache,
                                               "\n"};
 inline constexpr CacheMatrix usersSecUserMatrix = {"Users_secUser_matrix",
                                                    "moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix",
                                                    &Users_secUser_matrix,
                                                    SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                                   &max_number_of_secuser_slots,
+                                                   USER_SIDE,
                                                    &numberOfUserSecUserObjectsInObjectCache,
                                                    " \n"};
 inline constexpr CacheMatrix secPolicyDataMatrix = {"secPolicyData_matrix",
                                                     "moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix",
                                                     &secPolicyData_matrix,
                                                     SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                                    &max_number_of_secuser_slots,
+                                                    USER_SIDE,
                                                     &numberOfSecPolicyDataObjectsInObjectCache,
                                                     " \n"};
 inline constexpr CacheMatrix secPolicyMatrix = {"secPolicy_matrix",
                                                 "moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix",
                                                 &secPolicy_matrix,
                                                 SECPOLICY_MATRIX_NUMBER_OF_COLUMNS,
-                                                &max_number_of_secuser_slots,
+                                                USER_SIDE,
                                                 &numberOfSecPolicyObjectsInObjectCache,
                                                 " \n"};
 inline constexpr CacheMatrix secMapForSecUserMatrix = {
@@ -92,14 +130,14 @@ inline constexpr CacheMatrix secMapForSecUserMatrix = {
     "moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix",
     &secMap_for_secUser_matrix,
     SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-    &max_number_of_secuser_slots,
+    USER_SIDE,
     &numberOfSecMapForSecUserObjectsInObjectCache,
     " \n"};
 inline constexpr CacheMatrix secGroupMatrix = {"secGroup_matrix",
                                                "moveSecGroupObjectFromObjectArrayToSecGroupMatrix",
                                                &secGroup_matrix,
                                                SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                               &max_number_of_secgroup_slots,
+                                               GROUP_SIDE,
                                                &numberOfSecGroupObjectsInObjectCache,
                                                " \n"};
 inline constexpr CacheMatrix secMapForSecGroupMatrix = {
@@ -107,19 +145,40 @@ inline constexpr CacheMatrix secMapForSecGroupMatrix = {
     "moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix",
     &secMap_for_secGroup_matrix,
     SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-    &max_number_of_secgroup_slots,
+    GROUP_SIDE,
     &numberOfSecMapForSecGroupObjectsInObjectCache,
     " \n"};
 
-// Cell 0 of a slot's row; for the slot limit itself, the end of the table.
-char** rowOf(const CacheMatrix& matrix, int32_t slot);
+// The matrix of each EntryKind that is gathered.
+inline constexpr const CacheMatrix* matrixOfKind[] = {
+    &usersSecUserMatrix,     &secUserMatrix,           &secGroupMatrix, &secPolicyDataMatrix,
+    &secMapForSecUserMatrix, &secMapForSecGroupMatrix, &secPolicyMatrix};
 
-// Allocates the ten tables, all null, for the two slot limits. Ends the run with MEMORY_EXHAUSTED when one
-// cannot be had. Untouched slots cost address space only.
+inline const CacheSide& sideOf(const CacheMatrix& matrix) { return cacheSides[matrix.side]; }
+
+// True when there is an entry in the slot's row, or a part of one.
+bool isRowInUse(const CacheMatrix& matrix, int32_t slot);
+
+// Returns the first line of a row, nothing of an empty one.
+std::string_view firstLineOfRow(const CacheMatrix& matrix, int32_t slot);
+
+// Hands over the lines of a slot's row and, where that is full, of those in which it goes on, until one is refused.
+template <typename Takes>
+void forEachLineOfRow(const CacheMatrix& matrix, int32_t slot, Takes takes) {
+  for (; isRowInUse(matrix, slot); ++slot) {
+    const Row& row = (*matrix.rows)[slot];
+    if (!forEachLine(row.entryText(), takes) || row.lines < matrix.columns) return;
+  }
+}
+
+// Begins with empty tables and the slots that both sides open first.
 void allocateObjectCache();
 
-// Sets all counters and cursors to 0 and nulls the entry buffer and every cell of every table; frees nothing.
+// Makes room for a slot in the tables of its side; its rows and DNs are empty. Ends the run with MEMORY_EXHAUSTED.
+void makeRoomForSlot(Side side, int32_t slot);
+
+// Sets all counters and cursors to 0, empties the entry buffer and every row and DN.
 void initializeAllArrays();
 
-// Frees the ten tables, not what their cells point to.
+// Gives the tables back.
 void deallocateObjectCache();

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ldif/text.h"
+#include "platform/bounded_text.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
 

@@ -20,9 +20,10 @@
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
 #include "workfile/final_copy.h"
-#include "workfile/left_behind.h"
+#include "workfile/notes.h"
 #include "workfile/preparation_pass.h"
 #include "workfile/work_file.h"
+#include "workfile/work_text.h"
 
 // Severity and destination of the messages, as the service wants them: writable strings.
 static char errorRoute[] = "ERROR:STDERR";
@@ -139,14 +140,20 @@ static void endRun() {
   writeLastGatheredData();
   if (tifp != nullptr) closeWorkFile();
   copyRemainingObjectsToOutputLDIFFile();
-  forgetLeftObjects();
   completeOutput();
   const bool workFileIsGone = debug != 0 || removeWorkFile();
   workFileIsToBeRemoved = 0;
+  unmapWorkFile();
+  forgetNotes();
   deallocateObjectCache();
   announceEnd(workFileIsGone);
   traceLine("main():  FUNCTION EXIT  \n");
   if (tfp != nullptr) fclose(tfp);
+}
+
+static void exitForWantOfMemory() {
+  traceLine("main():  malloc() failure.  EXITING. \n");
+  exitWithMessage(MEMORY_EXHAUSTED);
 }
 
 int main(int argumentCount, char* arguments[]) {
@@ -155,7 +162,7 @@ int main(int argumentCount, char* arguments[]) {
   atexit(eraseProgressLine);
   atexit(closeAllStreams);
   routeMessages();
-  std::set_new_handler([] { exitWithMessage(MEMORY_EXHAUSTED); });
+  std::set_new_handler(exitForWantOfMemory);
   readCommandLine(argumentCount, arguments);
   nameFilesForSignals();
   openFilesOfRun();

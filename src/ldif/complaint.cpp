@@ -4,10 +4,10 @@
 
 #include "ldif/entry_line.h"
 #include "ldif/object_buffer.h"
-#include "ldif/text.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
+#include "rules/attribute.h"
 
 static char reasonOfFailure[sizeof messageReason];
 
@@ -23,31 +23,40 @@ static void complain(DetailText problem, const MessageValue& entry, const Messag
   messageDetails = {problem, hint, {entry, second, third}};
 }
 
-// Joins the first line of the entry in the buffer with those that continue it, as far as a message can show it.
-static const char* unfoldedFirstLine() {
-  constexpr size_t CAPACITY = 32768;
-  static char text[CAPACITY];
-  text[0] = '\0';
-  for (int32_t i = 0; i < next_available_object_slot && (i == 0 || object[i][0] == ' '); ++i) {
-    appendBounded(text, sizeof text, object[i] + (i == 0 ? 0 : 1));
-    cutAtLineEnd(text);
+// A first line, as far as a message can show it: what the run does before the message may change the entry.
+struct KeptLine {
+  char text[size_t{32} * 1024];
+};
+static KeptLine keptLine;
+static KeptLine keptEarlierLine;
+
+static std::string_view keep(KeptLine& kept, std::string_view firstLine) {
+  return {kept.text, firstLine.copy(kept.text, sizeof kept.text)};
+}
+
+// Joins the first line of the entry in the buffer with those that continue it.
+static std::string_view unfoldedFirstLine() {
+  size_t length = 0;
+  for (int32_t i = 0; i < next_available_object_slot && (i == 0 || isContinuation(object[i])); ++i) {
+    const std::string_view piece = object[i].content().substr(i == 0 ? 0 : 1);
+    length += piece.copy(keptLine.text + length, sizeof keptLine.text - length);
   }
-  return text;
+  return {keptLine.text, length};
 }
 
 // During the preparation pass it is the entry that has been read last, in which lines may still be folded.
-static MessageValue entryOf(const char* firstLine) {
+static MessageValue entryOf(std::string_view firstLine, KeptLine& kept = keptLine) {
   if (ifp != nullptr) return {unfoldedFirstLine(), lineOfEntry(objectsRead)};
-  return {firstLine, firstLine != nullptr ? linesOfEntries(firstLine).first : 0};
+  return {keep(kept, firstLine), !firstLine.empty() ? linesOfEntries(firstLine).first : 0};
 }
 
-void complain(DetailText problem, const char* firstLine) { complain(problem, entryOf(firstLine)); }
+void complain(DetailText problem, std::string_view firstLine) { complain(problem, entryOf(firstLine)); }
 
 // Of two entries with the same DN of which the input holds one, the other comes from an earlier run's work file, which
 // is read first.
-void complainOfDouble(const char* firstLine, const char* earlierFirstLine) {
+void complainOfDouble(std::string_view firstLine, std::string_view earlierFirstLine) {
   MessageValue entry = entryOf(firstLine);
-  MessageValue earlier = entryOf(earlierFirstLine);
+  MessageValue earlier = entryOf(earlierFirstLine, keptEarlierLine);
   if (isSameFirstLine(firstLine, earlierFirstLine)) {
     const EntryLines lines = linesOfEntries(firstLine);
     entry.number = lines.second != 0 ? lines.second : lines.first;
@@ -56,21 +65,21 @@ void complainOfDouble(const char* firstLine, const char* earlierFirstLine) {
   complain(DOUBLED, entry, earlier);
 }
 
-void complainOfLength(const char* firstLine, int32_t lines) {
+void complainOfLength(std::string_view firstLine, int32_t lines) {
   complain(ROW_OVERRUN, entryOf(firstLine), int64_t{lines});
 }
 
-void complainOfFile(DetailText problem, const char* firstLine, const char* fileName) {
+void complainOfFile(DetailText problem, std::string_view firstLine, const char* fileName) {
   keepReason();
   complain(problem, entryOf(firstLine), fileName, reasonOfFailure);
 }
 
-void exitForEntry(DetailText problem, const char* firstLine) {
+void exitForEntry(DetailText problem, std::string_view firstLine) {
   complain(problem, firstLine);
   exitWithMessage(PROCESSING_FAILED);
 }
 
-void exitForEntryInFile(DetailText problem, const char* firstLine, const char* fileName) {
+void exitForEntryInFile(DetailText problem, std::string_view firstLine, const char* fileName) {
   complainOfFile(problem, firstLine, fileName);
   exitWithMessage(PROCESSING_FAILED);
 }

@@ -2,25 +2,27 @@
 // sentence of its own.
 #pragma once
 
+#include <string_view>
+
 #include "platform/message_details.h"
 
 // Fills in what the next PROCESSING_FAILED or ROW_ALREADY_OCCUPIED says. The first lines are those of the entries in
-// memory, null for one that is not known; they are only lent until the message has been issued. The input is read once
+// memory, empty for one that is not known. The input is read once
 // more to find the lines; where that fails the message does without them.
-void complain(DetailText problem, const char* firstLine);
+void complain(DetailText problem, std::string_view firstLine);
 
 // The same of a second entry of one owner and kind, and the earlier one.
-void complainOfDouble(const char* firstLine, const char* earlierFirstLine);
+void complainOfDouble(std::string_view firstLine, std::string_view earlierFirstLine);
 
 // The same of an entry with more lines than can be gathered.
-void complainOfLength(const char* firstLine, int32_t lines);
+void complainOfLength(std::string_view firstLine, int32_t lines);
 
 // The same of something that could not be done with an entry in a file; messageReason says why.
-void complainOfFile(DetailText problem, const char* firstLine, const char* fileName);
+void complainOfFile(DetailText problem, std::string_view firstLine, const char* fileName);
 
 // Complain and end the run with PROCESSING_FAILED.
-[[noreturn]] void exitForEntry(DetailText problem, const char* firstLine);
-[[noreturn]] void exitForEntryInFile(DetailText problem, const char* firstLine, const char* fileName);
+[[noreturn]] void exitForEntry(DetailText problem, std::string_view firstLine);
+[[noreturn]] void exitForEntryInFile(DetailText problem, std::string_view firstLine, const char* fileName);
 
 // The same of the entry in the entry buffer.
 [[noreturn]] void exitForObject(DetailText problem);

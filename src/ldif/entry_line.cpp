@@ -6,6 +6,7 @@
 #include "ldif/line_reader.h"
 #include "platform/stream.h"
 #include "reporting/run_state.h"
+#include "rules/text.h"
 
 // A first line without what may differ: line end, blanks beside commas, white space at the end. Kept in a fixed buffer,
 // because a run whose memory is exhausted comes here, too; a longer line is not found.
@@ -37,7 +38,7 @@ static void trimEnd(FirstLine& line) {
   line.length = std::min(line.view().find_last_not_of(" \t\v\f") + 1, line.length);
 }
 
-static void normalise(FirstLine& line, const char* text) {
+static void normalise(FirstLine& line, std::string_view text) {
   line.clear();
   append(line, text);
   trimEnd(line);
@@ -61,8 +62,6 @@ static bool readLine(Walk& walk, std::string_view& line) {
   return !read.empty();
 }
 
-static bool isBlank(std::string_view line) { return line.find_first_not_of(" \r\n") == std::string_view::npos; }
-
 // Reads the next entry and puts its first line down. Returns the number of the line in which it begins, 0 behind the
 // last.
 static int64_t readEntry(Walk& walk, FirstLine& first) {
@@ -71,8 +70,8 @@ static int64_t readEntry(Walk& walk, FirstLine& first) {
   std::string_view line;
   first.clear();
   for (int64_t number = walk.line; readLine(walk, line); number = walk.line) {
-    if (isBlank(line) && begin != 0) break;
-    if (isBlank(line) || line[0] == '#') continue;
+    if (isBlankLine(line) && begin != 0) break;
+    if (isBlankLine(line) || line[0] == '#') continue;
     if (begin == 0) {
       begin = number;
       append(first, line);
@@ -99,7 +98,7 @@ int64_t lineOfEntry(int64_t ordinal) {
   return line;
 }
 
-EntryLines linesOfEntries(const char* firstLine) {
+EntryLines linesOfEntries(std::string_view firstLine) {
   static FirstLine wanted;
   static FirstLine found;
   EntryLines lines;
@@ -114,7 +113,7 @@ EntryLines linesOfEntries(const char* firstLine) {
   return lines;
 }
 
-bool isSameFirstLine(const char* firstLine, const char* other) {
+bool isSameFirstLine(std::string_view firstLine, std::string_view other) {
   static FirstLine one;
   static FirstLine two;
   normalise(one, firstLine);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 // Returns the number, from 1, of the line of the input in which the entry with this ordinal (from 1) begins; 0 when it
 // cannot be found.
@@ -14,7 +15,7 @@ struct EntryLines {
 
 // Returns the lines in which entries begin that have the given first line, whatever blanks stand beside its commas. The
 // first line is that of an entry in memory.
-EntryLines linesOfEntries(const char* firstLine);
+EntryLines linesOfEntries(std::string_view firstLine);
 
 // True when both first lines are equal in that way.
-bool isSameFirstLine(const char* firstLine, const char* other);
+bool isSameFirstLine(std::string_view firstLine, std::string_view other);

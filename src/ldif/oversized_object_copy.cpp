@@ -1,15 +1,12 @@
 #include "ldif/oversized_object_copy.h"
 
-#include "ldif/colon_search.h"
 #include "ldif/line_reader.h"
-#include "ldif/text.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
+#include "rules/dropped_lines.h"
+#include "rules/text.h"
 
-// Writes through to the file, so that it is complete up to a line that fails.
-static void write(const char* text) {
-  int32_t result = writeText(ofp, text);
-  if (result == 0) result = flushStream(ofp);
+static void requireWritten(int32_t result) {
   if (result == 0) return;
   traceLine("moveNextObjectToOutputLDIFFile():  fputs() failed with rc=%d \n", result);
   exitWithMessage(WRITE_FAILED, output_ldif_filename);
@@ -17,37 +14,37 @@ static void write(const char* text) {
 
 static void writeTerminatingBlankLine() {
   traceLine("This is a BLANK line which terminates the object.  \n");
-  write("\n");
+  requireWritten(writeText(ofp, "\n"));
   traceLine("moveNextObjectToOutputLDIFFile():  Writing a blank line between objects \n");
 }
 
-// The entry-UUID lines of the directory server; other letter case is copied.
-static constexpr ColonText entryUuidTexts[] = {"XOQ-ENTRYUUID:", "xoq-entryuuid:"};
-
-static void writeLine() {
-  if (findExactly(nextLine, entryUuidTexts) != nullptr) return;
+static void writeLine(std::string_view line) {
+  if (isDropped(scanLine(line), OVERSIZED)) return;
   traceLine("moveNextObjectToOutputLDIFFile():  Writing this line to the output LDIF file. \n");
-  write(nextLine);
+  requireWritten(writeText(ofp, line.data(), line.size()));
 }
 
 void moveNextObjectToOutputLDIFFile() {
   traceLine("moveNextObjectToOutputLDIFFile():  FUNCTION ENTRY \n");
   bool started = false;
-  while (getNextLine(nextLine, ifp) == 0) {
-    traceLine("\nmoveNextObjectToOutputLDIFFile():  THE LINE READ WAS: %s   \n", nextLine);
-    if (isBlankLine(nextLine) && started) {
+  for (;;) {
+    const std::string_view read = readNextLine(ifp);
+    if (read.empty()) break;
+    const std::string_view line = upToNul(ifp, read);
+    traceLine("\nmoveNextObjectToOutputLDIFFile():  THE LINE READ WAS: %.*s   \n", SHOWN(line));
+    if (isBlankLine(line) && started) {
       writeTerminatingBlankLine();
       break;
     }
-    if (isBlankLine(nextLine)) {
+    if (isBlankLine(line)) {
       traceLine("This is a BLANK line which precedes the next object.  \n");
-    } else if (nextLine[0] == '#') {
+    } else if (line[0] == '#') {
       traceLine("This is a COMMENT which will be discarded.  \n");
     } else {
       started = true;
-      writeLine();
+      writeLine(line);
     }
   }
-  write("");
+  requireWritten(flushStream(ofp));
   traceLine("moveNextObjectToOutputLDIFFile():  FUNCTION EXIT   \n");
 }

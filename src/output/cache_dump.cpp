@@ -10,27 +10,29 @@ struct DumpedMatrix {
 };
 
 static void dumpRow(const DumpedMatrix& dumped, int32_t slot) {
-  char** row = rowOf(*dumped.matrix, slot);
-  if (row[0] == nullptr) {
+  if (!isRowInUse(*dumped.matrix, slot)) {
     traceLine(dumped.emptyRow, slot);
     return;
   }
-  for (int32_t i = 0; row[i] != nullptr; ++i)
-    traceLine("dumpData() - %s[%d][%d] = %s", dumped.matrix->name, slot, i, row[i]);
+  int i = 0;
+  forEachLineOfRow(*dumped.matrix, slot, [&](const Line& line) {
+    traceLine("dumpData() - %s[%d][%d] = %.*s", dumped.matrix->name, slot, i++, SHOWN(line.view()));
+    return true;
+  });
   traceLine("\n");
 }
 
 static void dumpUser(int32_t slot) {
   traceLine("----------------- BEGIN NEW USER --------------------------------------\n");
-  if (secUser_dn[slot] != nullptr)
-    traceLine("\ndumpData() - secUser_dn[%d] = %s \n", slot, secUser_dn[slot]);
+  if (secUser_dn[slot].data() != nullptr)
+    traceLine("\ndumpData() - secUser_dn[%d] = %.*s \n", slot, SHOWN(secUser_dn[slot]));
   else
     traceLine("\ndumpData() - secUser_dn[%d] was NULL \n", slot);
   dumpRow({&secUserMatrix, "\ndumpData() - secUser_matrix[%d][0] was NULL \n"}, slot);
   dumpRow({&usersSecUserMatrix, "\ndumpData() - No \"Users\" secUser entry for this secUser. \n\n"}, slot);
   dumpRow({&secPolicyDataMatrix, "\ndumpData() - secPolicyData_matrix[%d][0] was NULL \n\n"}, slot);
-  if (secPolicy_dn[slot] != nullptr)
-    traceLine("\ndumpData() - secPolicy_dn[%d] = %s \n", slot, secPolicy_dn[slot]);
+  if (secPolicy_dn[slot].data() != nullptr)
+    traceLine("\ndumpData() - secPolicy_dn[%d] = %.*s \n", slot, SHOWN(secPolicy_dn[slot]));
   else
     traceLine("\ndumpData() - No secPolicy DN for this user. \n\n");
   dumpRow({&secPolicyMatrix, "\ndumpData() - No secPolicy for this user. \n\n"}, slot);
@@ -40,8 +42,8 @@ static void dumpUser(int32_t slot) {
 
 static void dumpGroup(int32_t slot) {
   traceLine("\n----------------- BEGIN NEW GROUP -----------------------------------\n");
-  if (secGroup_dn[slot] != nullptr)
-    traceLine("\ndumpData() - secGroup_dn[%d] = %s \n", slot, secGroup_dn[slot]);
+  if (secGroup_dn[slot].data() != nullptr)
+    traceLine("\ndumpData() - secGroup_dn[%d] = %.*s \n", slot, SHOWN(secGroup_dn[slot]));
   else
     traceLine("\ndumpData() - secGroup_dn[%d] was NULL \n\n", slot);
   dumpRow({&secGroupMatrix, "\ndumpData() - secGroup_matrix[%d][0] was NULL \n\n"}, slot);

@@ -4,57 +4,58 @@
 
 #include "cache/cache_slots.h"
 #include "cache/object_cache.h"
+#include "cache/owner_association.h"
 #include "ldif/complaint.h"
 #include "output/add_entry_writers.h"
 #include "output/cache_dump.h"
 #include "output/new_dn.h"
+#include "output/row_lines.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
 
 // Reports that a step of the flush failed for an owner. Returns -1.
-static int32_t reportFailure(const char* step, const char* dnName, const char* dn) {
+static int32_t reportFailure(const char* step, const char* dnName, std::string_view dn) {
   reportError("copyAllAccumulatedDataToOutputFile() - %s() failure.  RETURNING. \n", step);
-  echoError("%s = %s\n", dnName, textOrNULL(dn));
+  echoError("%s = %.*s\n", dnName, SHOWN(textOrNULL(dn)));
   return -1;
 }
 
 // The name is what a new DN can lack.
 static int32_t userNameFailure(const char* step, int32_t slot) {
-  if (const char* own = rowOf(secUserMatrix, slot)[0]; own != nullptr) {
-    complain(USER_WITHOUT_NAME, own);
+  if (isRowInUse(secUserMatrix, slot)) {
+    complain(USER_WITHOUT_NAME, firstLineOfRow(secUserMatrix, slot));
   } else {
     const CacheMatrix* other = nullptr;
     for (const CacheMatrix* matrix :
          {&secMapForSecUserMatrix, &usersSecUserMatrix, &secPolicyMatrix, &secPolicyDataMatrix})
-      if (other == nullptr && rowOf(*matrix, slot)[0] != nullptr) other = matrix;
+      if (other == nullptr && isRowInUse(*matrix, slot)) other = matrix;
     complainOfMissingEntry(USER_WITHOUT_OWN_ENTRY, slot, secUserMatrix, other);
   }
   return reportFailure(step, "secUser_dn", secUser_dn[slot]);
 }
 
 static int32_t groupNameFailure(int32_t slot) {
-  const char* own = rowOf(secGroupMatrix, slot)[0];
-  if (own != nullptr)
-    complain(GROUP_WITHOUT_NAME, own);
+  if (isRowInUse(secGroupMatrix, slot))
+    complain(GROUP_WITHOUT_NAME, firstLineOfRow(secGroupMatrix, slot));
   else
     complainOfMissingEntry(GROUP_WITHOUT_OWN_ENTRY, slot, secGroupMatrix, &secMapForSecGroupMatrix);
   return reportFailure("createNewSecGroupDN", "secGroup_dn", secGroup_dn[slot]);
 }
 
 static int32_t userWriteFailure(const char* step, int32_t slot) {
-  complainOfFile(NOT_WRITTEN, rowOf(secUserMatrix, slot)[0], output_ldif_filename);
+  complainOfFile(NOT_WRITTEN, firstLineOfRow(secUserMatrix, slot), output_ldif_filename);
   return reportFailure(step, "secUser_dn", secUser_dn[slot]);
 }
 
 static int32_t groupWriteFailure(const char* step, int32_t slot) {
-  complainOfFile(NOT_WRITTEN, rowOf(secGroupMatrix, slot)[0], output_ldif_filename);
+  complainOfFile(NOT_WRITTEN, firstLineOfRow(secGroupMatrix, slot), output_ldif_filename);
   return reportFailure(step, "secGroup_dn", secGroup_dn[slot]);
 }
 
 static int32_t writePolicy(int32_t slot) {
   // Kept: the policy may have gone with that of the slot before, and its container be written all the same.
-  const bool isThere = rowOf(secPolicyMatrix, slot)[0] != nullptr;
+  const bool isThere = isRowInUse(secPolicyMatrix, slot);
   if (createNewSecPolicyDN(slot) != 0) return userNameFailure("createNewSecPolicyDN", slot);
   if (writePolicyContainerAddToOutputFile(slot) != 0)
     return userWriteFailure("writePolicyContainerAddToOutputFile", slot);
@@ -67,7 +68,7 @@ static int32_t flushUser(int32_t slot) {
   if (createNewSecUserDN(slot) != 0) return userNameFailure("createNewSecUserDN", slot);
   if (writeSecUserAddToOutputFile(slot, ofp) != 0) return userWriteFailure("writeSecUserAddToOutputFile", slot);
   ++runCounts.users;
-  if (secPolicy_dn[slot] != nullptr && writePolicy(slot) != 0) return -1;
+  if (secPolicy_dn[slot].data() != nullptr && writePolicy(slot) != 0) return -1;
   freeSecUserDN(slot);
   freeSecUser(slot);
   freeUsersSecUser(slot);
@@ -75,6 +76,7 @@ static int32_t flushUser(int32_t slot) {
   freeSecMapForSecUser(slot);
   freeSecPolicyDN(slot);
   freeSecPolicy(slot);
+  forgetOwnEntry();
   --secUser_dn_count;
   return 0;
 }
@@ -95,17 +97,32 @@ static void traceBanner(const char* text) {
             secUser_dn_count, secGroup_dn_count);
 }
 
+// Has the texts of a slot that will be written soon brought near, since they can lie anywhere in the work file.
+static void fetchSlot(int32_t slot) {
+  constexpr size_t CACHE_LINE = 64;  // bytes
+  for (const CacheMatrix* matrix : {&secUserMatrix, &secMapForSecUserMatrix, &usersSecUserMatrix}) {
+    if (!isRowInUse(*matrix, slot)) continue;
+    const Row& row = (*matrix->rows)[slot];
+    for (size_t i = 0; i < row.length; i += CACHE_LINE) __builtin_prefetch(row.text + i);
+  }
+}
+
 int32_t copyAllAccumulatedDataToOutputFile() {
   traceBanner("FUNCTION ENTRY");
   traceLine("\n                                       Calling dumpData() first to learn \n");
   traceLine("                                       what data will be copied.  \n");
   dumpData();
-  for (int32_t slot = 0; secUser_dn_count != 0; ++slot)
+  constexpr int32_t AHEAD = 2;  // slots
+  for (int32_t slot = 0; secUser_dn_count != 0; ++slot) {
+    fetchSlot(slot + AHEAD);
     if (flushUser(slot) != 0) return -1;
+  }
   for (int32_t slot = 0; secGroup_dn_count != 0; ++slot)
     if (flushGroup(slot) != 0) return -1;
   next_available_secUser_dn_slot = 0;
   next_available_secGroup_dn_slot = 0;
+  forgetTexts(gatheredTexts);
+  forgetOwnersOfPass();
   traceLine("copyAllAccumulatedDataToOutputFile() - Calling dumpData() last to verify \n");
   traceLine("                                       that all tables are empty. \n");
   dumpData();

@@ -50,5 +50,8 @@ enum DetailText : uint8_t {
   NOT_STEPPED_OVER,
   NOT_WRITTEN,
 
+  // Behind any failure.
+  GATHERED_ENTRIES_NOT_BLANKED,
+
   NUMBER_OF_DETAIL_TEXTS
 };

@@ -81,6 +81,7 @@ static constexpr const char* detailTexts[] = {
     "The entry {1} could not be passed over in the work file {2} ({3})" STOPPED
     "Mend the disk, remove the work file and start again.",
     "The entry {1} could not be written to the file {2} ({3})" START_AGAIN,
+    "What had been gathered could not be taken out of the work file: remove it before you start again.",
 };
 static_assert(std::size(detailTexts) == NUMBER_OF_DETAIL_TEXTS);
 

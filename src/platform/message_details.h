@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "platform/detail_texts.h"
 
@@ -14,22 +15,22 @@
 // whoever goes on after a failure.
 inline char messageReason[512];
 
-// The dn: line of the entry that the next failure of a position call concerns; null for none. Only lent: it must stay
+// The dn: line of the entry that the next failure of a position call concerns; empty for none. Only lent: it must stay
 // valid until the message has been issued.
-inline const char* messageSubject = nullptr;
+inline std::string_view messageSubject;
 
 // What stands for {1}, {2} and so on in a text.
 struct MessageValue {
   enum Kind : uint8_t { NOTHING, NUMBER, TEXT, ENTRY };
 
   Kind kind = NOTHING;
-  int64_t number = 0;          // the number; of an entry its line in the input, 0 if that is not known
-  const char* text = nullptr;  // the text; of an entry its first line, null for none. Only lent, like messageSubject
+  int64_t number = 0;     // the number; of an entry its line in the input, 0 if that is not known
+  std::string_view text;  // the text; of an entry its first line, empty for none. Only lent, like messageSubject
 
   constexpr MessageValue() = default;
   constexpr MessageValue(int64_t value) : kind(NUMBER), number(value) {}
   constexpr MessageValue(const char* value) : kind(TEXT), text(value) {}
-  constexpr MessageValue(const char* firstLine, int64_t line) : kind(ENTRY), number(line), text(firstLine) {}
+  constexpr MessageValue(std::string_view firstLine, int64_t line) : kind(ENTRY), number(line), text(firstLine) {}
 };
 
 constexpr size_t MAXIMUM_MESSAGE_VALUES = 10;

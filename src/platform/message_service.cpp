@@ -68,13 +68,13 @@ static void appendWithValues(char* line, std::string_view text, std::span<const 
 }
 
 static void appendEntry(char* line, const MessageValue& entry) {
-  const std::string_view dn = entry.text != nullptr ? dnOfLine(entry.text) : std::string_view();
+  const std::string_view dn = dnOfLine(entry.text);
   append(line, dn.empty() ? textInLanguage(HIDDEN_DN) : dn);
   const MessageValue number = entry.number;
   if (entry.number > 0) appendWithValues(line, textInLanguage(LINE_OF_ENTRY), {&number, 1});
 }
 
-static void appendSubject(char* line, const char* subject) {
+static void appendSubject(char* line, std::string_view subject) {
   const std::string_view dn = dnOfLine(subject);
   append(line, " Concerned: ");
   append(line, dn.empty() ? "an entry whose DN cannot be shown" : dn);
@@ -105,7 +105,7 @@ static void appendMessage(char* line, const CatalogueMessage& message, const cha
       break;
     case SUBJECT:
       append(line, text);
-      if (messageSubject != nullptr) appendSubject(line, messageSubject);
+      if (!messageSubject.empty()) appendSubject(line, messageSubject);
       appendReason(line, " Reason: ");
       break;
     case SENTENCE_BEHIND:
@@ -115,8 +115,8 @@ static void appendMessage(char* line, const CatalogueMessage& message, const cha
     case SENTENCE_IN_PLACE:
       appendWithValues(line, messageDetails.sentence == NO_DETAIL ? text : textInLanguage(messageDetails.sentence),
                        messageDetails.values);
-      appendSentence(line, messageDetails.hint);
   }
+  appendSentence(line, messageDetails.hint);
 }
 
 void zr_printf_utf8(uint32_t code, ...) {

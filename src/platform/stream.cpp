@@ -11,9 +11,13 @@
 
 #include "platform/open_file.h"
 
-static constexpr size_t WINDOW_SIZE = size_t{256} * 1024;
+// A test makes it small, so that every place of an entry meets the window's edge.
+#ifndef STREAM_WINDOW_SIZE
+#define STREAM_WINDOW_SIZE 262144
+#endif
+static constexpr size_t WINDOW_SIZE = STREAM_WINDOW_SIZE;
 // How much is read after a jump to another place; doubled by every read that goes on from there.
-static constexpr size_t FIRST_READ_SIZE = size_t{24} * 1024;
+static constexpr size_t FIRST_READ_SIZE = WINDOW_SIZE * 3 / 32;
 // What stays of a window when reading moves on, so that going back to where an entry began finds it still there.
 static constexpr size_t KEPT_SIZE = WINDOW_SIZE / 4;
 
@@ -32,8 +36,14 @@ struct Stream {
   bool writeHasFailed;
   bool isOfFixedSize;
   bool isSpoiltByOthers;
-  char window[WINDOW_SIZE];
+  bool hasMetNul;
+  size_t hold;      // the bytes of the window from here on have to stay; NO_HOLD when they need not
+  size_t capacity;  // bytes of the window
+  char* window;     // firstWindow, or a larger one from the heap while a text is held that does not fit
+  char firstWindow[WINDOW_SIZE];
 };
+
+static constexpr size_t NO_HOLD = SIZE_MAX;
 
 static Stream streams[MAXIMUM_STREAMS];
 
@@ -48,10 +58,13 @@ static void initialise(Stream* stream, int descriptor, off_t offset) {
   stream->descriptor = descriptor;
   stream->hasPositions = offset >= 0;
   stream->size = -1;
-  stream->readHasFailed = stream->writeHasFailed = stream->isSpoiltByOthers = false;
+  stream->readHasFailed = stream->writeHasFailed = stream->isSpoiltByOthers = stream->hasMetNul = false;
   stream->windowStart = std::max<off_t>(offset, 0);
   stream->readSize = FIRST_READ_SIZE;
   stream->filled = stream->cursor = stream->dirtyBegin = stream->dirtyEnd = 0;
+  stream->hold = NO_HOLD;
+  stream->capacity = WINDOW_SIZE;
+  stream->window = stream->firstWindow;
 }
 
 // A pipe has no position, and needs none to be written to.
@@ -129,6 +142,7 @@ int32_t closeStream(Stream*& stream) {
     result = -1;
   }
   stream->isOpen = false;
+  if (stream->window != stream->firstWindow) delete[] stream->window;
   stream = nullptr;
   return result;
 }
@@ -140,19 +154,47 @@ void closeAllStreams() {
   }
 }
 
+void holdText(Stream* stream) { stream->hold = stream->cursor; }
+
+char* heldText(Stream* stream) { return stream->window + stream->hold; }
+
+static void growWindow(Stream* stream) {
+  char* grown = new char[stream->capacity * 2];
+  memcpy(grown, stream->window, stream->filled);
+  if (stream->window != stream->firstWindow) delete[] stream->window;
+  stream->window = grown;
+  stream->capacity *= 2;
+}
+
+// A window that has grown goes back to its size as soon as what is in it fits.
+void giveUpHold(Stream* stream) {
+  stream->hold = NO_HOLD;
+  const size_t rest = stream->filled - stream->cursor;
+  if (stream->window == stream->firstWindow || rest > WINDOW_SIZE || stream->dirtyBegin < stream->dirtyEnd) return;
+  memcpy(stream->firstWindow, stream->window + stream->cursor, rest);
+  delete[] stream->window;
+  stream->window = stream->firstWindow;
+  stream->capacity = WINDOW_SIZE;
+  stream->windowStart += static_cast<int64_t>(stream->cursor);
+  stream->filled = rest;
+  stream->cursor = 0;
+}
+
 // Moves the window on so that more bytes follow the cursor. Returns false at the end of the file or when the
 // read fails.
-static bool readMore(Stream* stream) {
+bool readOn(Stream* stream) {
   writePending(stream);
   if (stream->readHasFailed) return false;
   if (stream->filled > KEPT_SIZE) {
-    const size_t dropped = std::min(stream->filled - KEPT_SIZE, stream->cursor);
-    memmove(stream->window, stream->window + dropped, stream->filled - dropped);
+    const size_t dropped = std::min({stream->filled - KEPT_SIZE, stream->cursor, stream->hold});
+    if (dropped > 0) memmove(stream->window, stream->window + dropped, stream->filled - dropped);
     stream->windowStart += static_cast<int64_t>(dropped);
     stream->filled -= dropped;
     stream->cursor -= dropped;
+    if (stream->hold != NO_HOLD) stream->hold -= dropped;
   }
-  const size_t wanted = std::min(stream->readSize, WINDOW_SIZE - stream->filled);
+  if (stream->filled == stream->capacity) growWindow(stream);
+  const size_t wanted = std::min(stream->readSize, stream->capacity - stream->filled);
   stream->readSize = std::min(stream->readSize * 2, WINDOW_SIZE);
   ssize_t count;
   do {
@@ -165,7 +207,9 @@ static bool readMore(Stream* stream) {
     stream->readHasFailed = true;
   }
   if (count <= 0) return false;
-  stream->filled += static_cast<size_t>(count);
+  const auto size = static_cast<size_t>(count);
+  stream->hasMetNul = stream->hasMetNul || memchr(stream->window + stream->filled, '\0', size) != nullptr;
+  stream->filled += size;
   return true;
 }
 
@@ -174,7 +218,7 @@ std::string_view readLine(Stream* stream, size_t limit) {
     const char* from = stream->window + stream->cursor;
     const size_t available = std::min(stream->filled - stream->cursor, limit);
     const void* newline = memchr(from, '\n', available);
-    if (newline == nullptr && available < limit && readMore(stream)) continue;
+    if (newline == nullptr && available < limit && readOn(stream)) continue;
     if (newline == nullptr && stream->readHasFailed) return {};  // not the part of a line that came before
     const size_t length = newline == nullptr ? std::min(stream->filled - stream->cursor, limit)
                                              : static_cast<size_t>(static_cast<const char*>(newline) - from) + 1;
@@ -203,8 +247,18 @@ void skipBlankLines(Stream* stream, size_t limit) {
     // Of a line that is longer than the limit, the pieces before the one with the character are blank lines, too.
     const size_t blankPieces = static_cast<size_t>(nonBlank - lineStart) / limit;
     stream->cursor = static_cast<size_t>(lineStart - stream->window) + blankPieces * limit;
-    if (nonBlank != end || !readMore(stream)) return;
+    if (nonBlank != end || !readOn(stream)) return;
   }
+}
+
+std::string_view unreadText(const Stream* stream) {
+  return {stream->window + stream->cursor, stream->filled - stream->cursor};
+}
+
+void passOver(Stream* stream, size_t length) { stream->cursor += length; }
+
+std::string_view upToNul(const Stream* stream, std::string_view line) {
+  return stream->hasMetNul ? line.substr(0, line.find('\0')) : line;
 }
 
 bool readFailed(const Stream* stream) { return stream->readHasFailed; }
@@ -220,19 +274,25 @@ static char* overwriteWindow(Stream* stream, size_t length) {
   return place;
 }
 
-int32_t writeText(Stream* stream, const char* text, size_t length) {
+static int32_t writeInParts(Stream* stream, const char* text, size_t length) {
   while (length > 0 && !stream->writeHasFailed) {
-    if (stream->cursor == WINDOW_SIZE) {
+    if (stream->cursor == stream->capacity) {
       writePending(stream);
-      stream->windowStart += static_cast<int64_t>(WINDOW_SIZE);
+      stream->windowStart += static_cast<int64_t>(stream->capacity);
       stream->filled = stream->cursor = 0;
     }
-    const size_t part = std::min(length, WINDOW_SIZE - stream->cursor);
+    const size_t part = std::min(length, stream->capacity - stream->cursor);
     memcpy(overwriteWindow(stream, part), text, part);
     text += part;
     length -= part;
   }
   return stream->writeHasFailed ? -1 : 0;
+}
+
+int32_t writeText(Stream* stream, const char* text, size_t length) {
+  if (length > stream->capacity - stream->cursor || stream->writeHasFailed) return writeInParts(stream, text, length);
+  memcpy(overwriteWindow(stream, length), text, length);
+  return 0;
 }
 
 int32_t writeText(Stream* stream, const char* text) { return writeText(stream, text, strlen(text)); }
@@ -250,6 +310,7 @@ int32_t getPosition(const Stream* stream, int64_t* position) {
 
 int32_t setPosition(Stream* stream, int64_t position) {
   if (!stream->hasPositions || position < 0) return -1;
+  giveUpHold(stream);
   const int64_t inWindow = position - stream->windowStart;
   if (inWindow >= 0 && inWindow <= static_cast<int64_t>(stream->filled)) {
     stream->cursor = static_cast<size_t>(inWindow);

@@ -44,6 +44,26 @@ void closeAllStreams();
 // readFailed tells apart.
 std::string_view readLine(Stream* stream, size_t limit);
 
+// What has been read of the file and not been handed out yet. It is at most the size of the window, and may be nothing.
+std::string_view unreadText(const Stream* stream);
+
+// Reads more behind it, which may move it. Returns false at the end of the file or when the read fails.
+bool readOn(Stream* stream);
+
+// Hands out so much of it.
+void passOver(Stream* stream, size_t length);
+
+// Returns a line that has been read up to its first NUL.
+std::string_view upToNul(const Stream* stream, std::string_view line);
+
+// Keeps what stands from the stream's position on in memory, however much is read, until the hold is given up or the
+// position is set. Ends in bad_alloc when memory does not suffice.
+void holdText(Stream* stream);
+void giveUpHold(Stream* stream);
+
+// Returns where the held text stands in memory: the next read may move it.
+char* heldText(Stream* stream);
+
 // Moves over lines that hold only spaces, carriage returns and newlines, as readLine with this limit would cut
 // them: the next line read is the first that holds anything else, or the last one, or none is left. Much faster than
 // reading them.

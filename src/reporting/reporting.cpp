@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdlib>
 
+#include "platform/message_codes.h"
 #include "platform/message_service.h"
 #include "platform/progress_line.h"
 #include "platform/shown_text.h"
@@ -65,11 +66,13 @@ void reportError(const char* format, ...) {
   va_end(arguments);
 }
 
-const char* textOrNull(const char* text) { return text != nullptr ? text : "null"; }
+Sink traceSink() { return debug == 0 ? nullptr : (traceLine); }
 
-const char* textOrNULL(const char* text) { return text != nullptr ? text : "NULL"; }
+std::string_view textOrNull(std::string_view text) { return text.data() != nullptr ? text : "null"; }
 
-void concerning(const char* dn) { messageSubject = dn; }
+std::string_view textOrNULL(std::string_view text) { return text.data() != nullptr ? text : "NULL"; }
+
+void concerning(std::string_view dn) { messageSubject = dn; }
 
 void issueMessage(MessageCode code, const MessageDetails& details) {
   eraseProgressLine();
@@ -78,36 +81,41 @@ void issueMessage(MessageCode code, const MessageDetails& details) {
   messageDetails = {};
 }
 
-void issueMessage(MessageCode code, const char* failedCall, int32_t returnCode) {
+void issueMessage(CallFailure code, const char* failedCall, int32_t returnCode) {
   eraseProgressLine();
   zr_printf_utf8(code, failedCall, returnCode);
 }
 
-void exitWithMessage(MessageCode code) {
+// Takes the step that a failure still wants. A file that could not be read is then the cause, whatever seemed to be.
+static void prepareFailure() {
   eraseProgressLine();
+  const auto step = stepBeforeFailure;
+  stepBeforeFailure = nullptr;  // it can fail, too
+  const char* const unreadable = step != nullptr ? step() : nullptr;
+  if (unreadable == nullptr) return;
+  zr_printf_utf8(OBJECT_NOT_READ, unreadable);
+  exit(-1);
+}
+
+void exitWithMessage(PlainFailure code) {
+  prepareFailure();
   zr_printf_utf8(code);
   exit(-1);
 }
 
-void exitWithMessage(MessageCode code, const char* fileName) {
-  eraseProgressLine();
+void exitWithMessage(FileFailure code, const char* fileName) {
+  prepareFailure();
   zr_printf_utf8(code, fileName);
   exit(-1);
 }
 
-void exitWithMessage(MessageCode code, const char* failedCall, int32_t returnCode) {
-  issueMessage(code, failedCall, returnCode);
+void exitWithMessage(CallFailure code, const char* failedCall, int32_t returnCode) {
+  prepareFailure();
+  zr_printf_utf8(code, failedCall, returnCode);
   exit(-1);
 }
 
-static void* orExit(void* block, const char* failureLine) {
-  if (block != nullptr) return block;
-  traceLine("%s", failureLine);
-  exitWithMessage(MEMORY_EXHAUSTED);
-}
-
-void* allocate(size_t size, const char* failureLine) { return orExit(malloc(size), failureLine); }
-
-void* reallocate(void* block, size_t size, const char* failureLine) {
-  return orExit(realloc(block, size), failureLine);
+void exitInSilence() {
+  prepareFailure();
+  exit(-1);
 }

@@ -5,9 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 
 #include "platform/message_codes.h"
 #include "platform/message_details.h"
+#include "platform/sink.h"
 
 // 1 while tracing is on. Set by the command line; off during the preparation pass and while an entry is
 // being blanked out.
@@ -34,24 +36,30 @@ inline FILE* tfp = nullptr;
 // Both, where the two texts are the same.
 [[gnu::format(printf, 1, 2)]] void reportError(const char* format, ...);
 
-// For a %s whose text may be missing: the text, or "null" or "NULL".
-const char* textOrNull(const char* text);
-const char* textOrNULL(const char* text);
+// The trace as the rules show their steps to it: null while debug is 0.
+Sink traceSink();
+
+// For a text that may be missing: the text, or "null" or "NULL".
+std::string_view textOrNull(std::string_view text);
+std::string_view textOrNULL(std::string_view text);
 
 // Says which entry (its dn: line) the failure of a position call concerns that the next message reports. The text is
-// only lent, and must stay valid until then; null takes it back.
-void concerning(const char* dn);
+// only lent, and must stay valid until then; an empty one takes it back.
+void concerning(std::string_view dn);
 
 // Issues a notice, or an error that the run survives, with its details.
 void issueMessage(MessageCode code, const MessageDetails& details = {});
-void issueMessage(MessageCode code, const char* failedCall, int32_t returnCode);
+void issueMessage(CallFailure code, const char* failedCall, int32_t returnCode);
 
-// Issues the message with the details that have been filled in and ends the process with status -1; main has seen to it
+// What is still to be done when the run fails, before it says so; null for nothing. It may change what is said: it
+// returns the name of a file that has turned out to be unreadable, or null.
+inline const char* (*stepBeforeFailure)() = nullptr;
+
+// Issue the message with the details that have been filled in and end the process with status -1; main has seen to it
 // that what was written to the open files reaches them.
-[[noreturn]] void exitWithMessage(MessageCode code);
-[[noreturn]] void exitWithMessage(MessageCode code, const char* fileName);
-[[noreturn]] void exitWithMessage(MessageCode code, const char* failedCall, int32_t returnCode);
+[[noreturn]] void exitWithMessage(PlainFailure code);
+[[noreturn]] void exitWithMessage(FileFailure code, const char* fileName);
+[[noreturn]] void exitWithMessage(CallFailure code, const char* failedCall, int32_t returnCode);
 
-// Allocates, or traces the given line and ends the run with MEMORY_EXHAUSTED. The caller frees with free.
-[[nodiscard]] void* allocate(size_t size, const char* failureLine);
-[[nodiscard]] void* reallocate(void* block, size_t size, const char* failureLine);
+// Ends the process without a message.
+[[noreturn]] void exitInSilence();

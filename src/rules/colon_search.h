@@ -1,5 +1,5 @@
 // Plain substring search for texts that hold a colon, which is nearly every text the conversion looks for: a
-// match can only stand at a colon of the line, and a line has one or two.
+// match can only stand at a colon of the line, and what is known of the line mostly says that there is none.
 #pragma once
 
 #include <cstddef>
@@ -7,58 +7,58 @@
 #include <span>
 #include <string_view>
 
-// One bit for a character, the same for both cases of a letter.
-constexpr uint32_t characterBit(char character) { return uint32_t{1} << (static_cast<unsigned char>(character) % 32U); }
-
-// A line, its length and its colons, found once for all the texts that are looked for in it. The text is only lent.
-struct ColonLine {
-  const char* text = nullptr;
-  size_t length = 0;
-  const char* firstColon = nullptr;  // null without one
-  uint32_t endings = 0;  // bits of the characters before the colons, some bit for none: what names here may end in
-
-  ColonLine() = default;
-  ColonLine(const char* line);
-  ColonLine(const char* line, size_t lineLength);
-};
+#include "rules/known_names.h"
+#include "rules/line.h"
 
 // A text to look for, and where in it its first colon stands.
 struct ColonText {
   std::string_view text;
   size_t colonAt;
-  uint32_t ending;  // bit of the character before the colon; all bits without one
+  uint32_t name;    // bit of the known name before its colon; 0 for another name
+  uint64_t ending;  // bits of what stands before the colon
 
-  constexpr ColonText(std::string_view searched)
-      : text(searched), colonAt(searched.find(':')), ending(colonAt > 0 ? characterBit(searched[colonAt - 1]) : ~0U) {}
+  constexpr ColonText(std::string_view searched) : ColonText(searched, nameBit(searched)) {}
   constexpr ColonText(const char* searched) : ColonText(std::string_view(searched)) {}
+
+  // The same without finding out whether the name is a known one.
+  static constexpr ColonText unknown(std::string_view searched) { return {searched, 0}; }
+
+ private:
+  constexpr ColonText(std::string_view searched, uint32_t knownName)
+      : text(searched), colonAt(searched.find(':')), name(knownName), ending(endingBits(searched.substr(0, colonAt))) {}
 };
 
-// False when none of the texts can stand in the line, which is found out much faster than where they do.
-inline bool mayStandIn(const ColonLine& line, std::span<const ColonText> texts) {
-  uint32_t endings = 0;
-  for (const ColonText& text : texts) endings |= text.ending;
-  return (line.endings & endings) != 0;
+// False when the text cannot stand in the line, which is found out much faster than where it does.
+inline bool mayStandIn(const Line& line, const ColonText& text) {
+  return text.name != 0 ? (line.names & text.name) != 0 : (line.endings & text.ending) != 0;
 }
 
-// Of the texts that may stand in the line, these find the first place where one does, or null.
-const char* findPlaceExactly(const ColonLine& line, std::span<const ColonText> texts);
-const char* findPlaceInAnyCase(const ColonLine& line, std::span<const ColonText> texts);
+// The same of several texts.
+inline bool mayStandIn(const Line& line, std::span<const ColonText> texts) {
+  bool may = false;
+  for (const ColonText& text : texts) may = may || mayStandIn(line, text);
+  return may;
+}
 
-// Returns the first place in the line where one of the texts stands, or null. The one compares letter case, the
+constexpr size_t NOT_FOUND = std::string_view::npos;
+
+// Of the texts that may stand in the line, these find the first place where one does, or NOT_FOUND.
+size_t findPlaceExactly(const Line& line, std::span<const ColonText> texts);
+size_t findPlaceInAnyCase(const Line& line, std::span<const ColonText> texts);
+
+// Returns the first place in the line where one of the texts stands, or NOT_FOUND. The one compares letter case, the
 // other ignores it.
-inline const char* findExactly(const ColonLine& line, std::span<const ColonText> texts) {
-  return mayStandIn(line, texts) ? findPlaceExactly(line, texts) : nullptr;
+inline size_t findExactly(const Line& line, std::span<const ColonText> texts) {
+  return mayStandIn(line, texts) ? findPlaceExactly(line, texts) : NOT_FOUND;
 }
 
-inline const char* findInAnyCase(const ColonLine& line, std::span<const ColonText> texts) {
-  return mayStandIn(line, texts) ? findPlaceInAnyCase(line, texts) : nullptr;
+inline size_t findInAnyCase(const Line& line, std::span<const ColonText> texts) {
+  return mayStandIn(line, texts) ? findPlaceInAnyCase(line, texts) : NOT_FOUND;
 }
 
 // The same for a single text.
-inline const char* findExactly(const ColonLine& line, const ColonText& text) {
-  return findExactly(line, std::span(&text, 1));
-}
+inline size_t findExactly(const Line& line, const ColonText& text) { return findExactly(line, std::span(&text, 1)); }
 
-inline const char* findInAnyCase(const ColonLine& line, const ColonText& text) {
+inline size_t findInAnyCase(const Line& line, const ColonText& text) {
   return findInAnyCase(line, std::span(&text, 1));
 }

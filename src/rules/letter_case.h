@@ -2,7 +2,7 @@
 // or a table, so that compilers fold many characters at once.
 #pragma once
 
-inline unsigned char lowered(char character) {
+constexpr unsigned char lowered(char character) {
   constexpr unsigned LETTERS = 26;
   const auto code = static_cast<unsigned char>(character);
   return static_cast<unsigned char>(code + (code - unsigned{'A'} < LETTERS ? 'a' - 'A' : 0));

@@ -1,14 +1,9 @@
-#include "ldif/object_class.h"
+#include "rules/object_class.h"
 
-#include <cstring>
-#include <string_view>
+#include <iterator>
 
-#include "ldif/colon_search.h"
-#include "ldif/complaint.h"
-#include "ldif/object_buffer.h"
-#include "ldif/text.h"
-#include "reporting/reporting.h"
-#include "reporting/run_state.h"
+#include "rules/colon_search.h"
+#include "rules/text.h"
 
 struct ClassName {
   std::string_view text;  // with the blank before it
@@ -35,63 +30,89 @@ static constexpr ClassName classNames[] = {
     {" secrescreds", SECRESCREDS_OBJECTCLASS},
 };
 
-// Trace text of each code, in order.
-static constexpr const char* classTraces[] = {
-    "   The object class is UNINTERESTING_OBJECTCLASS  \n\n",
-    "   The object class is SECUSER_OBJECTCLASS  \n\n",
-    "   The object class is SECPOLICYDATA_OBJECTCLASS  \n\n",
-    "   The object class is SECPOLICY_OBJECTCLASS  \n\n",
-    "   The object class is SECGROUP_OBJECTCLASS  \n\n",
-    "   The object class is SECMAP_OBJECTCLASS  \n\n",
-    "   The object class is SECAUTHORITYINFO_OBJECTCLASS  \n\n",
-    "   The object class is RESCREDS_CONTAINER (not really an object class) \n\n",
-    "   The object class is SECRESCREDS_OBJECTCLASS (not really an object class) \n\n",
-    "   The object class is CONTAINER_OBJECTCLASS \n\n",
-};
-
 static constexpr ColonText objectClassTexts[] = {"objectClass:", "objectclass:"};
 
-static bool isResCredsContainer() {
-  return strstr(object[0], "cn=ResCreds") != nullptr || strstr(object[0], "cn=rescreds") != nullptr;
+// Returns the first of the names, in their order, before the given one that the text begins with; else the given one.
+static const ClassName* findBefore(const ClassName* end, std::string_view text) {
+  for (const ClassName* name = classNames; name != end; ++name)
+    if (text.starts_with(name->text)) return name;
+  return end;
 }
 
-// All names begin with a blank, and the fifth character tells most of them apart.
-static bool holds(std::string_view line, std::string_view name) {
-  constexpr size_t TELLING = 4;
-  for (size_t blank = line.find(' '); blank < line.size(); blank = line.find(' ', blank + 1)) {
-    const std::string_view rest = line.substr(blank);
-    if (rest.size() >= name.size() && rest[TELLING] == name[TELLING] && rest.starts_with(name)) return true;
-  }
-  return false;
-}
-
+// Most blanks stand before no name, as the next character shows.
 static const ClassName* findClassName(std::string_view line) {
-  for (const ClassName& name : classNames)
-    if (holds(line, name.text)) return &name;
-  return nullptr;
+  const ClassName* found = std::end(classNames);
+  for (size_t blank = line.find(' '); blank < line.size(); blank = line.find(' ', blank + 1)) {
+    const char next = blank + 1 < line.size() ? line[blank + 1] : ' ';
+    if (next == 's' || next == 'c' || next == 'C') found = findBefore(found, line.substr(blank));
+  }
+  return found != std::end(classNames) ? found : nullptr;
 }
 
-void determineTheObjectsObjectClass() {
-  objectClass = UNINTERESTING_OBJECTCLASS;
-  for (int32_t i = 0; i < next_available_object_slot; ++i) {
-    const ClassName* name = findExactly(colonsOfObject(i), objectClassTexts) != nullptr
-                                ? findClassName({object[i], colonsOfObject(i).length})
-                                : nullptr;
+static bool isOfResCreds(std::string_view firstLine) {
+  return firstLine.find("cn=ResCreds") != NOT_FOUND || firstLine.find("cn=rescreds") != NOT_FOUND;
+}
+
+ObjectClass classOf(Entry entry) {
+  for (const Line& line : entry) {
+    if (findExactly(line, objectClassTexts) == NOT_FOUND) continue;
+    const ClassName* name = findClassName(line.view());
     if (name == nullptr) continue;
-    objectClass = name->code;
-    if (objectClass == CONTAINER_OBJECTCLASS && isResCredsContainer()) objectClass = RESCREDS_CONTAINER;
-    break;
+    const bool isResCreds = name->code == CONTAINER_OBJECTCLASS && isOfResCreds(entry[0].view());
+    return isResCreds ? RESCREDS_CONTAINER : name->code;
   }
-  traceLine("\ndetermineTheObjectsObjectClass():    \n");
-  traceLine("%s", classTraces[objectClass]);
+  return UNINTERESTING_OBJECTCLASS;
 }
 
-bool isUsersObject() {
-  if (!copyLowered(tempString, sizeof tempString, object[0])) {
-    reportError("isUsersObject():  ERROR:  The dn: line is too long.  EXITING. \n");
-    exitForObject(DN_TOO_LONG);
+bool isUsersLine(std::string_view firstLine) { return holdsInAnyCase(firstLine, "cn=users,secauthority="); }
+
+bool isLineOfUser(std::string_view firstLine) { return holdsInAnyCase(firstLine, "cn=Users"); }
+
+bool goesStraightThrough(ObjectClass objectClass, std::string_view firstLine) {
+  switch (objectClass) {
+    case UNINTERESTING_OBJECTCLASS:
+    case SECAUTHORITYINFO_OBJECTCLASS:
+    case CONTAINER_OBJECTCLASS:
+      return true;
+    case SECPOLICY_OBJECTCLASS:
+      return holdsInAnyCase(firstLine, "cn=Policies,secAuthority=");
+    default:
+      return false;
   }
-  return strstr(tempString, "cn=users,secauthority=") != nullptr;
 }
 
-bool isMapOfUser() { return dostristr(object[0], "cn=Users") != nullptr; }
+EntryKind kindOf(ObjectClass objectClass, std::string_view firstLine) {
+  switch (objectClass) {
+    case SECUSER_OBJECTCLASS:
+      return isUsersLine(firstLine) ? USERS_SECUSER_KIND : SECUSER_KIND;
+    case SECGROUP_OBJECTCLASS:
+      return SECGROUP_KIND;
+    case SECPOLICYDATA_OBJECTCLASS:
+      return SECPOLICYDATA_KIND;
+    case SECMAP_OBJECTCLASS:
+      return isLineOfUser(firstLine) ? MAP_OF_USER_KIND : MAP_OF_GROUP_KIND;
+    case SECPOLICY_OBJECTCLASS:
+      return SECPOLICY_KIND;
+    case RESCREDS_CONTAINER:
+    case SECRESCREDS_OBJECTCLASS:
+      return RESCREDS_KIND;
+    default:
+      return UNKNOWN_KIND;
+  }
+}
+
+ObjectClass classOfKind(EntryKind kind) {
+  switch (kind) {
+    case USERS_SECUSER_KIND:
+    case SECUSER_KIND:
+      return SECUSER_OBJECTCLASS;
+    case SECGROUP_KIND:
+      return SECGROUP_OBJECTCLASS;
+    case SECPOLICYDATA_KIND:
+      return SECPOLICYDATA_OBJECTCLASS;
+    case SECPOLICY_KIND:
+      return SECPOLICY_OBJECTCLASS;
+    default:
+      return SECMAP_OBJECTCLASS;
+  }
+}

@@ -1,7 +1,10 @@
-// The class of the entry in the entry buffer, found by plain text search.
+// What kind of entry it is, found by plain text search.
 #pragma once
 
 #include <cstdint>
+#include <string_view>
+
+#include "rules/line.h"
 
 enum ObjectClass : int32_t {
   UNINTERESTING_OBJECTCLASS = 0,     // none of those below
@@ -17,16 +20,41 @@ enum ObjectClass : int32_t {
   NUMBER_OF_OBJECTCLASSES
 };
 
-// Code of the entry in the entry buffer, an ObjectClass; valid until the next classification.
-inline int32_t objectClass = UNINTERESTING_OBJECTCLASS;
+// The first objectClass line that names a known class decides; names are known in mixed and in all-lowercase form,
+// behind a blank, and longer names that begin with them count.
+ObjectClass classOf(Entry entry);
 
-// Sets objectClass. The first objectClass line that names a known class decides; names are known in mixed and
-// in all-lowercase form, behind a blank, and longer names that begin with them count.
-void determineTheObjectsObjectClass();
+// True when a first line holds "cn=users,secauthority=" in any case: a user's entry is the 'Users' entry then.
+bool isUsersLine(std::string_view firstLine);
 
-// True when line 0, in lower case, holds "cn=users,secauthority=": the entry is a user's 'Users' entry. Ends
-// the run with PROCESSING_FAILED when line 0 does not fit tempString.
-bool isUsersObject();
+// True when a first line holds "cn=Users" in any case: a map belongs to a user then, otherwise to a group.
+bool isLineOfUser(std::string_view firstLine);
 
-// True when line 0 holds "cn=Users" in any case: the map belongs to a user, otherwise to a group.
-bool isMapOfUser();
+// True when the entry needs no gathering: it goes straight to the output.
+bool goesStraightThrough(ObjectClass objectClass, std::string_view firstLine);
+
+// The kinds of entry that the passes tell apart. Those of one owner go into a row each.
+enum EntryKind : uint8_t {
+  USERS_SECUSER_KIND,
+  SECUSER_KIND,
+  SECGROUP_KIND,
+  SECPOLICYDATA_KIND,
+  MAP_OF_USER_KIND,
+  MAP_OF_GROUP_KIND,
+  SECPOLICY_KIND,
+  RESCREDS_KIND,
+  UNKNOWN_KIND,  // of a class that never reaches the work file
+  NUMBER_OF_KINDS
+};
+
+EntryKind kindOf(ObjectClass objectClass, std::string_view firstLine);
+
+// The class of the entries of a kind that is gathered.
+ObjectClass classOfKind(EntryKind kind);
+
+// The two sides of the cache.
+enum Side : uint8_t { USER_SIDE, GROUP_SIDE };
+
+constexpr Side sideOf(EntryKind kind) {
+  return kind == SECGROUP_KIND || kind == MAP_OF_GROUP_KIND ? GROUP_SIDE : USER_SIDE;
+}

@@ -1,91 +1,113 @@
 #include "workfile/preparation_pass.h"
 
-#include <cstring>
+#include <algorithm>
+#include <string_view>
 
 #include "ldif/attribute_lookup.h"
-#include "ldif/colon_search.h"
-#include "ldif/line_memory.h"
+#include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
-#include "ldif/text.h"
 #include "platform/message_details.h"
 #include "reporting/progress.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
+#include "rules/colon_search.h"
+#include "rules/dropped_lines.h"
+#include "rules/text.h"
 #include "workfile/entry_adjustments.h"
 #include "workfile/input_file.h"
+#include "workfile/notes.h"
 #include "workfile/work_file.h"
-
-// Where the entries of one kind go.
-struct Destination {
-  Stream*& stream;
-  const char* fileName;
-  bool dropsEntryUuid;      // the directory server's UUID lines stay behind
-  bool tightensOwnerNames;  // blanks around commas go, in the lines that later name an entry's owner
-};
-
-static const Destination toOutput = {ofp, output_ldif_filename, true, false};
-static const Destination toWorkFile = {tifp, temp_input_ldif_filename, false, true};
 
 static void stopOnFailure(int32_t result, const char* fileName) {
   if (result != 0) exitWithMessage(WRITE_FAILED, fileName);
 }
 
-static const Destination& chooseDestination(const char* dnLine) {
-  switch (objectClass) {
-    case UNINTERESTING_OBJECTCLASS:
-    case SECAUTHORITYINFO_OBJECTCLASS:
-    case CONTAINER_OBJECTCLASS:
-      return toOutput;
-    case SECPOLICY_OBJECTCLASS:
-      return dostristr(dnLine, "cn=Policies,secAuthority=") != nullptr ? toOutput : toWorkFile;
-    default:
-      return toWorkFile;
-  }
+// Lines that stand side by side are written at once.
+struct Writer {
+  Stream* stream;
+  const char* fileName;
+  std::string_view pending;
+};
+
+static void writePending(const Writer& writer) {
+  if (writer.pending.empty()) return;
+  stopOnFailure(writeText(writer.stream, writer.pending.data(), writer.pending.size()), writer.fileName);
 }
 
-// The entry-UUID lines of the directory server.
-static constexpr ColonText entryUuidTexts[] = {"XOQ-ENTRYUUID: ", "xoq-entryuuid: "};
-
-static constexpr ColonText ownerText = "secdn:";
-
-// Writes a line whose text has lost its line end and has room for another.
-static void writeLine(const Destination& destination, char* text, const ColonLine& line) {
-  size_t length = line.length;
-  if (destination.tightensOwnerNames && findExactly(line, ownerText) != nullptr) {
-    commaSpaceEater(text);
-    length = strlen(text);
+static void write(Writer& writer, std::string_view text) {
+  if (writer.pending.data() + writer.pending.size() != text.data()) {
+    writePending(writer);
+    writer.pending = {text.data(), 0};
   }
-  if (destination.dropsEntryUuid && findExactly(line, entryUuidTexts) != nullptr) return;
-  text[length] = '\n';
-  stopOnFailure(writeText(destination.stream, text, length + 1), destination.fileName);
+  writer.pending = {writer.pending.data(), writer.pending.size() + text.size()};
 }
 
-// Nobody needs the entry behind this, so a line without continuation is changed in place rather than copied.
-static void writeObject(const Destination& destination) {
+static void endObject(Writer& writer) {
+  writePending(writer);
+  stopOnFailure(writeText(writer.stream, "\n"), writer.fileName);
+}
+
+static void writeObjectToOutput() {
+  Writer writer = {ofp, output_ldif_filename, {}};
+  writeObjectToLDIFFile = 1;
+  unfoldObject();
+  for (const Line& line : entryInObject())
+    if (!isDropped(line, STRAIGHT_THROUGH)) write(writer, line.view());
+  endObject(writer);
+}
+
+// The lines that later name an entry's owner lose the blanks around their commas.
+static void tightenOwnerNames() {
+  static constexpr ColonText ownerText = "secdn:";
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
-    if (object[i][0] == ' ') continue;
-    const bool isFolded = i + 1 < next_available_object_slot && object[i + 1][0] == ' ';
-    if (isFolded) {
-      char* line = obtainAttributeFromObjectArray(i);
-      writeLine(destination, line, line);
-      freeLine(line);
-    } else {
-      cutLineEndOfObject(i);
-      writeLine(destination, object[i], colonsOfObject(i));
-    }
+    const std::string_view line = object[i].view();
+    if (findExactly(object[i], ownerText) == NOT_FOUND || !hasSpaceBesideComma(line)) continue;
+    char* const text = makeRoom(objectTexts, line.size());
+    const size_t length = commaSpaceEater(text, line.copy(text, line.size() - 1));
+    text[length] = '\n';
+    object[i] = scanLine({text, length + 1});
   }
-  stopOnFailure(writeText(destination.stream, "\n"), destination.fileName);
+}
+
+static int64_t endOfWorkFile() {
+  int64_t position = 0;
+  getPosition(tifp, &position);  // cannot fail: it has been positioned at its end
+  return position;
+}
+
+// The passes will look at the entry as it has been written: its class may be another one then.
+static void noteWrittenObject(int64_t begin, int64_t end, bool isPlain) {
+  ObjectExtent extent;
+  extent.begin = begin;
+  extent.linesLength = static_cast<size_t>(end - begin) - 1;
+  extent.end = end;
+  if (!isPlain && !splitObjectAsRead()) {
+    areNotesComplete = false;
+    return;
+  }
+  const Entry entry = entryInObject();
+  if (std::any_of(entry.begin(), entry.end(), holdsChangetype)) changetypeSeen = 1;
+  noteObject(kindOf(classOf(entry), firstLineOfObject()), extent);
+}
+
+static void writeObjectToWorkFile() {
+  Writer writer = {tifp, temp_input_ldif_filename, {}};
+  const int64_t begin = endOfWorkFile();
+  const bool isPlain = unfoldObject();
+  tightenOwnerNames();
+  for (const Line& line : entryInObject()) write(writer, line.view());
+  endObject(writer);
+  if (areNotesComplete) noteWrittenObject(begin, endOfWorkFile(), isPlain);
 }
 
 static_assert(COUNTED_CLASSES == NUMBER_OF_OBJECTCLASSES);
 
-static void count(const Destination& destination, const char* dnLine) {
+static void count(bool goesToOutput, std::string_view dnLine) {
   const auto entryClass = static_cast<size_t>(objectClass);
-  ++(&destination == &toOutput ? runCounts.intoOutput : runCounts.intoWorkFile)[entryClass];
-  if (objectClass == SECUSER_OBJECTCLASS && dostristr(dnLine, "cn=users,secauthority=") == nullptr)
-    ++runCounts.ownUserEntries;
+  ++(goesToOutput ? runCounts.intoOutput : runCounts.intoWorkFile)[entryClass];
+  if (objectClass == SECUSER_OBJECTCLASS && !isUsersLine(dnLine)) ++runCounts.ownUserEntries;
 }
 
 static void showProgressOfPreparation() {
@@ -95,13 +117,14 @@ static void showProgressOfPreparation() {
 
 static void prepareObject() {
   determineTheObjectsObjectClass();
-  char* dnLine = obtainAttributeFromObjectArray(0);
+  const std::string_view dnLine = obtainAttributeFromObjectArray(0);
+  const bool goesToOutput = goesStraightThrough(static_cast<ObjectClass>(objectClass), dnLine);
   tweekObjectInObjectArray();
-  const Destination& destination = chooseDestination(dnLine);
-  if (&destination == &toOutput) writeObjectToLDIFFile = 1;
-  count(destination, dnLine);
-  writeObject(destination);
-  freeLine(dnLine);
+  count(goesToOutput, dnLine);
+  if (goesToOutput)
+    writeObjectToOutput();
+  else
+    writeObjectToWorkFile();
 }
 
 static void prepareAllObjects() {
@@ -136,6 +159,8 @@ int32_t copyOriginalInputFileToTempInputFile() {
   beginInput();
   openWorkFileForAppending(debugBefore != 0);
   beginOutput();
+  beginNotes();
+  areNotesComplete = debugBefore == 0 && runCounts.bytesOfEarlierWorkFile <= 0;
 
   prepareAllObjects();
 

@@ -80,6 +80,8 @@ static bool isAsItWasLeft(int descriptor) {
   return (isSame(status, left) && status.st_size == workFileLength) || failWith(CHANGED_BY_OTHERS);
 }
 
+bool isWorkFileAsItWasLeft() { return isAsItWasLeft(workFile.descriptor); }
+
 bool reopenWorkFile() {
   HeldFile file;
   if (!openHeldFile(workFile.place, OPEN_FOR_UPDATE, PRIVATE_FILE, file)) return false;

@@ -26,6 +26,10 @@ int32_t closeAppendedWorkFile();
 // be opened. Ends the run with OBJECT_NOT_READ when it is not what the preparation pass has left.
 bool reopenWorkFile();
 
+// Returns false, with the reason in messageReason, when the work file has not the length that the preparation pass has
+// given it.
+bool isWorkFileAsItWasLeft();
+
 // Ends the run with OBJECT_NOT_READ when something else has changed the work file, or put another one in its place, and
 // with FILE_NOT_OPENED when it is gone.
 void requireUnchangedWorkFile();

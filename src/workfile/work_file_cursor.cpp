@@ -2,11 +2,11 @@
 
 #include <cstring>
 
-#include "ldif/colon_search.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
-#include "ldif/text.h"
 #include "reporting/reporting.h"
+#include "rules/text.h"
+#include "workfile/notes.h"
 
 static void exitUnlessSet(const char* call, int32_t rc) {
   if (rc != 0) exitWithMessage(POSITION_CALL_FAILED, call, rc);
@@ -20,32 +20,16 @@ FilePosition requirePosition(const Stream* stream) {
 
 void requireMoveTo(Stream* stream, FilePosition position) { exitUnlessSet("fsetpos()", setPosition(stream, position)); }
 
-static void noteLine() {
-  lastObjectExtent.linesLength += nextLineLength;
-  if (nextLine[nextLineLength - 1] != '\n') lastObjectExtent.isPlain = false;
-}
-
-// Reads lines into the empty buffer until the entry ends. Returns what the whole read returns.
-static int32_t readLinesOfObject(Stream* stream) {
-  while (getNextLine(nextLine, stream) == 0) {
-    if (isBlankLine(nextLine)) {
-      if (next_available_object_slot > 0) return 0;
-      lastObjectExtent.isPlain = false;  // comments alone: blanking and stepping over end here
-      continue;
-    }
-    noteLine();
-    if (changetypeSeen == 0 && findExactly(nextLine, "changetype:") != nullptr) changetypeSeen = 1;
-    if (nextLine[0] != '#') storeNextLine("getNextObjectFromTemporaryInputLDIFFile():  malloc() failure.  EXITING. \n");
-  }
-  return readFailed(stream) ? OBJECT_NOT_READABLE : -1;
-}
-
 static int32_t readObject(Stream* stream) {
   skipBlankLines(stream, NEXT_LINE_SIZE - 1);
-  lastObjectExtent = {filePositionBeforeReadingObject, requirePosition(stream), 0, 0, true};
-  const int32_t result = readLinesOfObject(stream);
+  lastObjectExtent = {};
+  lastObjectExtent.readFrom = filePositionBeforeReadingObject;
+  const int32_t result = readLinesOfObject(stream, false, lastObjectExtent);
   lastObjectExtent.end = requirePosition(stream);
-  return result;
+  if (lastObjectExtent.hasOddLines) lastObjectExtent.isPlain = false;
+  if (lastObjectExtent.hasChangetype) changetypeSeen = 1;
+  keepObjectApart();
+  return readFailed(stream) ? OBJECT_NOT_READABLE : result;
 }
 
 static void traceRestoredPosition(Stream* stream, int32_t readResult) {
@@ -67,8 +51,8 @@ static void traceRestoredPosition(Stream* stream, int32_t readResult) {
 
 int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   traceLine("getNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
-  next_available_object_slot = 0;
   freeObject();
+  notedObject = nullptr;
   int32_t rc = getPosition(stream, &filePositionBeforeReadingObject);
   if (rc != 0) {
     traceLine("getNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = %d (dec)  \n", rc);
@@ -105,7 +89,7 @@ static int32_t positionCallFailed(const char* call, int32_t rc) {
 static int32_t blankOutNextLine(Stream* stream, int64_t lineStart) {
   const int32_t rc = setPosition(stream, lineStart);
   if (rc != 0) return positionCallFailed("fsetpos()", rc);
-  blankLine(nextLine);
+  nextLine[blankLine(nextLine, strlen(nextLine))] = '\0';
   return writeText(stream, nextLine);
 }
 
@@ -157,7 +141,11 @@ int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   traceLine("deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
   const int32_t debugBefore = debug;
   debug = 0;
-  const int32_t result = blankOutLastObject(stream) ? 0 : blankOutObject(stream);
+  int32_t result = 0;
+  if (notedObject != nullptr)
+    notedObject->isTaken = 1;
+  else if (!blankOutLastObject(stream))
+    result = blankOutObject(stream);
   debug = debugBefore;
   traceLine(result == 0 ? "deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT  \n"
                         : "deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT ERROR  \n");
@@ -201,8 +189,7 @@ static void stepOverObject(Stream* stream) {
   traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  getNextLine() has reached EOF.  Exiting loop. \n");
 }
 
-void rememberFirstStepOver(FilePosition position) {
-  if (hasTheStepOverFilePositionBeenInitialized != 0) return;
+static void rememberFirstStepOver(FilePosition position) {
   filePositionOfFirstObjectSteppedOver = position;
   filePositionOfFirstObjectSteppedOver_ftell = static_cast<long>(position);
   hasTheStepOverFilePositionBeenInitialized = 1;
@@ -210,6 +197,7 @@ void rememberFirstStepOver(FilePosition position) {
 
 int32_t stepOverNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
+  if (notedObject != nullptr) return 0;
   if (hasTheStepOverFilePositionBeenInitialized == 0) {
     FilePosition position = 0;
     const int32_t rc = getPosition(stream, &position);

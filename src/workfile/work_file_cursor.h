@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "ldif/object_buffer.h"
 #include "platform/stream.h"
 
 // A byte offset in the work file.
@@ -17,15 +18,7 @@ inline long filePositionBeforeReadingObject_ftell = 0;
 inline FilePosition filePositionAfterReadingObject = 0;
 inline long filePositionAfterReadingObject_ftell = 0;
 
-// Where the entry read last stands, so that it can be blanked out or stepped over without being read once more. While
-// isPlain: it stands in one piece, in whole lines that hold no NUL, and nobody has blanked it out.
-struct ObjectExtent {
-  FilePosition readFrom;  // where the stream stood before the read
-  FilePosition begin;     // of its first line
-  size_t linesLength;     // up to the end of its last line
-  FilePosition end;       // behind the blank line that ended it
-  bool isPlain;
-};
+// Where the entry read last stands, so that it can be blanked out or stepped over without being read once more.
 inline ObjectExtent lastObjectExtent = {};
 
 // Where the first entry stepped over in this pass, or the blank lines before it, begins: the next pass starts
@@ -50,12 +43,10 @@ int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream);
 // Blanks the next entry out in place; leaves the stream after it. Returns 0 (end of file included). Returns -1
 // when a position call fails (message POSITION_CALL_FAILED has been issued) or a write fails (nothing issued);
 // either way the caller issues PROCESSING_FAILED. Writes are collected: one that fails may show only at a later
-// entry or when the stream is closed.
+// entry or when the stream is closed. Of an entry that has been loaded by its note only the note is changed.
 int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream);
 
-// Remembers a position as that of the first entry stepped over in this pass, unless one is remembered already.
-void rememberFirstStepOver(FilePosition position);
-
 // Moves the stream past the next entry; the first call of a pass remembers where it started. Returns 0 (end of
-// file included), or -1 when a position call fails (message POSITION_CALL_FAILED has been issued).
+// file included), or -1 when a position call fails (message POSITION_CALL_FAILED has been issued). With an entry that
+// has been loaded by its note there is nothing to do.
 int32_t stepOverNextObjectFromTemporaryInputLDIFFile(Stream* stream);

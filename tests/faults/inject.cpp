@@ -1,8 +1,9 @@
 // Makes a chosen call of a program fail. Preloaded (LD_PRELOAD), and told in the environment:
-//   FAULT_CALL     the kind of call: malloc (calloc and realloc, too), open (openat, openat2), read (pread), write
-//                  (pwrite), close, dup, fcntl, flock, lseek, ftruncate, fstat (stat, lstat, fstatat), fsync (syncfs),
-//                  unlink (unlinkat), madvise, localtime, which then returns null, or fflush of a standard stream
-//                  (fclose), which then loses what it was to write
+//   FAULT_CALL     the kind of call: malloc (calloc and realloc, too), open (openat, openat2), tmpfile (an openat that
+//                  makes a file without a name), read (pread), write (pwrite), close, dup, fcntl, flock, lseek,
+//                  ftruncate, fallocate (posix_fallocate), mmap (of a file when FAULT_FILE is given, else of memory,
+//                  too), fstat (stat, lstat, fstatat), fsync (syncfs), unlink (unlinkat), localtime, which then returns
+//                  null, or fflush of a standard stream (fclose), which then loses what it was to write
 //   FAULT_NUMBER   which of these calls, counted from 1 and from the beginning of main; 1 when absent
 //   FAULT_ERRNO    the error's name; EIO when absent
 //   FAULT_FILE     how the name of the file must end for a call to count; without it every call on a regular file does
@@ -12,6 +13,10 @@
 //                  "before" it stops before the call
 //   FAULT_SHRINK   the name of a file that is cut before the call, which does not fail then
 //   FAULT_LENGTH   the bytes that FAULT_SHRINK leaves; half of the file when absent
+//   FAULT_WITHOUT  a kind of call that the machine does not have, mmap or tmpfile: every one fails with ENODEV, besides
+//                  the fault
+//   FAULT_WITHOUT_FILE  how the name of the file must end for a call to be missing
+//   FAULT_WITHOUT_FROM  which of these calls is the first that is missing; 1 when absent
 //   FAULT_REPORT   a file that reads "armed" from the beginning of main and "delivered" once a call has failed
 // Other calls that the C library makes for its streams cannot be reached, only the memory that it takes for them.
 #include <dlfcn.h>
@@ -45,11 +50,10 @@ struct ErrorName {
   int number;
 };
 
-static constexpr ErrorName errorNames[] = {{"EIO", EIO},       {"ENOSPC", ENOSPC}, {"EFBIG", EFBIG},
-                                           {"EDQUOT", EDQUOT}, {"EINTR", EINTR},   {"ENOMEM", ENOMEM},
-                                           {"EACCES", EACCES}, {"ESPIPE", ESPIPE}, {"EMFILE", EMFILE},
-                                           {"EINVAL", EINVAL}, {"ENOLCK", ENOLCK}, {"EROFS", EROFS},
-                                           {"EPERM", EPERM}};
+static constexpr ErrorName errorNames[] = {
+    {"EIO", EIO},       {"ENOSPC", ENOSPC}, {"EFBIG", EFBIG},   {"EDQUOT", EDQUOT}, {"EINTR", EINTR},
+    {"ENOMEM", ENOMEM}, {"EACCES", EACCES}, {"ESPIPE", ESPIPE}, {"EMFILE", EMFILE}, {"EINVAL", EINVAL},
+    {"ENOLCK", ENOLCK}, {"EROFS", EROFS},   {"EPERM", EPERM},   {"ENODEV", ENODEV}, {"EOPNOTSUPP", EOPNOTSUPP}};
 
 static bool isArmed = false;    // from the beginning of main to the end of what it leaves to be done at the exit
 static long callsCounted = 0;   // calls of the chosen kind
@@ -69,6 +73,10 @@ static std::string_view setting(const char* name) {
 
 static bool isSet(const char* name) { return getenv(name) != nullptr; }
 
+static long numberIn(const char* name, long absent) {
+  return isSet(name) ? strtol(setting(name).data(), nullptr, 10) : absent;
+}
+
 static void report(std::string_view state) {
   const char* name = getenv("FAULT_REPORT");
   if (name == nullptr) return;
@@ -81,14 +89,13 @@ static void shrinkFile() {
   const char* name = getenv("FAULT_SHRINK");
   struct stat status;
   if (kernel(SYS_newfstatat, AT_FDCWD, name, &status, 0) != 0) return;
-  const off_t length = isSet("FAULT_LENGTH") ? strtol(setting("FAULT_LENGTH").data(), nullptr, 10) : status.st_size / 2;
-  kernel(SYS_truncate, name, length);
+  kernel(SYS_truncate, name, numberIn("FAULT_LENGTH", status.st_size / 2));
 }
 
 // Counts the call if it is of the chosen kind. Returns true when it is to fail.
 static bool isStruck(std::string_view call) {
   if (!isArmed || setting("FAULT_CALL") != call) return false;
-  const long chosen = isSet("FAULT_NUMBER") ? strtol(setting("FAULT_NUMBER").data(), nullptr, 10) : 1;
+  const long chosen = numberIn("FAULT_NUMBER", 1);
   ++callsCounted;
   if (callsCounted < chosen || (callsCounted > chosen && !isSet("FAULT_LASTING"))) return false;
   report("delivered");
@@ -117,6 +124,15 @@ static Result made(long result) {
 
 static bool nameCounts(std::string_view name) { return name.ends_with(setting("FAULT_FILE")); }
 
+// True when the name that leads to an open file, or has led to it, ends so.
+static bool isNamed(int file, std::string_view ending) {
+  char link[32];
+  snprintf(link, sizeof link, "/proc/self/fd/%d", file);
+  char name[4096];
+  const ssize_t length = readlink(link, name, sizeof name);
+  return length > 0 && std::string_view(name, static_cast<size_t>(length)).ends_with(ending);
+}
+
 static bool isRegular(int file) {
   struct stat status;
   return kernel(SYS_newfstatat, file, "", &status, AT_EMPTY_PATH) == 0 && S_ISREG(status.st_mode);
@@ -124,12 +140,7 @@ static bool isRegular(int file) {
 
 static bool fileCounts(int file) {
   const int errnoBefore = errno;
-  char link[32];
-  snprintf(link, sizeof link, "/proc/self/fd/%d", file);
-  char name[4096];
-  const ssize_t length = readlink(link, name, sizeof name);
-  const bool counts =
-      isSet("FAULT_FILE") ? length > 0 && nameCounts({name, static_cast<size_t>(length)}) : isRegular(file);
+  const bool counts = isSet("FAULT_FILE") ? isNamed(file, setting("FAULT_FILE")) : isRegular(file);
   errno = errnoBefore;
   return counts;
 }
@@ -146,10 +157,26 @@ static int fail() {
   return -1;
 }
 
+// Sets errno when the machine is to be without this kind of call.
+static bool isMissing(std::string_view call, int file) {
+  if (!isArmed || setting("FAULT_WITHOUT") != call) return false;
+  if (isSet("FAULT_WITHOUT_FILE") && !isNamed(file, setting("FAULT_WITHOUT_FILE"))) return false;
+  static long callsMet = 0;
+  if (++callsMet < numberIn("FAULT_WITHOUT_FROM", 1)) return false;
+  errno = ENODEV;
+  return true;
+}
+
 // What a struck read or write moves: half, but at least something.
 static size_t halfOf(size_t count) { return std::max<size_t>(count / 2, std::min<size_t>(count, 1)); }
 
+static bool isOfTmpfile(int flags) { return (flags & O_TMPFILE) == O_TMPFILE; }
+
+static bool makesFile(int flags) { return (flags & O_CREAT) != 0 || isOfTmpfile(flags); }
+
 static int openIn(int folder, const char* name, int flags, mode_t mode) {
+  if (isOfTmpfile(flags) && isMissing("tmpfile", folder)) return -1;
+  if (isOfTmpfile(flags) && isStruck("tmpfile")) return fail();
   if (nameCounts(name) && isStruck("open")) return fail();
   return made(kernel(SYS_openat, folder, name, flags, mode));
 }
@@ -196,7 +223,7 @@ void* realloc(void* block, size_t size) {
 int open(const char* name, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  const mode_t mode = makesFile(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   return openIn(AT_FDCWD, name, flags, mode);
 }
@@ -204,7 +231,7 @@ int open(const char* name, int flags, ...) {
 int openat(int folder, const char* name, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
-  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+  const mode_t mode = makesFile(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   return openIn(folder, name, flags, mode);
 }
@@ -341,7 +368,20 @@ int unlinkat(int folder, const char* name, int flags) noexcept {
   return nameCounts(name) && isStruck("unlink") ? fail() : made(kernel(SYS_unlinkat, folder, name, flags));
 }
 
-int madvise(void* begin, size_t length, int advice) noexcept {
-  return isStruck("madvise") ? fail() : made(kernel(SYS_madvise, begin, length, advice));
+// Returns the error, as the call does.
+int posix_fallocate(int file, off_t offset, off_t length) {
+  static const auto realCall = reinterpret_cast<decltype(&posix_fallocate)>(dlsym(RTLD_NEXT, "posix_fallocate"));
+  if (!isStruck("fallocate", file)) return made(realCall(file, offset, length));
+  fail();
+  return errno;
+}
+
+void* mmap(void* begin, size_t length, int protection, int flags, int file, off_t offset) noexcept {
+  if (isMissing("mmap", file)) return MAP_FAILED;
+  if (isSet("FAULT_FILE") ? isStruck("mmap", file) : isStruck("mmap")) {
+    fail();
+    return MAP_FAILED;
+  }
+  return reinterpret_cast<void*>(made<long>(kernel(SYS_mmap, begin, length, protection, flags, file, offset)));
 }
 }

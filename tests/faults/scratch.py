@@ -26,6 +26,14 @@ FOLDER = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
 MEMORY, POSITION, PROCESSING, OCCUPIED, OPENING, PREPARATION, WRITING, READING, USAGE, COMPLETE = (
     f"3809283{number}" for number in ("00", "01", "02", "03", "04", "05", "06", "07", "14", "15"))
 
+# The ways in which a run can go about its work file, as settings of the inject library: by the notes with the text
+# mapped into memory; by the notes, reading entry after entry, where the text cannot be mapped; and by reading all of it
+# in every pass, where there is no room for notes.
+BY_MAPPED_TEXT = {}
+BY_NOTES = {"without": "mmap", "without_file": ".tmp"}
+BY_READING = {"without": "mmap"}
+ROADS = (BY_MAPPED_TEXT, BY_NOTES, BY_READING)
+
 COPY = "TEMPORARY_INPUT_LDIF_FILE"
 ARGUMENTS = ("input.ldif", "output.ldif", "10", "10")
 NOBODY = 65534

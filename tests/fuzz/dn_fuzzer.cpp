@@ -1,19 +1,22 @@
-// Owners and names against the plain rules: the entries of the input are gathered in the slots of their owners, and
-// then the new DNs of all slots are built.
+// Owners, names and rows against the plain rules: the entries of the input are gathered in the slots of their owners,
+// and then the new DNs of all slots are built, or all rows released.
+#include <algorithm>
+#include <iterator>
+
 #include "cache/cache_slots.h"
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
 #include "fuzz_support.h"
-#include "ldif/letter_case.h"
-#include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
-#include "ldif/text.h"
 #include "output/add_entry_writers.h"
 #include "output/new_dn.h"
 #include "plain_rules.h"
 #include "reporting/run_state.h"
+#include "rules/letter_case.h"
+#include "rules/text.h"
+#include "workfile/owner_hash.h"
 
 static constexpr size_t LARGEST_TEXT = 48 * 1024;  // bytes
 
@@ -30,120 +33,161 @@ static auto unlessStopped(Rule rule) -> std::optional<decltype(rule())> {
 static uint32_t codeOf(bool goesOn) { return goesOn ? 0 : PROCESSING_FAILED; }
 
 static void checkText(const std::string& line) {
-  const auto changed = [&line](auto change) {
-    std::string buffer = line + '\0' + std::string(2, 'x');
-    change(buffer.data());
-    return std::string(buffer.c_str());
+  const std::vector<char> memory(line.begin(), line.end());
+  const std::string_view text(memory.data(), memory.size());
+  const auto changed = [&line](size_t (*change)(char*, size_t), size_t room) {
+    std::vector<char> buffer(line.begin(), line.end());
+    buffer.resize(std::max(line.size(), room));
+    buffer.shrink_to_fit();
+    return std::string(buffer.data(), change(buffer.data(), line.size()));
   };
-  require(changed(commaSpaceEater) == plain::withoutBlanksAtCommas(line), "blanks around commas go");
-  require(changed(trim) == plain::trimmed(line), "trailing white space goes");
-  require(changed(blankLine) == plain::blanked(line), "a line is blanked");
-  require(changed(strtolower) == plain::lowered(line), "a line is folded");
-  require(changed(cutAtLineEnd) == plain::upTo(line, "\r\n"), "a line is cut at its end");
-  require(changed(cutAtComma) == plain::upTo(line, ","), "a line is cut at its comma");
-  require(isBlankLine(line.c_str()) == plain::isBlank(line), "a blank line");
-  for (const char* text : {"secAuthority", "cn=Users", "cn=Policies,secAuthority="}) {
-    const char* place = dostristr(line.c_str(), text);
-    require((place == nullptr ? std::string::npos : static_cast<size_t>(place - line.c_str())) ==
-                plain::findInAnyCase(line, text),
-            "a text is found in any case");
-  }
+  require(changed(commaSpaceEater, 0) == plain::withoutBlanksAtCommas(line), "blanks around commas go");
+  require(changed(blankLine, 2) == plain::blanked(line), "a line is blanked");
+  require(hasSpaceBesideComma(text) == (plain::withoutBlanksAtCommas(line) != line), "a blank beside a comma is seen");
+  require(trimmed(text) == plain::trimmed(line), "trailing white space goes");
+  require(behindSpaces(text) == plain::withoutLeadingSpaces(line), "leading spaces go");
+  require(withoutLineEnd(text) == plain::upTo(line, "\r\n"), "a line is cut at its end");
+  require(upToComma(text) == plain::upTo(line, ","), "a line is cut at its comma");
+  require(isBlankLine(text) == plain::isBlank(line), "a blank line");
+  const std::string low = plain::lowered(line);
+  require(std::equal(line.begin(), line.end(), low.begin(), low.end(),
+                     [](char one, char other) { return lowered(one) == static_cast<unsigned char>(other); }),
+          "a line is folded");
+  require(hashOfDn(text) == hashOfDn(plain::inOtherCase(line)), "a hash does not regard case");
+  for (const char* part : {"secAuthority", "cn=Users", "cn=Policies,secAuthority="})
+    require(dostristr(text, part) == plain::findInAnyCase(line, part), "a text is found in any case");
 }
 
-// The side of an entry: how its owner is found, and what slots there are.
-struct Side {
+// How the owner of an entry is found on a side.
+struct OwnerRule {
   plain::Owner (*ownerOf)(const Lines& entry, int32_t objectClass);
   int32_t (*learnSlot)();
-  bool (*isShutOut)(uint32_t ownerHash);
-  char*** dns;
-  const char* savedDn;
-  int32_t* nextSlot;
-  int32_t* count;
-  const int32_t* limit;
 };
 
-static constexpr Side userSide = {
-    plain::ownerOnUserSide, learnIndexOfAssociatedSecUserDN, isUserShutOut,     &secUser_dn,
-    saved_secUser_dn,       &next_available_secUser_dn_slot, &secUser_dn_count, &max_number_of_secuser_slots};
-static constexpr Side groupSide = {
-    plain::ownerOnGroupSide, learnIndexOfAssociatedSecGroupDN, isGroupShutOut,     &secGroup_dn,
-    saved_secGroup_dn,       &next_available_secGroup_dn_slot, &secGroup_dn_count, &max_number_of_secgroup_slots};
+// By Side.
+static constexpr OwnerRule ownerRules[] = {{plain::ownerOnUserSide, learnIndexOfAssociatedSecUserDN},
+                                           {plain::ownerOnGroupSide, learnIndexOfAssociatedSecGroupDN}};
 
-static int32_t slotOf(const Side& side, const std::string& key) {
+static int32_t slotOf(const CacheSide& side, const std::string& key) {
   for (int32_t slot = 0; slot < *side.nextSlot; ++slot)
-    if (plain::lowered((*side.dns)[slot]) == plain::lowered(key)) return slot;
+    if (plain::lowered(std::string((*side.dns)[slot])) == plain::lowered(key)) return slot;
   return NO_SLOT;
 }
 
-// Moves the entry into the slot's row of its class, where that is free. Returns false when that has ended the run.
-static bool moveIntoSlot(int32_t slot, bool isUsers) {
-  const CacheMatrix* matrix = nullptr;
-  void (*move)(int32_t) = nullptr;
-  switch (objectClass) {
-    case SECUSER_OBJECTCLASS:
-      matrix = isUsers ? &usersSecUserMatrix : &secUserMatrix;
-      move = isUsers ? moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix
-                     : moveSecUserObjectFromObjectArrayToSecUserMatrix;
-      break;
-    case SECPOLICY_OBJECTCLASS:
-      matrix = &secPolicyMatrix;
-      move = moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix;
-      break;
-    case SECGROUP_OBJECTCLASS:
-      matrix = &secGroupMatrix;
-      move = moveSecGroupObjectFromObjectArrayToSecGroupMatrix;
-      break;
-    default:
-      return true;
+// What is done with the rows of a matrix, and how they have to be.
+struct Rows {
+  void (*move)(int32_t);
+  void (*release)(int32_t);
+  plain::Cells cells;
+  int32_t occupied;
+};
+
+// By EntryKind.
+static std::vector<Rows> rowsOfKind;
+
+static void beginRows() {
+  static constexpr std::pair<void (*)(int32_t), void (*)(int32_t)> operations[] = {
+      {moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix, freeUsersSecUser},
+      {moveSecUserObjectFromObjectArrayToSecUserMatrix, freeSecUser},
+      {moveSecGroupObjectFromObjectArrayToSecGroupMatrix, freeSecGroup},
+      {moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix, freeSecPolicyData},
+      {moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix, freeSecMapForSecUser},
+      {moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix, freeSecMapForSecGroup},
+      {moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix, freeSecPolicy}};
+  rowsOfKind.clear();
+  for (size_t kind = 0; kind < std::size(operations); ++kind) {
+    const CacheMatrix& matrix = *matrixOfKind[kind];
+    const auto rows = static_cast<size_t>(*sideOf(matrix).limit);
+    const plain::Cells cells(rows, static_cast<size_t>(matrix.columns));
+    rowsOfKind.push_back({operations[kind].first, operations[kind].second, cells, 0});
   }
-  if (rowOf(*matrix, slot)[0] != nullptr) return true;
-  const auto room = static_cast<int64_t>(*matrix->rows - slot) * matrix->columns;
-  const bool fits = next_available_object_slot <= room;
+}
+
+static Lines rowLines(const CacheMatrix& matrix, int32_t slot) {
+  Lines lines;
+  forEachLineOfRow(matrix, slot, [&](const Line& line) {
+    lines.emplace_back(line.view());
+    return true;
+  });
+  return lines;
+}
+
+static void checkRows(EntryKind kind) {
+  const CacheMatrix& matrix = *matrixOfKind[kind];
+  require(*matrix.occupied == rowsOfKind[kind].occupied, "the entries of a matrix are counted");
+  for (int32_t slot = 0; slot < *sideOf(matrix).limit; ++slot) {
+    const Lines expected = rowsOfKind[kind].cells.entry(static_cast<size_t>(slot));
+    require(isRowInUse(matrix, slot) == !expected.empty(), "a row is in use when its first cell is");
+    require(rowLines(matrix, slot) == expected, "a row has the lines of its cells");
+    require(firstLineOfRow(matrix, slot) == (expected.empty() ? "" : expected[0]), "the first line of a row");
+  }
+}
+
+// Moves the entry into the slot's row of its kind, where that is free. Returns false when that has ended the run.
+static bool moveIntoSlot(EntryKind kind, int32_t slot) {
+  Rows& rows = rowsOfKind[kind];
+  if (isRowInUse(*matrixOfKind[kind], slot)) return true;
+  const Lines lines = objectLines();
+  const bool fits = rows.cells.put(static_cast<size_t>(slot), lines);
   const uint32_t outcome = outcomeOf([&] {
-    if (objectClass == SECPOLICY_OBJECTCLASS) copySecPolicyDNFromObjectArrayToSecPolicyDNArray(slot);
-    move(slot);
+    if (kind == SECPOLICY_KIND) copySecPolicyDNFromObjectArrayToSecPolicyDNArray(slot);
+    rows.move(slot);
   });
   require(outcome == (fits ? 0 : ROW_ALREADY_OCCUPIED), "an entry fits into its row and those behind it, or not");
-  return fits;
+  if (!fits) return false;
+  require(next_available_object_slot == 0, "an entry that has been moved is not in the buffer any more");
+  if (kind == SECPOLICY_KIND)
+    require(secPolicy_dn[slot] == plain::withoutLeadingSpaces(lines[0].substr(3)), "the DN of a policy");
+  ++rows.occupied;
+  checkRows(kind);
+  return true;
 }
 
 // Finds the entry's owner, opens a slot for it where there is none, and moves the entry there. Returns false when the
 // run has ended, as it has to.
 static bool gather(const Lines& lines) {
-  const bool isMap = objectClass == SECMAP_OBJECTCLASS;
-  const bool isOfGroup = objectClass == SECGROUP_OBJECTCLASS || (isMap && !isMapOfUser());
-  const bool isUsers = objectClass == SECUSER_OBJECTCLASS && isUsersObject();
-  const Side& side = isOfGroup ? groupSide : userSide;
-  const std::optional<plain::Owner> owner = unlessStopped([&] { return side.ownerOf(lines, objectClass); });
+  const EntryKind kind = kindOf(static_cast<ObjectClass>(objectClass), firstLineOfObject());
+  const CacheSide& side = cacheSides[sideOf(kind)];
+  const OwnerRule& rule = ownerRules[sideOf(kind)];
+  const std::optional<plain::Owner> owner = unlessStopped([&] { return rule.ownerOf(lines, objectClass); });
   int32_t slot = NO_SLOT;
-  const uint32_t outcome = outcomeOf([&] { slot = side.learnSlot(); });
+  const uint32_t outcome = outcomeOf([&] { slot = rule.learnSlot(); });
   require(outcome == codeOf(owner.has_value()), "an entry names its owner, or the run ends");
   if (!owner) return false;
   require(side.savedDn == owner->savedDn, "the owner's DN");
-  require(object[0] == owner->firstLine, "the line 0 of which the owner was learnt");
+  require(firstLineOfObject() == owner->firstLine, "the line 0 of which the owner was learnt");
   require(slot == slotOf(side, owner->key), "the owner's slot");
   const bool hasPlace = slot != NO_SLOT || *side.nextSlot < *side.limit;
-  if (hasPlace) require(!side.isShutOut(hashOfLastOwner), "an owner that has a place is not shut out");
+  if (hasPlace) require(!isShutOut(sideOf(kind), hashOfDn(owner->key)), "an owner that has a place is not shut out");
   if (!hasPlace) return true;
   if (slot == NO_SLOT) {
     slot = *side.nextSlot;
-    outcomeOf([&] { (*side.dns)[slot] = copyLine(side.savedDn, ""); });
+    outcomeOf([&] {
+      makeRoomForSlot(sideOf(kind), slot);
+      (*side.dns)[slot] = keepText(gatheredTexts, side.savedDn);
+    });
     ++*side.nextSlot;
     ++*side.count;
   }
-  return moveIntoSlot(slot, isUsers);
+  return moveIntoSlot(kind, slot);
 }
 
-static Lines rowLines(const CacheMatrix& matrix, int32_t slot) {
-  Lines lines;
-  for (char** cell = rowOf(matrix, slot); *cell != nullptr; ++cell) lines.push_back(*cell);
-  return lines;
+static void releaseRows() {
+  for (int kind = 0; kind < RESCREDS_KIND; ++kind) {
+    Rows& rows = rowsOfKind[static_cast<size_t>(kind)];
+    for (int32_t slot = 0; slot < *sideOf(*matrixOfKind[kind]).limit; ++slot) {
+      if (!rows.cells.entry(static_cast<size_t>(slot)).empty()) --rows.occupied;
+      rows.cells.release(static_cast<size_t>(slot));
+      outcomeOf([&] { rows.release(slot); });
+      checkRows(static_cast<EntryKind>(kind));
+    }
+  }
 }
 
 // Builds the new DN in place of the old one. Returns false when there is none to be had.
 static bool buildDn(std::optional<std::string> (*rule)(const std::string&, const Lines&), int32_t (*build)(int32_t),
-                    char** dns, int32_t slot, const Lines& entry) {
-  const std::string before = dns[slot];
+                    std::string_view* dns, int32_t slot, const Lines& entry) {
+  const std::string before(dns[slot]);
   const auto expected = unlessStopped([&] { return rule(before, entry); });
   int32_t result = 0;
   const uint32_t outcome = outcomeOf([&] { result = build(slot); });
@@ -157,7 +201,8 @@ static bool buildDn(std::optional<std::string> (*rule)(const std::string&, const
 static bool buildUser(int32_t slot) {
   const Lines entry = rowLines(secUserMatrix, slot);
   if (!buildDn(plain::newUserDn, createNewSecUserDN, secUser_dn, slot, entry)) return false;
-  const auto expected = unlessStopped([&] { return plain::policyContainer(secUser_dn[slot], changetypeSeen == 1); });
+  const std::string newDn(secUser_dn[slot]);
+  const auto expected = unlessStopped([&] { return plain::policyContainer(newDn, changetypeSeen == 1); });
   constexpr char OUTPUT[] = "output";
   const uint32_t outcome = outcomeOf([&] {
     ofp = openToCreate(OUTPUT);
@@ -167,9 +212,9 @@ static bool buildUser(int32_t slot) {
   require(outcome == codeOf(expected.has_value()), "a container is written, or the run ends");
   if (expected) require(readFile(OUTPUT) == *expected, "the container");
   if (!expected) return false;
-  if (secPolicy_dn[slot] != nullptr)
+  if (secPolicy_dn[slot].data() != nullptr)
     return buildDn(plain::newPolicyDn, createNewSecPolicyDN, secPolicy_dn, slot, entry);
-  require(createNewSecPolicyDN(slot) == 0 && secPolicy_dn[slot] == nullptr,
+  require(createNewSecPolicyDN(slot) == 0 && secPolicy_dn[slot].data() == nullptr,
           "without a policy there is nothing to build");
   return true;
 }
@@ -191,7 +236,8 @@ static bool gatherAll(const std::string& text) {
   return true;
 }
 
-// Switches: 1 tracing, 2 a changetype was seen; the next two bits and the two behind them are slots beyond one.
+// Switches: 1 tracing, 2 a changetype was seen; the next two bits and the two behind them are slots beyond one. With 64
+// the rows are released.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const FuzzInput input = unpack(data, size, LARGEST_TEXT);
   beginRun();
@@ -203,7 +249,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     allocateObjectCache();
     initializeAllArrays();
   });
+  beginRows();
   if (!gatherAll(input.text)) return 0;
+  if ((input.switches & 64) != 0) {
+    releaseRows();
+    return 0;
+  }
   for (int32_t slot = 0; slot < next_available_secUser_dn_slot; ++slot)
     if (!buildUser(slot)) return 0;
   for (int32_t slot = 0; slot < next_available_secGroup_dn_slot; ++slot)

@@ -13,14 +13,17 @@
 #include <filesystem>
 #include <iterator>
 
+#include "cache/cache_slots.h"
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
+#include "driver/pass.h"
+#include "driver/pass_plan.h"
 #include "kept_memory.h"
-#include "ldif/line_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
 #include "output/new_dn.h"
+#include "output/row_lines.h"
 #include "platform/message_catalogue.h"
 #include "platform/message_details.h"
 #include "platform/message_service.h"
@@ -28,11 +31,13 @@
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
-#include "workfile/left_behind.h"
+#include "workfile/notes.h"
 #include "workfile/preparation_pass.h"
 #include "workfile/work_file_cursor.h"
+#include "workfile/work_text.h"
 
 std::vector<uint32_t> messages;
+std::string shownText;
 
 // Standard error as it was before the fuzzer silenced it.
 static int findings = STDERR_FILENO;
@@ -83,6 +88,21 @@ static void removeScratchFolder() {
   if (getcwd(folder, sizeof folder) != nullptr) rmdir(folder);
 }
 
+// Takes what is written to a standard stream.
+static ssize_t keepShown(void*, const char* text, size_t length) {
+  const bool wasRunning = isRunning;
+  isRunning = false;
+  shownText.append(text, length);
+  isRunning = wasRunning;
+  return static_cast<ssize_t>(length);
+}
+
+static FILE* openShown() {
+  FILE* stream = fopencookie(nullptr, "w", {nullptr, keepShown, nullptr, nullptr});
+  require(stream != nullptr && setvbuf(stream, nullptr, _IONBF, 0) == 0, "there is memory for a standard stream");
+  return stream;
+}
+
 static void enterScratchFolder() {
   const char* parent = getenv("TMPDIR");
   std::string folder = std::string(parent != nullptr ? parent : "/tmp") + "/fuzz-XXXXXX";
@@ -108,14 +128,13 @@ int LLVMFuzzerInitialize(int* argumentCount, char*** arguments) {
 
   // What the first run would take and later ones rely upon.
   recordKeptMemory();
-  static char output[BUFSIZ];
-  setvbuf(stdout, output, _IOFBF, sizeof output);
+  stdout = openShown();
+  stderr = openShown();
   setenv("TZ", "UTC0", 1);
   const time_t now = 0;
   localtime(&now);
   textInLanguage(*findCatalogueMessage(CONVERSION_BEGINS));
-  isUserShutOut(0);  // looks into the index, the limits being 0
-  isGroupShutOut(0);
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) isShutOut(side, 0);  // looks into the index, the limits being 0
   return 0;
 }
 
@@ -167,53 +186,65 @@ std::string takePart(std::string& text) {
 }
 
 static void resetCache() {
-  for (char*** table :
-       {&secUser_dn, &secPolicy_dn, &secGroup_dn, &secUser_matrix, &Users_secUser_matrix, &secPolicyData_matrix,
-        &secPolicy_matrix, &secMap_for_secUser_matrix, &secGroup_matrix, &secMap_for_secGroup_matrix})
-    *table = nullptr;
-  for (int32_t* count : {&numberOfSecUserObjectsInObjectCache, &numberOfUserSecUserObjectsInObjectCache,
-                         &numberOfSecPolicyDataObjectsInObjectCache, &numberOfSecPolicyObjectsInObjectCache,
-                         &numberOfSecMapForSecUserObjectsInObjectCache, &numberOfSecGroupObjectsInObjectCache,
-                         &numberOfSecMapForSecGroupObjectsInObjectCache, &next_available_secUser_dn_slot,
-                         &next_available_secGroup_dn_slot, &secUser_dn_count, &secGroup_dn_count,
-                         &max_number_of_secuser_slots, &max_number_of_secgroup_slots})
-    *count = 0;
-  hashOfLastOwner = 0;
+  deallocateObjectCache();
+  forgetOverruns();
+  for (const CacheSide& side : cacheSides) {
+    *side.nextSlot = *side.count = 0;
+    memset(side.savedDn, 0, SAVED_DN_SIZE);
+  }
+  for (const CacheMatrix* matrix : matrixOfKind) *matrix->occupied = 0;
+  max_number_of_secuser_slots = max_number_of_secgroup_slots = 0;
+  // No index holds an owner any more. They have been made before the first run, and do not grow for a few slots.
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) isShutOut(side, 0);
 }
 
 static void resetBuffers() {
-  for (char* buffer : {nextLine, tempString, tempDN}) memset(buffer, 0, NEXT_LINE_SIZE);
-  for (char* buffer : {saved_secUser_dn, saved_secGroup_dn}) memset(buffer, 0, SAVED_DN_SIZE);
+  std::fill_n(object, std::max(next_available_object_slot, 1), Line());
+  next_available_object_slot = 0;
+  for (Texts* texts : {&objectTexts, &gatheredTexts}) *texts = Texts();
+  for (std::vector<Line>& lines : mergeInputs) std::vector<Line>().swap(lines);
+  forgetOwnEntry();
+  memset(nextLine, 0, sizeof nextLine);
+  memset(tempString, 0, sizeof tempString);
+  memset(tempDN, 0, sizeof tempDN);
   for (char* buffer : {principalName, cnFromSecGroupObject}) memset(buffer, 0, NAME_SIZE);
   for (char* name : {input_ldif_filename, output_ldif_filename, temp_input_ldif_filename, debugFileName}) *name = '\0';
   memset(messageReason, 0, sizeof messageReason);
-  messageSubject = nullptr;
+  messageSubject = {};
 }
 
-void beginRun() {
+static void closeFiles() {
   // What the trace is written to is closed with it.
-  if (tfp != nullptr) fclose(tfp);
-  if (debug != 0) traceFile.descriptor = -1;
+  if (tfp != nullptr) {
+    fclose(tfp);
+    traceFile.descriptor = -1;
+  }
   tfp = nullptr;
+  debug = debugError = 0;
   closeAllStreams();
   for (HeldFile* file : {&inputFile, &outputFile, &traceFile, &workFile, &preservedWorkFile}) closeHeldFile(*file);
   ifp = tifp = ofp = nullptr;
-  debug = debugError = 0;
+}
 
-  std::fill_n(object, std::max(next_available_object_slot, 1), nullptr);
-  next_available_object_slot = 0;
-  objectClass = UNINTERESTING_OBJECTCLASS;
+void beginRun() {
+  closeFiles();
+  stepBeforeFailure = nullptr;
+  forgetPlan();
+  forgetNotes();
+  unmapWorkFile();
   resetCache();
   resetBuffers();
-  forgetLeftObjects();
-  takeBackMemory();
+  takeBackMemory();  // behind all that gives its memory back itself
 
+  objectClass = UNINTERESTING_OBJECTCLASS;
   lineNum = changetypeSeen = 0;
-  nextLineLength = 0;
   lastObjectExtent = {};
   filePositionBeforeReadingObject = filePositionAfterReadingObject = filePositionOfFirstObjectSteppedOver = 0;
+  filePositionBeforeReadingObject_ftell = filePositionAfterReadingObject_ftell = 0;
+  filePositionOfFirstObjectSteppedOver_ftell = 0;
   hasTheStepOverFilePositionBeenInitialized = 0;
   atLeastOneObjectProcessed = writeObjectToLDIFFile = 0;
+  isPassAnnounced = false;
   workFileIsToBeRemoved = 0;
   outputIsComplete = 0;
   workFileLength = objectsRead = 0;
@@ -221,6 +252,7 @@ void beginRun() {
   messageDetails = {};
   inputProblem[0] = '\0';
   messages.clear();
+  shownText.clear();
 }
 
 void startTrace() {
@@ -228,13 +260,25 @@ void startTrace() {
   debug = 1;
 }
 
-void fillObject(const Lines& lines) {
-  freeObject();
-  next_available_object_slot = 0;
-  for (const std::string& line : lines) appendLineToObject(copyLine(line.c_str(), ""));
+std::vector<Line> tableOf(const Lines& lines, Texts& texts) {
+  std::vector<Line> table;
+  for (const std::string& line : lines) table.push_back(scanLine(keepText(texts, line)));
+  return table;
 }
 
-Lines objectLines() { return {object, object + next_available_object_slot}; }
+Lines linesOf(Entry entry) {
+  Lines lines;
+  for (const Line& line : entry)
+    if (line.text != nullptr) lines.emplace_back(line.view());
+  return lines;
+}
+
+void fillObject(const Lines& lines) {
+  freeObject();
+  for (const Line& line : tableOf(lines, objectTexts)) appendLineToObject(line);
+}
+
+Lines objectLines() { return linesOf(entryInObject()); }
 
 void writeFile(const char* name, const std::string& contents) {
   const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC, 0600);

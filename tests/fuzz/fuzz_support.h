@@ -9,6 +9,8 @@
 
 #include "platform/message_codes.h"
 #include "platform/stream.h"
+#include "rules/line.h"
+#include "rules/texts.h"
 
 using Lines = std::vector<std::string>;
 
@@ -31,11 +33,12 @@ std::string takePart(std::string& text);
 void require(bool condition, const char* expectation);
 
 // Begins an input: brings all that a run changes back to the state of a fresh process, takes back the memory that
-// the steps of earlier inputs have kept, and empties the list of messages.
+// the steps of earlier inputs have kept, and empties what the two below hold.
 void beginRun();
 
-// The messages issued since beginRun, in order.
+// The messages issued since beginRun, in order; and all that was shown on standard output and standard error.
 extern std::vector<uint32_t> messages;
+extern std::string shownText;
 
 // The install date of all runs: the clock stands still for them.
 constexpr char INSTALL_DATE[] = "20231114101320.0Z";
@@ -59,6 +62,11 @@ uint32_t outcomeOf(Step step) {
 
 // Switches tracing on, to nowhere.
 void startTrace();
+
+// Returns lines as the rules take them, each in a block of its own among the texts, so that a step over its end is
+// noticed; and the lines of such a table that have a text.
+std::vector<Line> tableOf(const Lines& lines, Texts& texts);
+Lines linesOf(Entry entry);
 
 // Fills the entry buffer with copies of the lines. Returns what is there now.
 void fillObject(const Lines& lines);

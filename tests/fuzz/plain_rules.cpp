@@ -20,6 +20,12 @@ std::string lowered(std::string text) {
   return text;
 }
 
+std::string inOtherCase(std::string text) {
+  for (char& character : text)
+    if (lowered(character) >= 'a' && lowered(character) <= 'z') character = static_cast<char>(character ^ ('a' - 'A'));
+  return text;
+}
+
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != NOWHERE; }
 
 size_t findInAnyCase(const std::string& text, const std::string& part) {
@@ -116,7 +122,7 @@ size_t blankOutEntry(std::string& file, size_t position) { return walk(file, pos
 size_t copyOversizedEntry(const std::string& file, size_t position, std::string& copy) {
   const Entry entry = readEntry(file, position);
   for (const std::string& line : entry.lines)
-    if (!contains(line, "XOQ-ENTRYUUID:") && !contains(line, "xoq-entryuuid:")) copy += line;
+    if (!isLeftOut(line, Way::OVERSIZED)) copy += line;
   if (entry.endsAtBlankLine) copy += "\n";
   return entry.end;
 }
@@ -148,6 +154,21 @@ std::string attributeFromColon(const Lines& entry, size_t index) {
   return unfolded(entry[index].substr(entry[index].find(':')), entry, index);
 }
 
+Lines unfolded(const Lines& entry) {
+  Lines lines;
+  for (size_t i = 0; i < entry.size(); ++i)
+    if (entry[i][0] != ' ') lines.push_back(wholeAttribute(entry, i) + "\n");
+  return lines;
+}
+
+Lines pieces(const Lines& lines) {
+  Lines result;
+  for (const std::string& line : lines)
+    for (size_t place = 0; place < line.size(); place += LONGEST_LINE)
+      result.push_back(line.substr(place, LONGEST_LINE));
+  return result;
+}
+
 int32_t classOf(const Lines& entry) {
   for (const std::string& line : entry) {
     if (!contains(line, "objectClass:") && !contains(line, "objectclass:")) continue;
@@ -162,6 +183,15 @@ int32_t classOf(const Lines& entry) {
     if (contains(line, " secResCreds") || contains(line, " secrescreds")) return 8;
   }
   return 0;
+}
+
+bool isLeftOut(const std::string& line, Way way) {
+  if (way == Way::STRAIGHT_THROUGH) return contains(line, "XOQ-ENTRYUUID: ") || contains(line, "xoq-entryuuid: ");
+  if (way == Way::OVERSIZED) return contains(line, "XOQ-ENTRYUUID:") || contains(line, "xoq-entryuuid:");
+  const std::string low = lowered(line);
+  if (way != Way::MERGED && contains(low, "control:")) return true;
+  return contains(low, "xoq-entryuuid:") || contains(low, "aclentry:") || contains(low, "aci:") ||
+         contains(low, "acl:");
 }
 
 static std::string required(const std::optional<std::string>& value) {
@@ -229,7 +259,7 @@ static void prepareEntry(Lines entry, const std::string& installDate, Prepared& 
   for (size_t i = 0; i < entry.size(); ++i) {
     if (entry[i][0] == ' ') continue;
     std::string line = wholeAttribute(entry, i);
-    if (isForOutput && (contains(line, "XOQ-ENTRYUUID: ") || contains(line, "xoq-entryuuid: "))) continue;
+    if (isForOutput && isLeftOut(line, Way::STRAIGHT_THROUGH)) continue;
     if (!isForOutput && contains(line, "secdn:")) line = withoutBlanksAtCommas(line);
     text += line + "\n";
   }
@@ -255,33 +285,54 @@ static bool isLeftOutOfMerge(const std::string& name) {
   return false;
 }
 
-std::optional<Lines> merged(const Lines& input1, const Lines& input2) {
-  Lines result;
+std::optional<Merged> merged(const Lines& input1, const Lines& input2) {
+  Merged result;
   std::vector<bool> isLeft(input2.size(), true);
   for (const std::string& line : input1) {
     if (contains(line, "objectclass:") || contains(line, "objectClass:")) {
-      result.push_back(line);
+      result.lines.push_back(line);
       continue;
     }
     if (!contains(line, ":")) return std::nullopt;
     const std::string name = line.substr(0, line.find(':') + 1);
     if (name == "dn:" || name == "DN:") {
-      result.push_back(line);
+      result.lines.push_back(line);
       continue;
     }
-    if (isLeftOutOfMerge(name)) continue;
+    if (isLeftOutOfMerge(name)) {
+      result.unmerged1.push_back(line);
+      continue;
+    }
     size_t match = 0;
     while (match < input2.size() && !(isLeft[match] && containsInAnyCase(input2[match], name))) ++match;
     const bool isMatched = match < input2.size();
-    result.push_back(isMatched && !containsInAnyCase(line, "secauthority:") ? input2[match] : line);
+    result.lines.push_back(isMatched && !containsInAnyCase(line, "secauthority:") ? input2[match] : line);
     if (isMatched) isLeft[match] = false;
   }
   for (size_t i = 0; i < input2.size(); ++i) {
     if (!isLeft[i]) continue;
     if (!contains(input2[i], ":")) return std::nullopt;
-    if (!isLeftOutOfMerge(input2[i].substr(0, input2[i].find(':') + 1))) result.push_back(input2[i]);
+    const bool isLeftOut = isLeftOutOfMerge(input2[i].substr(0, input2[i].find(':') + 1));
+    (isLeftOut ? result.unmerged2 : result.lines).push_back(input2[i]);
   }
   return result;
+}
+
+Lines Cells::entry(size_t row) const {
+  Lines lines;
+  for (size_t i = row * columnCount; i < cells.size() && !cells[i].empty(); ++i) lines.push_back(cells[i]);
+  return lines;
+}
+
+bool Cells::put(size_t row, const Lines& entry) {
+  const size_t first = row * columnCount;
+  if (entry.size() > cells.size() - first) return false;
+  std::copy(entry.begin(), entry.end(), cells.begin() + static_cast<std::ptrdiff_t>(first));
+  return true;
+}
+
+void Cells::release(size_t row) {
+  for (size_t i = row * columnCount; i < cells.size() && !cells[i].empty(); ++i) cells[i].clear();
 }
 
 // What stands in line 0 behind its three-character tag.

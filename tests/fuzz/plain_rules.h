@@ -14,6 +14,7 @@ using Lines = std::vector<std::string>;
 
 // Texts.
 std::string lowered(std::string text);
+std::string inOtherCase(std::string text);  // of every letter
 bool contains(const std::string& text, const std::string& part);
 size_t findInAnyCase(const std::string& text, const std::string& part);  // npos without a match
 bool containsInAnyCase(const std::string& text, const std::string& part);
@@ -50,8 +51,18 @@ std::optional<std::string> attributeValue(const Lines& entry, const std::string&
 std::string wholeAttribute(const Lines& entry, size_t index);
 std::string attributeFromColon(const Lines& entry, size_t index);
 
+// The logical lines of an entry, each with one newline; continuation lines before the first are left out.
+Lines unfolded(const Lines& entry);
+
+// Lines as they are read back: in pieces, where they are too long.
+Lines pieces(const Lines& lines);
+
 // The object class code of an entry.
 int32_t classOf(const Lines& entry);
+
+// True when a line stays behind on its way to the output.
+enum class Way { STRAIGHT_THROUGH, OVERSIZED, REMAINING, MERGED, POLICY };
+bool isLeftOut(const std::string& line, Way way);
 
 // What the preparation pass makes of an input, at the moment that an install date speaks of; up to the entry that
 // stops it, if one does.
@@ -62,8 +73,32 @@ struct Prepared {
 };
 Prepared prepared(const std::string& input, const std::string& installDate);
 
-// The merged entry; nothing when a line that needs one has no colon.
-std::optional<Lines> merged(const Lines& input1, const Lines& input2);
+// The merged entry, and what remains of each input unmerged; nothing when a line that needs one has no colon.
+struct Merged {
+  Lines lines;
+  Lines unmerged1;
+  Lines unmerged2;
+};
+std::optional<Merged> merged(const Lines& input1, const Lines& input2);
+
+// A matrix of the cache, a cell a line, in which nothing stops an entry from running on into the next row.
+class Cells {
+ public:
+  Cells(size_t rows, size_t columns) : columnCount(columns), cells(rows * columns) {}
+
+  // The lines from the beginning of a row on, up to the first free cell; none where that is the first.
+  Lines entry(size_t row) const;
+
+  // Puts the entry into the cells from the beginning of a row on. Returns false when they do not suffice.
+  bool put(size_t row, const Lines& entry);
+
+  // Frees the cells of the entry that begins in a row.
+  void release(size_t row);
+
+ private:
+  size_t columnCount;
+  Lines cells;  // empty where free
+};
 
 // How a run ends that cannot go on.
 struct Stopped {};

@@ -1,15 +1,16 @@
-// The stream against a file in memory: reads, moves over blank lines, jumps and writes in any order leave both at the
-// same place with the same contents. The input's first part is the operations, two bytes each, the rest the file.
+// The stream against a file in memory: reads, moves over blank lines, jumps and writes in any order, with some of the
+// file held in memory or not, leave both at the same place with the same contents. The input's first part is the
+// operations, two bytes each, the rest the file.
 #include <fcntl.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "fuzz_support.h"
 #include "plain_rules.h"
 #include "platform/stream.h"
 
 static constexpr size_t LARGEST_FILE = 700'000;  // bytes; a stream looks at its file through a window of 256 KiB
-static constexpr size_t LONGEST_LINE = 4095;
 static constexpr char NAME[] = "input";
 
 // The file as it has to be, and where in it the stream has to stand.
@@ -17,6 +18,14 @@ static std::string contents;
 static size_t cursor;
 
 static Stream* stream;
+
+// Where what is held in memory begins in the file.
+static std::optional<size_t> held;
+
+static void endHold() {
+  giveUpHold(stream);
+  held.reset();
+}
 
 static void readOneLine(size_t limit) {
   const std::string expected = plain::readLine(contents, cursor, limit);
@@ -42,13 +51,34 @@ static void moveOverBlankLines(size_t limit) {
 
 static void jump(size_t position) {
   require(setPosition(stream, static_cast<int64_t>(position)) == 0, "a place in the file can be gone to");
+  held.reset();
   cursor = position;
 }
 
 static void write(const std::string& text) {
+  endHold();
   require(writeText(stream, text.c_str(), text.size()) == 0, "the file can be written");
   contents.replace(cursor, std::min(text.size(), contents.size() - cursor), text);
   cursor += text.size();
+}
+
+// Hands out half of what stands in memory behind the cursor, read on before if need be.
+static void passOverText(bool readsOn) {
+  if (readsOn) readOn(stream);
+  const std::string_view unread = unreadText(stream);
+  require(contents.compare(cursor, unread.size(), unread) == 0, "what has been read stands as in the file");
+  const size_t length = (unread.size() + 1) / 2;
+  passOver(stream, length);
+  cursor += length;
+}
+
+static void overwriteInPlace(size_t length) {
+  endHold();
+  char* const text = changeInPlace(stream, length);
+  if (text == nullptr) return;
+  std::fill_n(text, length, 'z');
+  contents.replace(cursor, length, length, 'z');
+  cursor += length;
 }
 
 static void blankOutLine() {
@@ -60,7 +90,7 @@ static void blankOutLine() {
 }
 
 static void operate(unsigned operation, size_t argument, size_t& remembered) {
-  constexpr unsigned NUMBER_OF_OPERATIONS = 10;
+  constexpr unsigned NUMBER_OF_OPERATIONS = 14;
   switch (operation % NUMBER_OF_OPERATIONS) {
     case 0:
       return readOneLine(LONGEST_LINE);
@@ -81,6 +111,16 @@ static void operate(unsigned operation, size_t argument, size_t& remembered) {
       return blankOutLine();
     case 8:
       return write(std::string(argument * argument / 16, static_cast<char>('a' + argument % 26)));
+    case 9:
+      return passOverText(argument % 2 == 0);
+    case 10:
+      holdText(stream);
+      held = cursor;
+      return;
+    case 11:
+      return endHold();
+    case 12:
+      return overwriteInPlace(argument);
     default:
       require(flushStream(stream) == 0, "the file can be written");
   }
@@ -92,6 +132,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string operations = takePart(input.text);
   contents = input.text;
   cursor = isAppending ? contents.size() : 0;
+  held.reset();
   beginRun();
   writeFile(NAME, contents);
   stream = openStream(open(NAME, O_RDWR), isAppending ? STREAM_AT_END : STREAM_FROM_BEGINNING);
@@ -104,6 +145,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     int64_t position = -1;
     require(getPosition(stream, &position) == 0 && position == static_cast<int64_t>(cursor),
             "the stream stands where it has to");
+    if (held)
+      require(contents.compare(*held, cursor - *held, heldText(stream), cursor - *held) == 0, "what is held stays");
   }
   require(closeStream(stream) == 0 && readFile(NAME) == contents, "the file holds what was written");
   return 0;

@@ -1,5 +1,6 @@
 #include "output/add_entry_writers.h"
 
+#include "cache/cache_slots.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "reporting/reporting.h"
@@ -30,7 +31,7 @@ TEST_F(Writers, MergeAUserWithItsMap) {
   fillRow(secUserMatrix, 1, {"dn: old\n", "objectClass: secUser\n", "cn: a\n", "o: 1\n"});
   fillRow(secMapForSecUserMatrix, 1, {"dn: map\n", "objectClass: secMap\n", "secDN: cn=a\n", "o: 2\n"});
   EXPECT_EQ(writeSecUserAddToOutputFile(1, ofp), 0);
-  EXPECT_EQ(next_available_object_slot == 0 || object[0] == nullptr, true);
+  EXPECT_EQ(next_available_object_slot, 0);
   EXPECT_EQ(written(), "dn: new\nobjectClass: secUser\ncn: a\no: 2\nsecDN: cn=a\n\n");
 }
 
@@ -181,12 +182,89 @@ const WriteFailureCase writeFailureCases[] = {
 };
 INSTANTIATE_CASES(WriteFailure, writeFailureCases);
 TEST_P(WriteFailure, IsTracedAndReturned) {
-  for (char** dns : {secUser_dn, secPolicy_dn, secGroup_dn}) setDn(dns, 0, "dn: new\n");
+  for (std::string_view** dns : {&secUser_dn, &secPolicy_dn, &secGroup_dn}) setDn(*dns, 0, "dn: new\n");
   for (const CacheMatrix* matrix : allMatrices) fillRow(*matrix, 0, {"dn: old\n", "cn: a\n"});
   failWritesAfter(GetParam().writtenBefore);
   startTrace();
   EXPECT_EQ(messagesOf([] { EXPECT_EQ(GetParam().write(0, ofp), -1); }), "");
   expectTraced({GetParam().line});
+}
+
+// What the row behind holds goes into the record as soon as the entry fills its own.
+struct LongRowCase {
+  const char* name;
+  size_t lines;
+  std::string behind;  // what follows the last line of the entry
+};
+std::string ownLines(size_t lines) {
+  std::string text;
+  for (size_t i = 1; i < lines; i++) text += "own" + std::to_string(i) + ": x\n";
+  return text;
+}
+Lines ownEntry(size_t lines) {
+  Lines entry = {"dn: old\n"};
+  for (size_t i = 1; i < lines; i++) entry.push_back("own" + std::to_string(i) + ": x\n");
+  return entry;
+}
+const Lines NEXT_ENTRY = {"dn: next\n", "next1: x\n", "next2: x\n"};
+
+class RecordOfALongRow : public Writers, public testing::WithParamInterface<LongRowCase> {
+ protected:
+  // As the moves leave two entries, the longer of which came last.
+  static void fillRows(const CacheMatrix& matrix, void (*move)(int32_t slot)) {
+    fillRow(matrix, 1, NEXT_ENTRY);
+    fillObject(ownEntry(GetParam().lines));
+    move(0);
+  }
+};
+const LongRowCase longRowCases[] = {
+    {"Of48Lines", 48, ""},
+    {"Of49Lines", 49, ""},
+    {"Of50LinesWhichFillIt", 50, "dn: next\nnext1: x\nnext2: x\n"},
+    {"Of51LinesOverTheNext", 51, "next1: x\nnext2: x\n"},
+    {"Of52LinesOverTheNext", 52, "next2: x\n"},
+};
+INSTANTIATE_CASES(RecordOfALongRow, longRowCases);
+TEST_P(RecordOfALongRow, OfAUserIsMergedWithWhatStandsBehindIt) {
+  setDn(secUser_dn, 0, "dn: new\n");
+  fillRows(secUserMatrix, moveSecUserObjectFromObjectArrayToSecUserMatrix);
+  fillRow(secMapForSecUserMatrix, 0, {"dn: map\n", "secDN: cn=a\n"});
+  EXPECT_EQ(writeSecUserAddToOutputFile(0, ofp), 0);
+  EXPECT_EQ(written(), "dn: new\n" + ownLines(GetParam().lines) + GetParam().behind + "secDN: cn=a\n\n");
+}
+TEST_P(RecordOfALongRow, OfAGroupIsMergedWithWhatStandsBehindIt) {
+  setDn(secGroup_dn, 0, "dn: new\n");
+  fillRows(secGroupMatrix, moveSecGroupObjectFromObjectArrayToSecGroupMatrix);
+  fillRow(secMapForSecGroupMatrix, 0, {"dn: map\n", "secDN: cn=g\n"});
+  EXPECT_EQ(writeSecGroupAddToOutputFile(0, ofp), 0);
+  EXPECT_EQ(written(), "dn: new\n" + ownLines(GetParam().lines) + GetParam().behind + "secDN: cn=g\n\n");
+}
+TEST_P(RecordOfALongRow, OfAMapIsMergedWithoutTheDnLineOfTheNext) {
+  setDn(secUser_dn, 0, "dn: new\n");
+  fillRow(secUserMatrix, 0, {"dn: old\n", "cn: a\n"});
+  fillRows(secMapForSecUserMatrix, moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix);
+  EXPECT_EQ(writeSecUserAddToOutputFile(0, ofp), 0);
+  const size_t dnLine = GetParam().behind.find("dn: next\n");
+  const std::string behind = dnLine == 0 ? GetParam().behind.substr(9) : GetParam().behind;
+  EXPECT_EQ(written(), "dn: new\ncn: a\n" + ownLines(GetParam().lines) + behind + "\n");
+}
+
+class RecordOfALongPolicy : public Writers, public testing::WithParamInterface<LongRowCase> {};
+const LongRowCase longPolicyCases[] = {
+    {"Of498Lines", 498, ""},
+    {"Of499Lines", 499, ""},
+    {"Of500LinesWhichFillItsRow", 500, "dn: next\nnext1: x\nnext2: x\n"},
+    {"Of501LinesOverTheNext", 501, "next1: x\nnext2: x\n"},
+    {"Of502LinesOverTheNext", 502, "next2: x\n"},
+};
+INSTANTIATE_CASES(RecordOfALongPolicy, longPolicyCases);
+TEST_P(RecordOfALongPolicy, IsWrittenWithWhatStandsBehindIt) {
+  setDn(secPolicy_dn, 0, "dn: new\n");
+  fillRow(secPolicyMatrix, 1, NEXT_ENTRY);
+  fillObject(ownEntry(GetParam().lines));
+  moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix(0);
+  EXPECT_EQ(writeSecPolicyAddToOutputFile(0, ofp), 0);
+  EXPECT_EQ(written(), "dn: new\n" + ownLines(GetParam().lines) + GetParam().behind + "\n");
 }
 
 // All lines but the dn: line left out, the empty line is what is written next.

@@ -1,6 +1,5 @@
 #include "output/cache_dump.h"
 
-#include "ldif/line_memory.h"
 #include "reporting/reporting.h"
 #include "test_support.h"
 
@@ -78,8 +77,7 @@ TEST_F(CacheDump, ShowsAUserOfOneEntry) {
 TEST_F(CacheDump, ShowsAUserOfAllButItsOwnEntry) {
   openUserSlot("cn=a\n");
   openUserSlot("cn=b\n");
-  freeLine(secUser_dn[1]);
-  secUser_dn[1] = nullptr;
+  secUser_dn[1] = {};
   setDn(secPolicy_dn, 1, "cn=p\n");
   fillRow(usersSecUserMatrix, 1, {"dn: u\n"});
   fillRow(secPolicyDataMatrix, 1, {"dn: d\n"});
@@ -97,8 +95,7 @@ TEST_F(CacheDump, ShowsAUserOfAllButItsOwnEntry) {
 TEST_F(CacheDump, ShowsGroups) {
   openGroupSlot("cn=g\n");
   openGroupSlot("cn=h\n");
-  freeLine(secGroup_dn[1]);
-  secGroup_dn[1] = nullptr;
+  secGroup_dn[1] = {};
   fillRow(secGroupMatrix, 0, {"dn: g\n", "cn: g\n"});
   fillRow(secMapForSecGroupMatrix, 0, {"dn: m\n"});
   dump();
@@ -110,6 +107,70 @@ TEST_F(CacheDump, ShowsGroups) {
                 "\n----------------- BEGIN NEW GROUP -----------------------------------\n",
                 "\ndumpData() - secGroup_dn[1] was NULL \n\n", "\ndumpData() - secGroup_matrix[1][0] was NULL \n\n",
                 "\ndumpData() - secMap_for_secGroup_matrix[1][0] was NULL \n\n"});
+}
+
+struct LongRowCase {
+  const char* name;
+  const CacheMatrix* matrix;
+  size_t lines;  // of the entry in slot 0
+  Lines behind;  // lines that are shown behind them
+};
+class DumpOfALongRow : public CacheDump, public testing::WithParamInterface<LongRowCase> {};
+const LongRowCase longRowCases[] = {
+    {"Of48LinesEndsBeforeTheNext", &secUserMatrix, 48, {}},
+    {"Of49LinesEndsBeforeTheNext", &secUserMatrix, 49, {}},
+    {"Of50LinesGoesOnInTheNext", &secUserMatrix, 50, {"dn: b\n", "c: 1\n"}},
+    {"OfAPolicyOf498LinesEndsBeforeTheNext", &secPolicyMatrix, 498, {}},
+    {"OfAPolicyOf499LinesEndsBeforeTheNext", &secPolicyMatrix, 499, {}},
+    {"OfAPolicyOf500LinesGoesOnInTheNext", &secPolicyMatrix, 500, {"dn: b\n", "c: 1\n"}},
+};
+INSTANTIATE_CASES(DumpOfALongRow, longRowCases);
+TEST_P(DumpOfALongRow, IsShownUpToItsEnd) {
+  const CacheMatrix& matrix = *GetParam().matrix;
+  openUserSlot("cn=a\n");
+  openUserSlot("cn=b\n");
+  fillRow(matrix, 1, {"dn: b\n", "c: 1\n"});
+  Lines lines = {"dn: a\n"};
+  while (lines.size() < GetParam().lines) lines.push_back("b: " + std::to_string(lines.size()) + "\n");
+  fillRow(matrix, 0, lines);
+  lines.insert(lines.end(), GetParam().behind.begin(), GetParam().behind.end());
+  std::string expected;
+  for (size_t i = 0; i < lines.size(); i++)
+    expected += "dumpData() - " + std::string(matrix.name) + "[0][" + std::to_string(i) + "] = " + lines[i];
+  const std::string next = "dumpData() - " + std::string(matrix.name) + "[1][0] = dn: b\ndumpData() - ";
+  dump();
+  expectTraced({"BEGIN NEW USER", expected + "\n", "BEGIN NEW USER", next + matrix.name + "[1][1] = c: 1\n\n"});
+}
+
+struct OverrunCase {
+  const char* name;
+  const CacheMatrix* matrix;
+  size_t over;  // lines that the entry has more than a row
+  Lines rest;   // what the next row holds
+};
+class DumpOfAnOverrun : public CacheDump, public testing::WithParamInterface<OverrunCase> {};
+const OverrunCase overrunCases[] = {
+    {"Of51Lines", &secUserMatrix, 1, {"b: 50\n"}},
+    {"Of52Lines", &secUserMatrix, 2, {"b: 50\n", "b: 51\n"}},
+    {"OfAPolicyOf501Lines", &secPolicyMatrix, 1, {"b: 500\n"}},
+    {"OfAPolicyOf502Lines", &secPolicyMatrix, 2, {"b: 500\n", "b: 501\n"}},
+};
+INSTANTIATE_CASES(DumpOfAnOverrun, overrunCases);
+TEST_P(DumpOfAnOverrun, IsShownWithBothRows) {
+  const CacheMatrix& matrix = *GetParam().matrix;
+  const size_t width = static_cast<size_t>(matrix.columns);
+  openUserSlot("cn=a\n");
+  openUserSlot("cn=b\n");
+  Lines lines = {"dn: a\n"};
+  while (lines.size() < width + GetParam().over) lines.push_back("b: " + std::to_string(lines.size()) + "\n");
+  fillRow(matrix, 0, lines);
+  const std::string name = "dumpData() - " + std::string(matrix.name);
+  std::string first, second;
+  for (size_t i = 0; i < lines.size(); i++) first += name + "[0][" + std::to_string(i) + "] = " + lines[i];
+  for (size_t i = 0; i < GetParam().rest.size(); i++)
+    second += name + "[1][" + std::to_string(i) + "] = " + GetParam().rest[i];
+  dump();
+  expectTraced({"BEGIN NEW USER", first + "\n", "BEGIN NEW USER", second + "\n"});
 }
 
 TEST_F(CacheDump, VisitsSlotsInUseOnly) {

@@ -1,4 +1,6 @@
-#include "ldif/colon_search.h"
+#include "rules/colon_search.h"
+
+#include <random>
 
 #include "test_support.h"
 
@@ -34,35 +36,59 @@ const SearchCase searchCases[] = {
 INSTANTIATE_CASES(ColonSearch, searchCases);
 TEST_P(ColonSearch, FindsTheFirstPlace) {
   const SearchCase& search = GetParam();
-  const auto at = [&search](int place) { return place < 0 ? nullptr : search.line + place; };
-  EXPECT_EQ(findExactly(search.line, search.text), at(search.exactly));
-  EXPECT_EQ(findInAnyCase(search.line, search.text), at(search.inAnyCase));
+  const Line line = scanLine(search.line);
+  const auto at = [](int place) { return place < 0 ? NOT_FOUND : static_cast<size_t>(place); };
+  for (const ColonText& text : {ColonText(search.text), ColonText::unknown(search.text)}) {
+    EXPECT_EQ(findExactly(line, text), at(search.exactly));
+    EXPECT_EQ(findInAnyCase(line, text), at(search.inAnyCase));
+  }
 }
 
 TEST(SearchForSeveral, FindsAnyOfThem) {
   const ColonText texts[] = {"acl:", "aci:"};
-  const char line[] = "text: see ACL: x or aci: y\n";
-  EXPECT_EQ(findExactly(line, texts), line + 20);
-  EXPECT_EQ(findInAnyCase(line, texts), line + 10);
-  EXPECT_EQ(findInAnyCase("acx: y\n", texts), nullptr);
+  const Line line = scanLine("text: see ACL: x or aci: y\n");
+  EXPECT_EQ(findExactly(line, texts), 20u);
+  EXPECT_EQ(findInAnyCase(line, texts), 10u);
+  EXPECT_EQ(findInAnyCase(scanLine("acx: y\n"), texts), NOT_FOUND);
 }
 
 TEST(SearchForSeveral, FindsTheOnlyOne) {
   const ColonText texts[] = {"aci:", "control:", "secdn:"};
   for (const ColonText& text : texts) {
     const std::string line = "x" + std::string(text.text) + " y\n";
-    EXPECT_EQ(findExactly(line.c_str(), texts), line.c_str() + 1);
-    EXPECT_EQ(findInAnyCase(line.c_str(), texts), line.c_str() + 1);
+    EXPECT_EQ(findExactly(scanLine(line), texts), 1u);
+    EXPECT_EQ(findInAnyCase(scanLine(line), texts), 1u);
   }
 }
 
-TEST(Colons, OfALineAreFoundOnce) {
-  const char text[] = "a: b: c";
-  const ColonLine line(text);
-  EXPECT_EQ(line.text, text);
-  EXPECT_EQ(line.length, 7);
-  EXPECT_EQ(line.firstColon, text + 1);
-  EXPECT_EQ(ColonLine("abc").firstColon, nullptr);
+TEST(ColonTexts, KnowTheBitOfAKnownNameInAnyCase) {
+  EXPECT_NE(ColonText("secdn: ").name, 0u);
+  EXPECT_EQ(ColonText("SECdn:").name, ColonText("secdn: ").name);
+  EXPECT_NE(ColonText("secdn:").name, ColonText("dn:").name);
+  EXPECT_EQ(ColonText("description:").name, 0u);
+  EXPECT_EQ(ColonText::unknown("secdn:").name, 0u);
+}
+
+TEST(QuickTest, NeverPassesOverATextThatStandsInTheLine) {
+  const std::string alphabet = "cndCN:: x";
+  const std::vector<std::string> texts = {"cn:", "dn:", "secdn:", "cn: ", ":", "n:", "xcn:", "c:d", "DN:", "nnn:"};
+  std::mt19937 random(1);
+  size_t found = 0;
+  for (int round = 0; round < 20000; round++) {
+    std::string line;
+    for (size_t length = random() % 40; length > 0; length--) line += alphabet[random() % alphabet.size()];
+    if (random() % 4 == 0) line.insert(random() % (line.size() + 1), random() % 2 == 0 ? "secdn:" : "SecDN:");
+    for (const std::string& text : texts) {
+      const size_t exactly = line.find(text);
+      const size_t inAnyCase = inLowerCase(line).find(inLowerCase(text));
+      for (const ColonText& colonText : {ColonText(text), ColonText::unknown(text)}) {
+        ASSERT_EQ(findExactly(scanLine(line), colonText), exactly) << line << " | " << text;
+        ASSERT_EQ(findInAnyCase(scanLine(line), colonText), inAnyCase) << line << " | " << text;
+      }
+      found += exactly != NOT_FOUND;
+    }
+  }
+  EXPECT_GT(found, 10000u);
 }
 
 }  // namespace

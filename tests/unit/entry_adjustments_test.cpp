@@ -18,7 +18,7 @@ struct AdjustmentCase {
   Lines lines;
   Lines expected;
 };
-class Adjustment : public FreshRun, public testing::WithParamInterface<AdjustmentCase> {};
+class AdjustmentOf : public FreshRun, public testing::WithParamInterface<AdjustmentCase> {};
 const AdjustmentCase adjustmentCases[] = {
     // The version of the authority information.
     {"VersionOfThreeCharacters", SECAUTHORITYINFO_OBJECTCLASS, {"version: 5.0\n", DATED}, {"version: 6.0\n", DATED}},
@@ -84,8 +84,8 @@ const AdjustmentCase adjustmentCases[] = {
      {"version: 5.0\n", "secuuid: 1\n"}},
     {"OtherEntryPassesUnchanged", UNINTERESTING_OBJECTCLASS, {"version: 5.0\n"}, {"version: 5.0\n"}},
 };
-INSTANTIATE_CASES(Adjustment, adjustmentCases);
-TEST_P(Adjustment, DependsOnTheClass) {
+INSTANTIATE_CASES(AdjustmentOf, adjustmentCases);
+TEST_P(AdjustmentOf, DependsOnTheClass) {
   fillObject(GetParam().lines);
   objectClass = GetParam().code;
   EXPECT_EQ(tweekObjectInObjectArray(), 0);
@@ -194,12 +194,23 @@ TEST_F(AdjustmentFailure, UserWithoutAPrincipalName) {
   EXPECT_EQ(echoed(), error + "tweekObjectInObjectArray():  secUser object is =dn: a\n\n");
 }
 
-TEST_F(AdjustmentFailure, NoMemoryForTheInstallDate) {
-  fillObject({"dn: a\n"});
-  objectClass = SECAUTHORITYINFO_OBJECTCLASS;
-  startTrace();
+struct MemoryCase {
+  const char* name;
+  int32_t code;
+  Lines lines;
+};
+class MemoryForAdjustment : public FreshRun, public testing::WithParamInterface<MemoryCase> {};
+const MemoryCase memoryCases[] = {
+    {"Version", SECAUTHORITYINFO_OBJECTCLASS, {"version: 5.0\n", DATED}},
+    {"InstallDate", SECAUTHORITYINFO_OBJECTCLASS, {"dn: a\n"}},
+    {"DomainIdentifier", SECUSER_OBJECTCLASS, {"secAuthority: a\n", "principalName: b\n"}},
+    {"Uuid", SECGROUP_OBJECTCLASS, {"secuuid: 1\n"}},
+};
+INSTANTIATE_CASES(MemoryForAdjustment, memoryCases);
+TEST_P(MemoryForAdjustment, IsNeeded) {
+  fillObject(GetParam().lines);
+  objectClass = GetParam().code;
   EXPECT_FAILURE((failNextAllocation(), tweekObjectInObjectArray()), MEMORY_EXHAUSTED);
-  expectTraced({"tweekObjectInObjectArray():  malloc() failure.  EXITING. \n"});
 }
 
 TEST_F(AdjustmentFailure, NoRoomForAnotherLine) {
@@ -207,7 +218,6 @@ TEST_F(AdjustmentFailure, NoRoomForAnotherLine) {
   objectClass = SECAUTHORITYINFO_OBJECTCLASS;
   while (next_available_object_slot < OBJECT_ARRAY_SIZE) appendLineToObject(object[0]);
   EXPECT_FAILURE(tweekObjectInObjectArray(), PROCESSING_FAILED);
-  for (int32_t slot = 1; slot < OBJECT_ARRAY_SIZE; slot++) object[slot] = nullptr;
 }
 
 }  // namespace

@@ -77,7 +77,26 @@ TEST_F(EntryLine, IsNotKnownWithoutAnInput) {
 TEST_F(EntryLine, OfALineBeyondMeasureIsNotFound) {
   const std::string line = "dn: cn=" + repeated(70000, "x") + "\n";
   useInput("dn: cn=" + repeated(20, "\n " + repeated(3500, "x")) + "\n");
-  EXPECT_EQ(linesOfEntries(line.c_str()).first, 0);
+  EXPECT_EQ(linesOfEntries(line).first, 0);
+}
+
+struct SameCase {
+  const char* name;
+  const char* one;
+  const char* other;
+  bool isSame;
+};
+class FirstLines : public FreshRun, public testing::WithParamInterface<SameCase> {};
+const SameCase sameCases[] = {
+    {"BlanksBesideCommasAndAtTheEnd", "dn: cn=a , o=x \t\r\n", "dn: cn=a,o=x", true},
+    {"BlanksElsewhere", "dn: cn=a b\n", "dn: cn=ab\n", false},
+    {"LetterCase", "dn: cn=A\n", "dn: cn=a\n", false},
+    {"OneLonger", "dn: cn=ab\n", "dn: cn=a\n", false},
+};
+INSTANTIATE_CASES(FirstLines, sameCases);
+TEST_P(FirstLines, AreTheSameWhateverBlanksStandBesideCommas) {
+  EXPECT_EQ(isSameFirstLine(GetParam().one, GetParam().other), GetParam().isSame);
+  EXPECT_EQ(isSameFirstLine(GetParam().other, GetParam().one), GetParam().isSame);
 }
 
 }  // namespace

@@ -6,21 +6,24 @@
 namespace {
 
 // An entry in the form that mergeObjects takes.
-class Entry {
+class Input {
  public:
-  explicit Entry(const Lines& lines) : lines_(lines) {
-    for (std::string& line : lines_) cells_.push_back(line.data());
-    cells_.push_back(nullptr);
+  explicit Input(const Lines& texts) : texts_(texts) {
+    for (const std::string& text : texts_) lines_.push_back(scanLine(text));
   }
-  char* const* cells() const { return cells_.data(); }
-  const Lines& lines() const { return lines_; }
+  std::vector<Line>& lines() { return lines_; }
+  const Lines& texts() const { return texts_; }
 
  private:
-  Lines lines_;
-  std::vector<char*> cells_;
+  Lines texts_;
+  std::vector<Line> lines_;
 };
 
-void merge(const Lines& input1, const Lines& input2) { mergeObjects(Entry(input1).cells(), Entry(input2).cells()); }
+void merge(const Lines& input1, const Lines& input2) {
+  Input first(input1);
+  Input second(input2);
+  mergeObjects(first.lines(), second.lines());
+}
 
 struct MergeCase {
   const char* name;
@@ -93,13 +96,12 @@ const MergeCase mergeCases[] = {
 INSTANTIATE_CASES(Merge, mergeCases);
 TEST_P(Merge, TakesFromBoth) {
   fillObject({"dn: former\n", "a: 1\n", "b: 2\n", "c: 3\n"});
-  const Entry input1(GetParam().input1);
-  const Entry input2(GetParam().input2);
-  mergeObjects(input1.cells(), input2.cells());
+  Input input1(GetParam().input1);
+  Input input2(GetParam().input2);
+  mergeObjects(input1.lines(), input2.lines());
   EXPECT_EQ(objectLines(), GetParam().merged);
-  EXPECT_EQ(object[next_available_object_slot], nullptr);
-  EXPECT_EQ(input1.lines(), GetParam().input1);
-  EXPECT_EQ(input2.lines(), GetParam().input2);
+  EXPECT_EQ(input1.texts(), GetParam().input1);
+  EXPECT_EQ(input2.texts(), GetParam().input2);
 }
 
 class EntryMerge : public FreshRun {};
@@ -174,10 +176,21 @@ TEST_P(MergeFailure, EndsTheRun) {
   EXPECT_EQ(echoed(), GetParam().echo);
 }
 
-TEST_F(EntryMerge, NeedsMemory) {
-  startTrace();
-  exhaustMemoryIn([] { merge({"dn: a\n", "cn: a\n"}, {"cn: b\n"}); });
-  expectTraced({"mergeObjects():  malloc() failure.  EXITING. \n"});
+TEST_F(EntryMerge, MayFillTheEntryBufferAndNoMore) {
+  Input first(Lines(OBJECT_ARRAY_SIZE - 1, "a: 1\n"));
+  Input second({"b: 2\n"});
+  mergeObjects(first.lines(), second.lines());
+  EXPECT_EQ(next_available_object_slot, OBJECT_ARRAY_SIZE);
+  EXPECT_EQ(object[OBJECT_ARRAY_SIZE - 1].view(), "b: 2\n");
+  Input tooLong(Lines(OBJECT_ARRAY_SIZE, "a: 1\n"));
+  Input another({"b: 2\n"});
+  EXPECT_FAILURE(mergeObjects(tooLong.lines(), another.lines()), PROCESSING_FAILED);
+}
+
+TEST_F(EntryMerge, NeedsMemoryForLongEntries) {
+  Input first(Lines(101, "a: 1\n"));
+  Input second(Lines(100, "b: 1\n"));
+  exhaustMemoryIn([&] { mergeObjects(first.lines(), second.lines()); });
 }
 
 }  // namespace

@@ -2,10 +2,15 @@
 
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "driver/pass_loop.h"
 #include "reporting/reporting.h"
+#include "reporting/run_counts.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
+#include "workfile/notes.h"
+#include "workfile/work_text.h"
 
 namespace {
 
@@ -31,6 +36,38 @@ TEST_F(FinalCopy, CopiesResourceCredentialsWithoutTheServersLines) {
             "dn: cn=ResCreds\nobjectClass: container\n\n"
             "dn: cn=a\nobjectClass: secResCreds\naclPropagate: 7\nacls: 8\n\n");
   EXPECT_EQ(readFile("input.tmp").find_first_not_of(" \r\n"), std::string::npos);
+}
+
+TEST_F(FinalCopy, CopiesTheNotedEntriesThatAreLeft) {
+  const std::string entries =
+      "dn: cn=ResCreds\nobjectClass: container\nACI: 2\n\ndn: cn=a\nobjectClass: secResCreds\n\n"
+      "dn: cn=b\nobjectClass: secResCreds\n\n";
+  writeWorkFile(entries);
+  noteWorkFile();
+  ASSERT_TRUE(mapWorkFile());
+  notes[1].isTaken = 1;
+  copyRemainingObjectsToOutputLDIFFile();
+  EXPECT_EQ(tifp, nullptr);
+  closeStream(ofp);
+  EXPECT_EQ(readFile("output.ldif"),
+            "dn: cn=ResCreds\nobjectClass: container\n\ndn: cn=b\nobjectClass: secResCreds\n\n");
+  for (uint32_t i = 0; i < noteCount; i++) EXPECT_EQ(notes[i].isTaken, 1) << i;
+  EXPECT_EQ(runCounts.resourceCredentials, 2);
+  EXPECT_EQ(readFile("input.tmp"), entries);
+}
+
+TEST_F(FinalCopy, StopsAtANotedEntryOfAnotherClass) {
+  writeWorkFile(std::string(CONTAINER) + "dn: cn=a\nobjectClass: secGroup\n\n");
+  noteWorkFile();
+  EXPECT_FAILURE(copyRemainingObjectsToOutputLDIFFile(), PROCESSING_FAILED);
+}
+
+TEST_F(FinalCopy, StopsWhenTheWorkFileIsCutWhileItIsInMemory) {
+  writeWorkFile(repeated(1000, CONTAINER));
+  noteWorkFile();
+  stepBeforeFailure = settleWorkFile;
+  EXPECT_EXIT((mapWorkFile(), std::filesystem::resize_file("input.tmp", 100), copyRemainingObjectsToOutputLDIFFile()),
+              testing::ExitedWithCode(255), failureMessage(OBJECT_NOT_READ, "something else has changed it"));
 }
 
 TEST_F(FinalCopy, EndsALastEntryWithAnEmptyLine) {
@@ -105,6 +142,7 @@ TEST_F(FinalCopy, NamesAWorkFileThatCannotBeRead) {
 // The last entry is so long that it has to be read again to be blanked out, up to the end of the file.
 TEST_F(FinalCopy, StopsWheneverTheWorkFileCannotBeRead) {
   buildCache(1, 1);
+  startTrace();  // or else the file is read twice
   failEveryReadIn([] {
     writeWorkFile(std::string(CONTAINER) + "dn: cn=a\nobjectClass: secResCreds\n" +
                   repeated(100, "text: " + repeated(4000, "x") + "\n"));

@@ -2,7 +2,11 @@
 
 #include <algorithm>
 
+#include "cache/owner_association.h"
+#include "ldif/object_buffer.h"
+#include "ldif/object_class.h"
 #include "reporting/reporting.h"
+#include "reporting/run_counts.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
 
@@ -16,20 +20,20 @@ class Flush : public FreshRun {
     ofp = openToCreate("output.ldif");
   }
   // A slot with everything that its record needs, and nothing else.
-  static void gatherUser(const std::string& name) {
+  static void gatherUser(const std::string& name, const std::string& attribute = "principalName") {
     const int32_t slot = next_available_secUser_dn_slot;
     openUserSlot("secAuthority=Default,cn=" + name + "\n");
-    fillRow(secUserMatrix, slot, {"dn: old\n", "principalName: " + name + "\n"});
+    fillRow(secUserMatrix, slot, {"dn: old\n", attribute + ": " + name + "\n"});
     fillRow(secMapForSecUserMatrix, slot, {"dn: map\n", "secDN: cn=" + name + "\n"});
   }
   static void gatherPolicy(int32_t slot) {
     setDn(secPolicy_dn, slot, "cn=Policy,secAuthority=Default\n");
     fillRow(secPolicyMatrix, slot, {"dn: old\n", "cn: Policy\n"});
   }
-  static void gatherGroup(const std::string& name) {
+  static void gatherGroup(const std::string& name, const std::string& attribute = "cn") {
     const int32_t slot = next_available_secGroup_dn_slot;
     openGroupSlot("secAuthority=Default,cn=" + name + "\n");
-    fillRow(secGroupMatrix, slot, {"dn: old\n", "cn: " + name + "\n"});
+    fillRow(secGroupMatrix, slot, {"dn: old\n", attribute + ": " + name + "\n"});
     fillRow(secMapForSecGroupMatrix, slot, {"dn: map\n", "secDN: cn=" + name + "\n"});
   }
   static std::string userRecord(const std::string& name) {
@@ -74,9 +78,9 @@ TEST_F(Flush, EmptiesTheCache) {
     EXPECT_EQ(rowLines(*matrix, 0), Lines{}) << matrix->name;
     EXPECT_EQ(*matrix->occupied, 0) << matrix->name;
   }
-  EXPECT_EQ(secUser_dn[0], nullptr);
-  EXPECT_EQ(secPolicy_dn[0], nullptr);
-  EXPECT_EQ(secGroup_dn[0], nullptr);
+  EXPECT_EQ(secUser_dn[0].data(), nullptr);
+  EXPECT_EQ(secPolicy_dn[0].data(), nullptr);
+  EXPECT_EQ(secGroup_dn[0].data(), nullptr);
   EXPECT_EQ(secUser_dn_count, 0);
   EXPECT_EQ(secGroup_dn_count, 0);
   EXPECT_EQ(next_available_secUser_dn_slot, 0);
@@ -112,14 +116,13 @@ TEST_F(Flush, DumpsTheCacheBeforeAndAfter) {
 
 TEST_F(Flush, StopsAtTheFirstSlotThatFails) {
   gatherUser("a");
-  gatherUser("b");
+  gatherUser("b", "anotherName");
   gatherUser("c");
   gatherGroup("g");
-  secUser_matrix[50 + 1][0] = 'x';  // its name is not found any more
   EXPECT_EQ(copyAllAccumulatedDataToOutputFile(), -1);
   EXPECT_EQ(rowLines(secUserMatrix, 0), Lines{});
-  EXPECT_STREQ(secUser_dn[1], "secAuthority=Default,cn=b\n");
-  EXPECT_STREQ(secUser_dn[2], "secAuthority=Default,cn=c\n");
+  EXPECT_EQ(secUser_dn[1], "secAuthority=Default,cn=b\n");
+  EXPECT_EQ(secUser_dn[2], "secAuthority=Default,cn=c\n");
   EXPECT_EQ(secUser_dn_count, 2);
   EXPECT_EQ(secGroup_dn_count, 1);
   EXPECT_EQ(next_available_secUser_dn_slot, 3);
@@ -158,12 +161,10 @@ const FailureCase failureCases[] = {
 INSTANTIATE_CASES(FlushFailure, failureCases);
 TEST_P(FlushFailure, IsNamedAndReturned) {
   if (GetParam().user) {
-    gatherUser("a");
+    gatherUser("a", GetParam().named ? "principalName" : "anotherName");
     gatherPolicy(0);
-    if (!GetParam().named) secUser_matrix[1][0] = 'x';
   } else {
-    gatherGroup("g");
-    if (!GetParam().named) secGroup_matrix[1][0] = 'x';
+    gatherGroup("g", GetParam().named ? "cn" : "xn");
   }
   closeStream(ofp);
   ofp = streamThatFailsAfter(GetParam().writtenBefore);
@@ -174,6 +175,78 @@ TEST_P(FlushFailure, IsNamedAndReturned) {
   expectTraced({GetParam().line});
   const std::string expected = std::string(GetParam().line) + GetParam().echo;
   EXPECT_EQ(echo.substr(echo.size() - std::min(echo.size(), expected.size())), expected);
+}
+
+Lines entryOf(const std::string& nameLine, size_t lines) {
+  Lines entry = {"dn: long\n", nameLine};
+  while (entry.size() < lines) entry.push_back("b" + std::to_string(entry.size()) + ": x\n");
+  return entry;
+}
+
+// What a full row takes along when it is released is missed at the next slot.
+struct LongEntryCase {
+  const char* name;
+  size_t lines;
+  bool takesTheNextAlong;
+};
+class LongEntry : public Flush, public testing::WithParamInterface<LongEntryCase> {};
+const LongEntryCase longEntryCases[] = {{"Of48Lines", 48, false}, {"Of49Lines", 49, false}, {"Of50Lines", 50, true}};
+INSTANTIATE_CASES(LongEntry, longEntryCases);
+TEST_P(LongEntry, OfAUserTakesThatOfTheNextAlong) {
+  gatherUser("a");
+  gatherUser("b");
+  secUser_matrix[0] = {};
+  --numberOfSecUserObjectsInObjectCache;
+  fillRow(secUserMatrix, 0, entryOf("principalName: a\n", GetParam().lines));
+  EXPECT_EQ(copyAllAccumulatedDataToOutputFile(), GetParam().takesTheNextAlong ? -1 : 0);
+  EXPECT_EQ(messageDetails.sentence, GetParam().takesTheNextAlong ? ROW_OVERRUN : NO_DETAIL);
+  EXPECT_EQ(numberOfSecUserObjectsInObjectCache, GetParam().takesTheNextAlong ? 1 : 0);
+}
+TEST_P(LongEntry, OfAGroupTakesThatOfTheNextAlong) {
+  gatherGroup("g");
+  gatherGroup("h");
+  secGroup_matrix[0] = {};
+  --numberOfSecGroupObjectsInObjectCache;
+  fillRow(secGroupMatrix, 0, entryOf("cn: g\n", GetParam().lines));
+  outputOf([] { EXPECT_EQ(copyAllAccumulatedDataToOutputFile(), GetParam().takesTheNextAlong ? -1 : 0); });
+  EXPECT_EQ(messageDetails.sentence, GetParam().takesTheNextAlong ? ROW_OVERRUN : NO_DETAIL);
+  EXPECT_EQ(numberOfSecGroupObjectsInObjectCache, GetParam().takesTheNextAlong ? 1 : 0);
+}
+
+struct LongPolicyCase {
+  const char* name;
+  size_t lines;
+  int32_t policies;  // that are written
+  int32_t left;      // on the counter
+};
+class LongPolicy : public Flush, public testing::WithParamInterface<LongPolicyCase> {};
+const LongPolicyCase longPolicyCases[] = {
+    {"Of498Lines", 498, 2, 0}, {"Of499Lines", 499, 2, 0}, {"Of500Lines", 500, 1, 1}};
+INSTANTIATE_CASES(LongPolicy, longPolicyCases);
+// Its user's records are written all the same, but for the policy.
+TEST_P(LongPolicy, TakesThatOfTheNextAlong) {
+  gatherUser("a");
+  gatherUser("b");
+  setDn(secPolicy_dn, 0, "cn=Policy,secAuthority=Default\n");
+  fillRow(secPolicyMatrix, 0, entryOf("cn: Policy\n", GetParam().lines));
+  gatherPolicy(1);
+  EXPECT_EQ(copyAllAccumulatedDataToOutputFile(), 0);
+  EXPECT_EQ(runCounts.users, 2);
+  EXPECT_EQ(runCounts.policies, GetParam().policies);
+  EXPECT_EQ(numberOfSecPolicyObjectsInObjectCache, GetParam().left);
+}
+
+TEST_F(Flush, ForgetsTheOwners) {
+  gatherUser("a");
+  fillObject({"dn: secAuthority=Default,cn=a\n"});
+  objectClass = SECUSER_OBJECTCLASS;
+  EXPECT_EQ(learnIndexOfAssociatedSecUserDN(), 0);
+  EXPECT_EQ(copyAllAccumulatedDataToOutputFile(), 0);
+  openUserSlot("secAuthority=Default,cn=b\n");
+  fillObject({"dn: secAuthority=Default,cn=a\n"});
+  EXPECT_EQ(learnIndexOfAssociatedSecUserDN(), NO_SLOT);
+  fillObject({"dn: secAuthority=Default,cn=b\n"});
+  EXPECT_EQ(learnIndexOfAssociatedSecUserDN(), 0);
 }
 
 TEST_F(Flush, EndsTheRunForAUserWithoutAMap) {

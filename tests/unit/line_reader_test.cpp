@@ -79,12 +79,16 @@ TEST_F(LineReader, CannotSeeBehindANulInALine) {
   EXPECT_STREQ(nextLine, "next\n");
 }
 
-TEST_F(LineReader, KnowsTheLengthOfTheLine) {
+TEST_F(LineReader, HandsALineOutAsItStandsNulsIncluded) {
   Stream* stream = fileWith(std::string("abc\r\nab\0cd\n\0\n", 13) + repeated(5000, "x"));
-  for (size_t length : {5u, 2u, 0u, 4095u, 905u, 0u}) {
-    getNextLine(nextLine, stream);
-    EXPECT_EQ(nextLineLength, length);
-  }
+  const int32_t before = lineNum;
+  EXPECT_EQ(readNextLine(stream), "abc\r\n");
+  EXPECT_EQ(readNextLine(stream), std::string_view("ab\0cd\n", 6));
+  EXPECT_EQ(readNextLine(stream), std::string_view("\0\n", 2));
+  EXPECT_EQ(readNextLine(stream), repeated(4095, "x"));
+  EXPECT_EQ(readNextLine(stream), repeated(905, "x"));
+  EXPECT_EQ(readNextLine(stream), "");
+  EXPECT_EQ(lineNum, before + 6);
 }
 
 }  // namespace

@@ -95,7 +95,6 @@ TEST_F(MessageService, ShowsAsTheSubjectOnlyADn) {
       {"UzNjcmV0UGFzc3dvcmQ=\n", "an entry whose DN cannot be shown"},
       {"userPassword: a\n", "an entry whose DN cannot be shown"},
       {"rPassword: cn=a\n", "an entry whose DN cannot be shown"},
-      {"", "an entry whose DN cannot be shown"},
   };
   for (const auto& [subject, shown] : cases) {
     messageSubject = subject;
@@ -105,6 +104,13 @@ TEST_F(MessageService, ShowsAsTheSubjectOnlyADn) {
               " Concerned: " +
                   std::string(shown) + "\n");
   }
+}
+
+TEST_F(MessageService, ShowsNoSubjectWhereThereIsNone) {
+  messageSubject = "";
+  EXPECT_EQ(
+      messagesOf([] { zr_printf_utf8(MEMORY_EXHAUSTED); }),
+      "tqldif2v6: 380928300 ERROR: Memory is exhausted. Give the conversion more memory or smaller slot counts.\n");
 }
 
 TEST_F(MessageService, PutsValuesIn) {

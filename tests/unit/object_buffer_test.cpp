@@ -1,10 +1,8 @@
 #include "ldif/object_buffer.h"
 
-#include <cstring>
+#include <unistd.h>
 
 #include "ldif/complaint.h"
-#include "ldif/line_memory.h"
-#include "ldif/line_reader.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
@@ -16,6 +14,10 @@ class ObjectBuffer : public FreshRun {
   void openInput(const std::string& contents) {
     writeFile("input", contents);
     ifp = openForUpdate("input");
+  }
+  static void fillWithShortLines(int32_t count) {
+    fillObject({});
+    while (next_available_object_slot < count) appendLineToObject(scanLine("a: b\n"));
   }
 };
 
@@ -44,7 +46,6 @@ TEST_P(FirstEntry, IsRead) {
   writeFile("input", GetParam().file);
   EXPECT_EQ(getNextObject(openForUpdate("input")), GetParam().result);
   EXPECT_EQ(objectLines(), GetParam().lines);
-  EXPECT_EQ(object[next_available_object_slot], nullptr);
 }
 
 TEST_F(ObjectBuffer, IsRefilledWithEachEntry) {
@@ -52,10 +53,8 @@ TEST_F(ObjectBuffer, IsRefilledWithEachEntry) {
   EXPECT_EQ(getNextObject(ifp), 0);
   EXPECT_EQ(getNextObject(ifp), -1);
   EXPECT_EQ(objectLines(), Lines{"dn: d\n"});
-  EXPECT_EQ(object[1], nullptr);
   EXPECT_EQ(getNextObject(ifp), -1);
   EXPECT_EQ(next_available_object_slot, 0);
-  EXPECT_EQ(object[0], nullptr);
 }
 
 TEST_F(ObjectBuffer, HoldsALongLineAsTwo) {
@@ -68,8 +67,7 @@ TEST_F(ObjectBuffer, HoldsAnEntryOf249999Lines) {
   openInput(repeated(249999, "a: b\n") + "\n");
   EXPECT_EQ(getNextObject(ifp), 0);
   EXPECT_EQ(next_available_object_slot, 249999);
-  EXPECT_STREQ(object[249998], "a: b\n");
-  EXPECT_EQ(object[249999], nullptr);
+  EXPECT_EQ(object[249998].view(), "a: b\n");
 }
 
 TEST_F(ObjectBuffer, PassesAnEntryOf250000LinesToTheOutput) {
@@ -77,7 +75,6 @@ TEST_F(ObjectBuffer, PassesAnEntryOf250000LinesToTheOutput) {
   ofp = openToCreate("output.ldif");
   EXPECT_EQ(getNextObject(ifp), OBJECT_COPIED_TO_OUTPUT);
   EXPECT_EQ(next_available_object_slot, 0);
-  EXPECT_EQ(object[0], nullptr);
   EXPECT_EQ(getNextObject(ifp), 0);
   EXPECT_EQ(objectLines(), Lines{"dn: next\n"});
   closeStream(ofp);
@@ -109,36 +106,59 @@ TEST_F(ObjectBuffer, CannotBeFilledFromAPipe) {
   expectTraced({"getNextObject():  fgetpos() failed with rc = -1 (dec)  \n"});
 }
 
-TEST_F(ObjectBuffer, NeedsMemoryForEachLine) {
-  openInput("dn: a\n\n");
-  startTrace();
-  EXPECT_FAILURE((failNextAllocation(), getNextObject(ifp)), MEMORY_EXHAUSTED);
-  expectTraced({"getNextObject():  malloc() failure.  EXITING. \n"});
+// Its lines stand in the window of the stream, which holds 256 KiB.
+TEST_F(ObjectBuffer, HoldsAnEntryThatIsLongerThanTheWindow) {
+  Lines lines = {"dn: a\n"};
+  for (int number = 0; number < 100000; number++) lines.push_back("n: " + std::to_string(number) + "\n");
+  std::string contents;
+  for (const std::string& line : lines) contents += line;
+  openInput("dn: before\n\n" + contents + "\ndn: behind\n\n");
+  EXPECT_EQ(getNextObject(ifp), 0);
+  EXPECT_EQ(getNextObject(ifp), 0);
+  EXPECT_EQ(objectLines(), lines);
+  EXPECT_EQ(getNextObject(ifp), 0);
+  EXPECT_EQ(objectLines(), Lines{"dn: behind\n"});
 }
 
-TEST_F(ObjectBuffer, IsFreedUpToTheFirstGap) {
-  fillObject({"a", "b", "c"});
-  char* behindTheGap = object[2];
-  freeLine(object[1]);
-  object[1] = nullptr;
+TEST_F(ObjectBuffer, HoldsEveryEntryWhereverTheWindowEnds) {
+  Lines entries;
+  for (int number = 0; number < 20000; number++)
+    entries.push_back("dn: " + std::to_string(number) + repeated(static_cast<size_t>(number % 60), "x") + "\n");
+  std::string contents;
+  for (const std::string& line : entries) contents += line + line + "\n";
+  openInput(contents);
+  for (const std::string& line : entries) {
+    ASSERT_EQ(getNextObject(ifp), 0);
+    ASSERT_EQ(objectLines(), (Lines{line, line}));
+  }
+}
+
+TEST_F(ObjectBuffer, NeedsMemoryForAnEntryThatIsLongerThanTheWindow) {
+  openInput(repeated(60000, "a: b\n") + "\n");
+  EXPECT_FAILURE((failNextAllocation(), getNextObject(ifp)), MEMORY_EXHAUSTED);
+}
+
+TEST_F(ObjectBuffer, NeedsNoMemoryForOrdinaryEntries) {
+  openInput(repeated(20000, "dn: a\nb: c\n\n"));
+  expectNoAllocationIn([] {
+    for (int number = 0; number < 20000; number++) getNextObject(ifp);
+    if (objectsRead != 20000) _exit(1);
+  });
+}
+
+TEST_F(ObjectBuffer, GivesItsTextsBackWhenItIsEmptied) {
+  fillObject(Lines(3000, repeated(99, "x") + "\n"));
+  EXPECT_GT(objectTexts.blocks.size(), 1u);
   freeObject();
-  EXPECT_EQ(object[0], nullptr);
-  EXPECT_EQ(object[2], behindTheGap);
-  EXPECT_EQ(next_available_object_slot, 3);
-  freeLine(behindTheGap);
-  object[2] = nullptr;
+  EXPECT_EQ(objectTexts.blocks.size(), 1u);
+  EXPECT_EQ(next_available_object_slot, 0);
 }
 
 TEST_F(ObjectBuffer, TakesNoLineMoreThanItHolds) {
-  strcpy(nextLine, "a: b\n");
-  nextLineLength = strlen(nextLine);
-  next_available_object_slot = OBJECT_ARRAY_SIZE - 1;
-  storeNextLine("unused");
-  EXPECT_STREQ(object[OBJECT_ARRAY_SIZE - 1], "a: b\n");
-  EXPECT_FAILURE(storeNextLine("unused"), PROCESSING_FAILED);
-  EXPECT_FAILURE(appendLineToObject(nextLine), PROCESSING_FAILED);
-  freeLine(object[OBJECT_ARRAY_SIZE - 1]);
-  object[OBJECT_ARRAY_SIZE - 1] = nullptr;
+  fillWithShortLines(OBJECT_ARRAY_SIZE);
+  EXPECT_EQ(object[OBJECT_ARRAY_SIZE - 1].view(), "a: b\n");
+  EXPECT_FAILURE(appendLineToObject(scanLine("a: c\n")), PROCESSING_FAILED);
+  EXPECT_FAILURE(setLineOfObject(OBJECT_ARRAY_SIZE, "a: c\n"), PROCESSING_FAILED);
 }
 
 TEST_F(ObjectBuffer, NamesItsEntryInAFailure) {
@@ -146,71 +166,180 @@ TEST_F(ObjectBuffer, NamesItsEntryInAFailure) {
   EXPECT_EXIT(exitForObject(MAP_WITHOUT_DN), testing::ExitedWithCode(255),
               failureMessage(PROCESSING_FAILED, "The map cn=a has no secDN, and the conversion has stopped"));
   fillObject({});
-  EXPECT_EQ(firstLineOfObject(), nullptr);
+  EXPECT_EQ(firstLineOfObject().data(), nullptr);
   EXPECT_EXIT(exitForObject(MAP_WITHOUT_DN), testing::ExitedWithCode(255),
               failureMessage(PROCESSING_FAILED, "The map whose DN cannot be shown has no secDN,"));
 }
 
-struct CutCase {
+TEST_F(ObjectBuffer, KnowsTheColonsOfALineThatHasBeenChangedOrAdded) {
+  fillObject({"version: 5\n", "cn: a\n"});
+  setLineOfObject(0, "ab: 5.0\n");
+  setLineOfObject(2, "abc: d");
+  EXPECT_EQ(objectLines(), (Lines{"ab: 5.0\n", "cn: a\n", "abc: d"}));
+  EXPECT_EQ(object[0].firstColon, 2u);
+  EXPECT_EQ(object[2].firstColon, 3u);
+}
+
+struct UnfoldCase {
   const char* name;
-  const char* line;
-  const char* rest;
-  int firstColon;  // of the rest, -1 for none
+  Lines lines;
+  Lines unfolded;
 };
-class CutLine : public FreshRun, public testing::WithParamInterface<CutCase> {};
-const CutCase cutCases[] = {
-    {"AtTheNewline", "a: b\n", "a: b", 1},
-    {"AtTheCarriageReturn", "a: b\r\n", "a: b", 1},
-    {"AtACarriageReturnInside", "a: b\rc: d\n", "a: b", 1},
-    {"WithoutALineEnd", "a: b", "a: b", 1},
-    {"OfALineEndAlone", "\r\n", "", -1},
-    {"WithTheOnlyColonBehindIt", "a\rxoq-entryuuid: b\n", "a", -1},
+class Unfolding : public FreshRun, public testing::WithParamInterface<UnfoldCase> {};
+const UnfoldCase unfoldCases[] = {
+    {"NothingToDo", {"dn: a\n", "b: c\n"}, {"dn: a\n", "b: c\n"}},
+    {"FoldedLines", {"dn: a\n", " b\n", "  c\n", "d: e\n", "f: g\n", " h\n"}, {"dn: ab c\n", "d: e\n", "f: gh\n"}},
+    {"CarriageReturnAtTheEnd", {"dn: a\r\n", "b: c\r\n", " d\r\n"}, {"dn: a\n", "b: cd\n"}},
+    {"CarriageReturnInside", {"a: b\rc: d\n", "e: f\n"}, {"a: b\n", "e: f\n"}},
+    {"CarriageReturnInsideOfAContinuation", {"a: b\n", " c\rd\n", " e\n"}, {"a: bce\n"}},
+    {"SeveralCarriageReturns", {"a: b\r\r\n"}, {"a: b\n"}},
+    {"CarriageReturnWithoutANewline", {"a: b\r"}, {"a: b\n"}},
+    {"CarriageReturnAlone", {"a: b\n", "\r"}, {"a: b\n", "\n"}},
+    {"NoLineEnd", {"dn: a\n", "b: c"}, {"dn: a\n", "b: c\n"}},
+    {"NoLineEndOfTheContinuation", {"b: c\n", " d"}, {"b: cd\n"}},
+    {"NoLineEndOfOneBefore", {"b: c", "d: e\n", "f: g", " h"}, {"b: c\n", "d: e\n", "f: gh\n"}},
+    {"ContinuationOfNothingGoes", {" a\n", "b: c\n"}, {"b: c\n"}},
+    {"EmptyContinuation", {"a: b\n", " \n", " c\n"}, {"a: bc\n"}},
+    {"PieceOfALongLine", {repeated(4095, "x"), "y\n"}, {repeated(4095, "x") + "\n", "y\n"}},
+    {"Nothing", {}, {}},
 };
-INSTANTIATE_CASES(CutLine, cutCases);
-TEST_P(CutLine, KnowsWhatIsLeft) {
-  for (const bool isKnownBefore : {false, true}) {
-    fillObject({GetParam().line});
-    if (isKnownBefore) colonsOfObject(0);
-    cutLineEndOfObject(0);
-    const ColonLine& line = colonsOfObject(0);
-    EXPECT_STREQ(object[0], GetParam().rest);
-    EXPECT_EQ(line.text, object[0]);
-    EXPECT_EQ(line.length, strlen(GetParam().rest));
-    EXPECT_EQ(line.firstColon, GetParam().firstColon < 0 ? nullptr : object[0] + GetParam().firstColon);
+INSTANTIATE_CASES(Unfolding, unfoldCases);
+TEST_P(Unfolding, GivesEveryLineOneNewline) {
+  fillObject(GetParam().lines);
+  unfoldObject();
+  EXPECT_EQ(objectLines(), GetParam().unfolded);
+}
+
+// What is known of the lines is what a look at them shows.
+TEST_P(Unfolding, KnowsTheLinesAnew) {
+  fillObject(GetParam().lines);
+  unfoldObject();
+  for (const Line& line : entryInObject()) {
+    const Line known = scanLine(line.view());
+    EXPECT_EQ(line.firstColon, known.firstColon);
+    EXPECT_EQ(line.names & known.names, known.names);
+    EXPECT_EQ(line.endings & known.endings, known.endings);
   }
 }
 
-TEST_F(ObjectBuffer, FindsTheColonsOfEveryNewLine) {
-  fillObject({"a: b\n"});
-  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 1);
-  fillObject({"abc: d: e\n"});
-  EXPECT_EQ(colonsOfObject(0).text, object[0]);
-  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 3);
-  strcpy(nextLine, "ab: c\n");
-  nextLineLength = strlen(nextLine);
-  storeNextLine("unused");
-  EXPECT_EQ(colonsOfObject(1).firstColon, object[1] + 2);
-  EXPECT_EQ(colonsOfObject(1).length, 6);
+TEST_F(ObjectBuffer, ForgetsAColonThatHasBeenCutOff) {
+  fillObject({"a\rxoq-entryuuid: b\n"});
+  unfoldObject();
+  EXPECT_EQ(objectLines(), Lines{"a\n"});
+  EXPECT_EQ(object[0].firstColon, NO_COLON);
+  EXPECT_EQ(object[0].names, 0u);
 }
 
-TEST_F(ObjectBuffer, FindsTheColonsOfAChangedLineAnew) {
-  fillObject({"version: 5\n"});
-  colonsOfObject(0);
-  strcpy(object[0], "ab: 5.0\n");
-  objectLineHasChanged(0);
-  EXPECT_EQ(colonsOfObject(0).length, 8);
-  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 2);
+struct SplitCase {
+  const char* name;
+  Lines lines;
+  bool readsAsWritten;
+  Lines split;
+};
+class Splitting : public FreshRun, public testing::WithParamInterface<SplitCase> {};
+const std::string FULL(4095, 'x');
+const SplitCase splitCases[] = {
+    {"ShortLines", {"dn: a\n", "b: c\n"}, true, {"dn: a\n", "b: c\n"}},
+    {"LongestLine", {repeated(4094, "x") + "\n"}, true, {repeated(4094, "x") + "\n"}},
+    {"OneCharacterMoreLeavesABlankLine", {"a: b\n", FULL + "\n"}, false, {"a: b\n", FULL, "\n"}},
+    {"TwoPieces", {"a: b\n", FULL + "y\n", "c: d\n"}, true, {"a: b\n", FULL, "y\n", "c: d\n"}},
+    {"ThreePiecesAndTwo",
+     {FULL + FULL + "z\n", "a: b\n", FULL + "y\n"},
+     true,
+     {FULL, FULL, "z\n", "a: b\n", FULL, "y\n"}},
+    {"BlankPiece", {FULL + "   \n"}, false, {FULL, "   \n"}},
+    {"PieceThatBeginsAComment", {FULL + "#y\n"}, false, {FULL, "#y\n"}},
+    {"NumberSignInsideAPiece", {FULL + "y#\n"}, true, {FULL, "y#\n"}},
+    {"BlankLine", {"a: b\n", "\n"}, false, {"a: b\n", "\n"}},
+    {"Comment", {"a: b\n", "# c\n"}, false, {"a: b\n", "# c\n"}},
+};
+INSTANTIATE_CASES(Splitting, splitCases);
+TEST_P(Splitting, MakesTheLinesAsTheyWillBeRead) {
+  fillObject(GetParam().lines);
+  EXPECT_EQ(splitObjectAsRead(), GetParam().readsAsWritten);
+  EXPECT_EQ(objectLines(), GetParam().split);
 }
 
-TEST_F(ObjectBuffer, KnowsTheColonsOfACopiedLine) {
-  const char texts[][6] = {"ab: c", "abc"};
-  for (const char* text : texts) copyLineToObject(text, "unused");
-  EXPECT_EQ(objectLines(), (Lines{"ab: c", "abc"}));
-  EXPECT_NE(object[0], texts[0]);
-  EXPECT_EQ(colonsOfObject(0).text, object[0]);
-  EXPECT_EQ(colonsOfObject(0).length, 5);
-  EXPECT_EQ(colonsOfObject(0).firstColon, object[0] + 2);
-  EXPECT_EQ(colonsOfObject(1).firstColon, nullptr);
+TEST_F(ObjectBuffer, IsNotSplitIntoMorePiecesThanItHolds) {
+  fillWithShortLines(OBJECT_ARRAY_SIZE - 1);
+  setLineOfObject(OBJECT_ARRAY_SIZE - 1, keepText(objectTexts, FULL + "y\n"));
+  EXPECT_FALSE(splitObjectAsRead());
+  EXPECT_EQ(next_available_object_slot, OBJECT_ARRAY_SIZE);
+  fillWithShortLines(OBJECT_ARRAY_SIZE - 2);
+  setLineOfObject(OBJECT_ARRAY_SIZE - 2, keepText(objectTexts, FULL + "y\n"));
+  EXPECT_TRUE(splitObjectAsRead());
+  EXPECT_EQ(next_available_object_slot, OBJECT_ARRAY_SIZE);
+}
+
+struct ExtentCase {
+  const char* name;
+  std::string file;
+  Lines lines;
+  int64_t begin;
+  size_t linesLength;
+  bool isPlain;
+  bool hasOddLines;
+  bool hasChangetype;
+};
+class Extent : public FreshRun, public testing::WithParamInterface<ExtentCase> {};
+const ExtentCase extentCases[] = {
+    {"OfWholeLines", "dn: a\nb: c\n\nd: e\n", {"dn: a\n", "b: c\n"}, 0, 11, true, false, false},
+    {"WithAComment", "dn: a\n# b\nc: d\n\n", {"dn: a\n", "c: d\n"}, 0, 15, true, false, false},
+    {"ThatEndsWithTheFile", "dn: a\nb: c\n", {"dn: a\n", "b: c\n"}, 0, 11, true, false, false},
+    {"WithoutALineEnd", "dn: a\nb: c", {"dn: a\n", "b: c"}, 0, 10, false, false, false},
+    {"OfALongLine",
+     repeated(5000, "x") + "\n\n",
+     {repeated(4095, "x"), repeated(905, "x") + "\n"},
+     0,
+     5001,
+     false,
+     false,
+     false},
+    {"WithANul", std::string("dn: a\nb\0: c\n\n", 14), {"dn: a\n", "b"}, 0, 12, false, true, false},
+    {"OfAnEntryThatIsAdded", "dn: a\nchangetype: add\n\n", {"dn: a\n", "changetype: add\n"}, 0, 22, true, false, true},
+    {"WithAnotherCaseOfIt", "dn: a\nChangetype: add\n\n", {"dn: a\n", "Changetype: add\n"}, 0, 22, true, false, false},
+    {"WithItInAComment", "dn: a\n#changetype: add\n\n", {"dn: a\n"}, 0, 23, true, false, true},
+};
+INSTANTIATE_CASES(Extent, extentCases);
+TEST_P(Extent, TellsWhereTheEntryStands) {
+  writeFile("file", GetParam().file);
+  ObjectExtent extent;
+  readLinesOfObject(openForUpdate("file"), false, extent);
+  EXPECT_EQ(objectLines(), GetParam().lines);
+  EXPECT_EQ(extent.begin, GetParam().begin);
+  EXPECT_EQ(extent.linesLength, GetParam().linesLength);
+  EXPECT_EQ(extent.isPlain, GetParam().isPlain);
+  EXPECT_EQ(extent.hasOddLines, GetParam().hasOddLines);
+  EXPECT_EQ(extent.hasChangetype, GetParam().hasChangetype);
+}
+
+TEST_F(ObjectBuffer, KnowsThatAnEntryDoesNotBeginWhereTheReadDid) {
+  for (const char* contents : {"\ndn: a\n\n", " \r\n\ndn: a\n\n", "# c\n\ndn: a\n\n"}) {
+    writeFile("file", contents);
+    ObjectExtent extent;
+    fillObject({});
+    EXPECT_EQ(readLinesOfObject(openForUpdate("file"), false, extent), 0);
+    EXPECT_EQ(objectLines(), Lines{"dn: a\n"});
+    EXPECT_TRUE(extent.hasOddLines);
+  }
+}
+
+TEST_F(ObjectBuffer, CanBeKeptApartFromWhatItWasReadFrom) {
+  openInput("dn: a\nb: c\n\n" + repeated(100000, "d: e\n"));
+  getNextObject(ifp);
+  keepObjectApart();
+  while (!readLine(ifp, 100).empty()) continue;
+  closeStream(ifp);
+  EXPECT_EQ(objectLines(), (Lines{"dn: a\n", "b: c\n"}));
+  EXPECT_EQ(object[0].text + object[0].length, object[1].text);  // one behind the other
+}
+
+TEST_F(ObjectBuffer, HoldsNoPartOfALineThatCannotBeRead) {
+  ObjectExtent extent;
+  Stream* stream = openForUpdate(UNREADABLE_FILE);
+  EXPECT_EQ(readLinesOfObject(stream, false, extent), -1);
+  EXPECT_EQ(next_available_object_slot, 0);
+  EXPECT_TRUE(readFailed(stream));
 }
 
 }  // namespace

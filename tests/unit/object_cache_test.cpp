@@ -4,6 +4,7 @@
 
 #include "ldif/object_buffer.h"
 #include "test_support.h"
+#include "workfile/work_text.h"
 
 namespace {
 
@@ -21,44 +22,43 @@ int32_t* const counters[] = {&numberOfSecUserObjectsInObjectCache,
                              &secUser_dn_count,
                              &secGroup_dn_count};
 
-void expectNullCells(char** cells, int32_t count) {
-  for (int32_t cell = 0; cell < count; cell++) EXPECT_EQ(cells[cell], nullptr) << "cell " << cell;
+void expectNoDns(const std::string_view* dns, int32_t slots) {
+  for (int32_t slot = 0; slot < slots; slot++) EXPECT_EQ(dns[slot].data(), nullptr) << "slot " << slot;
+}
+
+void expectEmptyRows(const CacheMatrix& matrix, int32_t slots) {
+  for (int32_t slot = 0; slot < slots; slot++) {
+    EXPECT_FALSE(isRowInUse(matrix, slot)) << matrix.name << " " << slot;
+    EXPECT_EQ(firstLineOfRow(matrix, slot).data(), nullptr) << matrix.name << " " << slot;
+    EXPECT_EQ(rowLines(matrix, slot), Lines{}) << matrix.name << " " << slot;
+  }
 }
 
 TEST_F(ObjectCache, HasItsTablesEmptyOnceAllocated) {
   buildCache(3, 2);
-  expectNullCells(secUser_dn, 3);
-  expectNullCells(secPolicy_dn, 3);
-  expectNullCells(secGroup_dn, 2);
-  expectNullCells(secUser_matrix, 3 * 50);
-  expectNullCells(Users_secUser_matrix, 3 * 50);
-  expectNullCells(secPolicyData_matrix, 3 * 50);
-  expectNullCells(secPolicy_matrix, 3 * 500);
-  expectNullCells(secMap_for_secUser_matrix, 3 * 50);
-  expectNullCells(secGroup_matrix, 2 * 50);
-  expectNullCells(secMap_for_secGroup_matrix, 2 * 50);
+  expectNoDns(secUser_dn, 3);
+  expectNoDns(secPolicy_dn, 3);
+  expectNoDns(secGroup_dn, 2);
+  for (const CacheMatrix* matrix : allMatrices) expectEmptyRows(*matrix, matrix->side == USER_SIDE ? 3 : 2);
 }
 
-TEST_F(ObjectCache, IsInitializedWithTheEntryBufferButNotItsCount) {
+TEST_F(ObjectCache, IsInitializedWithTheEntryBuffer) {
   buildCache(1, 1);
   for (int32_t* counter : counters) *counter = 7;
-  char line[] = "line";
-  object[0] = object[1] = object[OBJECT_ARRAY_SIZE - 1] = line;
-  next_available_object_slot = 2;
-  secUser_dn[0] = secPolicy_dn[0] = secGroup_dn[0] = line;
-  for (const CacheMatrix* matrix : allMatrices) (*matrix->cells)[matrix->columns - 1] = line;
+  fillObject({"line", "line"});
+  for (std::string_view** dns : {&secUser_dn, &secPolicy_dn, &secGroup_dn}) setDn(*dns, 0, "line");
+  for (const CacheMatrix* matrix : allMatrices) fillRow(*matrix, 0, {"line"});
   strcpy(saved_secUser_dn, "user");
   strcpy(saved_secGroup_dn, "group");
 
   initializeAllArrays();
 
   for (int32_t* counter : counters) EXPECT_EQ(*counter, 0);
-  expectNullCells(object, OBJECT_ARRAY_SIZE);
-  EXPECT_EQ(next_available_object_slot, 2);
-  expectNullCells(secUser_dn, 1);
-  expectNullCells(secPolicy_dn, 1);
-  expectNullCells(secGroup_dn, 1);
-  for (const CacheMatrix* matrix : allMatrices) expectNullCells(*matrix->cells, matrix->columns);
+  EXPECT_EQ(next_available_object_slot, 0);
+  expectNoDns(secUser_dn, 1);
+  expectNoDns(secPolicy_dn, 1);
+  expectNoDns(secGroup_dn, 1);
+  for (const CacheMatrix* matrix : allMatrices) expectEmptyRows(*matrix, 1);
   EXPECT_STREQ(saved_secUser_dn, "user");
   EXPECT_STREQ(saved_secGroup_dn, "group");
 }
@@ -69,7 +69,43 @@ TEST_F(ObjectCache, HasNoTablesOnceDeallocated) {
   EXPECT_EQ(secUser_dn, nullptr);
   EXPECT_EQ(secPolicy_dn, nullptr);
   EXPECT_EQ(secGroup_dn, nullptr);
-  for (const CacheMatrix* matrix : allMatrices) EXPECT_EQ(*matrix->cells, nullptr) << matrix->name;
+  for (const CacheMatrix* matrix : allMatrices) {
+    EXPECT_EQ(*matrix->rows, nullptr) << matrix->name;
+    EXPECT_FALSE(isRowInUse(*matrix, 0)) << matrix->name;
+  }
+}
+
+TEST_F(ObjectCache, GrowsWithTheSlotsAndKeepsWhatTheyHold) {
+  constexpr int32_t SLOTS = 1000;
+  buildCache(SLOTS, SLOTS);
+  for (int32_t slot = 0; slot < SLOTS; slot++) {
+    makeRoomForSlot(USER_SIDE, slot);
+    makeRoomForSlot(GROUP_SIDE, slot);
+    ASSERT_EQ(secUser_dn[slot].data(), nullptr) << slot;
+    ASSERT_EQ(secPolicy_dn[slot].data(), nullptr) << slot;
+    ASSERT_EQ(secGroup_dn[slot].data(), nullptr) << slot;
+    for (const CacheMatrix* matrix : allMatrices) ASSERT_FALSE(isRowInUse(*matrix, slot)) << matrix->name << slot;
+    const std::string name = std::to_string(slot) + "\n";
+    for (std::string_view** dns : {&secUser_dn, &secPolicy_dn, &secGroup_dn}) setDn(*dns, slot, name);
+    for (const CacheMatrix* matrix : allMatrices) fillRow(*matrix, slot, {name});
+  }
+  for (int32_t slot = 0; slot < SLOTS; slot++) {
+    const std::string name = std::to_string(slot) + "\n";
+    for (const std::string_view* dns : {secUser_dn, secPolicy_dn, secGroup_dn}) ASSERT_EQ(dns[slot], name);
+    for (const CacheMatrix* matrix : allMatrices) ASSERT_EQ(rowLines(*matrix, slot), Lines{name}) << matrix->name;
+  }
+  for (const CacheMatrix* matrix : allMatrices) EXPECT_FALSE(isRowInUse(*matrix, 1 << 20)) << matrix->name;
+}
+
+TEST_F(ObjectCache, ShowsTheFirstLineOfARowWithoutWhatIsNoneOfIt) {
+  buildCache(1, 1);
+  fillRow(secUserMatrix, 0, {"dn: a", "b: 1\n"});
+  EXPECT_EQ(firstLineOfRow(secUserMatrix, 0), "dn: a");
+  writeWorkFile("# comment\ndn: b\n");
+  ASSERT_TRUE(mapWorkFile());
+  const std::string_view text = workText(0, 16);
+  secUser_matrix[0] = {text.data(), 16, 1, false};
+  EXPECT_EQ(firstLineOfRow(secUserMatrix, 0), "dn: b\n");
 }
 
 TEST_F(ObjectCache, TracesItsLimits) {
@@ -91,11 +127,22 @@ TEST_F(ObjectCache, TracesItsLimits) {
             "\ndeallocateObjectCache():  FUNCTION EXIT  \n");
 }
 
+TEST_F(ObjectCache, NeedsMemoryForEachOfItsTables) {
+  max_number_of_secuser_slots = 1;
+  max_number_of_secgroup_slots = 1;
+  startTrace();
+  exhaustMemoryIn([] { allocateObjectCache(); });
+  const std::string trace = traced();
+  size_t failures = 0;
+  for (size_t at = trace.find("malloc()"); at != std::string::npos; at = trace.find("malloc()", at + 1)) failures++;
+  EXPECT_EQ(failures, 3 + allMatrices.size());
+}
+
 TEST_F(ObjectCache, NeedsMemory) {
   max_number_of_secuser_slots = 1;
   max_number_of_secgroup_slots = 1;
   startTrace();
-  EXPECT_FAILURE((failNextAllocation(), allocateObjectCache()), MEMORY_EXHAUSTED);
+  EXPECT_FAILURE((failNextReallocation(), allocateObjectCache()), MEMORY_EXHAUSTED);
   expectTraced({"allocateObjectCache():  malloc() failure.  EXITING. \n"});
 }
 

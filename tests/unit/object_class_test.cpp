@@ -103,7 +103,7 @@ struct DnCase {
   bool isUsersObject;
   bool isMapOfUser;
 };
-class DnTest : public FreshRun, public testing::WithParamInterface<DnCase> {};
+class DnTest : public testing::TestWithParam<DnCase> {};
 const DnCase dnCases[] = {
     {"BelowUsers", "dn: principalName=a,cn=Users,secAuthority=Default\n", true, true},
     {"InAnotherCase", "dn: principalName=a,CN=USERS,SECAUTHORITY=Default\n", true, true},
@@ -113,18 +113,71 @@ const DnCase dnCases[] = {
 };
 INSTANTIATE_CASES(DnTest, dnCases);
 TEST_P(DnTest, LooksForUsers) {
-  fillObject({GetParam().dn, "o: cn=Users,secAuthority=\n"});
-  EXPECT_EQ(isUsersObject(), GetParam().isUsersObject);
-  EXPECT_EQ(isMapOfUser(), GetParam().isMapOfUser);
-  EXPECT_EQ(objectLines()[0], GetParam().dn);
+  EXPECT_EQ(isUsersLine(GetParam().dn), GetParam().isUsersObject);
+  EXPECT_EQ(isLineOfUser(GetParam().dn), GetParam().isMapOfUser);
 }
 
-class LongDn : public FreshRun {};
-TEST_F(LongDn, DoesNotFitTheScratchBuffer) {
-  fillObject({repeated(4095, "x")});
-  EXPECT_FALSE(isUsersObject());
-  fillObject({repeated(4096, "x")});
-  EXPECT_FAILURE(isUsersObject(), PROCESSING_FAILED);
+TEST(LongDn, IsLookedThroughToItsEnd) {
+  EXPECT_TRUE(isUsersLine(repeated(10000, "x") + "cn=Users,secAuthority="));
+  EXPECT_FALSE(isUsersLine(repeated(10000, "x") + "cn=Users,secAuthority"));
+}
+
+struct RoadCase {
+  const char* name;
+  ObjectClass code;
+  const char* firstLine;
+  bool goesStraightThrough;
+};
+class RoadOfClass : public testing::TestWithParam<RoadCase> {};
+constexpr char POLICIES[] = "dn: cn=a,CN=policies,SECauthority=Default\n";
+const RoadCase roadCases[] = {
+    {"UninterestingEntry", UNINTERESTING_OBJECTCLASS, "dn: a\n", true},
+    {"AuthorityInfo", SECAUTHORITYINFO_OBJECTCLASS, "dn: a\n", true},
+    {"Container", CONTAINER_OBJECTCLASS, "dn: a\n", true},
+    {"GeneralPolicy", SECPOLICY_OBJECTCLASS, POLICIES, true},
+    {"PolicyOfAUser", SECPOLICY_OBJECTCLASS, "dn: cn=Policy,cn=Policies,o=a,secAuthority=Default\n", false},
+    {"User", SECUSER_OBJECTCLASS, POLICIES, false},
+    {"PolicyData", SECPOLICYDATA_OBJECTCLASS, POLICIES, false},
+    {"Group", SECGROUP_OBJECTCLASS, POLICIES, false},
+    {"Map", SECMAP_OBJECTCLASS, POLICIES, false},
+    {"ContainerOfResourceCredentials", RESCREDS_CONTAINER, POLICIES, false},
+    {"ResourceCredentials", SECRESCREDS_OBJECTCLASS, POLICIES, false},
+};
+INSTANTIATE_CASES(RoadOfClass, roadCases);
+TEST_P(RoadOfClass, IsStraightThroughOrByTheWorkFile) {
+  EXPECT_EQ(goesStraightThrough(GetParam().code, GetParam().firstLine), GetParam().goesStraightThrough);
+}
+
+struct KindCase {
+  const char* name;
+  ObjectClass code;
+  const char* firstLine;
+  EntryKind kind;
+  Side side;
+};
+class KindOfEntry : public testing::TestWithParam<KindCase> {};
+constexpr char USERS_LINE[] = "dn: cn=a,cn=Users,secAuthority=Default\n";
+const KindCase kindCases[] = {
+    {"UsersEntry", SECUSER_OBJECTCLASS, USERS_LINE, USERS_SECUSER_KIND, USER_SIDE},
+    {"OwnEntryOfAUser", SECUSER_OBJECTCLASS, "dn: a\n", SECUSER_KIND, USER_SIDE},
+    {"Group", SECGROUP_OBJECTCLASS, USERS_LINE, SECGROUP_KIND, GROUP_SIDE},
+    {"PolicyData", SECPOLICYDATA_OBJECTCLASS, USERS_LINE, SECPOLICYDATA_KIND, USER_SIDE},
+    {"MapOfAUser", SECMAP_OBJECTCLASS, USERS_LINE, MAP_OF_USER_KIND, USER_SIDE},
+    {"MapOfAGroup", SECMAP_OBJECTCLASS, "dn: a\n", MAP_OF_GROUP_KIND, GROUP_SIDE},
+    {"Policy", SECPOLICY_OBJECTCLASS, USERS_LINE, SECPOLICY_KIND, USER_SIDE},
+    {"ContainerOfResourceCredentials", RESCREDS_CONTAINER, "dn: a\n", RESCREDS_KIND, USER_SIDE},
+    {"ResourceCredentials", SECRESCREDS_OBJECTCLASS, "dn: a\n", RESCREDS_KIND, USER_SIDE},
+    {"UninterestingEntry", UNINTERESTING_OBJECTCLASS, "dn: a\n", UNKNOWN_KIND, USER_SIDE},
+    {"AuthorityInfo", SECAUTHORITYINFO_OBJECTCLASS, "dn: a\n", UNKNOWN_KIND, USER_SIDE},
+    {"Container", CONTAINER_OBJECTCLASS, "dn: a\n", UNKNOWN_KIND, USER_SIDE},
+};
+INSTANTIATE_CASES(KindOfEntry, kindCases);
+TEST_P(KindOfEntry, IsByClassAndFirstLine) {
+  EXPECT_EQ(kindOf(GetParam().code, GetParam().firstLine), GetParam().kind);
+  EXPECT_EQ(sideOf(GetParam().kind), GetParam().side);
+  if (GetParam().kind < RESCREDS_KIND) {
+    EXPECT_EQ(classOfKind(GetParam().kind), GetParam().code);
+  }
 }
 
 TEST_F(FreshRun, ClassNameNeedsABlankBeforeIt) {

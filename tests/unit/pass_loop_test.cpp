@@ -2,12 +2,16 @@
 
 #include <unistd.h>
 
-#include "cache/owner_association.h"
-#include "ldif/object_class.h"
+#include <filesystem>
+
+#include "driver/pass_plan.h"
+#include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
+#include "workfile/notes.h"
 #include "workfile/work_file_cursor.h"
+#include "workfile/work_text.h"
 
 namespace {
 
@@ -64,18 +68,49 @@ TEST_F(PassLoop, TakesOneUserAndOneGroupPerPassWithOneSlotEach) {
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"),
             userRecord("a") + groupRecord("g") + userRecord("b") + groupRecord("h") + userRecord("c"));
+}
+
+TEST_F(PassLoop, ReadsTheFileWhenThereIsNoMemoryToNoteItsEntries) {
+  writeWorkFile(userEntries("a") + userEntries("b") + userEntries("c"));
+  failNextMapping();
+  outputOf([] { makePasses(); });
+  EXPECT_FALSE(areNotesComplete);
+  EXPECT_EQ(stepBeforeFailure, nullptr);
+  closeStream(ofp);
+  EXPECT_EQ(readFile("output.ldif"), userRecord("a") + userRecord("b") + userRecord("c"));
   EXPECT_EQ(readFile("input.tmp").find_first_not_of(" \r\n"), std::string::npos);
 }
 
-TEST_F(PassLoop, ReadsAgainWhatThereIsNoMemoryToRemember) {
+TEST_F(PassLoop, ReadsTheEntriesOfAFileThatCannotBeBroughtIntoMemory) {
   writeWorkFile(userEntries("a") + userEntries("b") + userEntries("c"));
-  fillObject({"dn: secAuthority=Default,cn=x\n", "objectClass: secUser\n"});
-  determineTheObjectsObjectClass();
-  learnIndexOfAssociatedSecUserDN();  // takes its own memory now
-  failNextReallocation();
+  noteWorkFile();
+  failNextMapping();
+  outputOf([] { makePasses(); });
+  EXPECT_EQ(workText(0, 1).data(), nullptr);
+  EXPECT_TRUE(areNotesComplete);
+  closeStream(ofp);
+  EXPECT_EQ(readFile("output.ldif"), userRecord("a") + userRecord("b") + userRecord("c"));
+}
+
+TEST_F(PassLoop, ReadsTheFileWhenThereIsNoMemoryForAPlan) {
+  writeWorkFile(userEntries("a") + userEntries("b") + userEntries("c"));
+  noteWorkFile();
+  ASSERT_TRUE(mapWorkFile());
+  failNextMapping();
+  ASSERT_FALSE(planPasses());
   outputOf([] { makePasses(); });
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"), userRecord("a") + userRecord("b") + userRecord("c"));
+}
+
+TEST_F(PassLoop, BlanksOutOnlyWhenTheRunFails) {
+  const std::string entries = userEntries("a") + userEntries("b") + groupEntries("g");
+  writeWorkFile(entries);
+  outputOf([] { makePasses(); });
+  EXPECT_EQ(readFile("input.tmp"), entries);
+  EXPECT_EXIT(exitWithMessage(PROCESSING_FAILED), testing::ExitedWithCode(255), failureMessage(PROCESSING_FAILED));
+  EXPECT_EQ(readFile("input.tmp").find_first_not_of(" \r\n"), std::string::npos);
+  EXPECT_EQ(readFile("input.tmp").size(), entries.size());
 }
 
 TEST_F(PassLoop, WritesTheSameWhenTracing) {
@@ -84,6 +119,7 @@ TEST_F(PassLoop, WritesTheSameWhenTracing) {
   outputOf([] { makePasses(); });
   closeStream(ofp);
   EXPECT_EQ(readFile("output.ldif"), userRecord("a") + groupRecord("g") + userRecord("b"));
+  EXPECT_EQ(readFile("input.tmp").find_first_not_of(" \r\n"), std::string::npos);
   const std::string end =
       "\nmain():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n";
   expectTraced({"main():  Beginning new iteration of outer loop to make another pass on the input file. \n",
@@ -147,6 +183,7 @@ TEST_F(PassLoop, ResumesWhereTheFirstEntryWasSteppedOver) {
   writeWorkFile("dn: cn=a\nobjectClass: top\n\ndn: cn=b\nobjectClass: secResCreds\n\n");
   hasTheStepOverFilePositionBeenInitialized = 1;
   filePositionOfFirstObjectSteppedOver = 27;
+  startTrace();
   outputOf([] { makePasses(); });  // the first entry would end the run
   EXPECT_EQ(atLeastOneObjectProcessed, 0);
 }
@@ -173,13 +210,44 @@ TEST_F(PassLoop, NamesAWorkFileThatCannotBeRead) {
 
 // The last entry is so long that it has to be read again to be blanked out, up to the end of the file.
 TEST_F(PassLoop, StopsWheneverTheWorkFileCannotBeRead) {
+  startTrace();  // or else the file is read twice
   failEveryReadIn([] {
+    ofp = openToCreate("output.ldif");
     writeWorkFile(userEntries("a") + userEntries("b") +
                   "dn: cn=Policy,secAuthority=Default,cn=b\nobjectClass: secPolicy\n" +
                   repeated(100, "text: " + repeated(4000, "x") + "\n"));
     echoToFile();
     makePasses();
   });
+}
+
+TEST_F(PassLoop, StopsWheneverANotedEntryCannotBeRead) {
+  const std::string entries = userEntries("a") + userEntries("b") + userEntries("c");
+  writeWorkFile(entries);
+  noteWorkFile();
+  ASSERT_TRUE(areNotesComplete);
+  failEveryReadIn([&] {
+    writeFile("input.tmp", entries);  // of which the one before has blanked some out
+    ofp = openToCreate("output.ldif");
+    failNextMapping();
+    echoToFile();
+    makePasses();
+  });
+}
+
+TEST_F(PassLoop, NamesAWorkFileThatCannotBeNotedBecauseItCannotBeRead) {
+  snprintf(temp_input_ldif_filename, FILE_NAME_SIZE, "%s", UNREADABLE_FILE);
+  holdWorkFile();
+  EXPECT_EXIT((echoToFile(), makePasses()), testing::ExitedWithCode(255),
+              failureMessage(OBJECT_NOT_READ, UNREADABLE_FILE));
+}
+
+TEST_F(PassLoop, StopsWhenTheWorkFileIsCutWhileItIsInMemory) {
+  const std::string entries = userEntries("a") + repeated(100, userEntries("b"));
+  writeWorkFile(entries);
+  noteWorkFile();
+  EXPECT_EXIT((mapWorkFile(), std::filesystem::resize_file("input.tmp", 100), outputOf([] { makePasses(); })),
+              testing::ExitedWithCode(255), failureMessage(OBJECT_NOT_READ, "something else has changed it"));
 }
 
 TEST_F(PassLoop, StopsAtAnEntryOfNoClass) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "ldif/memory.h"
 #include "platform/message_details.h"
 #include "test_support.h"
 
@@ -56,10 +57,11 @@ TEST_F(Reporting, EchoesWithoutATrace) {
 }
 
 TEST_F(Reporting, ShowsAMissingText) {
-  EXPECT_STREQ(textOrNull(nullptr), "null");
-  EXPECT_STREQ(textOrNULL(nullptr), "NULL");
-  EXPECT_STREQ(textOrNull("a"), "a");
-  EXPECT_STREQ(textOrNULL("a"), "a");
+  EXPECT_EQ(textOrNull({}), "null");
+  EXPECT_EQ(textOrNULL({}), "NULL");
+  EXPECT_EQ(textOrNull("a"), "a");
+  EXPECT_EQ(textOrNULL("a"), "a");
+  EXPECT_EQ(textOrNull(""), "");
 }
 
 TEST_F(Reporting, EndsTheRunWithOneMessage) {
@@ -84,8 +86,44 @@ TEST_F(Reporting, EndsTheRunNamingAFailedCall) {
 TEST_F(Reporting, SaysWhatAFailureConcerns) {
   concerning("dn: cn=a\n");
   EXPECT_EXIT(exitWithMessage(MEMORY_EXHAUSTED), testing::ExitedWithCode(255), " Concerned: cn=a\n$");
-  concerning(nullptr);
+  concerning({});
   EXPECT_EXIT(exitWithMessage(MEMORY_EXHAUSTED), testing::ExitedWithCode(255), "slot counts.\n$");
+}
+
+const char* takeStep() {
+  fputs("step\n", stderr);
+  return nullptr;
+}
+const char* meetUnreadableFile() {
+  fputs("step\n", stderr);
+  return "input.tmp";
+}
+
+struct StepCase {
+  const char* name;
+  void (*exit)();
+  const char* message;
+};
+class StepBeforeFailure : public Reporting, public testing::WithParamInterface<StepCase> {};
+const StepCase stepCases[] = {
+    {"OfARun", [] { exitWithMessage(PROCESSING_FAILED); }, "tqldif2v6: 380928302 ERROR: [^\n]*\n"},
+    {"OfAFile", [] { exitWithMessage(WRITE_FAILED, "a"); }, "tqldif2v6: 380928306 ERROR: [^\n]*\n"},
+    {"OfACall", [] { exitWithMessage(POSITION_CALL_FAILED, "fsetpos()", -1); }, "tqldif2v6: 380928301 ERROR: [^\n]*\n"},
+    {"InSilence", [] { exitInSilence(); }, ""},
+};
+INSTANTIATE_CASES(StepBeforeFailure, stepCases);
+TEST_P(StepBeforeFailure, IsTakenBeforeTheMessage) {
+  stepBeforeFailure = takeStep;
+  EXPECT_EXIT(GetParam().exit(), testing::ExitedWithCode(255), "^step\n" + std::string(GetParam().message) + "$");
+}
+TEST_P(StepBeforeFailure, NamesAnUnreadableFileInPlaceOfTheMessage) {
+  stepBeforeFailure = meetUnreadableFile;
+  EXPECT_EXIT(GetParam().exit(), testing::ExitedWithCode(255),
+              "^step\ntqldif2v6: 380928307 ERROR: [^\n]*input.tmp[^\n]*\n$");
+}
+TEST_P(StepBeforeFailure, IsNotTakenOnceMoreWhenItFails) {
+  stepBeforeFailure = []() -> const char* { exitWithMessage(FILE_NOT_OPENED, "b"); };
+  EXPECT_EXIT(GetParam().exit(), testing::ExitedWithCode(255), "^tqldif2v6: 380928304 ERROR: [^\n]*\n$");
 }
 
 TEST_F(Reporting, ShowsNoControlCharactersInTheEchoButTracesThem) {
@@ -102,10 +140,9 @@ TEST_F(Reporting, TakesTheDetailsOfANoticeBack) {
 
 TEST_F(Reporting, EndsTheRunWhenMemoryIsExhausted) {
   startTrace();
-  EXPECT_FAILURE((failNextAllocation(), free(allocate(1, "allocate:  malloc() failure. \n"))), MEMORY_EXHAUSTED);
   EXPECT_FAILURE((failNextReallocation(), free(reallocate(nullptr, 1, "reallocate:  realloc() failure. \n"))),
                  MEMORY_EXHAUSTED);
-  EXPECT_EQ(traced(), "allocate:  malloc() failure. \nreallocate:  realloc() failure. \n");
+  EXPECT_EQ(traced(), "reallocate:  realloc() failure. \n");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 
@@ -157,7 +158,10 @@ TEST_F(StreamTest, KnowsTheSizeThatItHasGivenItsFile) {
   ASSERT_EQ(truncate("file", 9), 0);
   EXPECT_FALSE(hasItsSize(stream));
   EXPECT_STREQ(messageReason, "something else has changed it");
-  EXPECT_TRUE(hasItsSize(streamWithoutPositions()));
+  Stream* pipeStream = streamWithoutPositions();
+  EXPECT_TRUE(hasItsSize(pipeStream));
+  EXPECT_EQ(sizeGiven(stream), 10);
+  EXPECT_EQ(sizeGiven(pipeStream), -1);
 }
 
 TEST_F(StreamTest, TellsAReaderThatHasLeftFromAFullDisk) {
@@ -323,6 +327,167 @@ TEST_F(StreamTest, WritesEveryPartIntoAPipeOnce) {
   char text[100];
   EXPECT_EQ(std::string(text, static_cast<size_t>(read(reader, text, sizeof text))), "one\ntwo\n");
   close(reader);
+}
+
+TEST_F(StreamTest, HandsOutWhatItHasReadPieceByPiece) {
+  writeFile("file", "one\ntwo");
+  Stream* stream = openForUpdate("file");
+  EXPECT_EQ(unreadText(stream), "");
+  EXPECT_TRUE(readOn(stream));
+  EXPECT_EQ(unreadText(stream), "one\ntwo");
+  passOver(stream, 4);
+  EXPECT_EQ(unreadText(stream), "two");
+  EXPECT_EQ(position(stream), 4);
+  EXPECT_FALSE(readOn(stream));
+  EXPECT_FALSE(readFailed(stream));
+  EXPECT_EQ(line(stream), "two");
+  EXPECT_EQ(unreadText(stream), "");
+}
+
+TEST_F(StreamTest, TellsWhenItCannotReadOn) {
+  Stream* stream = openForUpdate(UNREADABLE_FILE);
+  EXPECT_FALSE(readOn(stream));
+  EXPECT_TRUE(readFailed(stream));
+}
+
+TEST_F(StreamTest, CutsALineAtItsFirstNul) {
+  writeFile("file", std::string("a\0b\0\nc\n", 8));
+  Stream* stream = openForUpdate("file");
+  const std::string_view read = readLine(stream, 100);
+  EXPECT_EQ(read.size(), 5u);
+  EXPECT_EQ(upToNul(stream, read), "a");
+  EXPECT_EQ(upToNul(stream, readLine(stream, 100)), "c\n");
+}
+
+// A text in which every place can be told, longer than three windows.
+std::string longText() {
+  std::string text;
+  for (int number = 0; text.size() <= 3 * WINDOW; number++) text += std::to_string(number) + "\n";
+  return text;
+}
+
+TEST_F(StreamTest, HoldsATextHoweverMuchIsRead) {
+  const std::string text = longText();
+  writeFile("file", text);
+  for (const size_t place : {size_t{0}, size_t{1}, size_t{100000}, WINDOW - 1, WINDOW, WINDOW + 1}) {
+    Stream* stream = openForUpdate("file");
+    while (static_cast<size_t>(position(stream)) < place)
+      readLine(stream, place - static_cast<size_t>(position(stream)));
+    holdText(stream);
+    while (!readLine(stream, 4095).empty()) continue;
+    EXPECT_EQ(position(stream), static_cast<int64_t>(text.size()));
+    EXPECT_TRUE(std::string_view(heldText(stream), text.size() - place) == std::string_view(text).substr(place))
+        << place;
+    closeStream(stream);
+  }
+}
+
+TEST_F(StreamTest, MovesAHeldTextWithItsPlaceInTheFile) {
+  const std::string text = longText();
+  writeFile("file", text);
+  Stream* stream = openForUpdate("file");
+  while (readLine(stream, 4095) != "40000\n") continue;
+  const auto held = static_cast<size_t>(position(stream));
+  holdText(stream);
+  size_t moves = 0;
+  for (const char* before = heldText(stream); readOn(stream); before = heldText(stream)) {
+    passOver(stream, unreadText(stream).size());
+    moves += heldText(stream) != before;
+    const size_t length = static_cast<size_t>(position(stream)) - held;
+    ASSERT_TRUE(std::string_view(heldText(stream), length) == std::string_view(text).substr(held, length));
+  }
+  EXPECT_GT(moves, 0u);
+  EXPECT_EQ(position(stream), static_cast<int64_t>(text.size()));
+}
+
+TEST_F(StreamTest, ReadsOnWhenAHoldIsGivenUp) {
+  const std::string text = longText();
+  writeFile("file", text);
+  for (const size_t read : {size_t{10}, WINDOW + 1, 2 * WINDOW}) {
+    Stream* stream = openForUpdate("file");
+    std::string all;
+    holdText(stream);
+    while (all.size() < read) all += readLine(stream, 4095);
+    giveUpHold(stream);
+    EXPECT_EQ(position(stream), static_cast<int64_t>(all.size()));
+    for (std::string_view next = readLine(stream, 4095); !next.empty(); next = readLine(stream, 4095)) all += next;
+    EXPECT_TRUE(all == text) << read;
+    closeStream(stream);
+  }
+}
+
+TEST_F(StreamTest, HoldsOneTextAfterTheOther) {
+  const std::string text = longText();
+  writeFile("file", text);
+  Stream* stream = openForUpdate("file");
+  size_t place = 0;
+  for (int round = 0; place < text.size(); round++) {
+    holdText(stream);
+    const size_t wanted = std::min<size_t>(round % 2 == 0 ? 300000 : 5000, text.size() - place);
+    while (static_cast<size_t>(position(stream)) < place + wanted) ASSERT_FALSE(readLine(stream, 4095).empty());
+    const size_t length = static_cast<size_t>(position(stream)) - place;
+    EXPECT_TRUE(std::string_view(heldText(stream), length) == std::string_view(text).substr(place, length)) << round;
+    place += length;
+    if (round % 3 == 0) giveUpHold(stream);
+  }
+}
+
+TEST_F(StreamTest, GoesBackBehindAHeldText) {
+  const std::string text = longText();
+  writeFile("file", text);
+  Stream* stream = openForUpdate("file");
+  line(stream);
+  holdText(stream);
+  while (!readLine(stream, 4095).empty()) continue;
+  EXPECT_EQ(setPosition(stream, 0), 0);
+  std::string all;
+  for (std::string_view next = readLine(stream, 4095); !next.empty(); next = readLine(stream, 4095)) all += next;
+  EXPECT_TRUE(all == text);
+}
+
+TEST_F(StreamTest, ChangesAHeldTextInPlace) {
+  std::string text = longText();
+  writeFile("file", text);
+  Stream* stream = openForUpdate("file");
+  holdText(stream);
+  while (static_cast<size_t>(position(stream)) < 2 * WINDOW) readLine(stream, 4095);
+  const auto place = static_cast<size_t>(position(stream));
+  readOn(stream);
+  char* changed = changeInPlace(stream, 10);
+  ASSERT_NE(changed, nullptr);
+  memcpy(changed, "0123456789", 10);
+  giveUpHold(stream);
+  while (!readLine(stream, 4095).empty()) continue;
+  EXPECT_EQ(closeStream(stream), 0);
+  text.replace(place, 10, "0123456789");
+  EXPECT_TRUE(readFile("file") == text);
+}
+
+TEST_F(StreamTest, WritesOnAfterALongHold) {
+  const std::string text = longText();
+  writeFile("file", text);
+  Stream* stream = openForUpdate("file");
+  holdText(stream);
+  while (!readLine(stream, 4095).empty()) continue;
+  EXPECT_EQ(writeText(stream, "added\n"), 0);
+  giveUpHold(stream);
+  EXPECT_EQ(writeText(stream, text.data(), text.size()), 0);
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_TRUE(readFile("file") == text + "added\n" + text);
+}
+
+TEST_F(StreamTest, NeedsMemoryOnlyForAHeldTextThatIsLongerThanTheWindow) {
+  writeFile("file", repeated(WINDOW + 1, "x"));
+  Stream* stream = openForUpdate("file");
+  holdText(stream);
+  const auto readAll = [&] {
+    failNextAllocation();
+    while (!readLine(stream, 4095).empty()) continue;
+    _exit(0);
+  };
+  EXPECT_FAILURE(readAll(), MEMORY_EXHAUSTED);
+  giveUpHold(stream);
+  EXPECT_EXIT(readAll(), testing::ExitedWithCode(0), "^$");
 }
 
 }  // namespace

@@ -8,58 +8,58 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csetjmp>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 
 #include "cache/cache_slots.h"
-#include "cache/owner_association.h"
-#include "ldif/line_memory.h"
+#include "driver/pass.h"
+#include "driver/pass_plan.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
 #include "ldif/object_class.h"
+#include "output/row_lines.h"
 #include "platform/message_details.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
-#include "workfile/left_behind.h"
+#include "workfile/notes.h"
 #include "workfile/preparation_pass.h"
 #include "workfile/work_file_cursor.h"
+#include "workfile/work_text.h"
 
 namespace {
 
 constexpr size_t STREAM_WINDOW = 256 * 1024;
 
-// Which of the coming allocations fails, counted from 1; 0 for none.
+// Which of the coming allocations of each kind fails, counted from 1; 0 for none.
 int failingAllocation = 0;
 int failingReallocation = 0;
+int failingOfBoth = 0;  // of these two
+int failingMapping = 0;
 int failingRead = 0;  // likewise for the reads
 
-// Where an allocation goes while useUpLineMemory is at work.
-bool usingUpLineMemory = false;
-jmp_buf lineMemoryUsedUp;
+bool takeFailure(int& countdown) { return countdown != 0 && --countdown == 0; }
 
-bool takeFailure(int& countdown) {
-  if (usingUpLineMemory) longjmp(lineMemoryUsedUp, 1);
-  if (countdown == 0 || --countdown > 0) return false;
+bool takeFailureOfMemory(int& countdown) {
+  const bool isOfBoth = takeFailure(failingOfBoth);
+  if (!takeFailure(countdown) && !isOfBoth) return false;
   errno = ENOMEM;
   return true;
 }
 
-void useUpLinesOf(size_t size) {
-  if (setjmp(lineMemoryUsedUp) != 0) return;
-  while (allocateLine(size, "") != nullptr) continue;
-}
+void letAllSucceed() { failingAllocation = failingReallocation = failingOfBoth = failingMapping = failingRead = 0; }
 
-// Takes every line that is to be had without an allocation, so that the next one needs one.
-void useUpLineMemory() {
-  usingUpLineMemory = true;
-  for (size_t size = 1; size <= 8192; size += 8) useUpLinesOf(size);
-  usingUpLineMemory = false;
+// Takes all room that is to be had without an allocation, so that the next text or line needs one.
+void useUpRoom() {
+  for (Texts* texts : {&objectTexts, &gatheredTexts})
+    if (texts->freeSize > 0) makeRoom(*texts, texts->freeSize);
+  for (std::vector<Line>& lines : mergeInputs) lines = std::vector<Line>();
+  forgetOwnEntry();
 }
 
 HeldFile* const heldFiles[] = {&inputFile, &outputFile, &traceFile, &workFile, &preservedWorkFile};
@@ -67,31 +67,18 @@ HeldFile* const heldFiles[] = {&inputFile, &outputFile, &traceFile, &workFile, &
 std::filesystem::path scratchFolder;
 std::filesystem::path formerFolder;
 
-int32_t builtUserSlots = 0;
-int32_t builtGroupSlots = 0;
-
-char* lineOf(const std::string& text) { return copyLine(text.c_str(), ""); }
-
-void freeCells(char** cells, size_t count) {
-  for (size_t cell = 0; cell < count; cell++) {
-    freeLine(cells[cell]);
-    cells[cell] = nullptr;
-  }
+void dropCache() {
+  for (const CacheMatrix* matrix : allMatrices) *matrix->occupied = 0;
+  for (const CacheSide& side : cacheSides) *side.nextSlot = *side.count = 0;
+  deallocateObjectCache();
+  forgetTexts(gatheredTexts);
 }
 
-void dropCache() {
-  if (secUser_dn == nullptr) return;
-  const size_t users = static_cast<size_t>(builtUserSlots);
-  const size_t groups = static_cast<size_t>(builtGroupSlots);
-  freeCells(secUser_dn, users);
-  freeCells(secPolicy_dn, users);
-  freeCells(secGroup_dn, groups);
-  for (const CacheMatrix* matrix : allMatrices) {
-    const size_t rows = matrix->rows == &max_number_of_secuser_slots ? users : groups;
-    freeCells(*matrix->cells, rows * static_cast<size_t>(matrix->columns));
-    *matrix->occupied = 0;
-  }
-  deallocateObjectCache();
+// What the run knows of its work file, and the file in memory.
+void forgetWorkFile() {
+  forgetPlan();
+  forgetNotes();
+  unmapWorkFile();
 }
 
 std::string outputOfDescriptor(int descriptor, FILE* stream, const std::function<void()>& step) {
@@ -110,23 +97,32 @@ std::string outputOfDescriptor(int descriptor, FILE* stream, const std::function
 
 }  // namespace
 
+// A build whose allocations are the tests' to let fail: what is linked calls these in place of the real ones.
 extern "C" {
-void* __real_malloc(size_t size);
-void* __real_calloc(size_t count, size_t size);
+void* __real__Znwm(size_t size);
+void* __real__Znam(size_t size);
 void* __real_realloc(void* block, size_t size);
-
-void* __wrap_malloc(size_t size) { return takeFailure(failingAllocation) ? nullptr : __real_malloc(size); }
-void* __wrap_calloc(size_t count, size_t size) {
-  return takeFailure(failingAllocation) ? nullptr : __real_calloc(count, size);
-}
-void* __wrap_realloc(void* block, size_t size) {
-  return takeFailure(failingReallocation) ? nullptr : __real_realloc(block, size);
-}
-
+void* __real_mmap(void* address, size_t length, int protection, int flags, int descriptor, off_t offset);
 ssize_t __real_pread(int descriptor, void* buffer, size_t size, off_t offset);
 
+void* __wrap__Znwm(size_t size) {
+  if (takeFailureOfMemory(failingAllocation)) std::get_new_handler()();
+  return __real__Znwm(size);
+}
+void* __wrap__Znam(size_t size) {
+  if (takeFailureOfMemory(failingAllocation)) std::get_new_handler()();
+  return __real__Znam(size);
+}
+void* __wrap_realloc(void* block, size_t size) {
+  return takeFailureOfMemory(failingReallocation) ? nullptr : __real_realloc(block, size);
+}
+void* __wrap_mmap(void* address, size_t length, int protection, int flags, int descriptor, off_t offset) {
+  if (!takeFailure(failingMapping)) return __real_mmap(address, length, protection, flags, descriptor, offset);
+  errno = ENOMEM;
+  return reinterpret_cast<void*>(-1);
+}
 ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
-  if (failingRead == 0 || --failingRead > 0) return __real_pread(descriptor, buffer, size, offset);
+  if (!takeFailure(failingRead)) return __real_pread(descriptor, buffer, size, offset);
   errno = EIO;
   return -1;
 }
@@ -142,12 +138,14 @@ void FreshRun::SetUp() {
   scratchFolder = mkdtemp(folder.data());
   std::filesystem::current_path(scratchFolder);
 
-  failingAllocation = failingReallocation = failingRead = 0;
+  letAllSucceed();
+  std::set_new_handler([] { exitWithMessage(MEMORY_EXHAUSTED); });
   debug = 0;
   debugError = 0;
   freeObject();
-  next_available_object_slot = 0;
+  forgetTexts(gatheredTexts);
   nextLine[0] = '\0';
+  lineNum = 0;
   changetypeSeen = 0;
   lastObjectExtent = {};
   objectClass = UNINTERESTING_OBJECTCLASS;
@@ -158,7 +156,10 @@ void FreshRun::SetUp() {
   max_number_of_secuser_slots = 0;
   max_number_of_secgroup_slots = 0;
   writeObjectToLDIFFile = 0;
-  forgetLeftObjects();
+  forgetWorkFile();
+  forgetOwnEntry();
+  isPassAnnounced = false;
+  atLeastOneObjectProcessed = 0;
   hasTheStepOverFilePositionBeenInitialized = 0;
   filePositionOfFirstObjectSteppedOver = 0;
   for (HeldFile* file : heldFiles) *file = {};
@@ -171,20 +172,24 @@ void FreshRun::SetUp() {
   forgetOverruns();
   messageDetails = {};
   messageReason[0] = '\0';
-  messageSubject = nullptr;
+  messageSubject = {};
+  stepBeforeFailure = nullptr;
 }
 
 void FreshRun::TearDown() {
+  letAllSucceed();
   debug = 0;
   if (tfp != nullptr) fclose(tfp);
   tfp = nullptr;
   freeObject();
   dropCache();
+  forgetWorkFile();
   closeAllStreams();
   ifp = tifp = ofp = nullptr;
   for (HeldFile* file : heldFiles) closeHeldFile(*file);
   std::filesystem::current_path(formerFolder);
   std::filesystem::remove_all(scratchFolder);
+  std::set_new_handler(nullptr);
 }
 
 std::string failureMessage(MessageCode code, const std::string& detail) {
@@ -236,15 +241,12 @@ void expectTraced(const Lines& texts) {
 
 void fillObject(const Lines& lines) {
   freeObject();
-  next_available_object_slot = 0;
-  for (const std::string& line : lines) appendLineToObject(lineOf(line));
+  for (const std::string& line : lines) appendLineToObject(scanLine(keepText(objectTexts, line)));
 }
 
 Lines objectLines() {
   Lines lines;
-  for (int32_t slot = 0; slot < next_available_object_slot; slot++) {
-    lines.push_back(object[slot] == nullptr ? "(null)" : object[slot]);
-  }
+  for (const Line& line : entryInObject()) lines.push_back(shown(line.view()));
   return lines;
 }
 
@@ -335,30 +337,27 @@ void limitFileSize(unsigned long size) {
   atexit([] { setFileSizeLimit(RLIM_INFINITY); });
 }
 
-// Not for a build that measures coverage, which writes its counts at the very end.
-static void succeedAtTheExit() {
-  atexit([] { failingAllocation = failingReallocation = 0; });
-}
-
 void failNextAllocation() {
-  useUpLineMemory();
+  useUpRoom();
   failingAllocation = 1;
-  succeedAtTheExit();
 }
 
-void failNextReallocation() {
-  failingReallocation = 1;
-  succeedAtTheExit();
+void failNextReallocation() { failingReallocation = 1; }
+
+void failNextMapping() { failingMapping = 1; }
+
+void expectNoAllocationIn(const std::function<void()>& step) {
+  EXPECT_EXIT((failNextAllocation(), step(), _exit(0)), testing::ExitedWithCode(0), "^$");
 }
 
 void exhaustMemoryIn(const std::function<void()>& step) {
   bool finished = false;
   for (int allocation = 1; !finished && !testing::Test::HasFailure(); allocation++) {
-    const auto hasEnded = [&finished](int status) {
+    const auto hasEnded = [&](int status) {
       finished = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-      return finished || testing::ExitedWithCode(255)(status);
+      return finished ? allocation > 1 : testing::ExitedWithCode(255)(status);
     };
-    EXPECT_EXIT((useUpLineMemory(), failingAllocation = allocation, step(), _exit(0)), hasEnded,
+    EXPECT_EXIT((useUpRoom(), failingOfBoth = allocation, step(), _exit(failingOfBoth == 0 ? 1 : 0)), hasEnded,
                 "^(tqldif2v6: 380928300 ERROR: [^\n]*\n)?$");
   }
 }
@@ -377,37 +376,45 @@ void failEveryReadIn(const std::function<void()>& step) {
 
 void buildCache(int32_t userSlots, int32_t groupSlots) {
   dropCache();
-  freeObject();
-  max_number_of_secuser_slots = builtUserSlots = userSlots;
-  max_number_of_secgroup_slots = builtGroupSlots = groupSlots;
+  max_number_of_secuser_slots = userSlots;
+  max_number_of_secgroup_slots = groupSlots;
   allocateObjectCache();
   initializeAllArrays();
-  next_available_object_slot = 0;
+}
 
-  // A search in the empty cache, as every pass begins with one: the search index forgets former tests.
-  fillObject({"dn: cn=nobody\n", "objectClass: secUser\n"});
-  objectClass = SECUSER_OBJECTCLASS;
-  learnIndexOfAssociatedSecUserDN();
-  objectClass = SECGROUP_OBJECTCLASS;
-  learnIndexOfAssociatedSecGroupDN();
-  fillObject({});
+// The text of a row, as the moves put it together.
+static std::string textOf(Lines::const_iterator first, Lines::const_iterator end) {
+  std::string text;
+  for (auto line = first; line != end; ++line) {
+    text += *line;
+    if (line->size() < LONGEST_LINE && !line->ends_with('\n')) text += '\0';
+  }
+  return text;
 }
 
 void fillRow(const CacheMatrix& matrix, int32_t slot, const Lines& lines) {
-  char** cell = *matrix.cells + slot * matrix.columns;
-  for (const std::string& line : lines) *cell++ = lineOf(line);
+  for (auto first = lines.begin(); first != lines.end(); ++slot) {
+    const auto end = first + std::min<ptrdiff_t>(matrix.columns, lines.end() - first);
+    const std::string_view text = keepText(gatheredTexts, textOf(first, end));
+    makeRoomForSlot(matrix.side, slot);
+    (*matrix.rows)[slot] = {text.data(), static_cast<uint32_t>(text.size()), static_cast<int32_t>(end - first), true};
+    first = end;
+  }
   ++*matrix.occupied;
 }
 
 Lines rowLines(const CacheMatrix& matrix, int32_t slot) {
   Lines lines;
-  for (char** cell = *matrix.cells + slot * matrix.columns; *cell != nullptr; cell++) lines.push_back(*cell);
+  forEachLineOfRow(matrix, slot, [&](const Line& line) {
+    lines.emplace_back(line.view());
+    return true;
+  });
   return lines;
 }
 
-void setDn(char** dns, int32_t slot, const std::string& dn) {
-  freeLine(dns[slot]);
-  dns[slot] = lineOf(dn);
+void setDn(std::string_view*& dns, int32_t slot, const std::string& dn) {
+  makeRoomForSlot(&dns == &secGroup_dn ? GROUP_SIDE : USER_SIDE, slot);
+  dns[slot] = keepText(gatheredTexts, dn);
 }
 
 void openUserSlot(const std::string& dn) {
@@ -422,9 +429,12 @@ void openGroupSlot(const std::string& dn) {
   secGroup_dn_count++;
 }
 
-std::string taken(char* text) {
-  std::string result = text == nullptr ? "(null)" : text;
-  freeLine(text);
+std::string shown(std::string_view text) { return text.data() == nullptr ? "(null)" : std::string(text); }
+
+std::string inLowerCase(std::string_view text) {
+  std::string result(text);
+  for (char& character : result)
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
   return result;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cache/object_cache.h"
@@ -81,35 +82,37 @@ inline constexpr char UNREADABLE_FILE[] = "/proc/self/mem";
 // Within a death test: no file can grow, or be written, beyond this size.
 void limitFileSize(unsigned long size);
 
-// The next allocation (of a new block; of a block that is to grow) finds no memory.
+// The next allocation (by operator new, for a text as well; of a table that is to grow; of memory of its own or a file
+// in memory) finds no memory.
 void failNextAllocation();
 void failNextReallocation();
+void failNextMapping();
 
-// Lets the first, the second, ... allocation of a step fail, each in a process of its own, until none is left to
-// fail. Every one must end the run for want of memory. The trace receives what all of them trace.
+// Expects that a step takes no memory by operator new.
+void expectNoAllocationIn(const std::function<void()>& step);
+
+// Lets the first, the second, ... allocation of a step, for a table as well, fail, each in a process of its own, until
+// none is left to fail. There must be one, and every one must end the run for want of memory. The trace receives what
+// all of them trace.
 void exhaustMemoryIn(const std::function<void()>& step);
 
 // Lets the first, the second, ... read of a file in a step fail, each in a process of its own, until none is left to
 // fail. Every one must end the run as one on the work file does.
 void failEveryReadIn(const std::function<void()>& step);
 
-// Whether each line is an allocation of its own, so that each can fail.
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool linesAreSeparate = true;
-#else
-constexpr bool linesAreSeparate = false;
-#endif
-
 // The cache. buildCache leaves it as at the start of a pass.
 extern const std::vector<const CacheMatrix*> allMatrices;
 void buildCache(int32_t userSlots, int32_t groupSlots);
-void fillRow(const CacheMatrix& matrix, int32_t slot, const Lines& lines);  // counted
-Lines rowLines(const CacheMatrix& matrix, int32_t slot);                    // up to the first null cell
-void setDn(char** dns, int32_t slot, const std::string& dn);
+void fillRow(const CacheMatrix& matrix, int32_t slot, const Lines& lines);  // counted; goes on in the next rows
+Lines rowLines(const CacheMatrix& matrix, int32_t slot);                    // those where it goes on included
+void setDn(std::string_view*& dns, int32_t slot, const std::string& dn);
 void openUserSlot(const std::string& dn);
 void openGroupSlot(const std::string& dn);
 
-// The text of a line, which is given back. "(null)" for none.
-std::string taken(char* line);
+// A text that may be missing: "(null)" without one.
+std::string shown(std::string_view text);
+
+// ASCII letters alone.
+std::string inLowerCase(std::string_view text);
 
 std::string repeated(size_t count, const std::string& text);

@@ -5,6 +5,7 @@
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
+#include "workfile/notes.h"
 
 namespace {
 
@@ -31,7 +32,6 @@ TEST_F(WorkFileCursor, ReadsTheSameEntryAgainUntilItIsSettled) {
   for (int i = 0; i < 2; i++) {
     EXPECT_EQ(read(), 0);
     EXPECT_EQ(objectLines(), (Lines{"dn: cn=a\n", "b: 1\n"}));
-    EXPECT_EQ(object[2], nullptr);
     EXPECT_EQ(position(), 0);
     EXPECT_EQ(filePositionBeforeReadingObject, 0);
   }
@@ -56,7 +56,6 @@ TEST_F(WorkFileCursor, SkipsBlankedEntries) {
   tifp = openForUpdate("input.tmp");
   EXPECT_EQ(read(), -1);
   EXPECT_EQ(next_available_object_slot, 0);
-  EXPECT_EQ(object[0], nullptr);
   EXPECT_EQ(position(), 0);
 }
 
@@ -92,13 +91,6 @@ TEST_F(WorkFileCursor, KeepsTheRememberedPositionAtTheSecondStep) {
   stepOver();
   stepOver();
   EXPECT_EQ(filePositionOfFirstObjectSteppedOver, 0);
-}
-
-TEST_F(WorkFileCursor, RemembersAPositionOnce) {
-  rememberFirstStepOver(7);
-  rememberFirstStepOver(9);
-  EXPECT_EQ(hasTheStepOverFilePositionBeenInitialized, 1);
-  EXPECT_EQ(filePositionOfFirstObjectSteppedOver, 7);
 }
 
 TEST_F(WorkFileCursor, SettlesALastEntryThatTheEndOfTheFileEnds) {
@@ -269,11 +261,29 @@ TEST_F(WorkFileCursor, TellsAReadFailureFromTheEndOfTheFile) {
   EXPECT_EQ(read(), OBJECT_NOT_READABLE);
 }
 
-TEST_F(WorkFileCursor, NeedsMemoryForEachLine) {
-  openWorkFile(TWO_ENTRIES);
-  startTrace();
-  EXPECT_FAILURE((failNextAllocation(), read()), MEMORY_EXHAUSTED);
-  expectTraced({"getNextObjectFromTemporaryInputLDIFFile():  malloc() failure.  EXITING. \n"});
+TEST_F(WorkFileCursor, NeedsMemoryForALongEntry) {
+  openWorkFile("dn: cn=a\n" + repeated(80000, "b: 1\n") + "\n");
+  exhaustMemoryIn([] { read(); });
+}
+
+TEST_F(WorkFileCursor, OnlyMarksTheNoteOfAnEntryThatHasBeenLoadedByIt) {
+  writeWorkFile(TWO_ENTRIES);
+  noteWorkFile();
+  ASSERT_EQ(noteCount, 2u);
+  tifp = openForUpdate("input.tmp");
+  loadNotedObject(notes[0]);
+  EXPECT_EQ(stepOver(), 0);
+  EXPECT_EQ(notes[0].isTaken, 0);
+  EXPECT_EQ(hasTheStepOverFilePositionBeenInitialized, 0);
+  EXPECT_EQ(blankOut(), 0);
+  EXPECT_EQ(notes[0].isTaken, 1);
+  EXPECT_EQ(notes[1].isTaken, 0);
+  EXPECT_EQ(position(), 0);
+  EXPECT_EQ(read(), 0);
+  EXPECT_EQ(notedObject, nullptr);
+  EXPECT_EQ(blankOut(), 0);
+  closeStream(tifp);
+  EXPECT_EQ(readFile("input.tmp"), "       \r\n   \r\n\ndn: cn=c\n\n");
 }
 
 TEST_F(WorkFileCursor, RefusesAnEntryOfMoreLinesThanTheBuffer) {

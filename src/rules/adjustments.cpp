@@ -1,0 +1,91 @@
+#include "rules/adjustments.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <string>
+
+#include "rules/attribute.h"
+#include "rules/colon_search.h"
+#include "rules/text.h"
+
+// A text found in the entry: the number of the line, and where in it the text stands.
+struct Found {
+  int32_t line;  // -1 when not found
+  size_t place;
+};
+
+// Looks for the first place in the entry where the text stands in this very case.
+static Found findInEntry(Entry entry, const ColonText& text) {
+  for (size_t i = 0; i < entry.size(); ++i)
+    if (const size_t place = findExactly(entry[i], text); place != NOT_FOUND) return {static_cast<int32_t>(i), place};
+  return {-1, 0};
+}
+
+static bool isInEntryInAnyCase(Entry entry, const ColonText& text) {
+  return std::any_of(entry.begin(), entry.end(),
+                     [&](const Line& line) { return findInAnyCase(line, text) != NOT_FOUND; });
+}
+
+static Adjustment replaced(Entry entry, int32_t line, size_t place, size_t length, std::string_view replacement,
+                           Texts& texts) {
+  const std::string_view text = entry[static_cast<size_t>(line)].view();
+  const std::string_view rest = text.substr(place + length);
+  const size_t size = place + replacement.size() + rest.size();
+  char* const changed = makeRoom(texts, size);
+  char* to = std::copy_n(text.data(), place, changed);
+  to = std::copy(replacement.begin(), replacement.end(), to);
+  std::copy(rest.begin(), rest.end(), to);
+  return {line, {changed, size}, NO_DETAIL};
+}
+
+Adjustment convertVersion(Entry entry, Texts& texts) {
+  static constexpr ColonText versionText = "version: ";
+  constexpr size_t VERSION_LENGTH = 3;
+  const Found found = findInEntry(entry, versionText);
+  if (found.line < 0) return {};
+  const std::string_view line = entry[static_cast<size_t>(found.line)].view();
+  const std::string_view value = behindSpaces(line.substr(found.place + versionText.text.size() - 1));
+  const size_t length = std::min(withoutLineEnd(value).size(), VERSION_LENGTH);
+  return replaced(entry, found.line, line.size() - value.size(), length, "6.0", texts);
+}
+
+bool needsInstallDate(Entry entry) {
+  static constexpr ColonText installDateText = "installDate: ";
+  return !isInEntryInAnyCase(entry, installDateText);
+}
+
+Adjustment addInstallDate(Entry entry, const tm& local, Texts& texts) {
+  constexpr size_t PART_SIZE = 10;
+  std::string line = "installDate: ";
+  for (const char* format : {"%Y", "%m", "%d", "%I", "%M", "%S"}) {
+    char part[PART_SIZE];
+    line.append(part, strftime(part, sizeof part, format, &local));
+  }
+  return {static_cast<int32_t>(entry.size()), keepText(texts, line + ".0Z"), NO_DETAIL};
+}
+
+Adjustment addDomainId(Entry entry, Texts& texts, Sink show) {
+  constexpr std::string_view TAG = "secDomainId: ";
+  static constexpr ColonText tagText = TAG;
+  static constexpr AttributeName authorityName = "secAuthority";
+  static constexpr AttributeName principalName = "principalName";
+  if (isInEntryInAnyCase(entry, tagText)) return {};
+  const Attribute authority = valueOf(entry, authorityName, texts, show);
+  if (authority.line < 0) return {-1, {}, USER_WITHOUT_AUTHORITY};
+  const Attribute name = valueOf(entry, principalName, texts, show);
+  if (name.line < 0) return {-1, {}, USER_WITHOUT_NAME};
+  const size_t size = TAG.size() + authority.text.size() + 1 + name.text.size();
+  char* const line = makeRoom(texts, size);
+  char* to = std::copy(TAG.begin(), TAG.end(), line);
+  to = std::copy(authority.text.begin(), authority.text.end(), to);
+  *to++ = '%';
+  std::copy(name.text.begin(), name.text.end(), to);
+  return {static_cast<int32_t>(entry.size()), {line, size}, NO_DETAIL};
+}
+
+Adjustment renameUuid(Entry entry, Texts& texts) {
+  static constexpr ColonText uuidText = "secuuid: ";
+  const Found found = findInEntry(entry, uuidText);
+  if (found.line < 0) return {};
+  return replaced(entry, found.line, found.place, uuidText.text.size(), "secUUID: ", texts);
+}

@@ -1,0 +1,31 @@
+// What changes in an entry on its way into the new layout. A change replaces a line, or adds one behind the last.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <string_view>
+
+#include "platform/detail_texts.h"
+#include "platform/sink.h"
+#include "rules/line.h"
+#include "rules/texts.h"
+
+struct Adjustment {
+  int32_t line = -1;               // -1 for no change; the number of lines for a line that is added
+  std::string_view text;           // with the line end of the line that it replaces; an added line has none
+  DetailText problem = NO_DETAIL;  // why the change cannot be made
+};
+
+// The first version value becomes 6.0: its first three characters, or what there is of them.
+Adjustment convertVersion(Entry entry, Texts& texts);
+
+// Whether an install date has to be added; and the line, for a local time.
+// Kept: the hour is that of the 12-hour clock and the time is local, although the value ends in "Z".
+bool needsInstallDate(Entry entry);
+Adjustment addInstallDate(Entry entry, const tm& local, Texts& texts);
+
+// A user gets the identifier that names the domain and the user, unless there is one.
+Adjustment addDomainId(Entry entry, Texts& texts, Sink show);
+
+// The first "secuuid: " gets the new letter case.
+Adjustment renameUuid(Entry entry, Texts& texts);

@@ -1,0 +1,126 @@
+#include "rules/merge.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "rules/colon_search.h"
+#include "rules/name_matches.h"
+
+// Attribute names, colon included, that are never merged; other spellings pass.
+static constexpr std::string_view excludedNames[] = {
+    "objectclass:",  "objectClass:", "XOQ-ENTRYUUID:", "xoq-entryuuid:", "control:", "Control:", "aclpropagate:",
+    "aclPropagate:", "aclentry:",    "aclEntry:",      "acl:",           "ACL:",     "aci:",     "ACI:"};
+
+static constexpr ColonText objectClassTexts[] = {"objectclass:", "objectClass:"};
+static constexpr ColonText secAuthorityText = "secauthority:";
+
+static bool isPresent(const Line& line) { return line.text != nullptr; }
+
+// Returns the attribute name of a line that has a colon, up to and including the first.
+static std::string_view attributeName(const Line& line) { return line.view().substr(0, size_t{line.firstColon} + 1); }
+
+static bool isDn(const Line& line) {
+  constexpr uint32_t NAME = nameBit("dn:");
+  return (line.names & NAME) != 0 && (attributeName(line) == "dn:" || attributeName(line) == "DN:");
+}
+
+static constexpr uint32_t namesOfExcluded() {
+  uint32_t names = 0;
+  for (const std::string_view name : excludedNames) names |= nameBit(name);
+  return names;
+}
+
+static bool isExcluded(const Line& line) {
+  constexpr uint32_t NAMES = namesOfExcluded();
+  return (line.names & NAMES) != 0 &&
+         std::find(std::begin(excludedNames), std::end(excludedNames), attributeName(line)) != std::end(excludedNames);
+}
+
+static void append(MergedEntry& merged, const Line& line) {
+  if (merged.count < merged.capacity) merged.lines[merged.count] = line;
+  ++merged.count;
+}
+
+static void move(Line& line, MergedEntry& merged) {
+  append(merged, line);
+  line.text = nullptr;
+}
+
+// The second entry as the first one looks for matches in it. Long entries are looked through once for all names.
+struct Matches {
+  std::span<Line> lines;
+  bool isIndexed;
+  NameMatches byName;
+};
+
+static Matches prepareMatches(std::span<const Line> first, std::span<Line> second) {
+  constexpr size_t FEW = 10'000;  // comparisons
+  Matches matches = {second, first.size() * second.size() > FEW, {}};
+  if (!matches.isIndexed) return matches;
+  std::vector<std::string_view> names;
+  for (const Line& line : first)
+    if (line.firstColon != NO_COLON) names.push_back(attributeName(line));
+  matches.byName = findMatches(std::move(names), second);
+  return matches;
+}
+
+// Returns the first line left that holds the name anywhere, in any case; null without one.
+static Line* findMatch(Matches& matches, std::string_view name) {
+  if (!matches.isIndexed) {
+    const ColonText text = ColonText::unknown(name);
+    const auto match = std::find_if(matches.lines.begin(), matches.lines.end(), [&](const Line& line) {
+      return isPresent(line) && findInAnyCase(line, text) != NOT_FOUND;
+    });
+    return match != matches.lines.end() ? &*match : nullptr;
+  }
+  std::vector<uint32_t>& holders = linesThatHold(matches.byName, name);
+  while (!holders.empty() && !isPresent(matches.lines[holders.back()])) holders.pop_back();
+  return holders.empty() ? nullptr : &matches.lines[holders.back()];
+}
+
+// Settles a line of the first entry whose attribute name is neither dn: nor excluded.
+static void mergeLine(Line& line, Matches& matches, MergedEntry& merged) {
+  Line* match = findMatch(matches, attributeName(line));
+  if (match == nullptr) {
+    move(line, merged);
+  } else if (findInAnyCase(line, secAuthorityText) != NOT_FOUND) {
+    move(line, merged);
+    match->text = nullptr;
+  } else {
+    move(*match, merged);
+    line.text = nullptr;
+  }
+}
+
+static MergeProblem walkFirst(std::span<Line> first, Matches& matches, MergedEntry& merged) {
+  for (Line& line : first) {
+    if (findExactly(line, objectClassTexts) != NOT_FOUND) {
+      move(line, merged);
+      continue;
+    }
+    if (line.firstColon == NO_COLON) return {&line, true};
+    if (isDn(line))
+      move(line, merged);
+    else if (!isExcluded(line))
+      mergeLine(line, matches, merged);
+  }
+  return {};
+}
+
+static MergeProblem walkSecond(std::span<Line> second, MergedEntry& merged) {
+  for (Line& line : second) {
+    if (!isPresent(line)) continue;
+    if (line.firstColon == NO_COLON) return {&line, false};
+    if (!isDn(line) && !isExcluded(line)) move(line, merged);
+  }
+  return {};
+}
+
+MergeProblem mergeEntries(std::span<Line> first, std::span<Line> second, MergedEntry& merged) {
+  Matches matches = prepareMatches(first, second);
+  const MergeProblem problem = walkFirst(first, matches, merged);
+  return problem.line != nullptr ? problem : walkSecond(second, merged);
+}

@@ -1,0 +1,22 @@
+// Where in an entry the attribute names of another one stand.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "rules/line.h"
+
+// For each name the lines that hold it anywhere, in any case. Found by one walk over the entry however many names there
+// are; only worth its memory for long entries.
+struct NameMatches {
+  std::vector<std::string_view> names;       // each once, in the order of their characters from the colon backwards
+  std::vector<uint32_t> shorter;             // for each the longest other one that it ends in; itself without one
+  std::vector<std::vector<uint32_t>> lines;  // of each, the last one first
+};
+
+// Finds the lines of the entry that hold one of the names. Each name ends in its only colon.
+NameMatches findMatches(std::vector<std::string_view> names, Entry entry);
+
+// Returns the lines that hold the name, which is one of them, the last one first. The caller may shorten the list.
+std::vector<uint32_t>& linesThatHold(NameMatches& matches, std::string_view name);

@@ -1,0 +1,32 @@
+// The distinguished names of the new layout.
+#pragma once
+
+#include <string_view>
+
+#include "rules/line.h"
+#include "rules/object_class.h"
+
+// What gets a new DN.
+enum NewDnOf : uint8_t { NEW_USER_DN, NEW_GROUP_DN, NEW_POLICY_DN };
+
+// The parts of a new dn: line, in their order; what does not apply is empty. The line end is that of the last.
+struct NewDn {
+  std::string_view parts[6];
+};
+
+// Looks for the name's attribute, in one of the two forms in which that is known, anywhere in a line: the principal
+// name of a user, the cn of a group. Returns what follows, up to the end of the line; without data where it does not
+// stand.
+std::string_view nameIn(const Line& line, Side side);
+
+// Returns the component of the old owner DN, or policy DN, that names the subdomain: the first one of an owner's, that
+// of the secAuthority, wherever it stands, of a policy's. Empty for the default domain.
+// A policy's can be missing; problem is then true.
+struct Subdomain {
+  std::string_view component;
+  bool isMissing = false;
+};
+Subdomain subdomainOf(NewDnOf what, std::string_view oldDn);
+
+// Returns the new DN of an owner's name.
+NewDn newDnOf(NewDnOf what, std::string_view name, const Subdomain& subdomain);

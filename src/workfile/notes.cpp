@@ -1,0 +1,166 @@
+#include "workfile/notes.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "ldif/line_reader.h"
+#include "ldif/object_class.h"
+#include "platform/scratch_memory.h"
+#include "reporting/reporting.h"
+#include "reporting/run_state.h"
+#include "rules/line_scan.h"
+#include "rules/owner.h"
+#include "rules/text.h"
+#include "workfile/owner_hash.h"
+#include "workfile/work_file.h"
+#include "workfile/work_file_cursor.h"
+#include "workfile/work_text.h"
+
+static ScratchMemory memory;
+
+void beginNotes() {
+  areNotesComplete = true;
+  noteCount = 0;
+  notedObject = nullptr;
+}
+
+void forgetNotes() {
+  areNotesComplete = false;
+  notedObject = nullptr;
+  noteCount = 0;
+  notes = nullptr;
+  freeScratchMemory(memory);
+}
+
+static bool makeRoomForNote() {
+  const size_t size = (size_t{noteCount} + 1) * sizeof(Note);
+  if (noteCount == UINT32_MAX || !growScratchMemory(memory, size, workFile.place.folder)) return false;
+  notes = reinterpret_cast<Note*>(memory.data);
+  return true;
+}
+
+static void noteOwner(Note& note, EntryKind kind) {
+  if (kind == RESCREDS_KIND || kind == UNKNOWN_KIND) return;
+  const Owner owner = ownerOf(entryInObject(), kind, objectTexts, nullptr);
+  note.hasOwner = owner.problem == NO_DETAIL ? 1 : 0;
+  if (note.hasOwner == 0) return;
+  note.isNormal = owner.firstLine.data() == object[0].text ? 1 : 0;
+  note.opensForKey = owner.saved == owner.key ? 1 : 0;
+  note.ownerHash = hashOfDn(owner.key);
+}
+
+void noteObject(EntryKind kind, const ObjectExtent& extent) {
+  constexpr uint64_t START_LIMIT = uint64_t{1} << START_BITS;
+  constexpr uint64_t TERMINATOR_LIMIT = uint64_t{1} << TERMINATOR_BITS;
+  if (!areNotesComplete) return;
+  const auto start = static_cast<uint64_t>(extent.begin);
+  const uint64_t terminator = static_cast<uint64_t>(extent.end) - start - extent.linesLength;
+  const bool fits = start < START_LIMIT && terminator < TERMINATOR_LIMIT && extent.linesLength <= UINT32_MAX;
+  if (!fits || !makeRoomForNote()) {
+    forgetNotes();
+    return;
+  }
+  Note note = {};
+  note.start = start % START_LIMIT;
+  note.terminator = terminator % TERMINATOR_LIMIT;
+  note.length = static_cast<uint32_t>(extent.linesLength);
+  note.lines = std::min(static_cast<uint32_t>(next_available_object_slot), MANY_LINES) % (MANY_LINES + 1);
+  note.kind = kind % (1U << KIND_BITS);
+  noteOwner(note, kind);
+  notes[noteCount++] = note;
+}
+
+// A line that ends with the file, and one that is cut short by a NUL, are not blanked out as they stand.
+static bool isOdd(const ObjectExtent& extent, int32_t result) {
+  const std::string_view last = object[next_available_object_slot - 1].view();
+  return extent.hasOddLines || (result != 0 && last.back() != '\n');
+}
+
+void noteWorkFile() {
+  beginNotes();
+  if (!reopenWorkFile()) {
+    forgetNotes();
+    return;
+  }
+  for (;;) {
+    freeObject();
+    skipBlankLines(tifp, NEXT_LINE_SIZE - 1);
+    ObjectExtent extent;
+    const int32_t result = readLinesOfObject(tifp, true, extent);
+    extent.end = requirePosition(tifp);
+    if (extent.hasChangetype) changetypeSeen = 1;
+    if (next_available_object_slot == 0 && !extent.hasOddLines) break;
+    if (next_available_object_slot == 0 || result == OBJECT_COPIED_TO_OUTPUT || isOdd(extent, result)) {
+      forgetNotes();
+      break;
+    }
+    noteObject(kindOf(classOf(entryInObject()), firstLineOfObject()), extent);
+    if (!areNotesComplete) break;
+  }
+  if (readFailed(tifp)) forgetNotes();  // the passes will meet it, and say so
+  freeObject();
+  closeWorkFile();
+}
+
+// Reads a part of the file into the texts of the entry.
+static std::string_view readWorkText(uint64_t start, size_t length) {
+  char* const text = makeRoom(objectTexts, length);
+  for (size_t filled = 0; filled < length;) {
+    const ssize_t count =
+        pread(workFile.descriptor, text + filled, length - filled, static_cast<off_t>(start + filled));
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) {
+      failWith(count == 0 ? CHANGED_BY_OTHERS : nullptr);
+      exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
+    }
+    filled += static_cast<size_t>(count);
+  }
+  return {text, length};
+}
+
+void loadNotedObject(Note& note) {
+  freeObject();
+  notedObject = &note;
+  std::string_view text = workText(note.start, note.length);
+  if (text.empty()) text = readWorkText(note.start, note.length);
+  forEachLine({text, false}, [](const Line& line) {
+    appendLineToObject(line);
+    return true;
+  });
+  if (next_available_object_slot > 0) return;
+  failWith(CHANGED_BY_OTHERS);
+  exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
+}
+
+// Returns false, with the reason in messageReason, when not all could be blanked out. Takes nothing from the heap.
+static bool blankTakenObjects() {
+  Stream* stream = nullptr;
+  bool isBlanked = true;
+  notedObject = nullptr;
+  for (uint32_t i = 0; isBlanked && i < noteCount; ++i) {
+    if (notes[i].isTaken == 0) continue;
+    if (stream == nullptr) stream = openStream(duplicateDescriptor(workFile.descriptor), STREAM_OF_FIXED_SIZE);
+    isBlanked = stream != nullptr && setPosition(stream, static_cast<int64_t>(notes[i].start)) == 0 &&
+                deleteNextObjectFromTemporaryInputLDIFFile(stream) == 0 && !readFailed(stream);
+  }
+  return closeStream(stream) == 0 && isBlanked;
+}
+
+void giveUpNotes() {
+  const bool isBlanked = blankTakenObjects();
+  forgetNotes();
+  unmapWorkFile();
+  if (!isBlanked) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
+}
+
+const char* settleWorkFile() {
+  char reason[sizeof messageReason];
+  memcpy(reason, messageReason, sizeof reason);
+  if (!isWorkFileAsItWasLeft()) return temp_input_ldif_filename;
+  if (!blankTakenObjects()) messageDetails.hint = GATHERED_ENTRIES_NOT_BLANKED;
+  memcpy(messageReason, reason, sizeof reason);
+  return nullptr;
+}

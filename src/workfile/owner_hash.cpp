@@ -1,0 +1,74 @@
+#include "workfile/owner_hash.h"
+
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <bit>
+#include <cstring>
+
+struct HashKey {
+  uint64_t low;
+  uint64_t high;
+};
+
+// Another one in each run, so that nobody can put DNs of one hash together beforehand.
+static HashKey drawKey() noexcept {
+  HashKey key = {};
+  if (getrandom(&key, sizeof key, GRND_NONBLOCK) != sizeof key) key.low = static_cast<uint64_t>(getpid());
+  return key;
+}
+
+static const HashKey hashKey = drawKey();
+
+// SipHash with one round a block and three at the end, which nobody who does not know the key can make collide.
+struct HashState {
+  uint64_t a, b, c, d;
+};
+
+static void mix(HashState& s) {
+  s.a += s.b;
+  s.c += s.d;
+  s.b = std::rotl(s.b, 13) ^ s.a;
+  s.d = std::rotl(s.d, 16) ^ s.c;
+  s.a = std::rotl(s.a, 32);
+  s.c += s.b;
+  s.a += s.d;
+  s.b = std::rotl(s.b, 17) ^ s.c;
+  s.d = std::rotl(s.d, 21) ^ s.a;
+  s.c = std::rotl(s.c, 32);
+}
+
+static void take(HashState& state, uint64_t block) {
+  state.d ^= block;
+  mix(state);
+  state.a ^= block;
+}
+
+// Folds the letters among eight characters to lower case, and nothing else.
+static uint64_t loweredCharacters(uint64_t characters) {
+  constexpr uint64_t ONES = 0x0101010101010101;
+  constexpr uint64_t HIGH_BITS = ONES * 0x80;
+  const uint64_t low = characters & ~HIGH_BITS;
+  const uint64_t fromA = low + ONES * (0x80 - 'A');
+  const uint64_t behindZ = low + ONES * (0x7F - 'Z');
+  const uint64_t capitals = (fromA ^ behindZ) & ~characters & HIGH_BITS;
+  return characters | capitals >> 2U;
+}
+
+uint64_t hashOfDn(std::string_view dn) {
+  HashState state = {hashKey.low ^ 0x736f6d6570736575, hashKey.high ^ 0x646f72616e646f6d,
+                     hashKey.low ^ 0x6c7967656e657261, hashKey.high ^ 0x7465646279746573};
+  uint64_t characters = 0;
+  size_t i = 0;
+  for (; i + sizeof characters <= dn.size(); i += sizeof characters) {
+    memcpy(&characters, dn.data() + i, sizeof characters);
+    take(state, loweredCharacters(characters));
+  }
+  characters = 0;
+  memcpy(&characters, dn.data() + i, dn.size() - i);
+  take(state, loweredCharacters(characters));
+  take(state, dn.size());
+  state.c ^= 0xff;
+  for (int round = 0; round < 3; ++round) mix(state);
+  return state.a ^ state.b ^ state.c ^ state.d;
+}

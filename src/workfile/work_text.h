@@ -1,0 +1,16 @@
+// The text of the work file in memory, for the passes.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+// Brings the work file into memory as it is on the disk. Returns false when that is not possible: then it is read.
+// Where some of it cannot be had any more, looking at it ends the run with OBJECT_NOT_READ.
+bool mapWorkFile();
+void unmapWorkFile();
+
+// True when the text lies in the work file in memory, and so stays until it is unmapped.
+bool isInWorkText(std::string_view text);
+
+// Returns a part of the work file: in memory, or nothing while it is not mapped.
+std::string_view workText(uint64_t start, uint64_t length);
