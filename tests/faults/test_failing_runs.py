@@ -7,7 +7,7 @@ A traced run does blank out at once. The others put it off until they know that 
 import signal
 
 import scratch
-from exports import (credentials, entry, everything, group, map_of_group, map_of_user, padding, policy, policy_data,
+from exports import (credentials, entry, everything, group, map_of_group, map_of_user, policy, policy_data,
                      user, users, users_entry)
 from scratch import BY_MAPPED_TEXT, BY_NOTES, BY_READING, PROCESSING, ROADS, WRITING
 

@@ -5,7 +5,6 @@ usage: test_roles.py TOOL INJECT_LIBRARY
 import itertools
 import os
 import subprocess
-import unittest
 
 import scratch
 from exports import everything
