@@ -1,7 +1,5 @@
 #include "cache/cache_slots.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -20,7 +18,7 @@ static bool isFull(const CacheMatrix& matrix, int32_t slot) { return rowOf(matri
 
 static bool beginsWithDn(const CacheMatrix& matrix, int32_t slot) {
   constexpr std::string_view TAG = "dn:";
-  return strncasecmp(rowOf(matrix, slot).text, TAG.data(), TAG.size()) == 0;
+  return isSameInAnyCase(rowOf(matrix, slot).entryText().text.substr(0, TAG.size()), TAG);
 }
 
 // Returns the slot of the entry to which the lines in a row belong. A row with a first line that is no dn: line behind
@@ -94,19 +92,18 @@ static void placeObject(const CacheMatrix& matrix, int32_t slot) {
     const int32_t lines = std::min(matrix.columns, next_available_object_slot - first);
     const Line& last = object[first + lines - 1];
     const auto length = static_cast<uint32_t>(last.text + last.length + needsNul(last) - object[first].text);
-    const Row part = {object[first].text, length, lines, hasNul};
+    const Row part = {object[first].text, length, static_cast<int16_t>(lines), hasNul};
     rowOf(matrix, slot) = overwritten(rowOf(matrix, slot), part);
   }
   next_available_object_slot = 0;
 }
 
 static void traceRow(const CacheMatrix& matrix, int32_t slot) {
-  int i = 0;
+  std::vector<Line> lines;
+  linesOfRow(matrix, slot, lines);
   traceLine("%s():  The secMap object moved is: \n", matrix.moveFunction);
-  forEachLineOfRow(matrix, slot, [&](const Line& line) {
-    traceLine("%s[%d][%d] = %.*s ", matrix.name, slot, i++, SHOWN(line.view()));
-    return true;
-  });
+  for (size_t i = 0; i < lines.size(); ++i)
+    traceLine("%s[%d][%d] = %.*s ", matrix.name, slot, static_cast<int>(i), SHOWN(lines[i].view()));
 }
 
 static void moveObject(const CacheMatrix& matrix, int32_t slot) {
@@ -146,8 +143,7 @@ struct Overrun {
   int32_t lastSlot;  // whose row has lost lines to it
   char firstLine[NEXT_LINE_SIZE];
 };
-constexpr size_t NUMBER_OF_MATRICES = 7;
-static Overrun overruns[NUMBER_OF_MATRICES] = {};
+static Overrun overruns[std::size(matrices)] = {};
 
 // Returns that of the matrix, or the free one where it belongs.
 static Overrun& overrunOf(const CacheMatrix& matrix) {

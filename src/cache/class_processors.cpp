@@ -6,7 +6,6 @@
 #include "cache/owner_index.h"
 #include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
 #include "workfile/work_file.h"

@@ -8,10 +8,7 @@
 #include "ldif/memory.h"
 #include "ldif/object_buffer.h"
 #include "reporting/reporting.h"
-
-static constexpr const CacheMatrix* matrices[] = {
-    &secUserMatrix,          &usersSecUserMatrix, &secPolicyDataMatrix,    &secPolicyMatrix,
-    &secMapForSecUserMatrix, &secGroupMatrix,     &secMapForSecGroupMatrix};
+#include "rules/line_scan.h"
 
 struct DnTable {
   std::string_view** dns;
@@ -21,34 +18,59 @@ struct DnTable {
 static constexpr DnTable dnTables[] = {
     {&secUser_dn, USER_SIDE}, {&secGroup_dn, GROUP_SIDE}, {&secPolicy_dn, USER_SIDE}};
 
-static size_t capacities[2] = {0, 0};  // slots of the tables of each Side
+// Slots of the tables of each Side: how many there is room for, and how many of them have been begun.
+static size_t capacities[2] = {0, 0};
+static size_t begun[2] = {0, 0};
 
 bool isRowInUse(const CacheMatrix& matrix, int32_t slot) {
-  return static_cast<size_t>(slot) < capacities[matrix.side] && (*matrix.rows)[slot].text != nullptr;
+  return static_cast<size_t>(slot) < begun[matrix.side] && (*matrix.rows)[slot].text != nullptr;
 }
 
 std::string_view firstLineOfRow(const CacheMatrix& matrix, int32_t slot) {
   return isRowInUse(matrix, slot) ? firstLineIn((*matrix.rows)[slot].entryText()) : std::string_view();
 }
 
+std::span<const Row> rowsOf(const CacheMatrix& matrix, int32_t slot) {
+  int32_t end = slot;
+  while (isRowInUse(matrix, end) && (end == slot || (*matrix.rows)[end - 1].lines == matrix.columns)) ++end;
+  return {*matrix.rows + slot, *matrix.rows + end};
+}
+
+void linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<Line>& lines) {
+  lines.clear();
+  for (const Row& row : rowsOf(matrix, slot)) {
+    LineScan scan = scanOf(row.entryText().text);
+    size_t taken = lines.size();
+    lines.resize(taken + static_cast<size_t>(row.lines));
+    while (taken < lines.size() && takeEntryLine(scan, row.mayHoldNul, lines[taken])) ++taken;
+    lines.resize(taken);
+  }
+}
+
 template <typename Element>
-static void growTable(Element*& table, size_t from, size_t to) {
+static void growTable(Element*& table, size_t capacity) {
   table = static_cast<Element*>(
-      reallocate(table, to * sizeof(Element), "allocateObjectCache():  malloc() failure.  EXITING. \n"));
-  std::fill(table + from, table + to, Element{});
+      reallocate(table, capacity * sizeof(Element), "allocateObjectCache():  malloc() failure.  EXITING. \n"));
 }
 
 static void growTables(Side side, size_t capacity) {
   for (const DnTable& table : dnTables)
-    if (table.side == side) growTable(*table.dns, capacities[side], capacity);
-  for (const CacheMatrix* matrix : matrices)
-    if (matrix->side == side) growTable(*matrix->rows, capacities[side], capacity);
+    if (table.side == side) growTable(*table.dns, capacity);
+  for (const CacheMatrix& matrix : matrices)
+    if (matrix.side == side) growTable(*matrix.rows, capacity);
   capacities[side] = capacity;
 }
 
+// Memory is only touched where slots are used.
 void makeRoomForSlot(Side side, int32_t slot) {
   const size_t wanted = static_cast<size_t>(slot) + 1;
   if (wanted > capacities[side]) growTables(side, std::max(wanted, capacities[side] * 2));
+  for (; begun[side] < wanted; ++begun[side]) {
+    for (const DnTable& table : dnTables)
+      if (table.side == side) (*table.dns)[begun[side]] = {};
+    for (const CacheMatrix& matrix : matrices)
+      if (matrix.side == side) (*matrix.rows)[begun[side]] = {};
+  }
 }
 
 static void traceLimits(const char* function) {
@@ -73,11 +95,12 @@ void initializeAllArrays() {
   forgetOverruns();
   forgetOwnersOfPass();
   freeObject();
-  for (const CacheMatrix* matrix : matrices) {
-    *matrix->occupied = 0;
-    std::fill_n(*matrix->rows, capacities[matrix->side], Row{});
+  for (const CacheMatrix& matrix : matrices) *matrix.occupied = 0;
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
+    const auto slots = static_cast<int32_t>(begun[side]);
+    begun[side] = 0;
+    makeRoomForSlot(side, slots - 1);
   }
-  for (const DnTable& table : dnTables) std::fill_n(*table.dns, capacities[table.side], std::string_view());
 }
 
 void deallocateObjectCache() {
@@ -87,10 +110,10 @@ void deallocateObjectCache() {
     free(*table.dns);
     *table.dns = nullptr;
   }
-  for (const CacheMatrix* matrix : matrices) {
-    free(*matrix->rows);
-    *matrix->rows = nullptr;
+  for (const CacheMatrix& matrix : matrices) {
+    free(*matrix.rows);
+    *matrix.rows = nullptr;
   }
-  capacities[USER_SIDE] = capacities[GROUP_SIDE] = 0;
+  capacities[USER_SIDE] = capacities[GROUP_SIDE] = begun[USER_SIDE] = begun[GROUP_SIDE] = 0;
   traceLine("\ndeallocateObjectCache():  FUNCTION EXIT  \n");
 }

@@ -4,11 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
+#include <vector>
 
 #include "reporting/run_state.h"
 #include "rules/line.h"
-#include "rules/line_scan.h"
 #include "rules/object_class.h"
 #include "rules/owner.h"
 #include "rules/texts.h"
@@ -22,7 +23,7 @@ constexpr int32_t SECPOLICY_MATRIX_NUMBER_OF_COLUMNS = 500;  // lines per row of
 struct Row {
   const char* text;
   uint32_t length;  // bytes
-  int32_t lines;
+  int16_t lines;
   bool mayHoldNul;  // as in an EntryText
 
   EntryText entryText() const { return {{text, length}, mayHoldNul}; }
@@ -45,6 +46,10 @@ inline Row* secMap_for_secGroup_matrix = nullptr;
 
 // What the slots hold that does not stand in the work file in memory, DNs among it; forgotten when all slots are empty.
 inline Texts gatheredTexts;
+
+// The new DNs of the slot that is being written; forgotten when it has been.
+inline char memoryOfNewDns[size_t{16} * 1024];
+inline Texts newDns(memoryOfNewDns, sizeof memoryOfNewDns);
 
 // Entries moved into each matrix and not released yet. Counted, not derived from the rows: an entry that runs
 // on into the next row makes the two differ.
@@ -97,64 +102,39 @@ struct CacheMatrix {
   const char* occupiedEnding;  // of the line for an occupied row; kept: one of the seven has no blank
 };
 
-inline constexpr CacheMatrix secUserMatrix = {"secUser_matrix",
-                                              "moveSecUserObjectFromObjectArrayToSecUserMatrix",
-                                              &secUser_matrix,
-                                              SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                              USER_SIDE,
-                                              &numberOfSecUserObjectsInObjectCache,
-                                              "\n"};
-inline constexpr CacheMatrix usersSecUserMatrix = {"Users_secUser_matrix",
-                                                   "moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix",
-                                                   &Users_secUser_matrix,
-                                                   SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                                   USER_SIDE,
-                                                   &numberOfUserSecUserObjectsInObjectCache,
-                                                   " \n"};
-inline constexpr CacheMatrix secPolicyDataMatrix = {"secPolicyData_matrix",
-                                                    "moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix",
-                                                    &secPolicyData_matrix,
-                                                    SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                                    USER_SIDE,
-                                                    &numberOfSecPolicyDataObjectsInObjectCache,
-                                                    " \n"};
-inline constexpr CacheMatrix secPolicyMatrix = {"secPolicy_matrix",
-                                                "moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix",
-                                                &secPolicy_matrix,
-                                                SECPOLICY_MATRIX_NUMBER_OF_COLUMNS,
-                                                USER_SIDE,
-                                                &numberOfSecPolicyObjectsInObjectCache,
-                                                " \n"};
-inline constexpr CacheMatrix secMapForSecUserMatrix = {
-    "secMap_for_secUser_matrix",
-    "moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix",
-    &secMap_for_secUser_matrix,
-    SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-    USER_SIDE,
-    &numberOfSecMapForSecUserObjectsInObjectCache,
-    " \n"};
-inline constexpr CacheMatrix secGroupMatrix = {"secGroup_matrix",
-                                               "moveSecGroupObjectFromObjectArrayToSecGroupMatrix",
-                                               &secGroup_matrix,
-                                               SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-                                               GROUP_SIDE,
-                                               &numberOfSecGroupObjectsInObjectCache,
-                                               " \n"};
-inline constexpr CacheMatrix secMapForSecGroupMatrix = {
-    "secMap_for_secGroup_matrix",
-    "moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix",
-    &secMap_for_secGroup_matrix,
-    SECUSER_MATRIX_NUMBER_OF_COLUMNS,
-    GROUP_SIDE,
-    &numberOfSecMapForSecGroupObjectsInObjectCache,
-    " \n"};
+// Of each EntryKind that is gathered.
+inline constexpr CacheMatrix matrices[] = {
+    {"Users_secUser_matrix", "moveUsersSecUserObjectFromObjectArrayToUsersSecUserMatrix", &Users_secUser_matrix,
+     SECUSER_MATRIX_NUMBER_OF_COLUMNS, USER_SIDE, &numberOfUserSecUserObjectsInObjectCache, " \n"},
+    {"secUser_matrix", "moveSecUserObjectFromObjectArrayToSecUserMatrix", &secUser_matrix,
+     SECUSER_MATRIX_NUMBER_OF_COLUMNS, USER_SIDE, &numberOfSecUserObjectsInObjectCache, "\n"},
+    {"secGroup_matrix", "moveSecGroupObjectFromObjectArrayToSecGroupMatrix", &secGroup_matrix,
+     SECUSER_MATRIX_NUMBER_OF_COLUMNS, GROUP_SIDE, &numberOfSecGroupObjectsInObjectCache, " \n"},
+    {"secPolicyData_matrix", "moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix", &secPolicyData_matrix,
+     SECUSER_MATRIX_NUMBER_OF_COLUMNS, USER_SIDE, &numberOfSecPolicyDataObjectsInObjectCache, " \n"},
+    {"secMap_for_secUser_matrix", "moveSecMapForSecUserObjectFromObjectArrayToSecMapForSecUserMatrix",
+     &secMap_for_secUser_matrix, SECUSER_MATRIX_NUMBER_OF_COLUMNS, USER_SIDE,
+     &numberOfSecMapForSecUserObjectsInObjectCache, " \n"},
+    {"secMap_for_secGroup_matrix", "moveSecMapForSecGroupObjectFromObjectArrayToSecMapForSecGroupMatrix",
+     &secMap_for_secGroup_matrix, SECUSER_MATRIX_NUMBER_OF_COLUMNS, GROUP_SIDE,
+     &numberOfSecMapForSecGroupObjectsInObjectCache, " \n"},
+    {"secPolicy_matrix", "moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix", &secPolicy_matrix,
+     SECPOLICY_MATRIX_NUMBER_OF_COLUMNS, USER_SIDE, &numberOfSecPolicyObjectsInObjectCache, " \n"}};
 
-// The matrix of each EntryKind that is gathered.
-inline constexpr const CacheMatrix* matrixOfKind[] = {
-    &usersSecUserMatrix,     &secUserMatrix,           &secGroupMatrix, &secPolicyDataMatrix,
-    &secMapForSecUserMatrix, &secMapForSecGroupMatrix, &secPolicyMatrix};
+inline constexpr const CacheMatrix& usersSecUserMatrix = matrices[USERS_SECUSER_KIND];
+inline constexpr const CacheMatrix& secUserMatrix = matrices[SECUSER_KIND];
+inline constexpr const CacheMatrix& secGroupMatrix = matrices[SECGROUP_KIND];
+inline constexpr const CacheMatrix& secPolicyDataMatrix = matrices[SECPOLICYDATA_KIND];
+inline constexpr const CacheMatrix& secMapForSecUserMatrix = matrices[MAP_OF_USER_KIND];
+inline constexpr const CacheMatrix& secMapForSecGroupMatrix = matrices[MAP_OF_GROUP_KIND];
+inline constexpr const CacheMatrix& secPolicyMatrix = matrices[SECPOLICY_KIND];
 
 inline const CacheSide& sideOf(const CacheMatrix& matrix) { return cacheSides[matrix.side]; }
+
+// True while an entry of this kind may be gathered: its matrix counts fewer entries than its side has slots.
+inline bool isOpen(EntryKind kind) {
+  return kind < RESCREDS_KIND && *matrices[kind].occupied < *sideOf(matrices[kind]).limit;
+}
 
 // True when there is an entry in the slot's row, or a part of one.
 bool isRowInUse(const CacheMatrix& matrix, int32_t slot);
@@ -162,14 +142,12 @@ bool isRowInUse(const CacheMatrix& matrix, int32_t slot);
 // Returns the first line of a row, nothing of an empty one.
 std::string_view firstLineOfRow(const CacheMatrix& matrix, int32_t slot);
 
-// Hands over the lines of a slot's row and, where that is full, of those in which it goes on, until one is refused.
-template <typename Takes>
-void forEachLineOfRow(const CacheMatrix& matrix, int32_t slot, Takes takes) {
-  for (; isRowInUse(matrix, slot); ++slot) {
-    const Row& row = (*matrix.rows)[slot];
-    if (!forEachLine(row.entryText(), takes) || row.lines < matrix.columns) return;
-  }
-}
+// Returns the rows in which the entry of a slot stands: none, one, or where that is full those in which it goes on,
+// too.
+std::span<const Row> rowsOf(const CacheMatrix& matrix, int32_t slot);
+
+// Puts their lines in place of those that are there.
+void linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<Line>& lines);
 
 // Begins with empty tables and the slots that both sides open first.
 void allocateObjectCache();

@@ -6,13 +6,12 @@
 #include "cache/object_cache.h"
 #include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "platform/bounded_text.h"
 #include "reporting/reporting.h"
 #include "rules/owner.h"
 #include "workfile/owner_hash.h"
 
-static OwnerIndex indexes[2] = {};  // by Side
+static OwnerIndex indexes[2];  // by Side
 
 static const char* tracedProblem(DetailText problem) {
   switch (problem) {
@@ -134,5 +133,5 @@ bool isShutOut(Side side, uint64_t ownerHash) {
 }
 
 void forgetOwnersOfPass() {
-  for (OwnerIndex& index : indexes) forgetOwners(index);
+  for (OwnerIndex& index : indexes) index = {};
 }

@@ -9,7 +9,7 @@
 #include "driver/command_line.h"
 #include "driver/pass_loop.h"
 #include "driver/run_files.h"
-#include "ldif/object_class.h"
+#include "ldif/object_buffer.h"
 #include "output/flush.h"
 #include "platform/file_operations.h"
 #include "platform/message_service.h"

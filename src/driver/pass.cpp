@@ -3,14 +3,14 @@
 #include <algorithm>
 
 #include "cache/class_processors.h"
-#include "cache/gates.h"
+#include "cache/object_cache.h"
 #include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "reporting/progress.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
+#include "workfile/work_file.h"
 #include "workfile/work_file_cursor.h"
 
 // How many passes it will be: as many as the side needs that needs more, and one that finds the resource credentials
@@ -48,6 +48,20 @@ static void processObject() {
   }
 }
 
+EntryKind requireKindOfObject() {
+  const EntryKind kind = kindOf(static_cast<ObjectClass>(objectClass), firstLineOfObject());
+  if (kind != UNKNOWN_KIND) return kind;
+  reportError("main():  ERROR:  The object class of this object was unrecognizable.  EXITING. \n");
+  exitForObject(UNKNOWN_CLASS);
+}
+
+// What entries of an EntryKind are called in the line for one that could not be stepped over.
+static constexpr const char* steppedOverNames[UNKNOWN_KIND] = {
+    "Users secUser",      "secUser",
+    "secGroup",           "secPolicyData",
+    "secMap for secUser", "secMap for secGroup",
+    "secPolicy",          "ResCreds container object or a secResCreds"};
+
 // Gathers the entry, or leaves it when it has no place in this pass.
 static void dispatchObject(EntryKind kind) {
   if (isOpen(kind)) {
@@ -77,4 +91,46 @@ bool settleObject(int64_t bytes) {
   determineTheObjectsObjectClass();
   if (objectClass != RESCREDS_CONTAINER && objectClass != SECRESCREDS_OBJECTCLASS) atLeastOneObjectProcessed = 1;
   return settleObjectOfKind(requireKindOfObject(), bytes);
+}
+
+static void traceObjectRead() {
+  if (debug == 0) return;
+  traceLine("\nmain():  Another object WAS read successfully.  \n");
+  traceLine("         next_available_object_slot = %d  \n", next_available_object_slot);
+  traceLine("         THE OBJECT READ WAS:  \n");
+  for (const Line& line : entryInObject()) traceLine("%.*s", SHOWN(line.view()));
+  traceLine("\n");
+}
+
+// Everything before the first entry that the last pass stepped over has been taken already.
+static void resumeWhereLastPassStepped() {
+  if (hasTheStepOverFilePositionBeenInitialized != 1) return;
+  const int32_t rc = setPosition(tifp, filePositionOfFirstObjectSteppedOver);
+  if (rc != 0) {
+    traceLine("main():  fsetpos() failed with rc = %d (dec)  \n", rc);
+    exitWithMessage(POSITION_CALL_FAILED, "fsetpos()", rc);
+  }
+  hasTheStepOverFilePositionBeenInitialized = 0;
+}
+
+// Reads and settles the next entry. Returns false behind the last one.
+static bool settleNextObject() {
+  const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
+  if (result == -1 && next_available_object_slot == 0) return false;
+  announcePass();
+  if (result != 0 && result != -1) {
+    traceLine("\nmain():  ERROR:  The next object could not be read successfully.  EXITING.  \n");
+    exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
+  }
+  traceObjectRead();
+  settleObject(lastObjectExtent.end - lastObjectExtent.begin);
+  traceLine("\nmain():  This is the end of the inner loop \n");
+  return true;
+}
+
+void walkWorkFile() {
+  resumeWhereLastPassStepped();
+  while (settleNextObject()) {
+  }
+  if (readFailed(tifp)) exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);  // while blanking out
 }

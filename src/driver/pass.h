@@ -12,6 +12,9 @@ inline bool isPassAnnounced = false;
 // Issues the pass's message, once, when its first entry is met.
 void announcePass();
 
+// Returns the kind of the entry in the entry buffer. A class that never reaches the work file ends the run.
+EntryKind requireKindOfObject();
+
 // Classifies the entry in the entry buffer, whose extent in the work file is given in bytes, and gathers it, or leaves
 // it when it has no place in this pass. Returns false then.
 bool settleObject(int64_t bytes);

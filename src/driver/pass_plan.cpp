@@ -58,7 +58,7 @@ bool isAnyEntryToBeGathered() {
 
 static bool beginRanks(OwnerRanks& ranks) {
   size_t places = 1024;
-  while (places < size_t{noteCount} * 2) places *= 2;
+  while (places < size_t{noteCount} + noteCount / 3) places *= 2;  // a quarter stays free
   ranks = {};
   if (!growScratchMemory(ranks.memory, places * sizeof(OwnerRank), workFile.place.folder)) return false;
   ranks.places = reinterpret_cast<OwnerRank*>(ranks.memory.data);

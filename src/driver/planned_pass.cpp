@@ -1,13 +1,11 @@
 #include <algorithm>
 
 #include "cache/cache_slots.h"
-#include "cache/gates.h"
 #include "cache/object_cache.h"
 #include "cache/owner_association.h"
 #include "driver/pass.h"
 #include "driver/pass_plan.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "reporting/run_state.h"
 #include "rules/owner.h"
 #include "rules/text.h"
@@ -46,7 +44,7 @@ static void openSlot(const CacheSide& slots, std::string_view dn) {
 
 // The entry as it is gathered: its text with the first line as it is normalised.
 static Row rowOf(const Note& note, std::string_view text, std::string_view firstLine) {
-  const auto lines = static_cast<int32_t>(note.lines);
+  const auto lines = static_cast<int16_t>(note.lines);
   if (note.isNormal != 0) return {text.data(), note.length, lines, false};
   const std::string_view rest = text.substr(nextLineIn({text, false}).size());
   const size_t length = firstLine.size() + rest.size();
@@ -55,30 +53,29 @@ static Row rowOf(const Note& note, std::string_view text, std::string_view first
   return {changed, static_cast<uint32_t>(length), lines, false};
 }
 
-// Gathers an entry as it is planned without looking at more than its first line, where its note says enough. An entry
-// that runs on into other rows is looked at.
+// Gathers an entry as it is planned without looking at more of it than its note leaves open. An entry that runs on into
+// other rows is looked at.
 static bool gatherUnseen(Note& note) {
   const EntryKind kind = kindOf(note);
   const std::string_view text = workText(note.start, note.length);
   if (note.hasOwner == 0 || text.empty() || text[0] == '#' || !isOpen(kind)) return false;
   const bool opensSlot = note.isFirst != 0;
-  const bool needsFirstLine = opensSlot || note.isNormal == 0 || kind == SECPOLICY_KIND;
-  const bool isPlanned = !opensSlot || note.opensForKey != 0;
+  const bool needsOwner = opensSlot || note.isNormal == 0 || kind == SECPOLICY_KIND;
   const CacheSide& slots = cacheSides[sideOf(kind)];
   const int32_t slot = plannedSlotOf(note);
-  if (!isPlanned || opensSlot != (slot == *slots.nextSlot) || (needsFirstLine && !isOwnerInFirstLine(kind)))
-    return false;
+  if ((opensSlot && note.opensForKey == 0) || opensSlot != (slot == *slots.nextSlot)) return false;
   freeObject();
   Owner owner;
-  if (needsFirstLine) {
-    const Line firstLine = scanLine(nextLineIn({text, false}));
-    owner = ownerOf({&firstLine, 1}, kind, objectTexts, nullptr);
+  if (needsOwner) {
+    appendLinesToObject(isOwnerInFirstLine(kind) ? nextLineIn({text, false}) : text);
+    owner = ownerOf(entryInObject(), kind, objectTexts, nullptr);
+    next_available_object_slot = 0;
     if (owner.problem != NO_DETAIL) return false;                            // it is not as it was noted
     if (kind == SECUSER_KIND && isUsersLine(owner.firstLine)) return false;  // it is one without its blanks
   }
   makeRoomForSlot(sideOf(kind), slot);
   const Row row = rowOf(note, text, owner.firstLine);
-  if (!placeUnseen(*matrixOfKind[kind], slot, row)) return false;
+  if (!placeUnseen(matrices[kind], slot, row)) return false;
   if (kind == SECPOLICY_KIND) secPolicy_dn[slot] = kept(dnOfFirstLine(owner.firstLine));
   if (opensSlot) openSlot(slots, owner.saved);
   note.isTaken = 1;
@@ -115,7 +112,11 @@ void walkPlannedEntries() {
   announcePass();
   if (!isAnyEntryToBeGathered()) return;
   atLeastOneObjectProcessed = 1;
-  for (const uint32_t number : notesOfNextPass()) {
+  constexpr size_t AHEAD = 8;  // entries whose text is fetched before it is looked at
+  const std::span<const uint32_t> numbers = notesOfNextPass();
+  for (size_t i = 0; i < numbers.size(); ++i) {
+    if (i + AHEAD < numbers.size()) __builtin_prefetch(workText(notes[numbers[i + AHEAD]].start, 1).data());
+    const uint32_t number = numbers[i];
     if (gatherAsPlanned(notes[number])) continue;
     rejectPlan();
     walkNotes(number + 1);

@@ -7,16 +7,24 @@
 #include "ldif/oversized_object_copy.h"
 #include "reporting/reporting.h"
 #include "rules/attribute.h"
-#include "rules/colon_search.h"
 #include "rules/line_scan.h"
 #include "rules/text.h"
 
+static void requireRoomForLine() {
+  if (next_available_object_slot < OBJECT_ARRAY_SIZE) return;
+  reportError("appendLineToObject():  ERROR:  The entry has more lines than the entry buffer.  EXITING. \n");
+  exitForObject(ENTRY_TOO_LONG);
+}
+
 void appendLineToObject(const Line& line) {
-  if (next_available_object_slot == OBJECT_ARRAY_SIZE) {
-    reportError("appendLineToObject():  ERROR:  The entry has more lines than the entry buffer.  EXITING. \n");
-    exitForObject(ENTRY_TOO_LONG);
-  }
+  requireRoomForLine();
   object[next_available_object_slot++] = line;
+}
+
+void appendLinesToObject(std::string_view text) {
+  LineScan scan = scanOf(text);
+  for (; takeEntryLine(scan, false, object[next_available_object_slot]); ++next_available_object_slot)
+    requireRoomForLine();
 }
 
 void setLineOfObject(int32_t slot, std::string_view text) {
@@ -28,7 +36,7 @@ void setLineOfObject(int32_t slot, std::string_view text) {
 
 void freeObject() {
   next_available_object_slot = 0;
-  forgetTexts(objectTexts);
+  objectTexts.release();
 }
 
 void traceObject() {
@@ -44,18 +52,6 @@ static void moveLines(const char* from, const char* to) {
     object[i].text = to + (reinterpret_cast<uintptr_t>(object[i].text) - reinterpret_cast<uintptr_t>(from));
 }
 
-bool holdsChangetype(const Line& line) {
-  static constexpr ColonText changetypeText = "changetype:";
-  return findExactly(line, changetypeText) != NOT_FOUND;
-}
-
-static void noteLine(ObjectExtent& extent, std::string_view line, const Line& known) {
-  extent.linesLength += line.size();
-  if (line.back() != '\n' || line.size() != known.length) extent.isPlain = false;
-  if (line.size() != known.length) extent.hasOddLines = true;
-  if (holdsChangetype(known)) extent.hasChangetype = true;
-}
-
 static int64_t positionOf(const Stream* stream) {
   int64_t position = 0;
   getPosition(stream, &position);
@@ -64,41 +60,49 @@ static int64_t positionOf(const Stream* stream) {
 
 // Reads the next line, or piece of a line, NULs included; a line of no length at the end of the file or when the read
 // fails. The scan is that of what has been read and not handed out.
-static Line readNextObjectLine(Stream* stream, LineScan& scan) {
-  Line line = takeLine(scan);
+static void readNextObjectLine(Stream* stream, LineScan& scan, Line& line) {
+  takeLine(scan, line);
   while (line.length < LONGEST_LINE && (line.length == 0 || line.text[line.length - 1] != '\n')) {
     const char* const held = heldText(stream);
     const bool isMore = readOn(stream);
     moveLines(held, heldText(stream));
-    if (!isMore && readFailed(stream)) return {};  // not the part of a line that came before
+    if (!isMore && readFailed(stream)) {
+      line = {};  // not the part of a line that came before
+      return;
+    }
     scan = scanOf(unreadText(stream));
-    line = takeLine(scan);
+    takeLine(scan, line);
     if (!isMore) break;
   }
   passOver(stream, line.length);
   countLine();
-  return line;
 }
 
 int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& extent) {
   extent.begin = positionOf(stream);
-  extent.isPlain = true;
   holdText(stream);
   LineScan scan = scanOf(unreadText(stream));
   for (;;) {
-    const Line read = readNextObjectLine(stream, scan);
-    if (read.length == 0) return -1;
-    const std::string_view text = upToNul(stream, read.view());
+    Line& line = object[next_available_object_slot];
+    readNextObjectLine(stream, scan, line);
+    const size_t length = line.length;
+    const std::string_view text = upToNul(stream, line.view());
     if (isBlankLine(text)) {
+      extent.linesLength = static_cast<size_t>(positionOf(stream) - extent.begin) - length;
+      if (length == 0) return -1;
       if (next_available_object_slot > 0) return 0;
       extent.hasOddLines = true;
       holdText(stream);
       continue;
     }
-    const Line line = text.size() == read.length ? read : scanLine(text);
-    noteLine(extent, read.view(), line);
+    if (text.size() != length) {
+      line = scanLine(text);
+      extent.hasOddLines = true;
+    }
+    if (holdsChangetype(line)) extent.hasChangetype = true;
     if (text[0] == '#') continue;
-    appendLineToObject(line);
+    requireRoomForLine();
+    ++next_available_object_slot;
     if (stopsWhenFull && next_available_object_slot == OBJECT_ARRAY_SIZE) return OBJECT_COPIED_TO_OUTPUT;
   }
 }
@@ -151,48 +155,46 @@ int32_t getNextObject(Stream* stream) {
   return result;
 }
 
-static Line copiedWithNewline(std::string_view text) {
-  char* const copy = makeRoom(objectTexts, text.size() + 1);
-  *std::copy(text.begin(), text.end(), copy) = '\n';
-  return scanLine({copy, text.size() + 1});
+// True for a line that is not continued and needs no more than a newline for its line end.
+static bool isWhole(int32_t slot) {
+  const Line& line = object[slot];
+  const bool isContinued = slot + 1 < next_available_object_slot && isContinuation(object[slot + 1]);
+  return !isContinued && line.length - line.contentLength <= 2 && line.text[line.length - 1] == '\n';
 }
 
-// Returns the line, which is not continued, with one newline for its line end. It is changed where it stands, which is
-// in memory of our own.
-static Line withNewline(const Line& line) {
-  if (line.contentLength == line.length) return copiedWithNewline(line.content());
+// Puts the newline where the line ends, in memory of our own.
+static void closeLine(Line& line) {
   const_cast<char*>(line.text)[line.contentLength] = '\n';
-  const bool isCutShort = line.length > line.contentLength + 2 || line.text[line.length - 1] != '\n';
-  if (isCutShort) return scanLine({line.text, line.contentLength + size_t{1}});
-  Line closed = line;
-  closed.length = line.contentLength + 1;
-  return closed;
+  line.length = line.contentLength + 1;
 }
 
-// Returns the logical line that begins in a slot, and moves the slot behind it.
-static Line unfoldedLine(int32_t& slot) {
-  if (slot + 1 == next_available_object_slot || !isContinuation(object[slot + 1])) return withNewline(object[slot++]);
-  const Attribute attribute = unfold(entryInObject(), slot, 0, objectTexts);
-  slot = attribute.nextLine;
-  return copiedWithNewline(attribute.text);
-}
-
-// True for a line that may not be read as it is written.
-static bool isSuspect(const Line& line) {
-  return line.length > LONGEST_LINE || line.text[0] == '#' || line.text[0] == ' ' || line.text[0] == '\n';
+static Line unfoldedLine(const Attribute& attribute) {
+  char* const copy = makeRoom(objectTexts, attribute.text.size() + 1);
+  *std::copy(attribute.text.begin(), attribute.text.end(), copy) = '\n';
+  return scanLine({copy, attribute.text.size() + 1});
 }
 
 bool unfoldObject() {
   int32_t unfolded = 0;
-  bool isPlain = true;
+  bool isAsRead = true;
   for (int32_t slot = 0; slot < next_available_object_slot;) {
-    if (isContinuation(object[slot]))
+    if (isContinuation(object[slot])) {
       ++slot;
-    else
-      isPlain = !isSuspect(object[unfolded++] = unfoldedLine(slot)) && isPlain;
+      isAsRead = false;
+    } else if (isWhole(slot)) {
+      if (unfolded != slot) object[unfolded] = object[slot];
+      closeLine(object[unfolded++]);
+      ++slot;
+    } else {
+      const Attribute attribute = unfold(entryInObject(), slot, 0, objectTexts);
+      const size_t length = attribute.text.size();
+      isAsRead = isAsRead && attribute.nextLine == slot + 1 && length == object[slot].length && length < LONGEST_LINE;
+      object[unfolded++] = unfoldedLine(attribute);
+      slot = attribute.nextLine;
+    }
   }
   next_available_object_slot = unfolded;
-  return isPlain;
+  return isAsRead;
 }
 
 static int32_t piecesOf(const Line& line) {
@@ -216,4 +218,24 @@ bool splitObjectAsRead() {
   if (pieces != next_available_object_slot) splitLongLines(static_cast<int32_t>(pieces));
   return std::none_of(entryInObject().begin(), entryInObject().end(),
                       [](const Line& line) { return line.text[0] == '#' || isBlankLine(line.view()); });
+}
+
+// Trace text of each code, in order.
+static constexpr const char* classTraces[] = {
+    "   The object class is UNINTERESTING_OBJECTCLASS  \n\n",
+    "   The object class is SECUSER_OBJECTCLASS  \n\n",
+    "   The object class is SECPOLICYDATA_OBJECTCLASS  \n\n",
+    "   The object class is SECPOLICY_OBJECTCLASS  \n\n",
+    "   The object class is SECGROUP_OBJECTCLASS  \n\n",
+    "   The object class is SECMAP_OBJECTCLASS  \n\n",
+    "   The object class is SECAUTHORITYINFO_OBJECTCLASS  \n\n",
+    "   The object class is RESCREDS_CONTAINER (not really an object class) \n\n",
+    "   The object class is SECRESCREDS_OBJECTCLASS (not really an object class) \n\n",
+    "   The object class is CONTAINER_OBJECTCLASS \n\n",
+};
+
+void determineTheObjectsObjectClass() {
+  objectClass = classOf(entryInObject());
+  traceLine("\ndetermineTheObjectsObjectClass():    \n");
+  traceLine("%s", classTraces[objectClass]);
 }

@@ -7,20 +7,24 @@
 #include <string_view>
 
 #include "platform/stream.h"
+#include "rules/colon_search.h"
 #include "rules/line.h"
+#include "rules/object_class.h"
 #include "rules/texts.h"
 
 constexpr int32_t OBJECT_ARRAY_SIZE = 250000;  // slots
 
 // The lines of the entry as read, line end included; line 0 is the dn: line. Their texts stand where they have been
-// read, in a stream or a file in memory, or in objectTexts: they are lent until the buffer is filled anew.
-inline Line object[OBJECT_ARRAY_SIZE];
+// read, in a stream or a file in memory, or in objectTexts: they are lent until the buffer is filled anew. Behind the
+// last slot a line is only looked at.
+inline Line object[OBJECT_ARRAY_SIZE + 1];
 
 // Number of filled slots.
 inline int32_t next_available_object_slot = 0;
 
 // Texts that were made for the entry in the buffer: lines changed or added, values unfolded. Forgotten with it.
-inline Texts objectTexts;
+inline char memoryOfObjectTexts[size_t{64} * 1024];
+inline Texts objectTexts(memoryOfObjectTexts, sizeof memoryOfObjectTexts);
 
 // The entry as the rules take it.
 inline Entry entryInObject() { return {object, static_cast<size_t>(next_available_object_slot)}; }
@@ -43,16 +47,17 @@ inline int64_t objectsRead = 0;
 int32_t getNextObject(Stream* stream);
 
 // True when a line holds "changetype:".
-bool holdsChangetype(const Line& line);
+inline bool holdsChangetype(const Line& line) {
+  static constexpr ColonText changetypeText = "changetype:";
+  return findExactly(line, changetypeText) != NOT_FOUND;
+}
 
-// Where in its file the entry read last stands. While isPlain: in one piece, in whole lines that hold no NUL, and
-// nobody has blanked it out.
+// Where in its file the entry read last stands.
 struct ObjectExtent {
-  int64_t readFrom = 0;    // where the stream stood before the read
-  int64_t begin = 0;       // of its first line
-  size_t linesLength = 0;  // up to the end of its last line
-  int64_t end = 0;         // behind the blank line that ended it
-  bool isPlain = false;
+  int64_t readFrom = 0;      // where the stream stood before the read
+  int64_t begin = 0;         // of its first line
+  size_t linesLength = 0;    // up to the end of its last line
+  int64_t end = 0;           // behind the blank line that ended it
   bool hasOddLines = false;  // blank lines before it, that is comments alone, or a NUL
   bool hasChangetype = false;
 };
@@ -71,11 +76,14 @@ void freeObject();
 // Appends a line. Ends the run with PROCESSING_FAILED when the buffer is full.
 void appendLineToObject(const Line& line);
 
+// Appends the lines of a text, which hold no NUL, without its comments. Ends the run as appendLineToObject does.
+void appendLinesToObject(std::string_view text);
+
 // Puts another text in place of the line in a slot, or behind the last line; it has to stay while the entry is there.
 void setLineOfObject(int32_t slot, std::string_view text);
 
 // Gives all lines the form in which they are written: folding undone, one newline behind each. Returns true when they
-// will be read as they are then.
+// are those that have been read but for their line ends.
 bool unfoldObject();
 
 // Splits lines that are longer than a line can be. Returns false when the entry, once it has been written, does
@@ -84,3 +92,9 @@ bool splitObjectAsRead();
 
 // Traces every line of the entry as "   object[%d] = %s".
 void traceObject();
+
+// Code of the entry in the entry buffer, an ObjectClass; valid until the next classification.
+inline int32_t objectClass = UNINTERESTING_OBJECTCLASS;
+
+// Sets objectClass.
+void determineTheObjectsObjectClass();

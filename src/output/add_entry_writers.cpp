@@ -4,9 +4,9 @@
 #include "cache/object_cache.h"
 #include "ldif/complaint.h"
 #include "ldif/line_reader.h"
+#include "ldif/line_writer.h"
 #include "ldif/object_buffer.h"
 #include "output/entry_merge.h"
-#include "output/row_lines.h"
 #include "platform/bounded_text.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
@@ -21,10 +21,20 @@ static int32_t writeFailed(const char* function) {
 // Writes what mergeObjects has put into the entry buffer, but for its old dn: line, empties the buffer and ends
 // the record. Returns 0 or -1.
 static int32_t writeMergedObject(Stream* stream) {
-  for (int32_t i = 1; i < next_available_object_slot; ++i)
-    if (!isDropped(object[i], MERGED) && writeText(stream, object[i].text, object[i].length) != 0) return -1;
+  if (writeLines(stream, entryInObject().subspan(1), MERGED) != 0) return -1;
   freeObject();
   return writeText(stream, "\n");
+}
+
+// Room for the lines that are merged, used for every record.
+static std::vector<Line> ownLines;
+static std::vector<Line> otherLines;
+
+// Merges the owner's own entry with its map into the entry buffer.
+static void mergeWithMap(const CacheMatrix& own, const CacheMatrix& map, int32_t slot) {
+  linesOfRow(own, slot, ownLines);
+  linesOfRow(map, slot, otherLines);
+  mergeObjects(ownLines, otherLines);
 }
 
 static void requireDn(std::string_view dn, const char* function, const char* dnName, int32_t slot,
@@ -50,7 +60,7 @@ int32_t writeSecGroupAddToOutputFile(int32_t slot, Stream* stream) {
       complainOfMissingEntry(GROUP_WITHOUT_MAP, slot, secMapForSecGroupMatrix, &secGroupMatrix);
     exitWithMessage(PROCESSING_FAILED);
   }
-  mergeObjects(takeOwnEntry(secGroupMatrix, slot), linesOfRow(secMapForSecGroupMatrix, slot, MAP_ENTRY));
+  mergeWithMap(secGroupMatrix, secMapForSecGroupMatrix, slot);
   if (writeMergedObject(stream) != 0) return writeFailed("writeSecGroupAddToOutputFile");
   traceLine("writeSecGroupAddToOutputFile():  FUNCTION EXIT \n");
   return 0;
@@ -60,9 +70,10 @@ int32_t writeSecGroupAddToOutputFile(int32_t slot, Stream* stream) {
 // line, object classes and secAuthority count.
 static void mergeWithUsersObject(int32_t slot) {
   traceLine("SECUSER_MATRIX_NUMBER_OF_COLUMNS = %d \n", SECUSER_MATRIX_NUMBER_OF_COLUMNS);
-  std::vector<Line>& partiallyMergedSecUser = mergeInputs[OWN_ENTRY];
+  std::vector<Line>& partiallyMergedSecUser = ownLines;
   partiallyMergedSecUser.assign(object, object + next_available_object_slot);
-  mergeObjects(linesOfRow(usersSecUserMatrix, slot, USERS_ENTRY), partiallyMergedSecUser);
+  linesOfRow(usersSecUserMatrix, slot, otherLines);
+  mergeObjects(otherLines, partiallyMergedSecUser);
 }
 
 int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
@@ -80,7 +91,7 @@ int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
       complainOfMissingEntry(USER_WITHOUT_MAP, slot, secMapForSecUserMatrix, &secUserMatrix);
     exitWithMessage(PROCESSING_FAILED);
   }
-  mergeObjects(takeOwnEntry(secUserMatrix, slot), linesOfRow(secMapForSecUserMatrix, slot, MAP_ENTRY));
+  mergeWithMap(secUserMatrix, secMapForSecUserMatrix, slot);
   if (isRowInUse(usersSecUserMatrix, slot)) mergeWithUsersObject(slot);
   if (writeMergedObject(stream) != 0) return writeFailed("writeSecUserAddToOutputFile");
   traceLine("writeSecUserAddToOutputFile():  FUNCTION EXIT \n");
@@ -115,14 +126,8 @@ int32_t writePolicyContainerAddToOutputFile(int32_t slot) {
 
 // Writes the slot's policy, but for its dn: line. Returns 0 or -1.
 static int32_t writePolicyLines(int32_t slot, Stream* stream) {
-  bool isDnLine = true;
-  int32_t result = 0;
-  forEachLineOfRow(secPolicyMatrix, slot, [&](const Line& line) {
-    if (!isDnLine && !isDropped(line, POLICY)) result = writeText(stream, line.text, line.length);
-    isDnLine = false;
-    return result == 0;
-  });
-  return result;
+  linesOfRow(secPolicyMatrix, slot, ownLines);
+  return writeLines(stream, Entry(ownLines).subspan(1), POLICY);
 }
 
 int32_t writeSecPolicyAddToOutputFile(int32_t slot, Stream* stream) {

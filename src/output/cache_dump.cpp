@@ -3,51 +3,43 @@
 #include "cache/object_cache.h"
 #include "reporting/reporting.h"
 
-// One table of a slot as the dump shows it: how an empty row reads.
-struct DumpedMatrix {
-  const CacheMatrix* matrix;
-  const char* emptyRow;
-};
-
-static void dumpRow(const DumpedMatrix& dumped, int32_t slot) {
-  if (!isRowInUse(*dumped.matrix, slot)) {
-    traceLine(dumped.emptyRow, slot);
+// Dumps a row; an empty one as it is given.
+static void dumpRow(const CacheMatrix& matrix, int32_t slot, const char* empty) {
+  if (!isRowInUse(matrix, slot)) {
+    traceLine(empty, slot);
     return;
   }
-  int i = 0;
-  forEachLineOfRow(*dumped.matrix, slot, [&](const Line& line) {
-    traceLine("dumpData() - %s[%d][%d] = %.*s", dumped.matrix->name, slot, i++, SHOWN(line.view()));
-    return true;
-  });
+  std::vector<Line> lines;
+  linesOfRow(matrix, slot, lines);
+  for (size_t i = 0; i < lines.size(); ++i)
+    traceLine("dumpData() - %s[%d][%d] = %.*s", matrix.name, slot, static_cast<int>(i), SHOWN(lines[i].view()));
   traceLine("\n");
+}
+
+static void dumpDn(const char* name, std::string_view dn, int32_t slot, const char* missing) {
+  if (dn.data() != nullptr)
+    traceLine("\ndumpData() - %s[%d] = %.*s \n", name, slot, SHOWN(dn));
+  else
+    traceLine(missing, slot);
 }
 
 static void dumpUser(int32_t slot) {
   traceLine("----------------- BEGIN NEW USER --------------------------------------\n");
-  if (secUser_dn[slot].data() != nullptr)
-    traceLine("\ndumpData() - secUser_dn[%d] = %.*s \n", slot, SHOWN(secUser_dn[slot]));
-  else
-    traceLine("\ndumpData() - secUser_dn[%d] was NULL \n", slot);
-  dumpRow({&secUserMatrix, "\ndumpData() - secUser_matrix[%d][0] was NULL \n"}, slot);
-  dumpRow({&usersSecUserMatrix, "\ndumpData() - No \"Users\" secUser entry for this secUser. \n\n"}, slot);
-  dumpRow({&secPolicyDataMatrix, "\ndumpData() - secPolicyData_matrix[%d][0] was NULL \n\n"}, slot);
-  if (secPolicy_dn[slot].data() != nullptr)
-    traceLine("\ndumpData() - secPolicy_dn[%d] = %.*s \n", slot, SHOWN(secPolicy_dn[slot]));
-  else
-    traceLine("\ndumpData() - No secPolicy DN for this user. \n\n");
-  dumpRow({&secPolicyMatrix, "\ndumpData() - No secPolicy for this user. \n\n"}, slot);
+  dumpDn("secUser_dn", secUser_dn[slot], slot, "\ndumpData() - secUser_dn[%d] was NULL \n");
+  dumpRow(secUserMatrix, slot, "\ndumpData() - secUser_matrix[%d][0] was NULL \n");
+  dumpRow(usersSecUserMatrix, slot, "\ndumpData() - No \"Users\" secUser entry for this secUser. \n\n");
+  dumpRow(secPolicyDataMatrix, slot, "\ndumpData() - secPolicyData_matrix[%d][0] was NULL \n\n");
+  dumpDn("secPolicy_dn", secPolicy_dn[slot], slot, "\ndumpData() - No secPolicy DN for this user. \n\n");
+  dumpRow(secPolicyMatrix, slot, "\ndumpData() - No secPolicy for this user. \n\n");
   // Kept: the table goes by another name here.
-  dumpRow({&secMapForSecUserMatrix, "\ndumpData() - secMapForSecUser_matrix[%d][0] was NULL \n\n"}, slot);
+  dumpRow(secMapForSecUserMatrix, slot, "\ndumpData() - secMapForSecUser_matrix[%d][0] was NULL \n\n");
 }
 
 static void dumpGroup(int32_t slot) {
   traceLine("\n----------------- BEGIN NEW GROUP -----------------------------------\n");
-  if (secGroup_dn[slot].data() != nullptr)
-    traceLine("\ndumpData() - secGroup_dn[%d] = %.*s \n", slot, SHOWN(secGroup_dn[slot]));
-  else
-    traceLine("\ndumpData() - secGroup_dn[%d] was NULL \n\n", slot);
-  dumpRow({&secGroupMatrix, "\ndumpData() - secGroup_matrix[%d][0] was NULL \n\n"}, slot);
-  dumpRow({&secMapForSecGroupMatrix, "\ndumpData() - secMap_for_secGroup_matrix[%d][0] was NULL \n\n"}, slot);
+  dumpDn("secGroup_dn", secGroup_dn[slot], slot, "\ndumpData() - secGroup_dn[%d] was NULL \n\n");
+  dumpRow(secGroupMatrix, slot, "\ndumpData() - secGroup_matrix[%d][0] was NULL \n\n");
+  dumpRow(secMapForSecGroupMatrix, slot, "\ndumpData() - secMap_for_secGroup_matrix[%d][0] was NULL \n\n");
 }
 
 static void dumpUsers() {

@@ -9,7 +9,6 @@
 #include "output/add_entry_writers.h"
 #include "output/cache_dump.h"
 #include "output/new_dn.h"
-#include "output/row_lines.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
@@ -76,7 +75,7 @@ static int32_t flushUser(int32_t slot) {
   freeSecMapForSecUser(slot);
   freeSecPolicyDN(slot);
   freeSecPolicy(slot);
-  forgetOwnEntry();
+  newDns.release();
   --secUser_dn_count;
   return 0;
 }
@@ -88,6 +87,7 @@ static int32_t flushGroup(int32_t slot) {
   freeSecGroupDN(slot);
   freeSecGroup(slot);
   freeSecMapForSecGroup(slot);
+  newDns.release();
   --secGroup_dn_count;
   return 0;
 }
@@ -121,7 +121,7 @@ int32_t copyAllAccumulatedDataToOutputFile() {
     if (flushGroup(slot) != 0) return -1;
   next_available_secUser_dn_slot = 0;
   next_available_secGroup_dn_slot = 0;
-  forgetTexts(gatheredTexts);
+  gatheredTexts.release();
   forgetOwnersOfPass();
   traceLine("copyAllAccumulatedDataToOutputFile() - Calling dumpData() last to verify \n");
   traceLine("                                       that all tables are empty. \n");

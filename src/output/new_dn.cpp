@@ -4,10 +4,10 @@
 
 #include "cache/object_cache.h"
 #include "ldif/complaint.h"
-#include "output/row_lines.h"
 #include "platform/bounded_text.h"
 #include "platform/shown_text.h"
 #include "reporting/reporting.h"
+#include "rules/line_scan.h"
 #include "rules/new_dn.h"
 
 [[noreturn]] static void exitForLongValue(const char* function, DetailText problem, std::string_view firstLine) {
@@ -18,8 +18,11 @@
 // Puts the name into its buffer of NAME_SIZE bytes. Returns 0, or -1 when there is none.
 static int32_t extractName(const CacheMatrix& matrix, int32_t slot, char* name, const char* function) {
   std::string_view found;
-  for (const Line& line : lookAtOwnEntry(matrix, slot))
-    if (found = nameIn(line, matrix.side); found.data() != nullptr) break;
+  for (const Row& row : rowsOf(matrix, slot)) {
+    LineScan scan = scanOf(row.entryText().text);
+    for (Line line; found.data() == nullptr && takeEntryLine(scan, row.mayHoldNul, line);)
+      found = nameIn(line, matrix.side);
+  }
   if (found.size() >= NAME_SIZE) exitForLongValue(function, NAME_TOO_LONG, firstLineOfRow(matrix, slot));
   copyBounded(name, NAME_SIZE, withoutLineEnd(found));
   return name[0] != '\0' ? 0 : -1;
@@ -74,12 +77,10 @@ static void storeNewDn(NewDnOf what, int32_t slot, std::string_view& dn, const c
     exitForLongValue(builder.function, DN_TOO_LONG, firstLineOfRow(*builder.matrix, slot));
   const Subdomain subdomain = subdomainOf(what, dn);
   if (subdomain.isMissing) exitForMissingAuthority(slot, dn);
-  tempDN[0] = '\0';
-  bool fits = true;
-  for (const std::string_view part : newDnOf(what, name, subdomain).parts)
-    fits = fits && appendBounded(tempDN, sizeof tempDN, part);
-  if (!fits) exitForLongValue(builder.function, DN_TOO_LONG, firstLineOfRow(*builder.matrix, slot));
-  dn = keepText(gatheredTexts, tempDN);
+  const std::string_view newDn = newDnOf(what, name, subdomain, newDns);
+  if (!copyBounded(tempDN, sizeof tempDN, newDn))
+    exitForLongValue(builder.function, DN_TOO_LONG, firstLineOfRow(*builder.matrix, slot));
+  dn = newDn;
   traceLine("%s():  The new dn is:  %.*s", builder.function, SHOWN(dn));
 }
 

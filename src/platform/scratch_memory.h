@@ -11,8 +11,7 @@ struct ScratchMemory {
 };
 
 // Makes the memory at least so large; what is in it stays, what is new is zero. The file is made in the folder, given
-// by its descriptor, when the first one is needed; where there can be none, ordinary memory serves up to a limit.
-// Returns false, with everything as it was, when there is no room.
+// by its descriptor, when one is needed. Returns false, with everything as it was, when there is no room.
 bool growScratchMemory(ScratchMemory& memory, size_t size, int folder);
 
 void freeScratchMemory(ScratchMemory& memory);

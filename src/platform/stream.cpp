@@ -263,44 +263,40 @@ std::string_view upToNul(const Stream* stream, std::string_view line) {
 
 bool readFailed(const Stream* stream) { return stream->readHasFailed; }
 
-// Takes the bytes behind the cursor, which are in the window, as going to be written. Returns where they stand.
-static char* overwriteWindow(Stream* stream, size_t length) {
-  char* place = stream->window + stream->cursor;
+// Moves the window behind what has been written, so that there is room again.
+static void makeRoom(Stream* stream) {
+  writePending(stream);
+  stream->windowStart += static_cast<int64_t>(stream->cursor);
+  stream->filled = stream->cursor = 0;
+}
+
+char* roomFor(Stream* stream, size_t length) {
+  if (length > stream->capacity - stream->cursor && length <= stream->capacity) makeRoom(stream);
+  return length > stream->capacity - stream->cursor || stream->writeHasFailed ? nullptr
+                                                                              : stream->window + stream->cursor;
+}
+
+void passWritten(Stream* stream, size_t length) {
   if (stream->dirtyBegin == stream->dirtyEnd) stream->dirtyBegin = stream->dirtyEnd = stream->cursor;
   stream->dirtyBegin = std::min(stream->dirtyBegin, stream->cursor);
   stream->cursor += length;
   stream->dirtyEnd = std::max(stream->dirtyEnd, stream->cursor);
   stream->filled = std::max(stream->filled, stream->cursor);
-  return place;
 }
 
-static int32_t writeInParts(Stream* stream, const char* text, size_t length) {
+int32_t writeText(Stream* stream, const char* text, size_t length) {
   while (length > 0 && !stream->writeHasFailed) {
-    if (stream->cursor == stream->capacity) {
-      writePending(stream);
-      stream->windowStart += static_cast<int64_t>(stream->capacity);
-      stream->filled = stream->cursor = 0;
-    }
+    if (stream->cursor == stream->capacity) makeRoom(stream);
     const size_t part = std::min(length, stream->capacity - stream->cursor);
-    memcpy(overwriteWindow(stream, part), text, part);
+    memcpy(stream->window + stream->cursor, text, part);
+    passWritten(stream, part);
     text += part;
     length -= part;
   }
   return stream->writeHasFailed ? -1 : 0;
 }
 
-int32_t writeText(Stream* stream, const char* text, size_t length) {
-  if (length > stream->capacity - stream->cursor || stream->writeHasFailed) return writeInParts(stream, text, length);
-  memcpy(overwriteWindow(stream, length), text, length);
-  return 0;
-}
-
 int32_t writeText(Stream* stream, const char* text) { return writeText(stream, text, strlen(text)); }
-
-char* changeInPlace(Stream* stream, size_t length) {
-  if (stream->writeHasFailed || length > stream->filled - stream->cursor) return nullptr;
-  return overwriteWindow(stream, length);
-}
 
 int32_t getPosition(const Stream* stream, int64_t* position) {
   if (!stream->hasPositions) return -1;

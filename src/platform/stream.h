@@ -86,9 +86,10 @@ bool readFailed(const Stream* stream);
 int32_t writeText(Stream* stream, const char* text, size_t length);
 int32_t writeText(Stream* stream, const char* text);  // a NUL-terminated text
 
-// Returns the next bytes of the file for being changed in place, and moves behind them. Returns null, the position
-// being unchanged, when they are not all in memory or a write to the stream has failed.
-char* changeInPlace(Stream* stream, size_t length);
+// Returns where in memory so many bytes stand that are written next; null when they do not fit there at once or a write
+// to the stream has failed. Whoever has put them there passes over as many of them as are to be written.
+char* roomFor(Stream* stream, size_t length);
+void passWritten(Stream* stream, size_t length);
 
 // Reads or sets the stream's position, a byte offset. Returns 0, or -1 when the file has no positions (a
 // pipe) or the offset is negative.

@@ -29,13 +29,7 @@ static bool isInEntryInAnyCase(Entry entry, const ColonText& text) {
 static Adjustment replaced(Entry entry, int32_t line, size_t place, size_t length, std::string_view replacement,
                            Texts& texts) {
   const std::string_view text = entry[static_cast<size_t>(line)].view();
-  const std::string_view rest = text.substr(place + length);
-  const size_t size = place + replacement.size() + rest.size();
-  char* const changed = makeRoom(texts, size);
-  char* to = std::copy_n(text.data(), place, changed);
-  to = std::copy(replacement.begin(), replacement.end(), to);
-  std::copy(rest.begin(), rest.end(), to);
-  return {line, {changed, size}, NO_DETAIL};
+  return {line, joined({text.substr(0, place), replacement, text.substr(place + length)}, texts), NO_DETAIL};
 }
 
 Adjustment convertVersion(Entry entry, Texts& texts) {
@@ -74,13 +68,8 @@ Adjustment addDomainId(Entry entry, Texts& texts, Sink show) {
   if (authority.line < 0) return {-1, {}, USER_WITHOUT_AUTHORITY};
   const Attribute name = valueOf(entry, principalName, texts, show);
   if (name.line < 0) return {-1, {}, USER_WITHOUT_NAME};
-  const size_t size = TAG.size() + authority.text.size() + 1 + name.text.size();
-  char* const line = makeRoom(texts, size);
-  char* to = std::copy(TAG.begin(), TAG.end(), line);
-  to = std::copy(authority.text.begin(), authority.text.end(), to);
-  *to++ = '%';
-  std::copy(name.text.begin(), name.text.end(), to);
-  return {static_cast<int32_t>(entry.size()), {line, size}, NO_DETAIL};
+  const std::string_view line = joined({TAG, authority.text, "%", name.text}, texts);
+  return {static_cast<int32_t>(entry.size()), line, NO_DETAIL};
 }
 
 Adjustment renameUuid(Entry entry, Texts& texts) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "rules/colon_search.h"
-#include "rules/letter_case.h"
+#include "rules/text.h"
 
 // Returns a line from a place on. Only what ends it behind that place counts.
 static std::string_view withoutLineEnd(const Line& line, size_t place) {
@@ -32,13 +32,11 @@ Attribute unfold(Entry entry, int32_t line, size_t place, Texts& texts) {
 // counts behind it, where the name has to stand in lower case.
 static bool nameEndsAt(const Line& line, size_t colon, std::string_view name) {
   if (colon < name.size()) return false;
-  const size_t start = colon - name.size();
-  for (size_t i = 0; i < name.size(); ++i) {
-    const char character = line.text[start + i];
-    const bool isFolded = start + i <= line.firstColon;
-    if ((isFolded ? lowered(character) : static_cast<unsigned char>(character)) != lowered(name[i])) return false;
-  }
-  return true;
+  const std::string_view found = line.view().substr(colon - name.size(), name.size());
+  if (colon == line.firstColon) return isSameInAnyCase(found, name);
+  return std::equal(found.begin(), found.end(), name.begin(), [](char character, char wanted) {
+    return static_cast<unsigned char>(character) == lowered(wanted);
+  });
 }
 
 // Returns the place behind the colon of the name's first match in the line, or NOT_FOUND.

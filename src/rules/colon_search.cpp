@@ -1,13 +1,8 @@
 #include "rules/colon_search.h"
 
-#include <algorithm>
+#include "rules/text.h"
 
 static bool isSame(std::string_view one, std::string_view other) { return one == other; }
-
-static bool isSameInAnyCase(std::string_view one, std::string_view other) {
-  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                    [](char a, char b) { return lowered(a) == lowered(b); });
-}
 
 template <bool (*isSameText)(std::string_view, std::string_view)>
 static size_t findAtColon(const Line& line, std::span<const ColonText> texts) {

@@ -17,15 +17,15 @@ struct ColonText {
   uint32_t name;    // bit of the known name before its colon; 0 for another name
   uint64_t ending;  // bits of what stands before the colon
 
-  constexpr ColonText(std::string_view searched) : ColonText(searched, nameBit(searched)) {}
+  constexpr ColonText(std::string_view searched) : ColonText(searched, searched.find(':'), nameBit(searched)) {}
   constexpr ColonText(const char* searched) : ColonText(std::string_view(searched)) {}
 
-  // The same without finding out whether the name is a known one.
-  static constexpr ColonText unknown(std::string_view searched) { return {searched, 0}; }
+  // The same of a name with its colon, without finding out whether it is a known one.
+  static constexpr ColonText unknown(std::string_view name) { return {name, name.size() - 1, 0}; }
 
  private:
-  constexpr ColonText(std::string_view searched, uint32_t knownName)
-      : text(searched), colonAt(searched.find(':')), name(knownName), ending(endingBits(searched.substr(0, colonAt))) {}
+  constexpr ColonText(std::string_view searched, size_t colon, uint32_t knownName)
+      : text(searched), colonAt(colon), name(knownName), ending(endingBits(searched.substr(0, colon))) {}
 };
 
 // False when the text cannot stand in the line, which is found out much faster than where it does.

@@ -1,16 +1,53 @@
 // The lines that stay behind: those of the directory server, by the road on which an entry reaches the output.
 #pragma once
 
+#include <cstdint>
+
+#include "rules/colon_search.h"
 #include "rules/line.h"
 
-enum Road {
+enum Road : uint8_t {
   STRAIGHT_THROUGH,  // from the input to the output
   OVERSIZED,         // the same, of an entry that is too long to be gathered
   REMAINING,         // from what the passes leave in the work file
   MERGED,            // the record of a user or a group
   POLICY,            // the record of a policy
+  INTO_WORK_FILE,    // to be gathered: nothing is left out
   NUMBER_OF_ROADS
 };
 
+enum Case : uint8_t { NEVER, EXACTLY, IN_ANY_CASE };
+
+// A text, and how it is compared on each road when it stands anywhere in a line.
+struct DroppedText {
+  ColonText text;
+  Case roads[NUMBER_OF_ROADS];
+};
+
+// Kept: the roads differ, in the blank behind the entry UUID and in the control lines, too.
+inline constexpr DroppedText droppedTexts[] = {
+    //                    straight  oversized remaining    merged       policy       work file
+    {"XOQ-ENTRYUUID: ", {EXACTLY, NEVER, NEVER, NEVER, NEVER, NEVER}},
+    {"xoq-entryuuid: ", {EXACTLY, NEVER, NEVER, NEVER, NEVER, NEVER}},
+    {"XOQ-ENTRYUUID:", {NEVER, EXACTLY, NEVER, NEVER, NEVER, NEVER}},
+    {"xoq-entryuuid:", {NEVER, EXACTLY, IN_ANY_CASE, IN_ANY_CASE, IN_ANY_CASE, NEVER}},
+    {"aclentry:", {NEVER, NEVER, IN_ANY_CASE, IN_ANY_CASE, IN_ANY_CASE, NEVER}},
+    {"aci:", {NEVER, NEVER, IN_ANY_CASE, IN_ANY_CASE, IN_ANY_CASE, NEVER}},
+    {"acl:", {NEVER, NEVER, IN_ANY_CASE, IN_ANY_CASE, IN_ANY_CASE, NEVER}},
+    {"control:", {NEVER, NEVER, IN_ANY_CASE, NEVER, IN_ANY_CASE, NEVER}},
+};
+
+constexpr uint32_t namesOfDropped() {
+  uint32_t names = 0;
+  for (const DroppedText& dropped : droppedTexts) names |= dropped.text.name;
+  return names;
+}
+
+// True when one of the texts stands in the line as it has to on this road.
+bool holdsDroppedText(const Line& line, Road road);
+
 // True when the line is left out on this road.
-bool isDropped(const Line& line, Road road);
+inline bool isDropped(const Line& line, Road road) {
+  constexpr uint32_t NAMES = namesOfDropped();
+  return (line.names & NAMES) != 0 && holdsDroppedText(line, road);
+}

@@ -10,12 +10,12 @@ constexpr uint32_t NO_COLON = UINT32_MAX;
 
 // The text is only lent and not closed by a NUL; it has its line end, if it came with one.
 struct Line {
-  const char* text = nullptr;  // null for a line that has been merged or left out
-  uint32_t length = 0;         // bytes
-  uint32_t contentLength = 0;  // bytes up to its first carriage return or its newline
-  uint32_t firstColon = 0;     // its place, or NO_COLON
-  uint32_t names = 0;          // of the known names those that may end at one of its colons (known_names.h)
-  uint64_t endings = 0;        // endingBit of what stands before each of its colons
+  const char* text = nullptr;      // null for a line that has been merged or left out
+  uint32_t length = 0;             // bytes
+  uint32_t contentLength = 0;      // bytes up to its first carriage return or its newline
+  uint32_t firstColon = NO_COLON;  // its place
+  uint32_t names = 0;              // of the known names those that may end at one of its colons (known_names.h)
+  uint64_t endings = 0;            // endingBit of what stands before each of its colons
 
   std::string_view view() const { return {text, length}; }
   std::string_view content() const { return {text, contentLength}; }
@@ -30,16 +30,17 @@ constexpr size_t LONGEST_LINE = 4095;
 // Looks a text through for everything that is to be known of it.
 Line scanLine(std::string_view text);
 
-// Returns a bit for the two characters before a colon, the same for both cases of a letter: a quick test of which names
-// may end there.
-constexpr uint64_t endingBit(char lastButOne, char last) {
-  return uint64_t{1} << ((static_cast<unsigned char>(lastButOne) * 3U + static_cast<unsigned char>(last)) % 32U +
-                         static_cast<unsigned char>(last) % 2U * 32U);
+// Returns the two characters before a colon as a number below 1,024, the same for both cases of a letter.
+constexpr uint32_t pairOf(char lastButOne, char last) {
+  return static_cast<unsigned char>(lastButOne) % 32U * 32U + static_cast<unsigned char>(last) % 32U;
 }
+
+// Returns their bit: a quick test of which names may end there.
+constexpr uint64_t endingBit(uint32_t pair) { return uint64_t{1} << ((pair ^ pair >> 5U) % 64U); }
 
 // The bits that a name (without colon) can have: a single character may end another name.
 constexpr uint64_t endingBits(std::string_view name) {
-  return name.size() < 2 ? ~uint64_t{0} : endingBit(name[name.size() - 2], name.back());
+  return name.size() < 2 ? ~uint64_t{0} : endingBit(pairOf(name.end()[-2], name.back()));
 }
 
 // Returns a line, or a part of one, up to its first carriage return or its newline.

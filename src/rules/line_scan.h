@@ -7,75 +7,86 @@
 #include <cstdint>
 #include <string_view>
 
-#include "rules/colon_names.h"
+#include "rules/known_names.h"
 #include "rules/line.h"
 
 // A text that is looked through, in blocks of 64 characters. What is found in a block is a mask with a bit for each
-// character, the first one's the lowest.
+// character, the first one's the lowest; those of lines that have been taken are cleared.
 struct LineScan {
   const char* text = nullptr;
   size_t length = 0;
-  size_t next = 0;      // where the next line begins
-  size_t blockEnd = 0;  // the masks are those of the block that ends here; 0 for none
-  uint64_t colons = 0;  // of that block
+  size_t next = 0;   // where the next line begins
+  size_t block = 0;  // where the block begins whose masks these are
+  uint64_t colons = 0;
   uint64_t newlines = 0;
   uint64_t returns = 0;
 };
 
-inline LineScan scanOf(std::string_view text) { return {text.data(), text.size()}; }
-
 constexpr size_t BLOCK_SIZE = 64;  // characters
 
-// Looks a block through that begins here.
-void loadBlock(LineScan& scan, size_t begin);
+// Looks a block through that begins here and does not reach beyond the text; and one that does.
+void loadWholeBlock(LineScan& scan, const char* block);
+void loadLastBlock(LineScan& scan, size_t begin);
+
+[[gnu::always_inline]] inline void loadBlock(LineScan& scan, size_t begin) {
+  scan.block = begin;
+  if (scan.length - begin >= BLOCK_SIZE)
+    loadWholeBlock(scan, scan.text + begin);
+  else
+    loadLastBlock(scan, begin);
+}
+
+inline LineScan scanOf(std::string_view text) {
+  LineScan scan = {text.data(), text.size()};
+  loadBlock(scan, 0);
+  return scan;
+}
 
 inline size_t firstOf(uint64_t places) { return static_cast<size_t>(std::countr_zero(places)); }
 
-// Looks for the line that begins at next, in one block after the other, up to its newline or the limit.
-inline Line findLine(LineScan& scan, size_t limit) {
-  const char* const text = scan.text + scan.next;
-  Colons known;
-  size_t content = limit;
-  for (size_t from = scan.next; from < limit; from = scan.blockEnd) {
-    if (from >= scan.blockEnd) loadBlock(scan, from - from % BLOCK_SIZE);
-    const size_t begin = scan.blockEnd - BLOCK_SIZE;
-    const uint64_t notBefore = ~uint64_t{0} << (from - begin);
-    const uint64_t newlines = scan.newlines & notBefore;
-    const uint64_t before = newlines == 0 ? notBefore : notBefore & ((newlines & -newlines) - 1);
-    for (uint64_t colons = scan.colons & before; colons != 0; colons &= colons - 1)
-      noteColon(known, text, begin + firstOf(colons) - scan.next);
-    const uint64_t ends = (scan.returns & before) | newlines;
-    if (ends != 0) content = std::min(content, begin + firstOf(ends));
-    if (newlines == 0) continue;
-    limit = std::min(limit, begin + firstOf(newlines) + 1);
-    break;
-  }
-  const auto length = static_cast<uint32_t>(limit - scan.next);
-  const auto contentLength = static_cast<uint32_t>(std::min(content - scan.next, size_t{length}));
-  return {text, length, contentLength, known.first, known.names, known.endings};
-}
+// Takes a line that has no newline where a line can be no longer, or the text ends.
+void takePiece(LineScan& scan, Line& line);
 
-// Returns the next line, or piece of a line that is longer than a line can be; at the end of the text what is left, and
-// then lines of no length.
-[[gnu::always_inline]] inline Line takeLine(LineScan& scan) {
-  const size_t limit = std::min(scan.length, scan.next + LONGEST_LINE);
-  Line line = findLine(scan, limit);
-  scan.next += line.length;
-  // A colon behind the end of a piece is the next one's.
-  if (line.length == LONGEST_LINE && line.view().back() != '\n') line = scanLine(line.view());
-  return line;
+// Takes the next line, or piece of a line that is longer than a line can be; at the end of the text what is left, and
+// then lines of no length. What is known is put where it stays: a line that is handed on as a value costs more time
+// than it takes to find.
+inline void takeLine(LineScan& scan, Line& line) {
+  const char* const text = scan.text + scan.next;
+  Line found;
+  found.text = text;
+  uint32_t content = UINT32_MAX;
+  for (;; loadBlock(scan, scan.block + BLOCK_SIZE)) {
+    const size_t begin =
+        scan.block - scan.next;  // of the block, from the line's begin; wraps around where it is before
+    const uint64_t newline = scan.newlines & -scan.newlines;
+    const uint64_t before = newline - 1;  // all, where there is none
+    for (uint64_t colons = scan.colons & before; colons != 0; colons &= colons - 1)
+      noteColon(found, begin + firstOf(colons));
+    const uint64_t ends = (scan.returns & before) | newline;
+    if (ends != 0) content = std::min(content, static_cast<uint32_t>(begin + firstOf(ends)));
+    if (newline != 0) {
+      found.length = static_cast<uint32_t>(begin + firstOf(newline) + 1);
+      found.contentLength = content;
+      if (found.length > LONGEST_LINE) return takePiece(scan, line);
+      scan.colons &= ~before;
+      scan.returns &= ~before;
+      scan.newlines ^= newline;
+      scan.next += found.length;
+      line = found;
+      return;
+    }
+    if (scan.block + BLOCK_SIZE >= scan.length || begin + BLOCK_SIZE >= LONGEST_LINE) return takePiece(scan, line);
+  }
 }
 
 // The same of a text in which a NUL ends a line, too; it does not belong to the line.
-Line takeLineOrPart(LineScan& scan);
+void takeLineOrPart(LineScan& scan, Line& line);
 
-// Hands the lines of an entry's text over, without its comments, until one of them is refused. Returns false then.
-template <typename Takes>
-bool forEachLine(const EntryText& entry, Takes takes) {
-  LineScan scan = scanOf(entry.text);
+// Takes the next line of an entry's text that is no comment. Returns false behind the last.
+inline bool takeEntryLine(LineScan& scan, bool mayHoldNul, Line& line) {
   while (scan.next < scan.length) {
-    const Line line = entry.mayHoldNul ? takeLineOrPart(scan) : takeLine(scan);
-    if (line.text[0] != '#' && !takes(line)) return false;
+    mayHoldNul ? takeLineOrPart(scan, line) : takeLine(scan, line);
+    if (line.text[0] != '#') return true;
   }
-  return true;
+  return false;
 }

@@ -22,10 +22,7 @@ static bool isPresent(const Line& line) { return line.text != nullptr; }
 // Returns the attribute name of a line that has a colon, up to and including the first.
 static std::string_view attributeName(const Line& line) { return line.view().substr(0, size_t{line.firstColon} + 1); }
 
-static bool isDn(const Line& line) {
-  constexpr uint32_t NAME = nameBit("dn:");
-  return (line.names & NAME) != 0 && (attributeName(line) == "dn:" || attributeName(line) == "DN:");
-}
+static bool isDn(const Line& line) { return attributeName(line) == "dn:" || attributeName(line) == "DN:"; }
 
 static constexpr uint32_t namesOfExcluded() {
   uint32_t names = 0;
@@ -33,10 +30,14 @@ static constexpr uint32_t namesOfExcluded() {
   return names;
 }
 
+// True for a line that is none of those that are treated in their own way.
+static bool isOrdinary(const Line& line) {
+  constexpr uint32_t NAMES = namesOfExcluded() | nameBit("dn:");
+  return (line.names & NAMES) == 0;
+}
+
 static bool isExcluded(const Line& line) {
-  constexpr uint32_t NAMES = namesOfExcluded();
-  return (line.names & NAMES) != 0 &&
-         std::find(std::begin(excludedNames), std::end(excludedNames), attributeName(line)) != std::end(excludedNames);
+  return std::find(std::begin(excludedNames), std::end(excludedNames), attributeName(line)) != std::end(excludedNames);
 }
 
 static void append(MergedEntry& merged, const Line& line) {
@@ -52,13 +53,15 @@ static void move(Line& line, MergedEntry& merged) {
 // The second entry as the first one looks for matches in it. Long entries are looked through once for all names.
 struct Matches {
   std::span<Line> lines;
+  uint64_t endings;  // of all of them
   bool isIndexed;
   NameMatches byName;
 };
 
 static Matches prepareMatches(std::span<const Line> first, std::span<Line> second) {
   constexpr size_t FEW = 10'000;  // comparisons
-  Matches matches = {second, first.size() * second.size() > FEW, {}};
+  Matches matches = {second, 0, first.size() * second.size() > FEW, {}};
+  for (const Line& line : second) matches.endings |= line.endings;
   if (!matches.isIndexed) return matches;
   std::vector<std::string_view> names;
   for (const Line& line : first)
@@ -69,10 +72,11 @@ static Matches prepareMatches(std::span<const Line> first, std::span<Line> secon
 
 // Returns the first line left that holds the name anywhere, in any case; null without one.
 static Line* findMatch(Matches& matches, std::string_view name) {
+  const ColonText text = ColonText::unknown(name);
+  if ((matches.endings & text.ending) == 0) return nullptr;
   if (!matches.isIndexed) {
-    const ColonText text = ColonText::unknown(name);
     const auto match = std::find_if(matches.lines.begin(), matches.lines.end(), [&](const Line& line) {
-      return isPresent(line) && findInAnyCase(line, text) != NOT_FOUND;
+      return mayStandIn(line, text) && isPresent(line) && findPlaceInAnyCase(line, {&text, 1}) != NOT_FOUND;
     });
     return match != matches.lines.end() ? &*match : nullptr;
   }
@@ -97,14 +101,10 @@ static void mergeLine(Line& line, Matches& matches, MergedEntry& merged) {
 
 static MergeProblem walkFirst(std::span<Line> first, Matches& matches, MergedEntry& merged) {
   for (Line& line : first) {
-    if (findExactly(line, objectClassTexts) != NOT_FOUND) {
-      move(line, merged);
-      continue;
-    }
     if (line.firstColon == NO_COLON) return {&line, true};
-    if (isDn(line))
+    if (!isOrdinary(line) && (findExactly(line, objectClassTexts) != NOT_FOUND || isDn(line)))
       move(line, merged);
-    else if (!isExcluded(line))
+    else if (isOrdinary(line) || !isExcluded(line))
       mergeLine(line, matches, merged);
   }
   return {};
@@ -114,7 +114,7 @@ static MergeProblem walkSecond(std::span<Line> second, MergedEntry& merged) {
   for (Line& line : second) {
     if (!isPresent(line)) continue;
     if (line.firstColon == NO_COLON) return {&line, false};
-    if (!isDn(line) && !isExcluded(line)) move(line, merged);
+    if (isOrdinary(line) || (!isDn(line) && !isExcluded(line))) move(line, merged);
   }
   return {};
 }

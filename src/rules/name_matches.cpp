@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "rules/letter_case.h"
+#include "rules/text.h"
 
 // Compares from the last character backwards, without regard to case.
 static bool isBefore(std::string_view one, std::string_view other) {

@@ -38,9 +38,10 @@ static constexpr DnFrame frames[] = {{"dn: principalName=", ",cn=Users,"},
                                      {"dn: cn=", ",cn=Groups,"},
                                      {"dn: cn=Policy,cn=Policies,principalName=", ",cn=Users,"}};
 
-NewDn newDnOf(NewDnOf what, std::string_view name, const Subdomain& subdomain) {
+std::string_view newDnOf(NewDnOf what, std::string_view name, const Subdomain& subdomain, Texts& texts) {
   const DnFrame& frame = frames[what];
   const bool isSubdomain = subdomain.component.data() != nullptr;
-  return {{frame.before, name, frame.behind, subdomain.component, isSubdomain ? ",cn=Subdomains," : "",
-           "secAuthority=default\n"}};
+  return joined({frame.before, name, frame.behind, subdomain.component, isSubdomain ? ",cn=Subdomains," : "",
+                 "secAuthority=default\n"},
+                texts);
 }

@@ -5,14 +5,10 @@
 
 #include "rules/line.h"
 #include "rules/object_class.h"
+#include "rules/texts.h"
 
 // What gets a new DN.
 enum NewDnOf : uint8_t { NEW_USER_DN, NEW_GROUP_DN, NEW_POLICY_DN };
-
-// The parts of a new dn: line, in their order; what does not apply is empty. The line end is that of the last.
-struct NewDn {
-  std::string_view parts[6];
-};
 
 // Looks for the name's attribute, in one of the two forms in which that is known, anywhere in a line: the principal
 // name of a user, the cn of a group. Returns what follows, up to the end of the line; without data where it does not
@@ -28,5 +24,5 @@ struct Subdomain {
 };
 Subdomain subdomainOf(NewDnOf what, std::string_view oldDn);
 
-// Returns the new DN of an owner's name.
-NewDn newDnOf(NewDnOf what, std::string_view name, const Subdomain& subdomain);
+// Returns the new dn: line of an owner's name, line end included.
+std::string_view newDnOf(NewDnOf what, std::string_view name, const Subdomain& subdomain, Texts& texts);

@@ -33,9 +33,11 @@ static constexpr ClassName classNames[] = {
 static constexpr ColonText objectClassTexts[] = {"objectClass:", "objectclass:"};
 
 // Returns the first of the names, in their order, before the given one that the text begins with; else the given one.
+// The fifth character tells most of them apart.
 static const ClassName* findBefore(const ClassName* end, std::string_view text) {
-  for (const ClassName* name = classNames; name != end; ++name)
-    if (text.starts_with(name->text)) return name;
+  constexpr size_t FIFTH = 4;
+  for (const ClassName* name = classNames; text.size() > FIFTH && name != end; ++name)
+    if (text[FIFTH] == name->text[FIFTH] && text.starts_with(name->text)) return name;
   return end;
 }
 

@@ -12,15 +12,6 @@ static Owner withProblem(DetailText problem) {
   return owner;
 }
 
-static std::string_view joined(std::initializer_list<std::string_view> parts, Texts& texts) {
-  size_t size = 0;
-  for (const std::string_view part : parts) size += part.size();
-  char* const text = makeRoom(texts, size);
-  char* to = text;
-  for (const std::string_view part : parts) to = std::copy(part.begin(), part.end(), to);
-  return {text, size};
-}
-
 static std::string_view tightened(std::string_view text, Texts& texts) {
   if (!hasSpaceBesideComma(text)) return text;
   char* const copy = makeRoom(texts, text.size());
@@ -40,12 +31,8 @@ static Owner ownerInFirstLine(const Line& line, size_t place, Side side, Texts& 
   Owner owner;
   const std::string_view dn = line.view().substr(place);
   owner.computed = dn;
-  owner.saved = dn;
-  owner.key = closed(dn, texts);
-  if (side == USER_SIDE) {
-    owner.saved = tightened(owner.saved, texts);
-    owner.key = tightened(owner.key, texts);
-  }
+  owner.saved = side == USER_SIDE ? tightened(dn, texts) : dn;
+  owner.key = closed(owner.saved, texts);
   const bool isUnchanged = owner.key.data() == dn.data();
   owner.firstLine = isUnchanged ? line.view() : joined({line.view().substr(0, place), owner.key}, texts);
   return owner;

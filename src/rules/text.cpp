@@ -3,23 +3,32 @@
 #include <algorithm>
 #include <cstring>
 
-#include "rules/letter_case.h"
-
-static bool isSameInAnyCase(char one, char other) { return lowered(one) == lowered(other); }
-
-// The needle has to fit.
-static bool beginsInAnyCase(const char* text, std::string_view needle) {
-  size_t i = 0;
-  while (i < needle.size() && lowered(text[i]) == lowered(needle[i])) ++i;
-  return i == needle.size();
+static uint64_t loweredAt(const char* text) {
+  uint64_t characters = 0;
+  memcpy(&characters, text, sizeof characters);
+  return loweredCharacters(characters);
 }
 
-// A needle with an equals sign can only stand at one.
+// Compares eight characters at once, the last eight of a longer text once more.
+bool isSameInAnyCase(std::string_view one, std::string_view other) {
+  constexpr size_t STEP = sizeof(uint64_t);
+  const size_t size = one.size();
+  if (size != other.size()) return false;
+  size_t i = 0;
+  for (; i + STEP <= size; i += STEP)
+    if (loweredAt(one.data() + i) != loweredAt(other.data() + i)) return false;
+  if (size >= STEP) return loweredAt(one.data() + size - STEP) == loweredAt(other.data() + size - STEP);
+  while (i < size && lowered(one.data()[i]) == lowered(other.data()[i])) ++i;
+  return i == size;
+}
+
+// A needle with an equals sign can only stand at one. Its last character tells most places apart.
 static size_t findAtSign(std::string_view haystack, std::string_view needle, size_t signAt) {
   for (size_t sign = haystack.find('='); sign != std::string_view::npos; sign = haystack.find('=', sign + 1)) {
     if (sign < signAt) continue;
-    if (haystack.size() - (sign - signAt) < needle.size()) break;
-    if (beginsInAnyCase(haystack.data() + sign - signAt, needle)) return sign - signAt;
+    const std::string_view found = haystack.substr(sign - signAt, needle.size());
+    if (found.size() < needle.size()) break;
+    if (lowered(found.back()) == lowered(needle.back()) && isSameInAnyCase(found, needle)) return sign - signAt;
   }
   return std::string_view::npos;
 }
@@ -27,7 +36,8 @@ static size_t findAtSign(std::string_view haystack, std::string_view needle, siz
 size_t dostristr(std::string_view haystack, std::string_view needle) {
   const size_t signAt = needle.find('=');
   if (signAt != std::string_view::npos) return findAtSign(haystack, needle, signAt);
-  const auto place = std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(), isSameInAnyCase);
+  const auto place = std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
+                                 [](char one, char other) { return lowered(one) == lowered(other); });
   if (place == haystack.end() && !needle.empty()) return std::string_view::npos;
   return static_cast<size_t>(place - haystack.begin());
 }
@@ -39,8 +49,8 @@ std::string_view behindSpaces(std::string_view text) {
 std::string_view trimmed(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\n\v\f\r") + 1); }
 
 bool hasSpaceBesideComma(std::string_view text) {
-  for (size_t comma = text.find(','); comma != std::string_view::npos; comma = text.find(',', comma + 1))
-    if (text.substr(comma + 1).starts_with(' ') || (comma > 0 && text[comma - 1] == ' ')) return true;
+  for (size_t space = text.find(' '); space != std::string_view::npos; space = text.find(' ', space + 1))
+    if (text.substr(space + 1).starts_with(',') || (space > 0 && text[space - 1] == ',')) return true;
   return false;
 }
 

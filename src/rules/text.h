@@ -1,9 +1,32 @@
-// Small questions about texts. Letter case is that of the C locale.
+// Small questions about texts. Letter case is that of the C locale, whatever the environment: only ASCII letters have
+// two cases.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
+
+// Without a branch or a table, so that compilers fold many characters at once.
+constexpr unsigned char lowered(char character) {
+  constexpr unsigned LETTERS = 26;
+  const auto code = static_cast<unsigned char>(character);
+  return static_cast<unsigned char>(code + (code - unsigned{'A'} < LETTERS ? 'a' - 'A' : 0));
+}
+
+// Folds the letters among eight characters, which are given as one number, to lower case, and nothing else.
+constexpr uint64_t loweredCharacters(uint64_t characters) {
+  constexpr uint64_t ONES = 0x0101010101010101;
+  constexpr uint64_t HIGH_BITS = ONES * 0x80;
+  const uint64_t low = characters & ~HIGH_BITS;
+  const uint64_t fromA = low + ONES * (0x80 - 'A');
+  const uint64_t behindZ = low + ONES * (0x7F - 'Z');
+  const uint64_t capitals = (fromA ^ behindZ) & ~characters & HIGH_BITS;
+  return characters | capitals >> 2U;
+}
+
+// True when the texts are equal without regard to case.
+bool isSameInAnyCase(std::string_view one, std::string_view other);
 
 // Returns the first place of needle in haystack without regard to case; npos without one.
 size_t dostristr(std::string_view haystack, std::string_view needle);

@@ -2,21 +2,28 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
+#include <initializer_list>
+#include <memory_resource>
 #include <string_view>
-#include <vector>
 
-struct Texts {
-  std::vector<std::unique_ptr<char[]>> blocks;
-  char* free = nullptr;  // of the last ordinary block
-  size_t freeSize = 0;   // bytes
-};
+// release() gives all texts back.
+using Texts = std::pmr::monotonic_buffer_resource;
 
 // Returns room for a text of this size.
-char* makeRoom(Texts& texts, size_t size);
+inline char* makeRoom(Texts& texts, size_t size) { return static_cast<char*>(texts.allocate(size, 1)); }
 
 // Returns a copy of the text.
-std::string_view keepText(Texts& texts, std::string_view text);
+inline std::string_view keepText(Texts& texts, std::string_view text) {
+  char* const copy = makeRoom(texts, text.size());
+  return {copy, text.copy(copy, text.size())};
+}
 
-// Gives all texts back; one block is kept for the next ones.
-void forgetTexts(Texts& texts);
+// Returns the parts, one behind the other.
+inline std::string_view joined(std::initializer_list<std::string_view> parts, Texts& texts) {
+  size_t size = 0;
+  for (const std::string_view part : parts) size += part.size();
+  char* const text = makeRoom(texts, size);
+  char* to = text;
+  for (const std::string_view part : parts) to += part.copy(to, part.size());
+  return {text, size};
+}

@@ -4,7 +4,6 @@
 
 #include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "reporting/reporting.h"
 #include "rules/adjustments.h"
 

@@ -2,7 +2,6 @@
 
 #include "ldif/complaint.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "platform/bounded_text.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"

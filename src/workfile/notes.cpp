@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "ldif/line_reader.h"
-#include "ldif/object_class.h"
+#include "ldif/object_buffer.h"
 #include "platform/scratch_memory.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
@@ -126,10 +126,7 @@ void loadNotedObject(Note& note) {
   notedObject = &note;
   std::string_view text = workText(note.start, note.length);
   if (text.empty()) text = readWorkText(note.start, note.length);
-  forEachLine({text, false}, [](const Line& line) {
-    appendLineToObject(line);
-    return true;
-  });
+  appendLinesToObject(text);
   if (next_available_object_slot > 0) return;
   failWith(CHANGED_BY_OTHERS);
   exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);

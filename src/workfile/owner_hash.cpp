@@ -6,6 +6,8 @@
 #include <bit>
 #include <cstring>
 
+#include "rules/text.h"
+
 struct HashKey {
   uint64_t low;
   uint64_t high;
@@ -42,17 +44,6 @@ static void take(HashState& state, uint64_t block) {
   state.d ^= block;
   mix(state);
   state.a ^= block;
-}
-
-// Folds the letters among eight characters to lower case, and nothing else.
-static uint64_t loweredCharacters(uint64_t characters) {
-  constexpr uint64_t ONES = 0x0101010101010101;
-  constexpr uint64_t HIGH_BITS = ONES * 0x80;
-  const uint64_t low = characters & ~HIGH_BITS;
-  const uint64_t fromA = low + ONES * (0x80 - 'A');
-  const uint64_t behindZ = low + ONES * (0x7F - 'Z');
-  const uint64_t capitals = (fromA ^ behindZ) & ~characters & HIGH_BITS;
-  return characters | capitals >> 2U;
 }
 
 uint64_t hashOfDn(std::string_view dn) {

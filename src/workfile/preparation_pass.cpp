@@ -5,8 +5,8 @@
 
 #include "ldif/attribute_lookup.h"
 #include "ldif/line_reader.h"
+#include "ldif/line_writer.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "platform/message_details.h"
 #include "reporting/progress.h"
 #include "reporting/reporting.h"
@@ -24,43 +24,15 @@ static void stopOnFailure(int32_t result, const char* fileName) {
   if (result != 0) exitWithMessage(WRITE_FAILED, fileName);
 }
 
-// Lines that stand side by side are written at once.
-struct Writer {
-  Stream* stream;
-  const char* fileName;
-  std::string_view pending;
-};
-
-static void writePending(const Writer& writer) {
-  if (writer.pending.empty()) return;
-  stopOnFailure(writeText(writer.stream, writer.pending.data(), writer.pending.size()), writer.fileName);
+static void writeObject(Stream* stream, const char* fileName, Road road) {
+  stopOnFailure(writeLines(stream, entryInObject(), road), fileName);
+  stopOnFailure(writeText(stream, "\n"), fileName);
 }
 
-static void write(Writer& writer, std::string_view text) {
-  if (writer.pending.data() + writer.pending.size() != text.data()) {
-    writePending(writer);
-    writer.pending = {text.data(), 0};
-  }
-  writer.pending = {writer.pending.data(), writer.pending.size() + text.size()};
-}
-
-static void endObject(Writer& writer) {
-  writePending(writer);
-  stopOnFailure(writeText(writer.stream, "\n"), writer.fileName);
-}
-
-static void writeObjectToOutput() {
-  Writer writer = {ofp, output_ldif_filename, {}};
-  writeObjectToLDIFFile = 1;
-  unfoldObject();
-  for (const Line& line : entryInObject())
-    if (!isDropped(line, STRAIGHT_THROUGH)) write(writer, line.view());
-  endObject(writer);
-}
-
-// The lines that later name an entry's owner lose the blanks around their commas.
-static void tightenOwnerNames() {
+// The lines that later name an entry's owner lose the blanks around their commas. Returns true when there are any.
+static bool tightenOwnerNames() {
   static constexpr ColonText ownerText = "secdn:";
+  bool isAnyChanged = false;
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
     const std::string_view line = object[i].view();
     if (findExactly(object[i], ownerText) == NOT_FOUND || !hasSpaceBesideComma(line)) continue;
@@ -68,7 +40,9 @@ static void tightenOwnerNames() {
     const size_t length = commaSpaceEater(text, line.copy(text, line.size() - 1));
     text[length] = '\n';
     object[i] = scanLine({text, length + 1});
+    isAnyChanged = true;
   }
+  return isAnyChanged;
 }
 
 static int64_t endOfWorkFile() {
@@ -77,37 +51,39 @@ static int64_t endOfWorkFile() {
   return position;
 }
 
-// The passes will look at the entry as it has been written: its class may be another one then.
-static void noteWrittenObject(int64_t begin, int64_t end, bool isPlain) {
-  ObjectExtent extent;
-  extent.begin = begin;
-  extent.linesLength = static_cast<size_t>(end - begin) - 1;
-  extent.end = end;
-  if (!isPlain && !splitObjectAsRead()) {
+// The passes will look at the entry as it has been written: its class may be another one when its lines are others than
+// those that were read.
+static void noteWrittenObject(EntryKind kind, int64_t begin, int64_t end, bool isAsRead) {
+  if (!isAsRead && !splitObjectAsRead()) {
     areNotesComplete = false;
     return;
   }
   const Entry entry = entryInObject();
   if (std::any_of(entry.begin(), entry.end(), holdsChangetype)) changetypeSeen = 1;
-  noteObject(kindOf(classOf(entry), firstLineOfObject()), extent);
+  noteObject(isAsRead ? kind : kindOf(classOf(entry), firstLineOfObject()),
+             {.begin = begin, .linesLength = static_cast<size_t>(end - begin) - 1, .end = end});
 }
 
-static void writeObjectToWorkFile() {
-  Writer writer = {tifp, temp_input_ldif_filename, {}};
+static void writeObjectToOutput() {
+  writeObjectToLDIFFile = 1;
+  unfoldObject();
+  writeObject(ofp, output_ldif_filename, STRAIGHT_THROUGH);
+}
+
+static void writeObjectToWorkFile(EntryKind kind) {
   const int64_t begin = endOfWorkFile();
-  const bool isPlain = unfoldObject();
-  tightenOwnerNames();
-  for (const Line& line : entryInObject()) write(writer, line.view());
-  endObject(writer);
-  if (areNotesComplete) noteWrittenObject(begin, endOfWorkFile(), isPlain);
+  const bool isUnfolded = !unfoldObject();
+  const bool isTightened = tightenOwnerNames();
+  writeObject(tifp, temp_input_ldif_filename, INTO_WORK_FILE);
+  if (areNotesComplete) noteWrittenObject(kind, begin, endOfWorkFile(), !isUnfolded && !isTightened);
 }
 
 static_assert(COUNTED_CLASSES == NUMBER_OF_OBJECTCLASSES);
 
-static void count(bool goesToOutput, std::string_view dnLine) {
+static void count(EntryKind kind, bool goesToOutput) {
   const auto entryClass = static_cast<size_t>(objectClass);
   ++(goesToOutput ? runCounts.intoOutput : runCounts.intoWorkFile)[entryClass];
-  if (objectClass == SECUSER_OBJECTCLASS && !isUsersLine(dnLine)) ++runCounts.ownUserEntries;
+  if (kind == SECUSER_KIND) ++runCounts.ownUserEntries;
 }
 
 static void showProgressOfPreparation() {
@@ -118,13 +94,15 @@ static void showProgressOfPreparation() {
 static void prepareObject() {
   determineTheObjectsObjectClass();
   const std::string_view dnLine = obtainAttributeFromObjectArray(0);
-  const bool goesToOutput = goesStraightThrough(static_cast<ObjectClass>(objectClass), dnLine);
+  const auto entryClass = static_cast<ObjectClass>(objectClass);
+  const bool goesToOutput = goesStraightThrough(entryClass, dnLine);
+  const EntryKind kind = kindOf(entryClass, dnLine);
   tweekObjectInObjectArray();
-  count(goesToOutput, dnLine);
+  count(kind, goesToOutput);
   if (goesToOutput)
     writeObjectToOutput();
   else
-    writeObjectToWorkFile();
+    writeObjectToWorkFile(kind);
 }
 
 static void prepareAllObjects() {

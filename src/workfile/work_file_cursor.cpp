@@ -26,7 +26,6 @@ static int32_t readObject(Stream* stream) {
   lastObjectExtent.readFrom = filePositionBeforeReadingObject;
   const int32_t result = readLinesOfObject(stream, false, lastObjectExtent);
   lastObjectExtent.end = requirePosition(stream);
-  if (lastObjectExtent.hasOddLines) lastObjectExtent.isPlain = false;
   if (lastObjectExtent.hasChangetype) changetypeSeen = 1;
   keepObjectApart();
   return readFailed(stream) ? OBJECT_NOT_READABLE : result;
@@ -93,34 +92,6 @@ static int32_t blankOutNextLine(Stream* stream, int64_t lineStart) {
   return writeText(stream, nextLine);
 }
 
-// Turns whole lines into blank ones.
-static void blankOutLines(char* lines, size_t length) {
-  char* const end = lines + length;
-  while (lines != end) {
-    auto* newline = static_cast<char*>(memchr(lines, '\n', static_cast<size_t>(end - lines)));
-    memset(lines, ' ', static_cast<size_t>(newline - lines));
-    newline[-1] = '\r';
-    lines = newline + 1;
-  }
-}
-
-// True when the entry that comes next is the one that has been read last, and plain.
-static bool isLastObjectNext(const Stream* stream) {
-  FilePosition position = 0;
-  return lastObjectExtent.isPlain && getPosition(stream, &position) == 0 && position == lastObjectExtent.readFrom;
-}
-
-// Blanks the entry out in memory. Returns false, the position being unchanged, when it has to be done line by line.
-static bool blankOutLastObject(Stream* stream) {
-  if (!isLastObjectNext(stream)) return false;
-  lastObjectExtent.isPlain = false;
-  requireMoveTo(stream, lastObjectExtent.begin);
-  char* lines = changeInPlace(stream, lastObjectExtent.linesLength);
-  if (lines != nullptr) blankOutLines(lines, lastObjectExtent.linesLength);
-  requireMoveTo(stream, lines != nullptr ? lastObjectExtent.end : lastObjectExtent.readFrom);
-  return lines != nullptr;
-}
-
 static int32_t blankOutObject(Stream* stream) {
   skipBlankLines(stream, NEXT_LINE_SIZE - 1);
   for (int32_t lines = 0;;) {
@@ -144,7 +115,7 @@ int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   int32_t result = 0;
   if (notedObject != nullptr)
     notedObject->isTaken = 1;
-  else if (!blankOutLastObject(stream))
+  else
     result = blankOutObject(stream);
   debug = debugBefore;
   traceLine(result == 0 ? "deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION EXIT  \n"
@@ -172,7 +143,10 @@ static void traceSteppedLine(bool isBlank, int32_t lines) {
 }
 
 static void stepOverObject(Stream* stream) {
-  if (debug == 0 && isLastObjectNext(stream)) {
+  FilePosition position = 0;
+  const bool isLastNext = lastObjectExtent.end > 0 && !lastObjectExtent.hasOddLines &&
+                          getPosition(stream, &position) == 0 && position == lastObjectExtent.readFrom;
+  if (debug == 0 && isLastNext) {
     requireMoveTo(stream, lastObjectExtent.end);
     return;
   }

@@ -9,12 +9,10 @@
 #include "fuzz_support.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "output/add_entry_writers.h"
 #include "output/new_dn.h"
 #include "plain_rules.h"
 #include "reporting/run_state.h"
-#include "rules/letter_case.h"
 #include "rules/text.h"
 #include "workfile/owner_hash.h"
 
@@ -96,7 +94,7 @@ static void beginRows() {
       {moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix, freeSecPolicy}};
   rowsOfKind.clear();
   for (size_t kind = 0; kind < std::size(operations); ++kind) {
-    const CacheMatrix& matrix = *matrixOfKind[kind];
+    const CacheMatrix& matrix = matrices[kind];
     const auto rows = static_cast<size_t>(*sideOf(matrix).limit);
     const plain::Cells cells(rows, static_cast<size_t>(matrix.columns));
     rowsOfKind.push_back({operations[kind].first, operations[kind].second, cells, 0});
@@ -104,16 +102,15 @@ static void beginRows() {
 }
 
 static Lines rowLines(const CacheMatrix& matrix, int32_t slot) {
-  Lines lines;
-  forEachLineOfRow(matrix, slot, [&](const Line& line) {
-    lines.emplace_back(line.view());
-    return true;
-  });
-  return lines;
+  std::vector<Line> lines;
+  linesOfRow(matrix, slot, lines);
+  Lines texts;
+  for (const Line& line : lines) texts.emplace_back(line.view());
+  return texts;
 }
 
 static void checkRows(EntryKind kind) {
-  const CacheMatrix& matrix = *matrixOfKind[kind];
+  const CacheMatrix& matrix = matrices[kind];
   require(*matrix.occupied == rowsOfKind[kind].occupied, "the entries of a matrix are counted");
   for (int32_t slot = 0; slot < *sideOf(matrix).limit; ++slot) {
     const Lines expected = rowsOfKind[kind].cells.entry(static_cast<size_t>(slot));
@@ -126,7 +123,7 @@ static void checkRows(EntryKind kind) {
 // Moves the entry into the slot's row of its kind, where that is free. Returns false when that has ended the run.
 static bool moveIntoSlot(EntryKind kind, int32_t slot) {
   Rows& rows = rowsOfKind[kind];
-  if (isRowInUse(*matrixOfKind[kind], slot)) return true;
+  if (isRowInUse(matrices[kind], slot)) return true;
   const Lines lines = objectLines();
   const bool fits = rows.cells.put(static_cast<size_t>(slot), lines);
   const uint32_t outcome = outcomeOf([&] {
@@ -175,7 +172,7 @@ static bool gather(const Lines& lines) {
 static void releaseRows() {
   for (int kind = 0; kind < RESCREDS_KIND; ++kind) {
     Rows& rows = rowsOfKind[static_cast<size_t>(kind)];
-    for (int32_t slot = 0; slot < *sideOf(*matrixOfKind[kind]).limit; ++slot) {
+    for (int32_t slot = 0; slot < *sideOf(matrices[kind]).limit; ++slot) {
       if (!rows.cells.entry(static_cast<size_t>(slot)).empty()) --rows.occupied;
       rows.cells.release(static_cast<size_t>(slot));
       outcomeOf([&] { rows.release(slot); });

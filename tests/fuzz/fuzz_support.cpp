@@ -21,9 +21,7 @@
 #include "kept_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "output/new_dn.h"
-#include "output/row_lines.h"
 #include "platform/message_catalogue.h"
 #include "platform/message_details.h"
 #include "platform/message_service.h"
@@ -192,7 +190,7 @@ static void resetCache() {
     *side.nextSlot = *side.count = 0;
     memset(side.savedDn, 0, SAVED_DN_SIZE);
   }
-  for (const CacheMatrix* matrix : matrixOfKind) *matrix->occupied = 0;
+  for (const CacheMatrix& matrix : matrices) *matrix.occupied = 0;
   max_number_of_secuser_slots = max_number_of_secgroup_slots = 0;
   // No index holds an owner any more. They have been made before the first run, and do not grow for a few slots.
   for (const Side side : {USER_SIDE, GROUP_SIDE}) isShutOut(side, 0);
@@ -201,9 +199,7 @@ static void resetCache() {
 static void resetBuffers() {
   std::fill_n(object, std::max(next_available_object_slot, 1), Line());
   next_available_object_slot = 0;
-  for (Texts* texts : {&objectTexts, &gatheredTexts}) *texts = Texts();
-  for (std::vector<Line>& lines : mergeInputs) std::vector<Line>().swap(lines);
-  forgetOwnEntry();
+  for (Texts* texts : {&objectTexts, &gatheredTexts, &newDns}) texts->release();
   memset(nextLine, 0, sizeof nextLine);
   memset(tempString, 0, sizeof tempString);
   memset(tempDN, 0, sizeof tempDN);

@@ -6,7 +6,6 @@
 #include "ldif/attribute_lookup.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "ldif/oversized_object_copy.h"
 #include "plain_rules.h"
 #include "reporting/run_state.h"
@@ -59,7 +58,9 @@ static void checkText(const std::string& text) {
   LineScan scan = scanOf({memory.data(), memory.size()});
   for (size_t position = 0; position < text.size();) {
     const std::string line = plain::readLine(text, position, LONGEST_LINE);
-    checkLine(takeLine(scan), line);
+    Line taken;
+    takeLine(scan, taken);
+    checkLine(taken, line);
     checkLine(scanLine({memory.data() + position, line.size()}), line);
     position += line.size();
     require(scan.next == position, "a scan moves on by a line");

@@ -74,10 +74,11 @@ static void passOverText(bool readsOn) {
 
 static void overwriteInPlace(size_t length) {
   endHold();
-  char* const text = changeInPlace(stream, length);
-  if (text == nullptr) return;
-  std::fill_n(text, length, 'z');
-  contents.replace(cursor, length, length, 'z');
+  char* const room = roomFor(stream, length);
+  if (room == nullptr) return;
+  std::fill_n(room, length, 'z');
+  passWritten(stream, length);
+  contents.replace(cursor, std::min(length, contents.size() - cursor), length, 'z');
   cursor += length;
 }
 

@@ -183,11 +183,11 @@ TEST_P(MatrixRow, TakesAnEntryUnseenUnlessItWouldBeFull) {
   std::string text;
   for (const std::string& line : entryOf(width())) text += line;
   const auto length = static_cast<uint32_t>(text.size());
-  EXPECT_FALSE(placeUnseen(*GetParam().matrix, 0, {text.data(), length, width(), false}));
+  EXPECT_FALSE(placeUnseen(*GetParam().matrix, 0, {text.data(), length, static_cast<int16_t>(width()), false}));
   EXPECT_EQ(row(0), Lines{});
   EXPECT_EQ(occupied(), 0);
   const auto shorter = static_cast<uint32_t>(text.size() - entryOf(width()).back().size());
-  EXPECT_TRUE(placeUnseen(*GetParam().matrix, 0, {text.data(), shorter, width() - 1, false}));
+  EXPECT_TRUE(placeUnseen(*GetParam().matrix, 0, {text.data(), shorter, static_cast<int16_t>(width() - 1), false}));
   EXPECT_EQ(row(0), entryOf(width() - 1));
   EXPECT_EQ(occupied(), 1);
 }

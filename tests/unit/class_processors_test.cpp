@@ -1,6 +1,6 @@
 #include "cache/class_processors.h"
 
-#include "ldif/object_class.h"
+#include "ldif/object_buffer.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
 #include "workfile/work_file_cursor.h"

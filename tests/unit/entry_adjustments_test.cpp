@@ -5,7 +5,6 @@
 #include <ctime>
 
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "test_support.h"
 
 namespace {

@@ -4,7 +4,6 @@
 
 #include "cache/owner_association.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"

@@ -1,7 +1,6 @@
-#include "cache/gates.h"
-
+#include "cache/object_cache.h"
 #include "driver/pass.h"
-#include "ldif/object_class.h"
+#include "ldif/object_buffer.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
 

@@ -1,5 +1,4 @@
-#include "ldif/object_class.h"
-
+#include "ldif/object_buffer.h"
 #include "test_support.h"
 
 namespace {

@@ -2,7 +2,6 @@
 
 #include "cache/owner_index.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "test_support.h"
 #include "workfile/owner_hash.h"
 

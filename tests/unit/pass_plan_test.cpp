@@ -276,7 +276,7 @@ class TwoWalks : public FreshRun {
       freeSecMapForSecGroup(slot);
     }
     next_available_secUser_dn_slot = next_available_secGroup_dn_slot = secUser_dn_count = secGroup_dn_count = 0;
-    forgetTexts(gatheredTexts);
+    gatheredTexts.release();
     forgetOwnersOfPass();
   }
 

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"

@@ -20,23 +20,18 @@ static bool isAsExpected(const char* what, std::string_view found, std::string_v
 
 static std::vector<Line> linesOf(std::string_view text) {
   std::vector<Line> lines;
-  forEachLine({text, false}, [&](const Line& line) {
-    lines.push_back(line);
-    return true;
-  });
+  LineScan scan = scanOf(text);
+  for (Line line; takeEntryLine(scan, false, line);) lines.push_back(line);
   return lines;
 }
 
 // The record's new DN.
-static std::string newDnOf(const std::vector<Line>& user, const Owner& owner) {
-  std::string dn;
+static std::string_view newDnOf(const std::vector<Line>& user, const Owner& owner, Texts& texts) {
   for (const Line& line : user) {
     const std::string_view name = withoutLineEnd(nameIn(line, USER_SIDE));
-    if (name.empty()) continue;
-    for (const std::string_view part : newDnOf(NEW_USER_DN, name, subdomainOf(NEW_USER_DN, owner.saved)).parts)
-      dn += part;
+    if (!name.empty()) return newDnOf(NEW_USER_DN, name, subdomainOf(NEW_USER_DN, owner.saved), texts);
   }
-  return dn;
+  return {};
 }
 
 // The record's lines behind it.
@@ -68,7 +63,7 @@ int main() {
   isRight = isAsExpected("owner", owner.key, "secAuthority=Sales,cn=a\n") && isRight;
   isRight = isAsExpected("owner of the map", ownerOfMap.key, owner.key) && isRight;
 
-  const std::string dn = newDnOf(user, owner);
+  const std::string_view dn = newDnOf(user, owner, texts);
   isRight = isAsExpected("new DN", dn,
                          "dn: principalName=jdoe,cn=Users,secAuthority=Sales,cn=Subdomains,secAuthority=default\n") &&
             isRight;

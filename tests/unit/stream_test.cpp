@@ -288,33 +288,37 @@ TEST_F(StreamTest, WritesWhatIsPendingWhenAllStreamsAreClosed) {
   EXPECT_EQ(readFile("two"), "2\n");
 }
 
-TEST_F(StreamTest, ChangesInPlaceWhatItHasRead) {
-  writeFile("file", "one\ntwo\nthree\n");
-  Stream* stream = openForUpdate("file");
-  EXPECT_EQ(changeInPlace(stream, 3), nullptr);  // nothing has been read yet
-  EXPECT_EQ(position(stream), 0);
-  line(stream);
-  char* text = changeInPlace(stream, 3);
-  ASSERT_NE(text, nullptr);
-  memcpy(text, "TWO", 3);
-  EXPECT_EQ(position(stream), 7);
-  setPosition(stream, 0);
-  memcpy(changeInPlace(stream, 1), "O", 1);
-  setPosition(stream, 8);
-  EXPECT_EQ(changeInPlace(stream, 7), nullptr);  // six are left
+TEST_F(StreamTest, LendsRoomForWhatIsWrittenNext) {
+  Stream* stream = openToCreate("file");
+  writeText(stream, "one\n");
+  char* room = roomFor(stream, 10);
+  ASSERT_NE(room, nullptr);
+  memcpy(room, "two\nthrown", 10);
+  passWritten(stream, 4);
   EXPECT_EQ(position(stream), 8);
-  EXPECT_EQ(line(stream), "three\n");
+  writeText(stream, "three\n");
   EXPECT_EQ(closeStream(stream), 0);
-  EXPECT_EQ(readFile("file"), "One\nTWO\nthree\n");
+  EXPECT_EQ(readFile("file"), "one\ntwo\nthree\n");
 }
 
-TEST_F(StreamTest, ChangesNothingInPlaceOnceAWriteHasFailed) {
+TEST_F(StreamTest, LendsAWholeWindowOfRoomWhateverHasBeenWritten) {
+  Stream* stream = openToCreate("file");
+  const std::string first = repeated(WINDOW - 1, "a");
+  writeText(stream, first.data(), first.size());
+  EXPECT_EQ(roomFor(stream, WINDOW + 1), nullptr);
+  char* room = roomFor(stream, WINDOW);
+  ASSERT_NE(room, nullptr);
+  memset(room, 'b', WINDOW);
+  passWritten(stream, WINDOW);
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_EQ(readFile("file"), first + repeated(WINDOW, "b"));
+}
+
+TEST_F(StreamTest, LendsNoRoomOnceAWriteHasFailed) {
   writeFile("file", "text\n");
   Stream* stream = openForUpdate("file");
   makeWritesFail(stream);
-  line(stream);
-  setPosition(stream, 0);
-  EXPECT_EQ(changeInPlace(stream, 4), nullptr);
+  EXPECT_EQ(roomFor(stream, 4), nullptr);
 }
 
 TEST_F(StreamTest, WritesEveryPartIntoAPipeOnce) {
@@ -443,24 +447,6 @@ TEST_F(StreamTest, GoesBackBehindAHeldText) {
   std::string all;
   for (std::string_view next = readLine(stream, 4095); !next.empty(); next = readLine(stream, 4095)) all += next;
   EXPECT_TRUE(all == text);
-}
-
-TEST_F(StreamTest, ChangesAHeldTextInPlace) {
-  std::string text = longText();
-  writeFile("file", text);
-  Stream* stream = openForUpdate("file");
-  holdText(stream);
-  while (static_cast<size_t>(position(stream)) < 2 * WINDOW) readLine(stream, 4095);
-  const auto place = static_cast<size_t>(position(stream));
-  readOn(stream);
-  char* changed = changeInPlace(stream, 10);
-  ASSERT_NE(changed, nullptr);
-  memcpy(changed, "0123456789", 10);
-  giveUpHold(stream);
-  while (!readLine(stream, 4095).empty()) continue;
-  EXPECT_EQ(closeStream(stream), 0);
-  text.replace(place, 10, "0123456789");
-  EXPECT_TRUE(readFile("file") == text);
 }
 
 TEST_F(StreamTest, WritesOnAfterALongHold) {

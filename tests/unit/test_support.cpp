@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <memory_resource>
 #include <fstream>
 #include <iterator>
 #include <new>
@@ -21,8 +23,6 @@
 #include "driver/pass_plan.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
-#include "ldif/object_class.h"
-#include "output/row_lines.h"
 #include "platform/message_details.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
@@ -54,12 +54,18 @@ bool takeFailureOfMemory(int& countdown) {
 
 void letAllSucceed() { failingAllocation = failingReallocation = failingOfBoth = failingMapping = failingRead = 0; }
 
-// Takes all room that is to be had without an allocation, so that the next text or line needs one.
+// The memory of texts, which the library would take where its allocations cannot be made to fail.
+class MemoryOfTexts : public std::pmr::memory_resource {
+  void* do_allocate(size_t size, size_t) override { return ::operator new(size); }
+  void do_deallocate(void* memory, size_t, size_t) override { ::operator delete(memory); }
+  bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
+};
+MemoryOfTexts memoryOfTexts;
+
+// Takes all room that is to be had without an allocation, so that the next text needs one.
 void useUpRoom() {
-  for (Texts* texts : {&objectTexts, &gatheredTexts})
-    if (texts->freeSize > 0) makeRoom(*texts, texts->freeSize);
-  for (std::vector<Line>& lines : mergeInputs) lines = std::vector<Line>();
-  forgetOwnEntry();
+  // What they hold stays where it is: only a process that is going to end comes here.
+  for (Texts* texts : {&objectTexts, &gatheredTexts, &newDns}) std::construct_at(texts);
 }
 
 HeldFile* const heldFiles[] = {&inputFile, &outputFile, &traceFile, &workFile, &preservedWorkFile};
@@ -71,7 +77,7 @@ void dropCache() {
   for (const CacheMatrix* matrix : allMatrices) *matrix->occupied = 0;
   for (const CacheSide& side : cacheSides) *side.nextSlot = *side.count = 0;
   deallocateObjectCache();
-  forgetTexts(gatheredTexts);
+  gatheredTexts.release();
 }
 
 // What the run knows of its work file, and the file in memory.
@@ -139,11 +145,12 @@ void FreshRun::SetUp() {
   std::filesystem::current_path(scratchFolder);
 
   letAllSucceed();
+  std::pmr::set_default_resource(&memoryOfTexts);
   std::set_new_handler([] { exitWithMessage(MEMORY_EXHAUSTED); });
   debug = 0;
   debugError = 0;
   freeObject();
-  forgetTexts(gatheredTexts);
+  gatheredTexts.release();
   nextLine[0] = '\0';
   lineNum = 0;
   changetypeSeen = 0;
@@ -157,7 +164,6 @@ void FreshRun::SetUp() {
   max_number_of_secgroup_slots = 0;
   writeObjectToLDIFFile = 0;
   forgetWorkFile();
-  forgetOwnEntry();
   isPassAnnounced = false;
   atLeastOneObjectProcessed = 0;
   hasTheStepOverFilePositionBeenInitialized = 0;
@@ -397,19 +403,18 @@ void fillRow(const CacheMatrix& matrix, int32_t slot, const Lines& lines) {
     const auto end = first + std::min<ptrdiff_t>(matrix.columns, lines.end() - first);
     const std::string_view text = keepText(gatheredTexts, textOf(first, end));
     makeRoomForSlot(matrix.side, slot);
-    (*matrix.rows)[slot] = {text.data(), static_cast<uint32_t>(text.size()), static_cast<int32_t>(end - first), true};
+    (*matrix.rows)[slot] = {text.data(), static_cast<uint32_t>(text.size()), static_cast<int16_t>(end - first), true};
     first = end;
   }
   ++*matrix.occupied;
 }
 
 Lines rowLines(const CacheMatrix& matrix, int32_t slot) {
-  Lines lines;
-  forEachLineOfRow(matrix, slot, [&](const Line& line) {
-    lines.emplace_back(line.view());
-    return true;
-  });
-  return lines;
+  std::vector<Line> lines;
+  linesOfRow(matrix, slot, lines);
+  Lines texts;
+  for (const Line& line : lines) texts.emplace_back(line.view());
+  return texts;
 }
 
 void setDn(std::string_view*& dns, int32_t slot, const std::string& dn) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "platform/bounded_text.h"
-#include "rules/letter_case.h"
 #include "test_support.h"
 
 namespace {

@@ -35,19 +35,19 @@ TEST_F(TextMemory, HandsOutRoomOfAnySizeToOneOwner) {
     EXPECT_EQ(std::string(rooms[i], sizes[i]), std::string(sizes[i], static_cast<char>('b' + i)));
 }
 
-TEST_F(TextMemory, KeepsOneBlockWhenAllTextsAreForgotten) {
-  Texts texts;
+TEST_F(TextMemory, GivesAllTextsBackAtOnce) {
+  char memory[100];
+  Texts texts(memory, sizeof memory);
   for (int i = 0; i < 10; i++) keepText(texts, repeated(40000, "x"));
-  EXPECT_GT(texts.blocks.size(), 1u);
-  forgetTexts(texts);
-  EXPECT_EQ(texts.blocks.size(), 1u);
-  EXPECT_EQ(keepText(texts, "new"), "new");
+  texts.release();
+  EXPECT_EQ(keepText(texts, "new").data(), memory);
 }
 
-TEST_F(TextMemory, MayBeForgottenBeforeThereIsAny) {
+TEST_F(TextMemory, JoinsParts) {
   Texts texts;
-  forgetTexts(texts);
-  EXPECT_TRUE(texts.blocks.empty());
+  EXPECT_EQ(joined({"a", "", "bc", {}, "\n"}, texts), "abc\n");
+  EXPECT_EQ(joined({}, texts), "");
+  EXPECT_NE(joined({}, texts).data(), nullptr);
 }
 
 TEST_F(TextMemory, EndsTheRunWhenExhausted) {
