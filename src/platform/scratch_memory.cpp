@@ -7,7 +7,7 @@
 #include <algorithm>
 
 static constexpr size_t FIRST_SIZE = size_t{256} * 1024;
-static constexpr size_t SIZE_WITHOUT_FILE = size_t{16} * 1024 * 1024;  // up to here no file is made
+static constexpr size_t SIZE_WITHOUT_FILE = size_t{8} * 1024 * 1024;  // up to here no file is made
 
 // Room in the file is taken before it is mapped, so that a full disk is the error of a call.
 static char* map(int descriptor, size_t size) {

@@ -2,7 +2,7 @@
 
 usage: test_notes.py TOOL INJECT_LIBRARY
 
-The file has no name. Without it the notes lie in memory, and without them entries are read: the output is the same.
+The file has no name. Without it there are no notes, and entries are read: the output is the same.
 """
 import os
 
@@ -12,7 +12,7 @@ from scratch import BY_READING, PROCESSING, READING
 
 WORK_FILE = "input.ldif.tmp"
 FILE_OF_NOTES = " (deleted)"  # what the system shows of the name of a file that has none
-ENTRIES = 176_000  # whose notes, of 24 bytes, are beyond the 4 MiB for which no file is made
+ENTRIES = 352_000  # whose notes, of 24 bytes, are beyond the 8 MiB for which no file is made
 
 
 class NotesInAFile(scratch.ScratchTest):
@@ -66,7 +66,7 @@ class NotesInAFile(scratch.ScratchTest):
         self.each_fault(self.assertConverts, call="mmap", errno="ENOMEM", file=FILE_OF_NOTES)
         self.assertConverts(self.run_with(call="mmap", errno="ENODEV", file=FILE_OF_NOTES, lasting=1))
 
-    def test_are_not_needed_when_no_memory_can_be_had_in_place_of_it(self):
+    def test_are_not_needed_when_no_memory_can_be_had(self):
         calls = self.each_fault(self.assertConverts, call="mmap", errno="ENOMEM", without="tmpfile")
         self.assertGreater(calls, 8)
         for number in range(calls - 4, calls + 1):

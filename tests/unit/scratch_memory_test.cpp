@@ -11,7 +11,7 @@
 namespace {
 
 constexpr size_t MEGABYTE = 1024 * 1024;
-constexpr size_t WITHOUT_FILE = 16 * MEGABYTE;
+constexpr size_t WITHOUT_FILE = 8 * MEGABYTE;
 constexpr int NO_FOLDER = -1;
 
 class ScratchMemoryTest : public FreshRun {
