@@ -112,11 +112,7 @@ void walkPlannedEntries() {
   announcePass();
   if (!isAnyEntryToBeGathered()) return;
   atLeastOneObjectProcessed = 1;
-  constexpr size_t AHEAD = 8;  // entries whose text is fetched before it is looked at
-  const std::span<const uint32_t> numbers = notesOfNextPass();
-  for (size_t i = 0; i < numbers.size(); ++i) {
-    if (i + AHEAD < numbers.size()) __builtin_prefetch(workText(notes[numbers[i + AHEAD]].start, 1).data());
-    const uint32_t number = numbers[i];
+  for (const uint32_t number : notesOfNextPass()) {
     if (gatherAsPlanned(notes[number])) continue;
     rejectPlan();
     walkNotes(number + 1);
