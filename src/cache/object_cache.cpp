@@ -40,10 +40,9 @@ void linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<Line>& line
   lines.clear();
   for (const Row& row : rowsOf(matrix, slot)) {
     LineScan scan = scanOf(row.entryText().text);
-    size_t taken = lines.size();
-    lines.resize(taken + static_cast<size_t>(row.lines));
-    while (taken < lines.size() && takeEntryLine(scan, row.mayHoldNul, lines[taken])) ++taken;
-    lines.resize(taken);
+    const size_t before = lines.size();
+    lines.resize(before + static_cast<size_t>(row.lines));
+    lines.resize(before + takeEntryLines(scan, row.mayHoldNul, lines.data() + before, lines.size() - before));
   }
 }
 

@@ -56,9 +56,7 @@ bool isAnyEntryToBeGathered() {
   return notToBeGathered < noteCount;
 }
 
-static bool beginRanks(OwnerRanks& ranks) {
-  size_t places = 1024;
-  while (places < size_t{noteCount} + noteCount / 3) places *= 2;  // a quarter stays free
+static bool beginRanks(OwnerRanks& ranks, size_t places) {
   ranks = {};
   if (!growScratchMemory(ranks.memory, places * sizeof(OwnerRank), workFile.place.folder)) return false;
   ranks.places = reinterpret_cast<OwnerRank*>(ranks.memory.data);
@@ -92,19 +90,31 @@ static uint32_t passOf(const Note& note) { return note.hasOwner == 0 ? 0 : note.
 
 int32_t plannedSlotOf(const Note& note) { return static_cast<int32_t>(note.rank % slotsOf(note)); }
 
-static bool rankOwners() {
-  OwnerRanks ranks;
-  if (!beginRanks(ranks)) return false;
+// Returns false when the places do not suffice for all owners: a quarter has to stay free.
+static bool rankOwners(OwnerRanks& ranks) {
   passCount = 0;
   constexpr ptrdiff_t AHEAD = 16;  // notes whose place is fetched before it is needed
   for (Note* note = notes; note != notes + noteCount; ++note) {
     if (notes + noteCount - note > AHEAD) __builtin_prefetch(&ranks.places[placeOf(ranks, hashOf(note[AHEAD]))]);
     if (!isToBeGathered(*note)) continue;
     if (note->hasOwner != 0) note->rank = rankOf(ranks, *note);
+    if (ranks.count[USER_SIDE] + ranks.count[GROUP_SIDE] > (ranks.mask + 1) / 4 * 3) return false;
     passCount = std::max(passCount, passOf(*note) + 1);
   }
-  freeScratchMemory(ranks.memory);
   return true;
+}
+
+// An owner has some four entries; where there are fewer, there are more owners than expected.
+static bool rankAllOwners() {
+  OwnerRanks ranks;
+  size_t places = 1024;
+  while (places < noteCount / 2) places *= 2;
+  for (; beginRanks(ranks, places); places *= 2) {
+    const bool areRanked = rankOwners(ranks);
+    freeScratchMemory(ranks.memory);
+    if (areRanked) return true;
+  }
+  return false;
 }
 
 // Sorts the notes by pass, in the order of the work file within each.
@@ -124,7 +134,7 @@ static bool sortNotes() {
 
 bool planPasses() {
   if (isPlanned) return true;
-  isPlanned = rankOwners() && sortNotes();
+  isPlanned = rankAllOwners() && sortNotes();
   nextPass = notLeft = notToBeGathered = 0;
   if (!isPlanned) giveUpNotes();
   return isPlanned;

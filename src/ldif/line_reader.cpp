@@ -1,7 +1,7 @@
 #include "ldif/line_reader.h"
 
 std::string_view readNextLine(Stream* stream) {
-  countLine();
+  countLines(1);
   return readLine(stream, NEXT_LINE_SIZE - 1);
 }
 

@@ -22,9 +22,9 @@ inline int32_t lineNum = 0;
 // 1 once a line with "changetype:" has been met in the work file; never cleared.
 inline int32_t changetypeSeen = 0;
 
-inline void countLine() {
+inline void countLines(size_t lines) {
   // Wraps around after two thousand million lines, which a signed addition must not.
-  lineNum = static_cast<int32_t>(static_cast<uint32_t>(lineNum) + 1U);
+  lineNum = static_cast<int32_t>(static_cast<uint32_t>(lineNum) + static_cast<uint32_t>(lines));
 }
 
 // Reads the next line into a buffer of NEXT_LINE_SIZE bytes. Returns 0, or -1 with an empty buffer at the end

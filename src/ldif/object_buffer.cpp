@@ -23,8 +23,10 @@ void appendLineToObject(const Line& line) {
 
 void appendLinesToObject(std::string_view text) {
   LineScan scan = scanOf(text);
-  for (; takeEntryLine(scan, false, object[next_available_object_slot]); ++next_available_object_slot)
-    requireRoomForLine();
+  Line* const lines = object + next_available_object_slot;
+  const size_t taken = takeEntryLines(scan, false, lines, static_cast<size_t>(std::end(object) - lines));
+  next_available_object_slot = std::min(next_available_object_slot + static_cast<int32_t>(taken), OBJECT_ARRAY_SIZE);
+  if (lines + taken == std::end(object)) requireRoomForLine();
 }
 
 void setLineOfObject(int32_t slot, std::string_view text) {
@@ -75,7 +77,21 @@ static void readNextObjectLine(Stream* stream, LineScan& scan, Line& line) {
     if (!isMore) break;
   }
   passOver(stream, line.length);
-  countLine();
+  countLines(1);
+}
+
+// Takes what there is of the entry in the stream's memory and can be taken as it stands. The last line may be blank.
+static void readOrdinaryLines(Stream* stream, LineScan& scan, ObjectExtent& extent) {
+  if (hasMetNul(stream)) return;
+  const size_t from = scan.next;
+  const int32_t first = next_available_object_slot;
+  const auto room = static_cast<size_t>(std::max(OBJECT_ARRAY_SIZE - 1 - first, 0));  // the last one is not ordinary
+  const size_t taken = takeOrdinaryLines(scan, object + first, room);
+  next_available_object_slot += static_cast<int32_t>(taken);
+  for (int32_t i = first; i < next_available_object_slot; ++i)
+    if (holdsChangetype(object[i])) extent.hasChangetype = true;
+  passOver(stream, scan.next - from);
+  countLines(taken);
 }
 
 int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& extent) {
@@ -83,10 +99,14 @@ int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& exte
   holdText(stream);
   LineScan scan = scanOf(unreadText(stream));
   for (;;) {
-    Line& line = object[next_available_object_slot];
-    readNextObjectLine(stream, scan, line);
-    const size_t length = line.length;
-    const std::string_view text = upToNul(stream, line.view());
+    readOrdinaryLines(stream, scan, extent);
+    Line* line = object + next_available_object_slot;
+    if (next_available_object_slot > 0 && isBlankLine(line[-1].view()))
+      line = object + --next_available_object_slot;
+    else
+      readNextObjectLine(stream, scan, *line);
+    const size_t length = line->length;
+    const std::string_view text = upToNul(stream, line->view());
     if (isBlankLine(text)) {
       extent.linesLength = static_cast<size_t>(positionOf(stream) - extent.begin) - length;
       if (length == 0) return -1;
@@ -96,10 +116,10 @@ int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& exte
       continue;
     }
     if (text.size() != length) {
-      line = scanLine(text);
+      *line = scanLine(text);
       extent.hasOddLines = true;
     }
-    if (holdsChangetype(line)) extent.hasChangetype = true;
+    if (holdsChangetype(*line)) extent.hasChangetype = true;
     if (text[0] == '#') continue;
     requireRoomForLine();
     ++next_available_object_slot;

@@ -20,7 +20,7 @@ static int32_t extractName(const CacheMatrix& matrix, int32_t slot, char* name, 
   std::string_view found;
   for (const Row& row : rowsOf(matrix, slot)) {
     LineScan scan = scanOf(row.entryText().text);
-    for (Line line; found.data() == nullptr && takeEntryLine(scan, row.mayHoldNul, line);)
+    for (Line line; found.data() == nullptr && takeEntryLines(scan, row.mayHoldNul, &line, 1) == 1;)
       found = nameIn(line, matrix.side);
   }
   if (found.size() >= NAME_SIZE) exitForLongValue(function, NAME_TOO_LONG, firstLineOfRow(matrix, slot));

@@ -257,6 +257,8 @@ std::string_view unreadText(const Stream* stream) {
 
 void passOver(Stream* stream, size_t length) { stream->cursor += length; }
 
+bool hasMetNul(const Stream* stream) { return stream->hasMetNul; }
+
 std::string_view upToNul(const Stream* stream, std::string_view line) {
   return stream->hasMetNul ? line.substr(0, line.find('\0')) : line;
 }

@@ -53,6 +53,9 @@ bool readOn(Stream* stream);
 // Hands out so much of it.
 void passOver(Stream* stream, size_t length);
 
+// True once a NUL has been read.
+bool hasMetNul(const Stream* stream);
+
 // Returns a line that has been read up to its first NUL.
 std::string_view upToNul(const Stream* stream, std::string_view line);
 

@@ -2,103 +2,128 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
+#include "rules/known_names.h"
+#include "rules/places.h"
 
-#ifdef __SSE2__
+constexpr size_t BLOCK_SIZE = 64;  // characters
 
-using Part = __m128i;
-
-static Part partOf(const char* text) { return _mm_loadu_si128(reinterpret_cast<const Part*>(text)); }
-
-static uint64_t placesIn(Part part, char character) {
-  return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(part, _mm_set1_epi8(character))));
-}
-
-#else
-
-using Part = uint64_t;
-
-static Part partOf(const char* text) {
-  Part part = 0;
-  memcpy(&part, text, sizeof part);
-  return std::endian::native == std::endian::little ? part : __builtin_bswap64(part);
-}
-
-static uint64_t placesIn(Part part, char character) {
-  constexpr uint64_t ONES = 0x0101010101010101;
-  constexpr uint64_t LOW_BITS = ONES * 0x7F;
-  constexpr uint64_t GATHER = 0x0102040810204080;  // moves the lowest bit of each byte into the highest byte
-  const uint64_t differences = part ^ (ONES * static_cast<unsigned char>(character));
-  const uint64_t zeros = ~(((differences & LOW_BITS) + LOW_BITS) | differences | LOW_BITS) >> 7U;
-  return zeros * GATHER >> 56U;
-}
-
-#endif
-
-void loadWholeBlock(LineScan& scan, const char* block) {
-  uint64_t colons = 0;
-  uint64_t newlines = 0;
-  uint64_t returns = 0;
-  for (size_t i = 0; i < BLOCK_SIZE; i += sizeof(Part)) {
-    const Part part = partOf(block + i);
-    colons |= placesIn(part, ':') << i;
-    newlines |= placesIn(part, '\n') << i;
-    returns |= placesIn(part, '\r') << i;
+static inline BlockMasks masksOfWhole(const char* block) {
+  BlockMasks masks;
+  for (size_t i = 0; i < BLOCK_SIZE; i += sizeof(TextPart)) {
+    const TextPart part = partAt(block + i);
+    masks.colons |= placesIn(part, ':') << i;
+    masks.newlines |= placesIn(part, '\n') << i;
+    masks.returns |= placesIn(part, '\r') << i;
   }
-  scan.colons = colons;
-  scan.newlines = newlines;
-  scan.returns = returns;
+  return masks;
 }
 
-// What is behind the end of the text is none of these characters. The block is looked through from where it ends.
-void loadLastBlock(LineScan& scan, size_t begin) {
-  const size_t rest = scan.length - begin;
-  char padded[BLOCK_SIZE];
-  const char* block = scan.text + scan.length - BLOCK_SIZE;
-  if (scan.length < BLOCK_SIZE) {
-    std::fill_n(padded, BLOCK_SIZE - rest, '\0');
-    std::copy_n(scan.text + begin, rest, padded + BLOCK_SIZE - rest);
-    block = padded;
-  }
-  loadWholeBlock(scan, block);
-  const size_t before = BLOCK_SIZE - rest;
-  scan.colons = rest == 0 ? 0 : scan.colons >> before;
-  scan.newlines = rest == 0 ? 0 : scan.newlines >> before;
-  scan.returns = rest == 0 ? 0 : scan.returns >> before;
+static BlockMasks behind(const BlockMasks& masks, size_t characters) {
+  if (characters == BLOCK_SIZE) return {};
+  return {masks.colons >> characters, masks.newlines >> characters, masks.returns >> characters};
+}
+
+static BlockMasks without(const BlockMasks& masks, uint64_t part) {
+  return {masks.colons & ~part, masks.newlines & ~part, masks.returns & ~part};
+}
+
+// Of the last block of a text, which is looked through from where it ends: behind it nothing is found.
+static BlockMasks masksOfLast(std::string_view text, size_t begin) {
+  const size_t rest = text.size() - begin;
+  if (text.size() >= BLOCK_SIZE) return behind(masksOfWhole(text.data() + text.size() - BLOCK_SIZE), BLOCK_SIZE - rest);
+  char padded[BLOCK_SIZE] = {};
+  std::copy_n(text.data() + begin, rest, padded);
+  return masksOfWhole(padded);
+}
+
+static inline BlockMasks masksOf(std::string_view text, size_t begin) {
+  return text.size() - begin >= BLOCK_SIZE ? masksOfWhole(text.data() + begin) : masksOfLast(text, begin);
+}
+
+// Has the scan go on from a place.
+static void goOnFrom(LineScan& scan, size_t place) {
+  const size_t before = place % BLOCK_SIZE;
+  scan.next = place;
+  scan.block = place - before;
+  scan.masks = without(masksOf({scan.text, scan.length}, scan.block), ~(~uint64_t{0} << before));
+}
+
+LineScan scanOf(std::string_view text) { return {text.data(), text.size(), 0, 0, masksOf(text, 0)}; }
+
+static size_t firstOf(uint64_t places) { return static_cast<size_t>(std::countr_zero(places)); }
+
+// Notes what is found in a part of a block for a line. The block begins so far behind the line's begin; the number
+// wraps around where it begins before.
+static inline void noteFound(Line& line, const BlockMasks& masks, size_t behindBegin, uint64_t part) {
+  for (uint64_t colons = masks.colons & part; colons != 0; colons &= colons - 1)
+    noteColon(line, behindBegin + firstOf(colons));
+  const uint64_t ends = (masks.returns | masks.newlines) & part;
+  if (ends != 0) line.contentLength = std::min(line.contentLength, static_cast<uint32_t>(behindBegin + firstOf(ends)));
 }
 
 // The text is one line, whatever its length; a newline may stand in it.
 Line scanLine(std::string_view text) {
-  LineScan scan = {text.data(), text.size()};
   Line line;
   line.text = text.data();
   line.length = static_cast<uint32_t>(text.size());
   line.contentLength = line.length;
-  for (size_t begin = 0; begin < text.size(); begin += BLOCK_SIZE) {
-    loadBlock(scan, begin);
-    for (uint64_t colons = scan.colons; colons != 0; colons &= colons - 1) noteColon(line, begin + firstOf(colons));
-    const uint64_t ends = scan.returns | scan.newlines;
-    if (ends != 0) line.contentLength = std::min(line.contentLength, static_cast<uint32_t>(begin + firstOf(ends)));
-  }
+  for (size_t begin = 0; begin < text.size(); begin += BLOCK_SIZE)
+    noteFound(line, masksOf(text, begin), begin, ~uint64_t{0});
   return line;
 }
 
-void takePiece(LineScan& scan, Line& line) {
-  line = scanLine({scan.text + scan.next, std::min(scan.length - scan.next, LONGEST_LINE)});
-  scan.next += line.length;
-  loadBlock(scan, scan.next - scan.next % BLOCK_SIZE);
-  const uint64_t notBefore = ~uint64_t{0} << scan.next % BLOCK_SIZE;
-  scan.colons &= notBefore;
-  scan.newlines &= notBefore;
-  scan.returns &= notBefore;
+void takeLine(LineScan& scan, Line& line) {
+  line = scanLine(nextLineIn({{scan.text + scan.next, scan.length - scan.next}, false}));
+  goOnFrom(scan, scan.next + line.length);
 }
 
-void takeLineOrPart(LineScan& scan, Line& line) {
-  const std::string_view text = nextLineIn({{scan.text + scan.next, scan.length - scan.next}, true});
-  scan.next += text.size();
-  line = scanLine(withoutNul(text));
+// True when what begins here is neither a comment nor a line of blanks, as its first characters show.
+static inline bool isOrdinary(std::string_view text, size_t begin) {
+  if (begin >= text.size() || text.data()[begin] == '#') return false;
+  return text.data()[begin] != ' ' || (begin + 1 < text.size() && text.data()[begin + 1] > ' ');
+}
+
+// What is known of the scan and of a line so far stays in registers from one line to the next.
+size_t takeOrdinaryLines(LineScan& scan, Line* lines, size_t room) {
+  const std::string_view text(scan.text, scan.length);
+  size_t next = scan.next;
+  size_t block = scan.block;
+  BlockMasks masks = scan.masks;
+  size_t taken = 0;
+  for (bool goesOn = true; goesOn && taken < room && isOrdinary(text, next);) {
+    Line line;
+    line.text = text.data() + next;
+    line.contentLength = UINT32_MAX;
+    for (; masks.newlines == 0 && block + BLOCK_SIZE < text.size(); masks = masksOf(text, block)) {
+      noteFound(line, masks, block - next, ~uint64_t{0});
+      block += BLOCK_SIZE;
+    }
+    const uint64_t upToEnd = masks.newlines ^ (masks.newlines - 1);
+    noteFound(line, masks, block - next, upToEnd);
+    line.length = static_cast<uint32_t>(block + firstOf(masks.newlines) + 1 - next);
+    if (masks.newlines == 0 || line.length > LONGEST_LINE) {
+      goOnFrom(scan, next);
+      return taken;
+    }
+    masks = without(masks, upToEnd);
+    next += line.length;
+    goesOn = line.contentLength > 0;
+    lines[taken++] = line;
+  }
+  scan = {text.data(), text.size(), next, block, masks};
+  return taken;
+}
+
+size_t takeEntryLines(LineScan& scan, bool mayHoldNul, Line* lines, size_t room) {
+  size_t taken = 0;
+  while (taken < room && scan.next < scan.length) {
+    const size_t ordinary = mayHoldNul ? 0 : takeOrdinaryLines(scan, lines + taken, room - taken);
+    taken += ordinary;
+    if (ordinary > 0) continue;
+    const std::string_view line = nextLineIn({{scan.text + scan.next, scan.length - scan.next}, mayHoldNul});
+    if (line[0] != '#') lines[taken++] = scanLine(withoutNul(line));
+    goOnFrom(scan, scan.next + line.size());
+  }
+  return taken;
 }

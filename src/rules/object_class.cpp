@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "rules/colon_search.h"
+#include "rules/places.h"
 #include "rules/text.h"
 
 struct ClassName {
@@ -41,13 +42,12 @@ static const ClassName* findBefore(const ClassName* end, std::string_view text) 
   return end;
 }
 
-// Most blanks stand before no name, as the next character shows.
 static const ClassName* findClassName(std::string_view line) {
   const ClassName* found = std::end(classNames);
-  for (size_t blank = line.find(' '); blank < line.size(); blank = line.find(' ', blank + 1)) {
-    const char next = blank + 1 < line.size() ? line[blank + 1] : ' ';
-    if (next == 's' || next == 'c' || next == 'C') found = findBefore(found, line.substr(blank));
-  }
+  anyPlace(line, ' ', [&](size_t blank) {
+    found = findBefore(found, line.substr(blank));
+    return false;
+  });
   return found != std::end(classNames) ? found : nullptr;
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "rules/places.h"
+
 static uint64_t loweredAt(const char* text) {
   uint64_t characters = 0;
   memcpy(&characters, text, sizeof characters);
@@ -24,13 +26,14 @@ bool isSameInAnyCase(std::string_view one, std::string_view other) {
 
 // A needle with an equals sign can only stand at one. Its last character tells most places apart.
 static size_t findAtSign(std::string_view haystack, std::string_view needle, size_t signAt) {
-  for (size_t sign = haystack.find('='); sign != std::string_view::npos; sign = haystack.find('=', sign + 1)) {
-    if (sign < signAt) continue;
-    const std::string_view found = haystack.substr(sign - signAt, needle.size());
-    if (found.size() < needle.size()) break;
-    if (lowered(found.back()) == lowered(needle.back()) && isSameInAnyCase(found, needle)) return sign - signAt;
-  }
-  return std::string_view::npos;
+  size_t found = std::string_view::npos;
+  anyPlace(haystack, '=', [&](size_t sign) {
+    if (sign < signAt || haystack.size() - (sign - signAt) < needle.size()) return false;
+    const std::string_view text = haystack.substr(sign - signAt, needle.size());
+    if (lowered(text.back()) == lowered(needle.back()) && isSameInAnyCase(text, needle)) found = sign - signAt;
+    return found != std::string_view::npos;
+  });
+  return found;
 }
 
 size_t dostristr(std::string_view haystack, std::string_view needle) {
@@ -49,9 +52,9 @@ std::string_view behindSpaces(std::string_view text) {
 std::string_view trimmed(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\n\v\f\r") + 1); }
 
 bool hasSpaceBesideComma(std::string_view text) {
-  for (size_t space = text.find(' '); space != std::string_view::npos; space = text.find(' ', space + 1))
-    if (text.substr(space + 1).starts_with(',') || (space > 0 && text[space - 1] == ',')) return true;
-  return false;
+  return anyPlace(text, ' ', [&](size_t space) {
+    return text.substr(space + 1).starts_with(',') || (space > 0 && text[space - 1] == ',');
+  });
 }
 
 size_t commaSpaceEater(char* text, size_t length) {

@@ -68,6 +68,20 @@ Line nextLineOf(std::string_view text) {
   return takenFrom(scan);
 }
 
+// Many at once, as long as they are ordinary.
+std::vector<Line> allLinesOf(std::string_view text) {
+  std::vector<Line> lines;
+  LineScan scan = scanOf(text);
+  while (scan.next < text.size()) {
+    const size_t before = lines.size();
+    lines.resize(before + 10);
+    size_t taken = takeOrdinaryLines(scan, lines.data() + before, 10);
+    if (taken == 0) takeLine(scan, lines[before + taken++]);
+    lines.resize(before + taken);
+  }
+  return lines;
+}
+
 // In every place that a line can have in a block of characters that are looked at at once.
 void expectKnownInEveryWay(const std::string& line) {
   const Exactly exactly(line);
@@ -82,6 +96,11 @@ void expectKnownInEveryWay(const std::string& line) {
     expectKnown(takenFrom(scan), line);
     expectKnown(takenFrom(scan), "cn: \rdn: :\n");
     EXPECT_EQ(takenFrom(scan).length, 0u);
+    const std::vector<Line> lines = allLinesOf(text.view());
+    ASSERT_EQ(lines.size(), 3u);
+    expectKnown(lines[0], first);
+    expectKnown(lines[1], line);
+    expectKnown(lines[2], "cn: \rdn: :\n");
   }
 }
 
@@ -260,12 +279,50 @@ TEST_P(TextOfAnEntry, IsItsLines) {
   const EntryText entry = {text.view(), GetParam().mayHoldNul};
   Lines lines;
   LineScan scan = scanOf(text.view());
-  for (Line line; takeEntryLine(scan, GetParam().mayHoldNul, line);) {
+  for (Line line; takeEntryLines(scan, GetParam().mayHoldNul, &line, 1) == 1;) {
     expectKnown(line, std::string(line.view()));
     lines.emplace_back(line.view());
   }
   EXPECT_EQ(lines, GetParam().lines);
   EXPECT_EQ(firstLineIn(entry), lines.empty() ? "" : lines[0]);
+}
+
+struct OrdinaryCase {
+  const char* name;
+  std::string text;
+  size_t room;
+  Lines taken;
+};
+class OrdinaryLines : public testing::TestWithParam<OrdinaryCase> {};
+const OrdinaryCase ordinaryCases[] = {
+    {"AllThatThereAre", "dn: a\r\nb: c\n", 9, {"dn: a\r\n", "b: c\n"}},
+    {"AsManyAsThereIsRoomFor", "dn: a\nb: c\nd: e\n", 2, {"dn: a\n", "b: c\n"}},
+    {"UpToAnEmptyLine", "dn: a\n\nb: c\n", 9, {"dn: a\n", "\n"}},
+    {"UpToACarriageReturn", "dn: a\n\r\nb: c\n", 9, {"dn: a\n", "\r\n"}},
+    {"UpToALineThatBeginsWithOne", "dn: a\n\rb\nc: d\n", 9, {"dn: a\n", "\rb\n"}},
+    {"ContinuationsToo", "dn: a\n b\nc: d\n", 9, {"dn: a\n", " b\n", "c: d\n"}},
+    {"NotBlanks", "dn: a\n  \nb: c\n", 9, {"dn: a\n"}},
+    {"NotASpaceAtTheEnd", "dn: a\n ", 9, {"dn: a\n"}},
+    {"NotTwoSpacesBeforeAText", "dn: a\n  b\n", 9, {"dn: a\n"}},
+    {"NotAComment", "dn: a\n# b\n", 9, {"dn: a\n"}},
+    {"NotWhatHasNoLineEnd", "dn: a\nb: c", 9, {"dn: a\n"}},
+    {"NotAPiece", "dn: a\n" + LONGEST + "\n", 9, {"dn: a\n"}},
+    {"ALineOfTheGreatestLength", LONGEST.substr(1) + "\nb: c\n", 9, {LONGEST.substr(1) + "\n", "b: c\n"}},
+    {"NothingOfNothing", "", 9, {}},
+};
+INSTANTIATE_CASES(OrdinaryLines, ordinaryCases);
+TEST_P(OrdinaryLines, AreTakenAtOnce) {
+  const Exactly text(GetParam().text);
+  LineScan scan = scanOf(text.view());
+  std::vector<Line> lines(GetParam().room);
+  lines.resize(takeOrdinaryLines(scan, lines.data(), lines.size()));
+  Lines taken;
+  std::string all;
+  for (const Line& line : lines) all += taken.emplace_back(line.view());
+  EXPECT_EQ(taken, GetParam().taken);
+  EXPECT_EQ(scan.next, all.size());
+  const std::string rest = GetParam().text.substr(all.size());
+  if (!rest.empty()) expectKnown(takenFrom(scan), rest.substr(0, std::min(rest.find('\n'), LONGEST.size() - 1) + 1));
 }
 
 TEST(EndingBits, AreTheSameForBothCasesOfALetter) {

@@ -21,7 +21,7 @@ static bool isAsExpected(const char* what, std::string_view found, std::string_v
 static std::vector<Line> linesOf(std::string_view text) {
   std::vector<Line> lines;
   LineScan scan = scanOf(text);
-  for (Line line; takeEntryLine(scan, false, line);) lines.push_back(line);
+  for (Line line; takeEntryLines(scan, false, &line, 1) == 1;) lines.push_back(line);
   return lines;
 }
 
