@@ -58,7 +58,7 @@ static Row rowOf(const Note& note, std::string_view text, std::string_view first
 static bool gatherUnseen(Note& note) {
   const EntryKind kind = kindOf(note);
   const std::string_view text = workText(note.start, note.length);
-  if (note.hasOwner == 0 || text.empty() || text[0] == '#' || !isOpen(kind)) return false;
+  if (note.hasOwner == 0 || note.hasComments != 0 || text.empty() || !isOpen(kind)) return false;
   const bool opensSlot = note.isFirst != 0;
   const bool needsOwner = opensSlot || note.isNormal == 0 || kind == SECPOLICY_KIND;
   const CacheSide& slots = cacheSides[sideOf(kind)];

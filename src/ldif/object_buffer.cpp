@@ -120,7 +120,10 @@ int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& exte
       extent.hasOddLines = true;
     }
     if (holdsChangetype(*line)) extent.hasChangetype = true;
-    if (text[0] == '#') continue;
+    if (text[0] == '#') {
+      extent.hasComments = true;
+      continue;
+    }
     requireRoomForLine();
     ++next_available_object_slot;
     if (stopsWhenFull && next_available_object_slot == OBJECT_ARRAY_SIZE) return OBJECT_COPIED_TO_OUTPUT;

@@ -60,6 +60,7 @@ struct ObjectExtent {
   int64_t end = 0;           // behind the blank line that ended it
   bool hasOddLines = false;  // blank lines before it, that is comments alone, or a NUL
   bool hasChangetype = false;
+  bool hasComments = false;
 };
 
 // Fills the empty buffer with the lines up to the blank line that ends an entry. Returns 0; -1 at the end of the file.

@@ -16,6 +16,7 @@
 #define STREAM_WINDOW_SIZE 262144
 #endif
 static constexpr size_t WINDOW_SIZE = STREAM_WINDOW_SIZE;
+static constexpr size_t PAGE_SIZE = WINDOW_SIZE / 64;
 // How much is read after a jump to another place; doubled by every read that goes on from there.
 static constexpr size_t FIRST_READ_SIZE = WINDOW_SIZE * 3 / 32;
 // What stays of a window when reading moves on, so that going back to where an entry began finds it still there.
@@ -265,11 +266,18 @@ std::string_view upToNul(const Stream* stream, std::string_view line) {
 
 bool readFailed(const Stream* stream) { return stream->readHasFailed; }
 
-// Moves the window behind what has been written, so that there is room again.
+// Moves the window behind what has been written, so that there is room again. What does not fill a page of the file
+// stays pending: a page that is written in two parts takes longer.
 static void makeRoom(Stream* stream) {
+  const size_t behindPage = static_cast<size_t>(stream->windowStart + static_cast<int64_t>(stream->cursor)) % PAGE_SIZE;
+  const bool canStay =
+      stream->hasPositions && stream->dirtyEnd == stream->cursor && stream->dirtyBegin + behindPage < stream->dirtyEnd;
+  const size_t rest = canStay ? behindPage : 0;
+  stream->dirtyEnd -= rest;
   writePending(stream);
-  stream->windowStart += static_cast<int64_t>(stream->cursor);
-  stream->filled = stream->cursor = 0;
+  memmove(stream->window, stream->window + stream->cursor - rest, rest);
+  stream->windowStart += static_cast<int64_t>(stream->cursor - rest);
+  stream->filled = stream->cursor = stream->dirtyEnd = rest;
 }
 
 char* roomFor(Stream* stream, size_t length) {

@@ -37,10 +37,19 @@ inline constexpr DroppedText droppedTexts[] = {
     {"control:", {NEVER, NEVER, IN_ANY_CASE, NEVER, IN_ANY_CASE, NEVER}},
 };
 
-constexpr uint32_t namesOfDropped() {
+// What shows that one of the texts may stand in a line: the bits of known names, and the endings of others.
+struct DroppedNames {
   uint32_t names = 0;
-  for (const DroppedText& dropped : droppedTexts) names |= dropped.text.name;
-  return names;
+  uint64_t endings = 0;
+};
+
+constexpr DroppedNames namesOfDropped() {
+  DroppedNames all;
+  for (const DroppedText& dropped : droppedTexts) {
+    all.names |= dropped.text.name;
+    if (dropped.text.name == 0) all.endings |= dropped.text.ending;
+  }
+  return all;
 }
 
 // True when one of the texts stands in the line as it has to on this road.
@@ -48,6 +57,6 @@ bool holdsDroppedText(const Line& line, Road road);
 
 // True when the line is left out on this road.
 inline bool isDropped(const Line& line, Road road) {
-  constexpr uint32_t NAMES = namesOfDropped();
-  return (line.names & NAMES) != 0 && holdsDroppedText(line, road);
+  constexpr DroppedNames DROPPED = namesOfDropped();
+  return ((line.names & DROPPED.names) != 0 || (line.endings & DROPPED.endings) != 0) && holdsDroppedText(line, road);
 }

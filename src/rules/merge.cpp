@@ -1,6 +1,8 @@
 #include "rules/merge.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <iterator>
 #include <string_view>
 #include <utility>
@@ -53,15 +55,17 @@ static void move(Line& line, MergedEntry& merged) {
 // The second entry as the first one looks for matches in it. Long entries are looked through once for all names.
 struct Matches {
   std::span<Line> lines;
-  uint64_t endings;  // of all of them
-  bool isIndexed;
+  bool isIndexed = false;
+  std::array<uint64_t, 64> holders = {};  // of each ending (Line::endings) the lines that have it, a bit for each
   NameMatches byName;
 };
 
 static Matches prepareMatches(std::span<const Line> first, std::span<Line> second) {
-  constexpr size_t FEW = 10'000;  // comparisons
-  Matches matches = {second, 0, first.size() * second.size() > FEW, {}};
-  for (const Line& line : second) matches.endings |= line.endings;
+  Matches matches = {.lines = second, .byName = {}};
+  matches.isIndexed = second.size() > matches.holders.size();
+  for (size_t i = 0; !matches.isIndexed && i < second.size(); ++i)
+    for (uint64_t endings = second[i].endings; endings != 0; endings &= endings - 1)
+      matches.holders[static_cast<size_t>(std::countr_zero(endings))] |= uint64_t{1} << i;
   if (!matches.isIndexed) return matches;
   std::vector<std::string_view> names;
   for (const Line& line : first)
@@ -72,17 +76,20 @@ static Matches prepareMatches(std::span<const Line> first, std::span<Line> secon
 
 // Returns the first line left that holds the name anywhere, in any case; null without one.
 static Line* findMatch(Matches& matches, std::string_view name) {
-  const ColonText text = ColonText::unknown(name);
-  if ((matches.endings & text.ending) == 0) return nullptr;
-  if (!matches.isIndexed) {
-    const auto match = std::find_if(matches.lines.begin(), matches.lines.end(), [&](const Line& line) {
-      return mayStandIn(line, text) && isPresent(line) && findPlaceInAnyCase(line, {&text, 1}) != NOT_FOUND;
-    });
-    return match != matches.lines.end() ? &*match : nullptr;
+  if (matches.isIndexed) {
+    std::vector<uint32_t>& holders = linesThatHold(matches.byName, name);
+    while (!holders.empty() && !isPresent(matches.lines[holders.back()])) holders.pop_back();
+    return holders.empty() ? nullptr : &matches.lines[holders.back()];
   }
-  std::vector<uint32_t>& holders = linesThatHold(matches.byName, name);
-  while (!holders.empty() && !isPresent(matches.lines[holders.back()])) holders.pop_back();
-  return holders.empty() ? nullptr : &matches.lines[holders.back()];
+  const ColonText text = ColonText::unknown(name);
+  uint64_t holders = 0;
+  for (uint64_t endings = text.ending; endings != 0; endings &= endings - 1)
+    holders |= matches.holders[static_cast<size_t>(std::countr_zero(endings))];
+  for (; holders != 0; holders &= holders - 1) {
+    Line& line = matches.lines[static_cast<size_t>(std::countr_zero(holders))];
+    if (isPresent(line) && findPlaceInAnyCase(line, {&text, 1}) != NOT_FOUND) return &line;
+  }
+  return nullptr;
 }
 
 // Settles a line of the first entry whose attribute name is neither dn: nor excluded.

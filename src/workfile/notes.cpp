@@ -69,6 +69,7 @@ void noteObject(EntryKind kind, const ObjectExtent& extent) {
   note.length = static_cast<uint32_t>(extent.linesLength);
   note.lines = std::min(static_cast<uint32_t>(next_available_object_slot), MANY_LINES) % (MANY_LINES + 1);
   note.kind = kind % (1U << KIND_BITS);
+  note.hasComments = extent.hasComments ? 1 : 0;
   noteOwner(note, kind);
   notes[noteCount++] = note;
 }

@@ -8,7 +8,7 @@
 #include "ldif/object_buffer.h"
 #include "rules/object_class.h"
 
-constexpr int START_BITS = 42;  // 4 terabytes
+constexpr int START_BITS = 41;  // 2 terabytes
 constexpr int TERMINATOR_BITS = 4;
 constexpr int LINES_BITS = 9;
 constexpr int KIND_BITS = 4;
@@ -27,6 +27,7 @@ struct Note {
   uint64_t opensForKey : 1;               // a slot that it opens is found by the entries of the same owner
   uint64_t isTaken : 1;                   // it has been gathered or copied, and is not in the work file any more
   uint64_t isFirst : 1;                   // of its owner, among those that the plan was made of
+  uint64_t hasComments : 1;               // among its lines
   uint32_t length;                        // bytes of its lines
   uint32_t rank;                          // of its owner in the plan
 };

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include "platform/message_details.h"
 #include "test_support.h"
@@ -301,17 +302,30 @@ TEST_F(StreamTest, LendsRoomForWhatIsWrittenNext) {
   EXPECT_EQ(readFile("file"), "one\ntwo\nthree\n");
 }
 
-TEST_F(StreamTest, LendsAWholeWindowOfRoomWhateverHasBeenWritten) {
+TEST_F(StreamTest, LendsNearlyAWindowOfRoomWhateverHasBeenWritten) {
+  constexpr size_t ROOM = WINDOW - 4096;  // a page that is not full stays
   Stream* stream = openToCreate("file");
   const std::string first = repeated(WINDOW - 1, "a");
   writeText(stream, first.data(), first.size());
   EXPECT_EQ(roomFor(stream, WINDOW + 1), nullptr);
-  char* room = roomFor(stream, WINDOW);
+  char* room = roomFor(stream, ROOM);
   ASSERT_NE(room, nullptr);
-  memset(room, 'b', WINDOW);
-  passWritten(stream, WINDOW);
+  memset(room, 'b', ROOM);
+  passWritten(stream, ROOM);
   EXPECT_EQ(closeStream(stream), 0);
-  EXPECT_EQ(readFile("file"), first + repeated(WINDOW, "b"));
+  EXPECT_EQ(readFile("file"), first + repeated(ROOM, "b"));
+}
+
+TEST_F(StreamTest, WritesWholePagesAsLongAsMoreIsToCome) {
+  Stream* stream = openToCreate("file");
+  writeText(stream, "some text\n");
+  EXPECT_EQ(flushStream(stream), 0);
+  const std::string text = repeated(WINDOW, "x");
+  writeText(stream, text.data(), text.size());
+  EXPECT_EQ(std::filesystem::file_size("file") % 4096, 0u);
+  EXPECT_GE(std::filesystem::file_size("file"), WINDOW - 4096);
+  EXPECT_EQ(closeStream(stream), 0);
+  EXPECT_EQ(readFile("file"), "some text\n" + text);
 }
 
 TEST_F(StreamTest, LendsNoRoomOnceAWriteHasFailed) {
