@@ -99,8 +99,8 @@ static void placeObject(const CacheMatrix& matrix, int32_t slot) {
 }
 
 static void traceRow(const CacheMatrix& matrix, int32_t slot) {
-  std::vector<Line> lines;
-  linesOfRow(matrix, slot, lines);
+  std::vector<Line> room;
+  const Entry lines = linesOfRow(matrix, slot, room);
   traceLine("%s():  The secMap object moved is: \n", matrix.moveFunction);
   for (size_t i = 0; i < lines.size(); ++i)
     traceLine("%s[%d][%d] = %.*s ", matrix.name, slot, static_cast<int>(i), SHOWN(lines[i].view()));

@@ -36,14 +36,15 @@ std::span<const Row> rowsOf(const CacheMatrix& matrix, int32_t slot) {
   return {*matrix.rows + slot, *matrix.rows + end};
 }
 
-void linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<Line>& lines) {
-  lines.clear();
+std::span<Line> linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<Line>& room) {
+  size_t taken = 0;
   for (const Row& row : rowsOf(matrix, slot)) {
+    const auto lines = static_cast<size_t>(row.lines);
+    if (taken + lines > room.size()) room.resize(taken + lines);
     LineScan scan = scanOf(row.entryText().text);
-    const size_t before = lines.size();
-    lines.resize(before + static_cast<size_t>(row.lines));
-    lines.resize(before + takeEntryLines(scan, row.mayHoldNul, lines.data() + before, lines.size() - before));
+    taken += takeEntryLines(scan, row.mayHoldNul, room.data() + taken, lines);
   }
+  return {room.data(), taken};
 }
 
 template <typename Element>

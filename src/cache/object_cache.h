@@ -146,8 +146,8 @@ std::string_view firstLineOfRow(const CacheMatrix& matrix, int32_t slot);
 // too.
 std::span<const Row> rowsOf(const CacheMatrix& matrix, int32_t slot);
 
-// Puts their lines in place of those that are there.
-void linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<Line>& lines);
+// Returns their lines. They stand in the given room, which grows as needed and is used again and again.
+std::span<Line> linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<Line>& room);
 
 // Begins with empty tables and the slots that both sides open first.
 void allocateObjectCache();

@@ -32,9 +32,7 @@ static std::vector<Line> otherLines;
 
 // Merges the owner's own entry with its map into the entry buffer.
 static void mergeWithMap(const CacheMatrix& own, const CacheMatrix& map, int32_t slot) {
-  linesOfRow(own, slot, ownLines);
-  linesOfRow(map, slot, otherLines);
-  mergeObjects(ownLines, otherLines);
+  mergeObjects(linesOfRow(own, slot, ownLines), linesOfRow(map, slot, otherLines));
 }
 
 static void requireDn(std::string_view dn, const char* function, const char* dnName, int32_t slot,
@@ -72,8 +70,7 @@ static void mergeWithUsersObject(int32_t slot) {
   traceLine("SECUSER_MATRIX_NUMBER_OF_COLUMNS = %d \n", SECUSER_MATRIX_NUMBER_OF_COLUMNS);
   std::vector<Line>& partiallyMergedSecUser = ownLines;
   partiallyMergedSecUser.assign(object, object + next_available_object_slot);
-  linesOfRow(usersSecUserMatrix, slot, otherLines);
-  mergeObjects(otherLines, partiallyMergedSecUser);
+  mergeObjects(linesOfRow(usersSecUserMatrix, slot, otherLines), partiallyMergedSecUser);
 }
 
 int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
@@ -126,8 +123,7 @@ int32_t writePolicyContainerAddToOutputFile(int32_t slot) {
 
 // Writes the slot's policy, but for its dn: line. Returns 0 or -1.
 static int32_t writePolicyLines(int32_t slot, Stream* stream) {
-  linesOfRow(secPolicyMatrix, slot, ownLines);
-  return writeLines(stream, Entry(ownLines).subspan(1), POLICY);
+  return writeLines(stream, linesOfRow(secPolicyMatrix, slot, ownLines).subspan(1), POLICY);
 }
 
 int32_t writeSecPolicyAddToOutputFile(int32_t slot, Stream* stream) {

@@ -9,8 +9,8 @@ static void dumpRow(const CacheMatrix& matrix, int32_t slot, const char* empty) 
     traceLine(empty, slot);
     return;
   }
-  std::vector<Line> lines;
-  linesOfRow(matrix, slot, lines);
+  std::vector<Line> room;
+  const Entry lines = linesOfRow(matrix, slot, room);
   for (size_t i = 0; i < lines.size(); ++i)
     traceLine("dumpData() - %s[%d][%d] = %.*s", matrix.name, slot, static_cast<int>(i), SHOWN(lines[i].view()));
   traceLine("\n");

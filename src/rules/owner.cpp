@@ -38,12 +38,12 @@ static Owner ownerInFirstLine(const Line& line, size_t place, Side side, Texts& 
   return owner;
 }
 
-// The DN has been put together from several places.
-static Owner ownerOfParts(const Line& firstLine, std::string_view dn, Side side, Texts& texts) {
-  if (dn.size() >= SAVED_DN_SIZE) return withProblem(OWNER_DN_TOO_LONG);
+// The DN has been put together from several places, with a newline behind it.
+static Owner ownerOfParts(const Line& firstLine, std::string_view dnLine, Side side, Texts& texts) {
   Owner owner;
-  owner.computed = dn;
-  owner.key = closed(dn, texts);
+  owner.computed = dnLine.substr(0, dnLine.size() - 1);
+  if (owner.computed.size() >= SAVED_DN_SIZE) return withProblem(OWNER_DN_TOO_LONG);
+  owner.key = closed(dnLine, texts);
   if (owner.key.size() >= SAVED_DN_SIZE) return withProblem(OWNER_DN_TOO_LONG);
   if (side == USER_SIDE) owner.key = tightened(owner.key, texts);
   owner.saved = owner.key;
@@ -83,7 +83,8 @@ static Owner ownerOfUsersEntry(Entry entry, Side side, Texts& texts, Sink show) 
   if (authority.line < 0) return withProblem(USERS_ENTRY_WITHOUT_AUTHORITY);
   if (dn.line < 0) return withProblem(USERS_ENTRY_WITHOUT_DN);
   const std::string_view name = authority.text.substr(0, authority.text.find(':'));
-  return ownerOfParts(entry[0], joined({"secAuthority=", name, ",", tightened(dn.text, texts)}, texts), side, texts);
+  return ownerOfParts(entry[0], joined({"secAuthority=", name, ",", tightened(dn.text, texts), "\n"}, texts), side,
+                      texts);
 }
 
 // A map names its owner by the secAuthority component of its own DN and by its secDN value, the name of which
@@ -101,7 +102,7 @@ static Owner ownerOfMap(Entry entry, Side side, Texts& texts, Sink show) {
     return owner;
   }
   const std::string_view component = upToComma(dn.text.substr(authority));
-  return ownerOfParts(entry[0], joined({component, ",", tightened(ownerDn.text, texts)}, texts), side, texts);
+  return ownerOfParts(entry[0], joined({component, ",", tightened(ownerDn.text, texts), "\n"}, texts), side, texts);
 }
 
 static void showKind(Entry entry, const char* kind, Sink show) {

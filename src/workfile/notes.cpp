@@ -48,7 +48,7 @@ static void noteOwner(Note& note, EntryKind kind) {
   note.hasOwner = owner.problem == NO_DETAIL ? 1 : 0;
   if (note.hasOwner == 0) return;
   note.isNormal = owner.firstLine.data() == object[0].text ? 1 : 0;
-  note.opensForKey = owner.saved == owner.key ? 1 : 0;
+  note.opensForKey = owner.saved.data() == owner.key.data() || owner.saved == owner.key ? 1 : 0;
   note.ownerHash = hashOfDn(owner.key);
 }
 

@@ -102,10 +102,9 @@ static void beginRows() {
 }
 
 static Lines rowLines(const CacheMatrix& matrix, int32_t slot) {
-  std::vector<Line> lines;
-  linesOfRow(matrix, slot, lines);
+  std::vector<Line> room;
   Lines texts;
-  for (const Line& line : lines) texts.emplace_back(line.view());
+  for (const Line& line : linesOfRow(matrix, slot, room)) texts.emplace_back(line.view());
   return texts;
 }
 

@@ -12,10 +12,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <memory>
-#include <memory_resource>
 #include <fstream>
 #include <iterator>
+#include <memory>
+#include <memory_resource>
 #include <new>
 
 #include "cache/cache_slots.h"
@@ -410,10 +410,9 @@ void fillRow(const CacheMatrix& matrix, int32_t slot, const Lines& lines) {
 }
 
 Lines rowLines(const CacheMatrix& matrix, int32_t slot) {
-  std::vector<Line> lines;
-  linesOfRow(matrix, slot, lines);
+  std::vector<Line> room;
   Lines texts;
-  for (const Line& line : lines) texts.emplace_back(line.view());
+  for (const Line& line : linesOfRow(matrix, slot, room)) texts.emplace_back(line.view());
   return texts;
 }
 
