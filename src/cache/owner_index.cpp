@@ -16,8 +16,9 @@ static int32_t find(const OwnerIndex& index, const std::string_view* dns, std::s
 static void catchUp(OwnerIndex& index, const std::string_view* dns, int32_t count) {
   for (; index.indexed < count; ++index.indexed) {
     const std::string_view dn = dns[index.indexed];
+    if (dn.data() == nullptr) continue;
     const uint64_t hash = hashOfDn(dn);
-    if (dn.data() != nullptr && find(index, dns, dn, hash) == NO_SLOT) index.slots.emplace(hash, index.indexed);
+    if (find(index, dns, dn, hash) == NO_SLOT) index.slots.emplace(hash, index.indexed);
   }
 }
 

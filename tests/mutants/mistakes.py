@@ -125,7 +125,8 @@ mistakes = [
      "return isSameInAnyCase(dns[owner.second], key);", "return true;"),
     ("owners are compared with letter case", "cache/owner_index.cpp",
      "isSameInAnyCase(dns[owner.second], key)", "dns[owner.second] == key"),
-    ("later of two equal owners is found", "cache/owner_index.cpp", " && find(index, dns, dn, hash) == NO_SLOT", ""),
+    ("later of two equal owners is found", "cache/owner_index.cpp",
+     "if (find(index, dns, dn, hash) == NO_SLOT) index", "index"),
     ("slot opened last is not known to hold its owner", "cache/owner_index.cpp",
      "catchUp(index, dns, count);\n  return index.slots.contains", "return index.slots.contains"),
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "ldif/complaint.h"
+#include "ldif/line_writer.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
 #include "test_support.h"
@@ -223,6 +224,28 @@ TEST_P(Unfolding, KnowsTheLinesAnew) {
   }
 }
 
+struct AsReadCase {
+  const char* name;
+  Lines lines;
+  bool isAsRead;
+};
+class UnfoldedEntry : public FreshRun, public testing::WithParamInterface<AsReadCase> {};
+const AsReadCase asReadCases[] = {
+    {"OfWholeLines", {"dn: a\n", "b: c\r\n"}, true},
+    {"ThatEndsWithTheFile", {"dn: a\n", "b: c"}, true},
+    {"OfFoldedLines", {"dn: a\n", "b: c\n", " de\n"}, false},
+    {"ThatIsAsLongAsTheFirstOfTwoLines", {"dn: a\n", "b: c\n", " d\n"}, false},
+    {"ThatHasLostItsFirstLine", {" dn: a\n", "b: c\n"}, false},
+    {"ThatHasLostWhatFollowsACarriageReturn", {"dn: a\n", "b: c\rd\n"}, false},
+    {"ThatHasLostThePieceBehindACarriageReturn", {"dn: a\n", "b: c\rd"}, false},
+    {"WithAPieceOfALongLine", {"dn: a\n", repeated(4095, "x"), "y\n"}, false},
+};
+INSTANTIATE_CASES(UnfoldedEntry, asReadCases);
+TEST_P(UnfoldedEntry, IsThatWhichHasBeenReadOrNot) {
+  fillObject(GetParam().lines);
+  EXPECT_EQ(unfoldObject(), GetParam().isAsRead);
+}
+
 TEST_F(ObjectBuffer, ForgetsAColonThatHasBeenCutOff) {
   fillObject({"a\rxoq-entryuuid: b\n"});
   unfoldObject();
@@ -309,6 +332,21 @@ TEST_P(Extent, TellsWhereTheEntryStands) {
   EXPECT_EQ(extent.linesLength, GetParam().linesLength);
   EXPECT_EQ(extent.hasOddLines, GetParam().hasOddLines);
   EXPECT_EQ(extent.hasChangetype, GetParam().hasChangetype);
+  EXPECT_EQ(extent.hasComments, GetParam().file.find('#') != std::string::npos);  // which stands nowhere else
+}
+
+TEST_F(ObjectBuffer, TellsThatItsLinesCannotBeWritten) {
+  for (const size_t length : {10u, 1000000u}) {  // with and without room in the stream
+    fillObject({"dn: a\n", repeated(length, "x") + "\n"});
+    Stream* stream = openToCreate("/dev/full");
+    const int32_t result = writeLines(stream, entryInObject(), INTO_WORK_FILE);
+    EXPECT_EQ(flushStream(stream), -1);
+    if (length > 10) {
+      EXPECT_EQ(result, -1);
+    }
+    EXPECT_EQ(writeLines(stream, entryInObject(), INTO_WORK_FILE), -1);
+    closeStream(stream);
+  }
 }
 
 TEST_F(ObjectBuffer, KnowsThatAnEntryDoesNotBeginWhereTheReadDid) {

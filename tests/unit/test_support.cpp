@@ -60,7 +60,8 @@ class MemoryOfTexts : public std::pmr::memory_resource {
   void do_deallocate(void* memory, size_t, size_t) override { ::operator delete(memory); }
   bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
 };
-MemoryOfTexts memoryOfTexts;
+// Outlives the texts, which are given back when a process ends.
+MemoryOfTexts& memoryOfTexts = *new MemoryOfTexts;
 
 // Takes all room that is to be had without an allocation, so that the next text needs one.
 void useUpRoom() {
