@@ -18,13 +18,13 @@ Attribute unfold(Entry entry, int32_t line, size_t place, Texts& texts) {
   if (end - first == 1) return attribute;
   size_t size = attribute.text.size();
   std::for_each(first + 1, end, [&](const Line& piece) { size += piece.contentLength; });
-  char* const joined = makeRoom(texts, size);
-  char* to = std::copy(attribute.text.begin(), attribute.text.end(), joined);
+  char* const whole = makeRoom(texts, size);
+  char* to = std::copy(attribute.text.begin(), attribute.text.end(), whole);
   std::for_each(first + 1, end, [&](const Line& piece) {
     const std::string_view text = piece.content().substr(1);
     to = std::copy(text.begin(), text.end(), to);
   });
-  attribute.text = {joined, static_cast<size_t>(to - joined)};
+  attribute.text = {whole, static_cast<size_t>(to - whole)};
   return attribute;
 }
 

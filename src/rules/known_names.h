@@ -52,7 +52,7 @@ constexpr NameTable makeNameTable() {
       const size_t shift = std::endian::native == std::endian::little ? i : sizeof four - 1 - i;
       four |= uint32_t{static_cast<unsigned char>(name[name.size() - sizeof four + i])} << shift * 8U;
     }
-    table[areShort ? pairOf(name.end()[-2], name.back()) : placeOfFour(four)] |= nameBit(name);
+    table[areShort ? pairOf(name[name.size() - 2], name.back()) : placeOfFour(four)] |= nameBit(name);
   }
   return table;
 }

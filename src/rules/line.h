@@ -40,7 +40,7 @@ constexpr uint64_t endingBit(uint32_t pair) { return uint64_t{1} << ((pair ^ pai
 
 // The bits that a name (without colon) can have: a single character may end another name.
 constexpr uint64_t endingBits(std::string_view name) {
-  return name.size() < 2 ? ~uint64_t{0} : endingBit(pairOf(name.end()[-2], name.back()));
+  return name.size() < 2 ? ~uint64_t{0} : endingBit(pairOf(name[name.size() - 2], name.back()));
 }
 
 // Returns a line, or a part of one, up to its first carriage return or its newline.
