@@ -76,6 +76,34 @@ TEST_P(NoteOfAnEntry, SaysItsKindItsOwnerAndItsPlace) {
   EXPECT_EQ(notes[1].start, 1 + GetParam().entry.size());
 }
 
+struct LinesCase {
+  const char* name;
+  int lines;
+  uint32_t noted;
+};
+class NoteOfLines : public Notes, public testing::WithParamInterface<LinesCase> {};
+const LinesCase linesCases[] = {
+    {"Two", 2, 2},
+    {"AsManyAsCanBeNoted", 510, 510},
+    {"OneMore", 511, MANY_LINES},
+    {"TwoMore", 512, MANY_LINES},
+    {"VeryMany", 1025, MANY_LINES},
+};
+INSTANTIATE_CASES(NoteOfLines, linesCases);
+TEST_P(NoteOfLines, SaysHowManyThereAre) {
+  noteFile("dn: secAuthority=D,cn=a\n" + repeated(static_cast<size_t>(GetParam().lines) - 1, "a: b\n") + "\n");
+  ASSERT_EQ(noteCount, 1u);
+  EXPECT_EQ(notes[0].lines, GetParam().noted);
+}
+
+TEST_F(Notes, SayWhetherThereAreComments) {
+  noteFile(std::string("# one\n") + USER + "dn: cn=b\n#two\n\n" + GROUP);
+  ASSERT_EQ(noteCount, 3u);
+  EXPECT_EQ(notes[0].hasComments, 1u);
+  EXPECT_EQ(notes[1].hasComments, 1u);
+  EXPECT_EQ(notes[2].hasComments, 0u);
+}
+
 struct OddCase {
   const char* name;
   std::string workFile;
