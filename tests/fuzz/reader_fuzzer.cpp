@@ -139,13 +139,11 @@ static void checkEntryText(const Lines& lines) {
     if (holdsNul && !mayHoldNul) continue;
     const EntryText entry = {{text.data(), text.size()}, mayHoldNul};
     require(firstLineIn(entry) == lines[0], "the first line of a text");
-    size_t number = 0;
-    forEachLine(entry, [&](const Line& line) {
-      require(number < lines.size(), "a text has no more lines than its entry");
-      checkLine(line, lines[number++]);
-      return true;
-    });
-    require(number == lines.size(), "a text has the lines of its entry");
+    LineScan scan = scanOf(entry.text);
+    std::vector<Line> taken(lines.size() + 1);
+    require(takeEntryLines(scan, mayHoldNul, taken.data(), taken.size()) == lines.size(),
+            "a text has the lines of its entry");
+    for (size_t i = 0; i < lines.size(); ++i) checkLine(taken[i], lines[i]);
   }
 }
 
