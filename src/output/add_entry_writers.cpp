@@ -26,10 +26,6 @@ static int32_t writeMergedObject(Stream* stream) {
   return writeText(stream, "\n");
 }
 
-// Room for the lines that are merged, used for every record.
-static std::vector<Line> ownLines;
-static std::vector<Line> otherLines;
-
 // Merges the owner's own entry with its map into the entry buffer.
 static void mergeWithMap(const CacheMatrix& own, const CacheMatrix& map, int32_t slot) {
   mergeObjects(linesOfRow(own, slot, ownLines), linesOfRow(map, slot, otherLines));

@@ -2,8 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "platform/stream.h"
+#include "rules/line.h"
+
+// Room for the lines of the entries that are merged, used for every record.
+inline std::vector<Line> ownLines;
+inline std::vector<Line> otherLines;
 
 // Each writes the record of a slot and returns 0, or -1 when a write fails; what was written before stays. Each
 // ends the run with PROCESSING_FAILED when the slot lacks what the record is made of, a line to be merged has no

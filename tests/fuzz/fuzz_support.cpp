@@ -21,6 +21,7 @@
 #include "kept_memory.h"
 #include "ldif/line_reader.h"
 #include "ldif/object_buffer.h"
+#include "output/add_entry_writers.h"
 #include "output/new_dn.h"
 #include "platform/message_catalogue.h"
 #include "platform/message_details.h"
@@ -192,14 +193,14 @@ static void resetCache() {
   }
   for (const CacheMatrix& matrix : matrices) *matrix.occupied = 0;
   max_number_of_secuser_slots = max_number_of_secgroup_slots = 0;
-  // No index holds an owner any more. They have been made before the first run, and do not grow for a few slots.
-  for (const Side side : {USER_SIDE, GROUP_SIDE}) isShutOut(side, 0);
+  forgetOwnersOfPass();
 }
 
 static void resetBuffers() {
   std::fill_n(object, std::max(next_available_object_slot, 1), Line());
   next_available_object_slot = 0;
   for (Texts* texts : {&objectTexts, &gatheredTexts, &newDns}) texts->release();
+  for (std::vector<Line>* lines : {&ownLines, &otherLines}) std::vector<Line>().swap(*lines);
   memset(nextLine, 0, sizeof nextLine);
   memset(tempString, 0, sizeof tempString);
   memset(tempDN, 0, sizeof tempDN);
