@@ -105,32 +105,29 @@ static Owner ownerOfMap(Entry entry, Side side, Texts& texts, Sink show) {
   return ownerOfParts(entry[0], joined({component, ",", tightened(ownerDn.text, texts), "\n"}, texts), side, texts);
 }
 
-static void showKind(Entry entry, const char* kind, Sink show) {
+// What entries of an EntryKind are called.
+static constexpr const char* shownKinds[] = {"'Users' SECUSER", "SECUSER", "SECGROUP", "SECPOLICYDATA",
+                                             "SECMAP",          "SECMAP",  "SECPOLICY"};
+
+static void showKind(Entry entry, EntryKind kind, Sink show) {
   if (show == nullptr) return;
-  show("   The input object is a %s object \n", kind);
+  show("   The input object is a %s object \n", shownKinds[kind]);
   show("   Its DN is  %.*s", SHOWN(entry[0].view()));
 }
 
 Owner ownerOf(Entry entry, EntryKind kind, Texts& texts, Sink show) {
   const Side side = sideOf(kind);
+  showKind(entry, kind, show);
   switch (kind) {
     case USERS_SECUSER_KIND:
-      showKind(entry, "'Users' SECUSER", show);
       return ownerOfUsersEntry(entry, side, texts, show);
     case SECUSER_KIND:
-      showKind(entry, "SECUSER", show);
-      return ownerOfOwnEntry(entry, side, texts);
     case SECGROUP_KIND:
-      showKind(entry, "SECGROUP", show);
       return ownerOfOwnEntry(entry, side, texts);
     case SECPOLICYDATA_KIND:
-      showKind(entry, "SECPOLICYDATA", show);
-      return ownerBehindComma(entry, side, texts);
     case SECPOLICY_KIND:
-      showKind(entry, "SECPOLICY", show);
       return ownerBehindComma(entry, side, texts);
     default:
-      showKind(entry, "SECMAP", show);
       return ownerOfMap(entry, side, texts, show);
   }
 }
