@@ -14,9 +14,6 @@
 #include "rules/owner.h"
 #include "rules/texts.h"
 
-constexpr int32_t SECUSER_MATRIX_NUMBER_OF_COLUMNS = 50;     // lines per row of every matrix but one
-constexpr int32_t SECPOLICY_MATRIX_NUMBER_OF_COLUMNS = 500;  // lines per row of secPolicy_matrix
-
 // A row holds one entry: the text of its lines, one behind the other, and their number; no text for an empty row.
 // Nothing stops an entry from running on into the next row, as it would in cells: its lines beyond the row's columns
 // stand there, in place of those that were there or before what is left of them. A full row goes on in the next one.

@@ -9,7 +9,7 @@
 #include "platform/bounded_text.h"
 #include "reporting/reporting.h"
 #include "rules/owner.h"
-#include "workfile/owner_hash.h"
+#include "rules/dn_hash.h"
 
 static OwnerIndex indexes[2];  // by Side
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "rules/text.h"
-#include "workfile/owner_hash.h"
+#include "rules/dn_hash.h"
 
 static int32_t find(const OwnerIndex& index, const std::string_view* dns, std::string_view key, uint64_t hash) {
   const auto [first, last] = index.slots.equal_range(hash);

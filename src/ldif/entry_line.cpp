@@ -1,52 +1,12 @@
 #include "ldif/entry_line.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "ldif/line_reader.h"
 #include "platform/stream.h"
 #include "reporting/run_state.h"
+#include "rules/first_line.h"
 #include "rules/text.h"
-
-// A first line without what may differ: line end, blanks beside commas, white space at the end. Kept in a fixed buffer,
-// because a run whose memory is exhausted comes here, too; a longer line is not found.
-struct FirstLine {
-  static constexpr size_t CAPACITY = size_t{64} * 1024;
-  char text[CAPACITY];
-  size_t length;
-  bool isWhole;
-
-  void clear() {
-    length = 0;
-    isWhole = true;
-  }
-  std::string_view view() const { return {text, length}; }
-};
-
-static void append(FirstLine& line, std::string_view piece) {
-  piece = piece.substr(0, piece.find_first_of("\r\n"));
-  for (const char character : piece) {
-    if (character == ' ' && line.length > 0 && line.text[line.length - 1] == ',') continue;
-    if (character == ',')
-      while (line.length > 0 && line.text[line.length - 1] == ' ') --line.length;
-    line.isWhole = line.isWhole && line.length < FirstLine::CAPACITY;
-    if (line.isWhole) line.text[line.length++] = character;
-  }
-}
-
-static void trimEnd(FirstLine& line) {
-  line.length = std::min(line.view().find_last_not_of(" \t\v\f") + 1, line.length);
-}
-
-static void normalise(FirstLine& line, std::string_view text) {
-  line.clear();
-  append(line, text);
-  trimEnd(line);
-}
-
-static bool isEqual(const FirstLine& line, const FirstLine& other) {
-  return line.isWhole && other.isWhole && line.view() == other.view();
-}
 
 // The input as it is read once more.
 struct Walk {

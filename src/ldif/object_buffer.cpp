@@ -6,9 +6,9 @@
 #include "ldif/line_reader.h"
 #include "ldif/oversized_object_copy.h"
 #include "reporting/reporting.h"
-#include "rules/attribute.h"
 #include "rules/line_scan.h"
 #include "rules/text.h"
+#include "rules/unfolding.h"
 
 static void requireRoomForLine() {
   if (next_available_object_slot < OBJECT_ARRAY_SIZE) return;
@@ -178,46 +178,11 @@ int32_t getNextObject(Stream* stream) {
   return result;
 }
 
-// True for a line that is not continued and needs no more than a newline for its line end.
-static bool isWhole(int32_t slot) {
-  const Line& line = object[slot];
-  const bool isContinued = slot + 1 < next_available_object_slot && isContinuation(object[slot + 1]);
-  return !isContinued && line.length - line.contentLength <= 2 && line.text[line.length - 1] == '\n';
-}
-
-// Puts the newline where the line ends, in memory of our own.
-static void closeLine(Line& line) {
-  const_cast<char*>(line.text)[line.contentLength] = '\n';
-  line.length = line.contentLength + 1;
-}
-
-static Line unfoldedLine(const Attribute& attribute) {
-  char* const copy = makeRoom(objectTexts, attribute.text.size() + 1);
-  *std::copy(attribute.text.begin(), attribute.text.end(), copy) = '\n';
-  return scanLine({copy, attribute.text.size() + 1});
-}
-
 bool unfoldObject() {
-  int32_t unfolded = 0;
-  bool isAsRead = true;
-  for (int32_t slot = 0; slot < next_available_object_slot;) {
-    if (isContinuation(object[slot])) {
-      ++slot;
-      isAsRead = false;
-    } else if (isWhole(slot)) {
-      if (unfolded != slot) object[unfolded] = object[slot];
-      closeLine(object[unfolded++]);
-      ++slot;
-    } else {
-      const Attribute attribute = unfold(entryInObject(), slot, 0, objectTexts);
-      const size_t length = attribute.text.size();
-      isAsRead = isAsRead && attribute.nextLine == slot + 1 && length == object[slot].length && length < LONGEST_LINE;
-      object[unfolded++] = unfoldedLine(attribute);
-      slot = attribute.nextLine;
-    }
-  }
-  next_available_object_slot = unfolded;
-  return isAsRead;
+  const UnfoldedEntry unfolded =
+      unfoldLines({object, static_cast<size_t>(next_available_object_slot)}, true, objectTexts);
+  next_available_object_slot = static_cast<int32_t>(unfolded.lines);
+  return unfolded.isAsRead;
 }
 
 static int32_t piecesOf(const Line& line) {

@@ -7,12 +7,10 @@
 #include <string_view>
 
 #include "platform/stream.h"
-#include "rules/colon_search.h"
 #include "rules/line.h"
 #include "rules/object_class.h"
+#include "rules/policy_container.h"
 #include "rules/texts.h"
-
-constexpr int32_t OBJECT_ARRAY_SIZE = 250000;  // slots
 
 // The lines of the entry as read, line end included; line 0 is the dn: line. Their texts stand where they have been
 // read, in a stream or a file in memory, or in objectTexts: they are lent until the buffer is filled anew. Behind the
@@ -45,12 +43,6 @@ inline int64_t objectsRead = 0;
 // OBJECT_COPIED_TO_OUTPUT for an entry of 250,000 lines or more, the buffer being empty. Ends the run when
 // the position cannot be taken or restored, or memory is exhausted. The lines stand in the stream until it is read on.
 int32_t getNextObject(Stream* stream);
-
-// True when a line holds "changetype:".
-inline bool holdsChangetype(const Line& line) {
-  static constexpr ColonText changetypeText = "changetype:";
-  return findExactly(line, changetypeText) != NOT_FOUND;
-}
 
 // Where in its file the entry read last stands.
 struct ObjectExtent {

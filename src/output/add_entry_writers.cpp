@@ -11,7 +11,7 @@
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
 #include "rules/dropped_lines.h"
-#include "rules/text.h"
+#include "rules/policy_container.h"
 
 static int32_t writeFailed(const char* function) {
   traceLine("%s():  fputs() failed with rc=%d \n", function, -1);
@@ -94,8 +94,8 @@ int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
 // Puts the container's dn: line into tempString: the user's new DN below a component of its own.
 static void composeContainerDn(int32_t slot) {
   const std::string_view userDn = secUser_dn[slot];
-  copyBounded(tempString, sizeof tempString, "dn: cn=Policies,");
-  if (appendBounded(tempString, sizeof tempString, behindSpaces(userDn.substr(userDn.find(':') + 1)))) return;
+  copyBounded(tempString, sizeof tempString, CONTAINER_DN_BEGIN);
+  if (appendBounded(tempString, sizeof tempString, containerDnEnd(userDn))) return;
   reportError("writePolicyContainerAddToOutputFile():  ERROR:  The DN is too long.  EXITING. \n");
   exitForEntry(DN_TOO_LONG, firstLineOfRow(secUserMatrix, slot));
 }
@@ -104,8 +104,8 @@ int32_t writePolicyContainerAddToOutputFile(int32_t slot) {
   traceLine("writePolicyContainerAddToOutputFile():  FUNCTION ENTRY \n");
   requireDn(secUser_dn[slot], "writePolicyContainerAddToOutputFile", "secUser_dn", slot, secUserMatrix);
   composeContainerDn(slot);
-  const char* lines[] = {tempString, changetypeSeen == 1 ? "changetype: add\n" : "", "objectclass: container\n",
-                         "objectclass: top\n", "cn: Policies\n\n"};
+  const char* lines[] = {tempString, changetypeSeen == 1 ? containerLines[0] : "", containerLines[1], containerLines[2],
+                         containerLines[3]};
   int number = 0;
   for (const char* line : lines) {
     ++number;

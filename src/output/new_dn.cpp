@@ -8,7 +8,6 @@
 #include "platform/shown_text.h"
 #include "reporting/reporting.h"
 #include "rules/line_scan.h"
-#include "rules/new_dn.h"
 
 [[noreturn]] static void exitForLongValue(const char* function, DetailText problem, std::string_view firstLine) {
   reportError("%s():  ERROR:  A name or DN is too long.  EXITING. \n", function);
@@ -73,14 +72,12 @@ static constexpr DnBuilder builders[] = {{"createNewSecUserDN", &secUserMatrix},
 static void storeNewDn(NewDnOf what, int32_t slot, std::string_view& dn, const char* name) {
   const DnBuilder& builder = builders[what];
   traceLine("%s():  The old dn is:  %.*s", builder.function, SHOWN(dn));
-  if (dn.size() >= TEMP_STRING_SIZE)
-    exitForLongValue(builder.function, DN_TOO_LONG, firstLineOfRow(*builder.matrix, slot));
-  const Subdomain subdomain = subdomainOf(what, dn);
-  if (subdomain.isMissing) exitForMissingAuthority(slot, dn);
-  const std::string_view newDn = newDnOf(what, name, subdomain, newDns);
-  if (!copyBounded(tempDN, sizeof tempDN, newDn))
-    exitForLongValue(builder.function, DN_TOO_LONG, firstLineOfRow(*builder.matrix, slot));
-  dn = newDn;
+  const NewDn newDn = replaceDn(what, name, dn, newDns);
+  if (newDn.problem == POLICY_WITHOUT_AUTHORITY) exitForMissingAuthority(slot, dn);
+  if (newDn.problem != NO_DETAIL)
+    exitForLongValue(builder.function, newDn.problem, firstLineOfRow(*builder.matrix, slot));
+  copyBounded(tempDN, sizeof tempDN, newDn.line);
+  dn = newDn.line;
   traceLine("%s():  The new dn is:  %.*s", builder.function, SHOWN(dn));
 }
 

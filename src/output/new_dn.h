@@ -1,11 +1,9 @@
 // The distinguished names of the new layout.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
-constexpr size_t NAME_SIZE = 1024;     // bytes, closing NUL included
-constexpr size_t TEMP_DN_SIZE = 4096;  // bytes, closing NUL included
+#include "rules/new_dn.h"
 
 // The name extracted last, of a user and of a group; valid until the next extraction.
 inline char principalName[NAME_SIZE];

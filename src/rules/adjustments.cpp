@@ -78,3 +78,18 @@ Adjustment renameUuid(Entry entry, Texts& texts) {
   if (found.line < 0) return {};
   return replaced(entry, found.line, found.place, uuidText.text.size(), "secUUID: ", texts);
 }
+
+bool tightenOwnerNames(std::span<Line> entry, Texts& texts) {
+  static constexpr ColonText ownerText = "secdn:";
+  bool isAnyChanged = false;
+  for (Line& line : entry) {
+    const std::string_view view = line.view();
+    if (findExactly(line, ownerText) == NOT_FOUND || !hasSpaceBesideComma(view)) continue;
+    char* const text = makeRoom(texts, view.size());
+    const size_t length = commaSpaceEater(text, view.copy(text, view.size() - 1));
+    text[length] = '\n';
+    line = scanLine({text, length + 1});
+    isAnyChanged = true;
+  }
+  return isAnyChanged;
+}

@@ -3,11 +3,13 @@
 
 #include <cstdint>
 #include <ctime>
+#include <span>
 #include <string_view>
 
 #include "platform/detail_texts.h"
 #include "platform/sink.h"
 #include "rules/line.h"
+#include "rules/object_class.h"
 #include "rules/texts.h"
 
 struct Adjustment {
@@ -29,3 +31,14 @@ Adjustment addDomainId(Entry entry, Texts& texts, Sink show);
 
 // The first "secuuid: " gets the new letter case.
 Adjustment renameUuid(Entry entry, Texts& texts);
+
+// Which entries get which of them, in this order.
+constexpr bool getsVersionAndDate(ObjectClass entryClass) { return entryClass == SECAUTHORITYINFO_OBJECTCLASS; }
+constexpr bool getsDomainId(ObjectClass entryClass) { return entryClass == SECUSER_OBJECTCLASS; }
+constexpr bool getsNewUuidName(ObjectClass entryClass) {
+  return entryClass == SECUSER_OBJECTCLASS || entryClass == SECGROUP_OBJECTCLASS;
+}
+
+// The lines that later name an entry's owner lose the blanks around their commas, in entries that are to be gathered.
+// Lines are closed by a newline. Returns true when any has changed.
+bool tightenOwnerNames(std::span<Line> entry, Texts& texts);

@@ -27,6 +27,9 @@ using Entry = std::span<const Line>;
 // Bytes that are taken for one line; what is longer is several.
 constexpr size_t LONGEST_LINE = 4095;
 
+// Lines of an entry that can be held; one of so many is copied as it stands.
+constexpr int32_t OBJECT_ARRAY_SIZE = 250000;
+
 // Looks a text through for everything that is to be known of it.
 Line scanLine(std::string_view text);
 

@@ -45,3 +45,11 @@ std::string_view newDnOf(NewDnOf what, std::string_view name, const Subdomain& s
                  "secAuthority=default\n"},
                 texts);
 }
+
+NewDn replaceDn(NewDnOf what, std::string_view name, std::string_view oldDn, Texts& texts) {
+  if (oldDn.size() >= TEMP_DN_SIZE) return {DN_TOO_LONG, {}};
+  const Subdomain subdomain = subdomainOf(what, oldDn);
+  if (subdomain.isMissing) return {POLICY_WITHOUT_AUTHORITY, {}};
+  const std::string_view line = newDnOf(what, name, subdomain, texts);
+  return {line.size() < TEMP_DN_SIZE ? NO_DETAIL : DN_TOO_LONG, line};
+}

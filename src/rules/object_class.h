@@ -49,6 +49,14 @@ enum EntryKind : uint8_t {
 
 EntryKind kindOf(ObjectClass objectClass, std::string_view firstLine);
 
+// How many lines of an entry have room in a row: in that of a policy, and in any other.
+constexpr int32_t SECUSER_MATRIX_NUMBER_OF_COLUMNS = 50;
+constexpr int32_t SECPOLICY_MATRIX_NUMBER_OF_COLUMNS = 500;
+
+constexpr int32_t columnsOf(EntryKind kind) {
+  return kind == SECPOLICY_KIND ? SECPOLICY_MATRIX_NUMBER_OF_COLUMNS : SECUSER_MATRIX_NUMBER_OF_COLUMNS;
+}
+
 // The class of the entries of a kind that is gathered.
 ObjectClass classOfKind(EntryKind kind);
 

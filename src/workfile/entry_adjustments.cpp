@@ -43,12 +43,13 @@ static void addDomainId() {
 
 int32_t tweekObjectInObjectArray() {
   traceLine("tweekObjectInObjectArray():  FUNCTION ENTRY \n");
-  if (objectClass == SECAUTHORITYINFO_OBJECTCLASS) {
+  const auto entryClass = static_cast<ObjectClass>(objectClass);
+  if (getsVersionAndDate(entryClass)) {
     apply(convertVersion(entryInObject(), objectTexts), "secAuthorityInfo", "converted version attribute");
     addInstallDate();
   }
-  if (objectClass == SECUSER_OBJECTCLASS) addDomainId();
-  if (objectClass == SECUSER_OBJECTCLASS || objectClass == SECGROUP_OBJECTCLASS)
+  if (getsDomainId(entryClass)) addDomainId();
+  if (getsNewUuidName(entryClass))
     apply(renameUuid(entryInObject(), objectTexts), objectClass == SECUSER_OBJECTCLASS ? "secUser" : "secGroup",
           "modified secUUID ");
   traceLine("tweekObjectInObjectArray():  FUNCTION EXIT \n");

@@ -12,9 +12,8 @@
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
-#include "rules/colon_search.h"
+#include "rules/adjustments.h"
 #include "rules/dropped_lines.h"
-#include "rules/text.h"
 #include "workfile/entry_adjustments.h"
 #include "workfile/input_file.h"
 #include "workfile/notes.h"
@@ -27,22 +26,6 @@ static void stopOnFailure(int32_t result, const char* fileName) {
 static void writeObject(Stream* stream, const char* fileName, Road road) {
   stopOnFailure(writeLines(stream, entryInObject(), road), fileName);
   stopOnFailure(writeText(stream, "\n"), fileName);
-}
-
-// The lines that later name an entry's owner lose the blanks around their commas. Returns true when there are any.
-static bool tightenOwnerNames() {
-  static constexpr ColonText ownerText = "secdn:";
-  bool isAnyChanged = false;
-  for (int32_t i = 0; i < next_available_object_slot; ++i) {
-    const std::string_view line = object[i].view();
-    if (findExactly(object[i], ownerText) == NOT_FOUND || !hasSpaceBesideComma(line)) continue;
-    char* const text = makeRoom(objectTexts, line.size());
-    const size_t length = commaSpaceEater(text, line.copy(text, line.size() - 1));
-    text[length] = '\n';
-    object[i] = scanLine({text, length + 1});
-    isAnyChanged = true;
-  }
-  return isAnyChanged;
 }
 
 static int64_t endOfWorkFile() {
@@ -73,7 +56,7 @@ static void writeObjectToOutput() {
 static void writeObjectToWorkFile(EntryKind kind) {
   const int64_t begin = endOfWorkFile();
   const bool isUnfolded = !unfoldObject();
-  const bool isTightened = tightenOwnerNames();
+  const bool isTightened = tightenOwnerNames({object, static_cast<size_t>(next_available_object_slot)}, objectTexts);
   writeObject(tifp, temp_input_ldif_filename, INTO_WORK_FILE);
   if (areNotesComplete) noteWrittenObject(kind, begin, endOfWorkFile(), !isUnfolded && !isTightened);
 }

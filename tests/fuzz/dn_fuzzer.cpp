@@ -14,7 +14,7 @@
 #include "plain_rules.h"
 #include "reporting/run_state.h"
 #include "rules/text.h"
-#include "workfile/owner_hash.h"
+#include "rules/dn_hash.h"
 
 static constexpr size_t LARGEST_TEXT = 48 * 1024;  // bytes
 

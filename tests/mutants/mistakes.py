@@ -1087,11 +1087,11 @@ mistakes = [
     ("reason of a failure is that of the blanking", "workfile/notes.cpp",
      "  memcpy(messageReason, reason, sizeof reason);\n", ""),
 
-    ("letters of a long DN are not folded for its hash", "workfile/owner_hash.cpp",
+    ("letters of a long DN are not folded for its hash", "rules/dn_hash.cpp",
      "take(state, loweredCharacters(characters));\n  }", "take(state, characters);\n  }"),
-    ("hash of the last characters holds those before", "workfile/owner_hash.cpp",
+    ("hash of the last characters holds those before", "rules/dn_hash.cpp",
      "  characters = 0;\n  memcpy", "  memcpy"),
-    ("last letters of a DN are not folded for its hash", "workfile/owner_hash.cpp",
+    ("last letters of a DN are not folded for its hash", "rules/dn_hash.cpp",
      "take(state, loweredCharacters(characters));\n  take", "take(state, characters);\n  take"),
 
     ("owner names of any case lose their blanks", "workfile/preparation_pass.cpp",

@@ -13,7 +13,7 @@
 #include "reporting/run_state.h"
 #include "rules/text.h"
 #include "test_support.h"
-#include "workfile/owner_hash.h"
+#include "rules/dn_hash.h"
 #include "workfile/preparation_pass.h"
 #include "workfile/work_file.h"
 #include "workfile/work_file_cursor.h"

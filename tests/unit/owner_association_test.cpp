@@ -3,7 +3,7 @@
 #include "cache/owner_index.h"
 #include "ldif/object_buffer.h"
 #include "test_support.h"
-#include "workfile/owner_hash.h"
+#include "rules/dn_hash.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cctype>
 
 #include "test_support.h"
-#include "workfile/owner_hash.h"
+#include "rules/dn_hash.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "workfile/owner_hash.h"
+#include "rules/dn_hash.h"
 
 #include <sys/random.h>
 #include <unistd.h>

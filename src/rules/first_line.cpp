@@ -1,0 +1,26 @@
+#include "rules/first_line.h"
+
+#include <algorithm>
+
+void append(FirstLine& line, std::string_view piece) {
+  piece = piece.substr(0, piece.find_first_of("\r\n"));
+  for (const char character : piece) {
+    if (character == ' ' && line.length > 0 && line.text[line.length - 1] == ',') continue;
+    if (character == ',')
+      while (line.length > 0 && line.text[line.length - 1] == ' ') --line.length;
+    line.isWhole = line.isWhole && line.length < FirstLine::CAPACITY;
+    if (line.isWhole) line.text[line.length++] = character;
+  }
+}
+
+void trimEnd(FirstLine& line) { line.length = std::min(line.view().find_last_not_of(" \t\v\f") + 1, line.length); }
+
+void normalise(FirstLine& line, std::string_view text) {
+  line.clear();
+  append(line, text);
+  trimEnd(line);
+}
+
+bool isEqual(const FirstLine& line, const FirstLine& other) {
+  return line.isWhole && other.isWhole && line.view() == other.view();
+}

@@ -1,0 +1,55 @@
+#include "rules/unfolding.h"
+
+#include <algorithm>
+
+#include "rules/attribute.h"
+#include "rules/line_scan.h"
+
+// True for a line that is not continued and needs no more than a newline for its line end.
+static bool isWhole(Entry entry, size_t place) {
+  const Line& line = entry[place];
+  const bool isContinued = place + 1 < entry.size() && isContinuation(entry[place + 1]);
+  return !isContinued && line.length - line.contentLength <= 2 && line.text[line.length - 1] == '\n';
+}
+
+// Puts the newline where the line ends.
+static void closeLine(Line& line, bool isTextOurs, Texts& texts) {
+  const size_t length = size_t{line.contentLength} + 1;
+  if (line.length == length) return;
+  char* text = const_cast<char*>(line.text);
+  if (!isTextOurs) {
+    text = makeRoom(texts, length);
+    std::copy_n(line.text, line.contentLength, text);
+    line.text = text;
+  }
+  text[line.contentLength] = '\n';
+  line.length = static_cast<uint32_t>(length);
+}
+
+static Line unfoldedLine(const Attribute& attribute, Texts& texts) {
+  char* const copy = makeRoom(texts, attribute.text.size() + 1);
+  *std::copy(attribute.text.begin(), attribute.text.end(), copy) = '\n';
+  return scanLine({copy, attribute.text.size() + 1});
+}
+
+UnfoldedEntry unfoldLines(std::span<Line> entry, bool areTextsOurs, Texts& texts) {
+  UnfoldedEntry unfolded = {0, true};
+  for (size_t place = 0; place < entry.size();) {
+    if (isContinuation(entry[place])) {
+      ++place;
+      unfolded.isAsRead = false;
+    } else if (isWhole(entry, place)) {
+      if (unfolded.lines != place) entry[unfolded.lines] = entry[place];
+      closeLine(entry[unfolded.lines++], areTextsOurs, texts);
+      ++place;
+    } else {
+      const Attribute attribute = unfold(entry, static_cast<int32_t>(place), 0, texts);
+      const size_t length = attribute.text.size();
+      const bool isAlone = static_cast<size_t>(attribute.nextLine) == place + 1;
+      unfolded.isAsRead = unfolded.isAsRead && isAlone && length == entry[place].length && length < LONGEST_LINE;
+      entry[unfolded.lines++] = unfoldedLine(attribute, texts);
+      place = static_cast<size_t>(attribute.nextLine);
+    }
+  }
+  return unfolded;
+}

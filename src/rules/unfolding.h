@@ -1,0 +1,17 @@
+// The form in which the lines of an entry are written: folding undone, one newline behind each.
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+#include "rules/line.h"
+#include "rules/texts.h"
+
+struct UnfoldedEntry {
+  size_t lines;   // those that are left, from the first place on
+  bool isAsRead;  // they are those that have been read but for their line ends
+};
+
+// Gives the lines of an entry that form, in place. Texts that lie in memory of our own may be changed there; others are
+// copied where they have to change.
+UnfoldedEntry unfoldLines(std::span<Line> entry, bool areTextsOurs, Texts& texts);
