@@ -11,8 +11,10 @@ from pathlib import Path
 SOURCES = Path(__file__).resolve().parents[2] / "src"
 
 # From the top to the bottom. A file may include what stands in its own folder and below.
-FOLDERS = ("driver", "output", "cache", "workfile", "ldif", "rules", "reporting", "platform")
-HIDDEN = {"rules": ("reporting",)}  # below, and not to be used all the same
+FOLDERS = ("driver", "output", "cache", "workfile", "ldif", "check", "account", "survey", "rules", "reporting", "platform")
+# Below, and not to be used all the same: the tool and the programs beside it share the rules and the platform alone.
+HIDDEN = {folder: ("check", "account", "survey") for folder in ("driver", "output", "cache", "workfile", "ldif")}
+HIDDEN |= {"check": ("account", "reporting"), "account": ("reporting",), "survey": ("reporting",), "rules": ("reporting",)}
 
 INCLUDE = re.compile(r'^#include "(\w+)/', re.MULTILINE)
 

@@ -1,0 +1,64 @@
+// What a run of the conversion will do, found out without one.
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <new>
+
+#include "check/options.h"
+#include "check/prediction.h"
+#include "check/report.h"
+#include "check/slot_counts.h"
+#include "check/split.h"
+#include "check/surroundings.h"
+#include "platform/file_operations.h"
+#include "platform/message_details.h"
+#include "platform/open_file.h"
+
+[[noreturn]] static void endFor(const char* name) {
+  fprintf(stderr, "tqldif2v6-check: %s: %s\n", name, messageReason);
+  exit(2);
+}
+
+static void requireDistinctNames(const CheckOptions& options) {
+  const char* const names[] = {options.input, options.good, options.rejected};
+  for (size_t i = 0; i < std::size(names); ++i)
+    for (size_t j = 0; j < i; ++j) {
+      if (options.good == nullptr || !isSameFile(names[i], names[j])) continue;
+      fprintf(stderr, "tqldif2v6-check: two names lead to the same file: %s and %s\n", names[j], names[i]);
+      exit(2);
+    }
+}
+
+static int check(const CheckOptions& options) {
+  SurveyedFile file;
+  SurveyedFile again;
+  requireDistinctNames(options);
+  if (!openSurveyed("tqldif2v6-check", options.input, file)) endFor(options.input);
+  if (!openSurveyed("tqldif2v6-check", options.input, again)) endFor(options.input);
+  const bool isInMemory = isFolderInMemory(options.input);
+  Report report(options, again, isInMemory);
+  report.begin();
+  Prediction prediction;
+  const int32_t code = findFileProblems(options.input, report);
+  predictRun(file, again, options.slots, report, prediction);
+  findWholeProblems(options.input, textFrom(again, 0, 1), prediction, report);
+  if (code != 0) failAtOnce(prediction, code);
+  report.end(prediction, memoryOfRun(prediction, prediction.slots, isInMemory));
+  if (!isUnchanged(file)) endFor(options.input);
+  if (options.good != nullptr && !splitInput(file, prediction, options)) endFor("the split");
+  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
+    failWith();
+    endFor("standard output");
+  }
+  return report.isAnyFound() ? 1 : 0;
+}
+
+int main(int argumentCount, char** arguments) {
+  const CheckOptions options = readOptions(argumentCount, arguments);
+  try {
+    return check(options);
+  } catch (const std::bad_alloc&) {
+    fputs("tqldif2v6-check: memory is exhausted\n", stderr);
+    return 2;
+  }
+}

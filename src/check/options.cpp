@@ -1,0 +1,73 @@
+#include "check/options.h"
+
+#include <getopt.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "rules/object_class.h"
+
+static constexpr char usage[] =
+    "usage: tqldif2v6-check [--json] [--all] [--values] [--split GOOD REJECTED] INPUT [MAXUSERS MAXGROUPS]\n"
+    "  INPUT               LDIF export of the registry; only read\n"
+    "  MAXUSERS MAXGROUPS  the slot counts of the conversion; as many as there are users and groups by default\n"
+    "  --json              one JSON object instead of text\n"
+    "  --all               every problem instead of ten of each kind\n"
+    "  --values            show values, too\n"
+    "  --split             write the entries that cannot be converted to REJECTED and all others to GOOD\n"
+    "  --help, --version\n"
+    "exit status: 0 when nothing was found, 1 for problems, 2 when the check itself failed\n";
+
+[[noreturn]] static void endForUsage(const char* problem) {
+  fprintf(stderr, "tqldif2v6-check: %s\n%s", problem, usage);
+  exit(2);
+}
+
+static int32_t readSlotCount(const char* text) {
+  char* end = nullptr;
+  errno = 0;
+  const long long count = strtoll(text, &end, 10);
+  if (errno != 0 || end == text || *end != '\0' || count < 1 || count > INT32_MAX)
+    endForUsage("a slot count must be a number from 1 to 2147483647");
+  return static_cast<int32_t>(count);
+}
+
+CheckOptions readOptions(int argumentCount, char** arguments) {
+  enum { JSON = 1, ALL, VALUES, SPLIT, HELP, VERSION };
+  static constexpr option options[] = {{"json", no_argument, nullptr, JSON},
+                                       {"all", no_argument, nullptr, ALL},
+                                       {"values", no_argument, nullptr, VALUES},
+                                       {"split", required_argument, nullptr, SPLIT},
+                                       {"help", no_argument, nullptr, HELP},
+                                       {"version", no_argument, nullptr, VERSION},
+                                       {nullptr, 0, nullptr, 0}};
+  CheckOptions read;
+  for (int found = 0; (found = getopt_long(argumentCount, arguments, "", options, nullptr)) != -1;) {
+    if (found == JSON) read.json = true;
+    if (found == ALL) read.all = true;
+    if (found == VALUES) read.values = true;
+    if (found == SPLIT) {
+      if (optind >= argumentCount) endForUsage("--split needs two names");
+      read.good = optarg;
+      read.rejected = arguments[optind++];
+    }
+    if (found == HELP) {
+      fputs(usage, stdout);
+      exit(0);
+    }
+    if (found == VERSION) {
+      puts("tqldif2v6-check " TQLDIF2V6_VERSION);
+      exit(0);
+    }
+    if (found == '?') endForUsage("an option is not known or incomplete");
+  }
+  const int left = argumentCount - optind;
+  if (left != 1 && left != 3) endForUsage("one or three arguments are expected");
+  read.input = arguments[optind];
+  if (left == 3) {
+    read.slots[USER_SIDE] = readSlotCount(arguments[optind + 1]);
+    read.slots[GROUP_SIDE] = readSlotCount(arguments[optind + 2]);
+  }
+  return read;
+}

@@ -1,0 +1,505 @@
+#include "check/pass_play.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "rules/text.h"
+
+static constexpr int32_t PROCESSING_FAILED = 380928302;
+static constexpr int32_t ROW_ALREADY_OCCUPIED = 380928303;
+
+static EntryKind rowKindOf(const Registry& registry, uint32_t entry) {
+  return static_cast<EntryKind>(registry.entries[entry].rowKind);
+}
+
+// The rows of an owner whose entries are regular.
+static void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& rows) {
+  for (auto& parts : rows.parts) parts.clear();
+  rows.opener = owner.first;
+  rows.policyDn = NONE;
+  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next) {
+    const EntryKind kind = rowKindOf(registry, i);
+    rows.parts[kind].push_back({i, 0, registry.entries[i].lines});
+    if (kind == SECPOLICY_KIND) rows.policyDn = i;
+  }
+}
+
+// The entry of the slot to which a problem of its records belongs.
+static uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side) {
+  EntryKind kind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  if (records.missing != UNKNOWN_KIND) kind = records.present;
+  if (records.problem == POLICY_WITHOUT_AUTHORITY) kind = SECPOLICY_KIND;
+  if (kind >= RESCREDS_KIND || rows.parts[kind].empty()) return rows.opener;
+  return rows.parts[kind][0].entry;
+}
+
+static void report(FindingSink& findings, const Registry& registry, FindingId id, At at, uint32_t entry) {
+  findings.take({id, at, registry.entries[entry].begin});
+}
+
+void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings, RecordSink& sink) {
+  SlotRows rows;
+  for (RegistryOwner& owner : registry.owners) {
+    if (!owner.isRegular || owner.isSpoilt) continue;
+    fillRows(registry, owner, rows);
+    const SlotRecords& records = makeRecords(maker, owner.side, rows);
+    owner.hasProblem = records.problem != NO_DETAIL;
+    owner.bytes = static_cast<uint32_t>(records.bytes);
+    if (owner.hasProblem)
+      report(findings, registry, findingOf(records.problem), AT_GIVEN, entryOf(rows, records, owner.side));
+    else
+      sink.take(maker, rows, owner.side);
+  }
+}
+
+// What a slot holds: of each kind an entry, NONE, or ODD.
+struct Slot {
+  std::array<uint32_t, RESCREDS_KIND> rows;
+  uint32_t opener;
+  uint32_t policyDn;
+  uint32_t owner;
+};
+static constexpr uint32_t ODD = NONE - 1;  // the parts stand elsewhere
+static constexpr Slot EMPTY_SLOT = {{NONE, NONE, NONE, NONE, NONE, NONE, NONE}, NONE, NONE, NONE};
+
+// A release that has run on into the row of another slot.
+struct Overrun {
+  EntryKind kind;
+  int32_t slot;
+  int32_t lastSlot;
+  std::string firstLine;
+  uint32_t entry;
+};
+
+struct Play {
+  Registry& registry;
+  const int32_t (&limits)[2];
+  RecordMaker& maker;
+  FindingSink& findings;
+  RecordSink& sink;
+  PlayedRun run = {};
+
+  std::vector<Slot> slots[2] = {};  // by Side; more than are in use where an entry runs on
+  std::unordered_map<uint64_t, std::vector<RowPart>> oddRows = {};
+  int32_t inUse[2] = {0, 0};
+  int32_t counts[RESCREDS_KIND] = {};
+  std::vector<Overrun> overruns = {};
+
+  std::unordered_map<uint32_t, int32_t> slotOfOwner = {};  // those that are found in this pass
+  std::vector<bool> isTaken = {};                          // of all entries
+  std::vector<uint32_t> withoutOwner = {};                 // entries that are left
+  uint32_t nextOwner[2] = {0, 0};                          // by Side, among those that no pass has met
+  std::set<uint32_t> metBefore[2] = {};                    // the first entry that is left of owners that one has met
+  std::unordered_set<uint32_t> reportedEntries = {};       // as ending the run at the given counts
+};
+
+static uint64_t keyOf(EntryKind kind, int32_t slot) { return static_cast<uint64_t>(slot) * RESCREDS_KIND + kind; }
+
+static std::vector<RowPart> partsOf(const Play& play, EntryKind kind, int32_t slot) {
+  const auto& slots = play.slots[sideOf(kind)];
+  if (static_cast<size_t>(slot) >= slots.size()) return {};
+  const uint32_t row = slots[static_cast<size_t>(slot)].rows[kind];
+  if (row == NONE) return {};
+  if (row == ODD) return play.oddRows.at(keyOf(kind, slot));
+  return {{row, 0, play.registry.entries[row].lines}};
+}
+
+static uint32_t linesOf(const std::vector<RowPart>& parts) {
+  uint32_t lines = 0;
+  for (const RowPart& part : parts) lines += part.count;
+  return lines;
+}
+
+static uint32_t columns(EntryKind kind) { return static_cast<uint32_t>(columnsOf(kind)); }
+
+static bool isFull(const Play& play, EntryKind kind, int32_t slot) {
+  return linesOf(partsOf(play, kind, slot)) == columns(kind);
+}
+
+static Slot& slotAt(Play& play, Side side, int32_t slot) {
+  auto& slots = play.slots[side];
+  if (slots.size() <= static_cast<size_t>(slot)) slots.resize(static_cast<size_t>(slot) + 1, EMPTY_SLOT);
+  return slots[static_cast<size_t>(slot)];
+}
+
+static void setRow(Play& play, EntryKind kind, int32_t slot, std::vector<RowPart> parts) {
+  slotAt(play, sideOf(kind), slot).rows[kind] = ODD;
+  play.oddRows[keyOf(kind, slot)] = std::move(parts);
+}
+
+static std::string firstLineOf(Play& play, const std::vector<RowPart>& parts) {
+  if (parts.empty()) return {};
+  play.maker.loadedCount = 0;
+  return std::string(loadedEntry(play.maker, parts[0].entry).lines[parts[0].first].view());
+}
+
+// The first line of an entry as it stands before it is gathered.
+static std::string firstLineAsRead(Play& play, uint32_t entry) {
+  play.maker.loadedCount = 0;
+  LoadedEntry& loaded = loadedEntry(play.maker, entry);
+  return std::string(loaded.lines[0].view());
+}
+
+static void fail(Play& play, int32_t code, DetailText problem, std::string firstLine, std::string earlier = {}) {
+  if (play.run.failure.code != 0) return;
+  play.run.failure = {code, problem, std::move(firstLine), std::move(earlier)};
+}
+
+static void reportFailure(Play& play, DetailText problem, uint32_t entry) {
+  if (!play.reportedEntries.insert(entry).second) return;
+  report(play.findings, play.registry, findingOf(problem), AT_GIVEN, entry);
+}
+
+static bool beginsWithDn(const std::string& line) {
+  constexpr std::string_view TAG = "dn:";
+  return isSameInAnyCase(std::string_view(line).substr(0, TAG.size()), TAG);
+}
+
+// The row holds an entry already, or the rest of one that was too long for its own.
+static void failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_t entry) {
+  int32_t owner = slot;
+  while (owner > 0 && isFull(play, kind, owner - 1) && !beginsWithDn(firstLineOf(play, partsOf(play, kind, owner))))
+    --owner;
+  const std::string earlier = firstLineOf(play, partsOf(play, kind, owner));
+  if (owner != slot) {
+    fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, earlier);
+    reportFailure(play, ROW_OVERRUN, partsOf(play, kind, owner)[0].entry);
+    return;
+  }
+  fail(play, ROW_ALREADY_OCCUPIED, DOUBLED, firstLineOf(play, {{entry, 0, 1}}), earlier);
+  reportFailure(play, DOUBLED, entry);
+}
+
+// What is left of the parts behind their first lines.
+static void appendRest(const std::vector<RowPart>& from, uint32_t passed, std::vector<RowPart>& parts) {
+  for (RowPart part : from) {
+    const uint32_t gone = std::min(passed, part.count);
+    passed -= gone;
+    part.first += gone;
+    part.count -= gone;
+    if (part.count > 0) parts.push_back(part);
+  }
+}
+
+// Puts the entry into the row and, as far as it is too long, into those behind it.
+static void place(Play& play, uint32_t entry, int32_t slot) {
+  const EntryKind kind = rowKindOf(play.registry, entry);
+  const uint32_t lines = play.registry.entries[entry].lines;
+  const int32_t first = slot;
+  if (lines < columns(kind)) slotAt(play, sideOf(kind), slot).rows[kind] = entry;
+  for (uint32_t passed = 0; lines >= columns(kind) && passed < lines; passed += columns(kind), ++slot) {
+    if (slot == play.limits[sideOf(kind)]) {
+      fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, firstLineOf(play, {{entry, 0, 1}}));
+      reportFailure(play, ROW_OVERRUN, entry);
+      break;
+    }
+    std::vector<RowPart> parts = {{entry, passed, std::min(columns(kind), lines - passed)}};
+    appendRest(partsOf(play, kind, slot), parts[0].count, parts);
+    setRow(play, kind, slot, std::move(parts));
+    if (slot != first) report(play.findings, play.registry, ENTRY_IN_ANOTHER_ROW, AT_NONE, entry);
+  }
+  ++play.counts[kind];
+}
+
+static void take(Play& play, uint32_t entry) { play.isTaken[entry] = true; }
+
+// Gathers the entry into a slot, or finds that it cannot be.
+static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
+  const EntryKind kind = rowKindOf(play.registry, entry);
+  const Side side = sideOf(kind);
+  take(play, entry);
+  Slot& target = slotAt(play, side, slot);
+  if (target.rows[kind] != NONE) {
+    failForOccupiedRow(play, kind, slot, entry);
+    return;
+  }
+  if (kind == SECPOLICY_KIND) target.policyDn = entry;
+  if (isNewSlot) {
+    target.opener = entry;
+    target.owner = play.registry.entries[entry].owner;
+    if (play.registry.entries[entry].opensForKey) play.slotOfOwner[target.owner] = slot;
+    ++play.inUse[side];
+  }
+  place(play, entry, slot);
+}
+
+// An entry as a pass meets it. Returns false when it stays.
+static bool meet(Play& play, uint32_t number) {
+  const GatheredEntry& entry = play.registry.entries[number];
+  const auto kind = static_cast<EntryKind>(entry.kind);
+  if (kind != UNKNOWN_KIND && play.counts[kind] >= play.limits[sideOf(kind)]) return false;
+  if (entry.problem != NO_DETAIL) {
+    const auto problem = static_cast<DetailText>(entry.problem);
+    fail(play, PROCESSING_FAILED, problem, firstLineAsRead(play, number));
+    reportFailure(play, problem, number);
+    take(play, number);
+    return true;
+  }
+  const Side side = sideOf(kind);
+  const auto found = play.slotOfOwner.find(entry.owner);
+  if (found == play.slotOfOwner.end() && play.inUse[side] >= play.limits[side]) return false;
+  const bool isNewSlot = found == play.slotOfOwner.end();
+  gather(play, number, isNewSlot ? play.inUse[side] : found->second, isNewSlot);
+  return true;
+}
+
+// Kept as the release is: it goes on behind a full row.
+static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
+  if (partsOf(play, kind, slot).empty()) return;
+  --play.counts[kind];
+  const std::vector<RowPart> own = partsOf(play, kind, slot);
+  uint64_t lines = 0;
+  bool goesOn = true;
+  for (int32_t next = slot; goesOn && !partsOf(play, kind, next).empty(); ++next) {
+    const auto parts = partsOf(play, kind, next);
+    const bool isOfAnother = next != slot && next < play.inUse[sideOf(kind)] && parts[0].entry != own[0].entry;
+    if (isOfAnother) report(play.findings, play.registry, ENTRY_IN_ANOTHER_ROW, AT_NONE, own[0].entry);
+    lines += linesOf(parts);
+    goesOn = linesOf(parts) == columns(kind);
+    play.oddRows.erase(keyOf(kind, next));
+    slotAt(play, sideOf(kind), next).rows[kind] = NONE;
+  }
+  if (lines <= columns(kind) || slot + 1 >= play.inUse[sideOf(kind)]) return;
+  const auto last = slot + static_cast<int32_t>((lines - 1) / columns(kind));
+  const Overrun overrun = {kind, slot, last, firstLineOf(play, own), own[0].entry};
+  const auto old = std::find_if(play.overruns.begin(), play.overruns.end(),
+                                [&](const Overrun& other) { return other.kind == kind; });
+  if (old == play.overruns.end())
+    play.overruns.push_back(overrun);
+  else
+    *old = overrun;
+}
+
+// The entry that has taken what the slot lacks, or has kept it from coming, is to blame.
+// What is known has been reported.
+static void failForRecords(Play& play, const SlotRecords& records, const SlotRows& rows, Side side, int32_t slot,
+                           bool isKnown) {
+  DetailText problem = records.problem;
+  std::string subject(records.subject);
+  uint32_t entry = entryOf(rows, records, side);
+  for (const Overrun& overrun : play.overruns) {
+    if (records.missing == UNKNOWN_KIND) break;
+    const bool hasTakenIt = overrun.kind == records.missing && slot > overrun.slot && slot <= overrun.lastSlot;
+    if (!hasTakenIt && overrun.kind != records.present) continue;
+    problem = ROW_OVERRUN;
+    subject = overrun.firstLine;
+    entry = overrun.entry;
+    break;
+  }
+  if (!isKnown) reportFailure(play, problem, entry);
+  fail(play, PROCESSING_FAILED, problem, subject);
+}
+
+// What is taken for the entry of a row: where that is full, what stands in the next one, too.
+static std::vector<RowPart> readOn(const Play& play, EntryKind kind, int32_t slot) {
+  std::vector<RowPart> all = partsOf(play, kind, slot);
+  for (uint32_t lines = linesOf(all); lines == columns(kind);) {
+    const std::vector<RowPart> more = partsOf(play, kind, ++slot);
+    lines = linesOf(more);
+    all.insert(all.end(), more.begin(), more.end());
+  }
+  return all;
+}
+
+static void flushSlot(Play& play, Side side, int32_t number) {
+  const Slot slot = slotAt(play, side, number);
+  const RegistryOwner& owner = play.registry.owners[slot.owner];
+  SlotRows rows;
+  rows.opener = slot.opener;
+  rows.policyDn = slot.policyDn;
+  for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
+    if (sideOf(static_cast<EntryKind>(kind)) == side)
+      rows.parts[kind] = readOn(play, static_cast<EntryKind>(kind), number);
+  bool isAsAlone = owner.isRegular;
+  for (uint32_t i = owner.first; isAsAlone && i != NONE; i = play.registry.entries[i].next)
+    isAsAlone = slot.rows[rowKindOf(play.registry, i)] == i;
+  if (isAsAlone && !owner.hasProblem) {
+    play.run.bytes += owner.bytes;
+  } else if (!owner.isSpoilt) {
+    const SlotRecords& records = makeRecords(play.maker, side, rows);
+    play.run.bytes += records.bytes;
+    if (records.problem != NO_DETAIL)
+      failForRecords(play, records, rows, side, number, isAsAlone);
+    else if (!owner.isRegular)
+      play.sink.take(play.maker, rows, side);
+  }
+  for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
+                               SECGROUP_KIND, MAP_OF_GROUP_KIND})
+    if (sideOf(kind) == side) releaseRow(play, kind, number);
+  slotAt(play, side, number).policyDn = NONE;
+}
+
+static void flush(Play& play) {
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
+    for (int32_t slot = 0; slot < play.inUse[side]; ++slot) flushSlot(play, side, slot);
+    play.inUse[side] = 0;
+    for (Slot& slot : play.slots[side]) slot.opener = slot.owner = slot.policyDn = NONE;
+  }
+  play.slotOfOwner.clear();
+}
+
+// The first entry that is left of an owner, NONE for none.
+static uint32_t firstLeft(const Play& play, uint32_t owner) {
+  uint32_t entry = play.registry.owners[owner].first;
+  while (entry != NONE && play.isTaken[entry]) entry = play.registry.entries[entry].next;
+  return entry;
+}
+
+static void skipToSide(Play& play, Side side) {
+  uint32_t& next = play.nextOwner[side];
+  while (next < play.registry.owners.size() && play.registry.owners[next].side != side) ++next;
+}
+
+// The next owners of a side, in the order of their first entries that are left: as many as there are slots.
+static std::vector<uint32_t> takeOwners(Play& play, Side side) {
+  std::vector<uint32_t> owners;
+  auto& met = play.metBefore[side];
+  const auto limit = static_cast<size_t>(play.limits[side]);
+  for (skipToSide(play, side); owners.size() < limit; skipToSide(play, side)) {
+    const bool isNew = play.nextOwner[side] < play.registry.owners.size();
+    const uint32_t entry = isNew ? play.registry.owners[play.nextOwner[side]].first : NONE;
+    if (!met.empty() && *met.begin() < entry) {
+      owners.push_back(play.registry.entries[*met.begin()].owner);
+      met.erase(met.begin());
+    } else if (isNew) {
+      owners.push_back(play.nextOwner[side]++);
+    } else {
+      break;
+    }
+  }
+  return owners;
+}
+
+static bool arePlain(const Play& play, const std::vector<uint32_t>& owners) {
+  const auto& all = play.registry.owners;
+  return std::all_of(owners.begin(), owners.end(), [&](uint32_t i) { return all[i].isRegular; });
+}
+
+static bool areCountsZero(const Play& play) {
+  return std::all_of(std::begin(play.counts), std::end(play.counts), [](int32_t count) { return count == 0; });
+}
+
+// A pass in which nothing can happen but that every owner's entries meet in a slot.
+static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
+  if (play.run.failure.code == 0) ++play.run.passes;
+  SlotRows rows;
+  for (const auto& side : owners) {
+    for (const uint32_t number : side) {
+      const RegistryOwner& owner = play.registry.owners[number];
+      play.run.bytes += owner.bytes;
+      if (!owner.hasProblem || play.run.failure.code != 0) continue;
+      fillRows(play.registry, owner, rows);
+      const SlotRecords& records = makeRecords(play.maker, owner.side, rows);
+      fail(play, PROCESSING_FAILED, records.problem, std::string(records.subject));
+    }
+    if (play.registry.isRegular) continue;
+    for (const uint32_t number : side)
+      for (uint32_t i = play.registry.owners[number].first; i != NONE; i = play.registry.entries[i].next) take(play, i);
+  }
+}
+
+// The entries that the pass can gather, in the order of the work file. Where earlier ones have left a count that keeps
+// entries away, that can be any.
+static std::vector<uint32_t> entriesInReach(const Play& play, const std::vector<uint32_t> (&owners)[2]) {
+  std::vector<uint32_t> entries = play.withoutOwner;
+  const auto& all = play.registry.entries;
+  if (!areCountsZero(play)) {
+    entries.clear();
+    for (uint32_t i = 0; i < all.size(); ++i)
+      if (!play.isTaken[i] && all[i].kind != RESCREDS_KIND) entries.push_back(i);
+    return entries;
+  }
+  for (const auto& side : owners)
+    for (const uint32_t owner : side)
+      for (uint32_t i = firstLeft(play, owner); i != NONE; i = all[i].next)
+        if (!play.isTaken[i]) entries.push_back(i);
+  std::sort(entries.begin(), entries.end());
+  return entries;
+}
+
+// Returns false when nothing can be gathered any more.
+static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
+  bool isAny = false;
+  for (const uint32_t entry : entriesInReach(play, owners)) isAny = meet(play, entry) || isAny;
+  const bool hasGathered = play.inUse[USER_SIDE] != 0 || play.inUse[GROUP_SIDE] != 0;
+  std::erase_if(play.withoutOwner, [&](uint32_t entry) { return play.isTaken[entry]; });
+  if (hasGathered) {
+    if (play.run.failure.code == 0) ++play.run.passes;
+    flush(play);
+  } else if (!isAny) {
+    fail(play, PROCESSING_FAILED, NOTHING_GATHERED, {});
+    play.findings.take({NOTHING_CAN_BE_GATHERED, AT_GIVEN});
+    return false;
+  }
+  for (const auto& side : owners)
+    for (const uint32_t owner : side) {
+      const uint32_t left = firstLeft(play, owner);
+      if (left != NONE) play.metBefore[play.registry.owners[owner].side].insert(left);
+    }
+  return true;
+}
+
+// What would end a run at other slot counts.
+static void reportOthers(Play& play) {
+  for (const RegistryOwner& owner : play.registry.owners) {
+    if (owner.isRegular) continue;
+    bool has[RESCREDS_KIND] = {};
+    for (uint32_t i = owner.first; i != NONE; i = play.registry.entries[i].next) {
+      const EntryKind kind = rowKindOf(play.registry, i);
+      const bool isDouble = has[kind];
+      has[kind] = true;
+      if (play.reportedEntries.contains(i)) continue;
+      if (isDouble) report(play.findings, play.registry, DOUBLED_ENTRY, AT_OTHERS, i);
+      if (play.registry.entries[i].lines >= columns(kind))
+        report(play.findings, play.registry, TOO_MANY_LINES, AT_OTHERS, i);
+    }
+  }
+}
+
+// While counts are left over, which owners come next cannot be told beforehand: all of them can.
+static void takeBack(Play& play, std::vector<uint32_t> (&owners)[2]) {
+  if (areCountsZero(play)) return;
+  for (const auto& side : owners)
+    for (const uint32_t owner : side) {
+      const uint32_t left = firstLeft(play, owner);
+      if (left != NONE) play.metBefore[play.registry.owners[owner].side].insert(left);
+    }
+  for (auto& side : owners) side.clear();
+}
+
+static bool isAnythingLeft(const Play& play) {
+  const auto& all = play.registry.entries;
+  for (uint32_t i = 0; i < all.size(); ++i)
+    if (!play.isTaken[i] && all[i].kind != RESCREDS_KIND) return true;
+  return false;
+}
+
+PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings,
+                     RecordSink& sink) {
+  Play play = {registry, slots, maker, findings, sink};
+  if (!registry.isRegular) {
+    play.isTaken.resize(registry.entries.size());
+    for (uint32_t i = 0; i < registry.entries.size(); ++i)
+      if (registry.entries[i].owner == NONE && registry.entries[i].kind != RESCREDS_KIND)
+        play.withoutOwner.push_back(i);
+  }
+  for (;;) {
+    std::vector<uint32_t> owners[2] = {takeOwners(play, USER_SIDE), takeOwners(play, GROUP_SIDE)};
+    const bool isPlain = arePlain(play, owners[USER_SIDE]) && arePlain(play, owners[GROUP_SIDE]) &&
+                         play.withoutOwner.empty() && areCountsZero(play);
+    if (isPlain && owners[USER_SIDE].empty() && owners[GROUP_SIDE].empty()) break;
+    if (isPlain) {
+      playPlainPass(play, owners);
+      continue;
+    }
+    takeBack(play, owners);
+    if (!areCountsZero(play) && !isAnythingLeft(play)) break;
+    if (!playOddPass(play, owners)) break;
+  }
+  reportOthers(play);
+  return play.run;
+}

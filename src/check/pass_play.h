@@ -1,0 +1,42 @@
+// The passes of a run, played through on what is known of the entries, without a work file.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/detail_texts.h"
+#include "survey/findings.h"
+#include "survey/record.h"
+#include "survey/registry.h"
+
+// How a run ends that fails in the passes.
+struct RunFailure {
+  int32_t code = 0;  // of the message; 0 for a run that does not fail
+  DetailText problem = NO_DETAIL;
+  std::string firstLine;         // of the entry that is complained of; empty where none is known
+  std::string earlierFirstLine;  // of a doubled entry, that of the other
+};
+
+struct PlayedRun {
+  RunFailure failure;
+  int64_t passes = 0;  // that write something, or begin to
+  uint64_t bytes = 0;  // that they write
+};
+
+// Who takes the records of every slot that can be written, with what they have been made of.
+class RecordSink {
+ public:
+  virtual void take(const RecordMaker& maker, const SlotRows& rows, Side side) = 0;
+
+ protected:
+  ~RecordSink() = default;
+};
+
+// Looks at the records of all owners whose entries are regular: what they are, whether they can be written and how many
+// bytes they have.
+void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings, RecordSink& sink);
+
+// Plays the passes. What would end the run is found and passed over, so that all of it is found; the failure is the
+// first. To be called behind makeRegularRecords; the records of the other owners are made here.
+PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings,
+                     RecordSink& sink);

@@ -1,0 +1,145 @@
+#include "check/prediction.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+#include "rules/attribute.h"
+#include "rules/first_line.h"
+#include "rules/text.h"
+
+// Finds what is odd about the entries that are looked at first.
+class EntryCheck final : public EntryVisitor {
+ public:
+  EntryCheck(FindingSink& findings, Prediction& prediction) : findings_(findings), prediction_(prediction) {}
+
+  void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
+    constexpr std::string_view TAG = "dn:";
+    if (isSameInAnyCase(entry.room[0].view().substr(0, TAG.size()), TAG)) prediction_.hasDn = true;
+    findChanges(entry, prepared, begin, findings_);
+    if (prepared.problem == NO_DETAIL) return;
+    findings_.take({findingOf(prepared.problem), AT_GIVEN, begin});
+    if (prepared.parts.empty()) prediction_.entriesThatEndPreparation.push_back(begin);
+  }
+  void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
+    if (std::none_of(lines.begin(), lines.end(), [&](const Line& line) { return isDropped(line, road); })) return;
+    findFatesAlone(lines, origins, road, false, fates_);
+    findLosses(fates_, origins, begin, findings_);
+  }
+  void takeOversizedLine(const Line&, uint64_t) override {}
+  void endOversized(bool, uint64_t) override {}
+
+ private:
+  FindingSink& findings_;
+  Prediction& prediction_;
+  Fates fates_;
+};
+
+// Finds what is odd about the records.
+class RecordCheck final : public RecordSink {
+ public:
+  RecordCheck(RecordMaker& maker, FindingSink& findings) : maker_(maker), findings_(findings) {}
+
+  void take(const RecordMaker&, const SlotRows& rows, Side side) override {
+    findNameChanges(maker_, rows, side, newDns_, findings_);
+    findFatesOfSlot(maker_, rows, side, survivors_, fates_,
+                    [&](const LoadedEntry& entry, EntryKind, const Fates& fates) {
+                      findLosses(fates, entry.origins, entry.begin, findings_);
+                    });
+  }
+
+ private:
+  RecordMaker& maker_;
+  FindingSink& findings_;
+  NewDns newDns_;
+  RecordSurvivors survivors_;
+  Fates fates_;
+};
+
+// Where the entries begin that have a first line: the first two of them.
+struct EntriesFound {
+  uint64_t first = NO_PLACE;
+  uint64_t second = NO_PLACE;
+};
+
+static void takeFirstLine(const ReadEntry& entry, FirstLine& first) {
+  first.clear();
+  append(first, entry.room[0].view());
+  for (size_t i = 1; i < entry.count && isContinuation(entry.room[i]); ++i)
+    append(first, entry.room[i].view().substr(1));
+  trimEnd(first);
+}
+
+static EntriesFound findEntries(SurveyedFile& file, std::string_view firstLine) {
+  static FirstLine wanted;
+  static FirstLine found;
+  EntriesFound entries;
+  if (firstLine.empty()) return entries;
+  normalise(wanted, firstLine);
+  uint64_t begin = 0;
+  ReadEntry entry;
+  for (size_t atLeast = 1; begin < file.size && entries.second == NO_PLACE;) {
+    const std::string_view text = textFrom(file, begin, atLeast);
+    const bool isRest = begin + text.size() == file.size;
+    EntryWalk walk = walkOver(text);
+    size_t passed = 0;
+    while (entries.second == NO_PLACE && readEntry(walk, entry)) {
+      if (!isRest && (entry.isEndedByText || entry.isOversized)) break;
+      takeFirstLine(entry, found);
+      Line line;
+      while (entry.isOversized && takeOversizedLine(walk, entry, line)) {
+      }
+      passed = entry.end;
+      if (!isEqual(wanted, found)) continue;
+      (entries.first == NO_PLACE ? entries.first : entries.second) = begin + entry.begin;
+    }
+    if (isRest) break;
+    atLeast = passed == 0 ? text.size() * 2 : 1;
+    begin += passed;
+  }
+  return entries;
+}
+
+// The entry that the message names, as the run finds it.
+static uint64_t entryOfMessage(SurveyedFile& file, const RunFailure& failure) {
+  const EntriesFound found = findEntries(file, failure.firstLine);
+  if (failure.problem != DOUBLED) return found.first;
+  static FirstLine one;
+  static FirstLine other;
+  normalise(one, failure.firstLine);
+  normalise(other, failure.earlierFirstLine);
+  return isEqual(one, other) && found.second != NO_PLACE ? found.second : found.first;
+}
+
+void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[2], FindingSink& findings,
+                Prediction& prediction) {
+  constexpr int32_t PROCESSING_FAILED = 380928302;
+  EntryCheck entryCheck(findings, prediction);
+  prediction.counts = surveyInput(file, prediction.registry, entryCheck);
+  const SurveyCounts& counts = prediction.counts;
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
+    const auto owners = static_cast<int32_t>(std::min<uint32_t>(prediction.registry.ownersOf[side], INT32_MAX));
+    prediction.slots[side] = slots[side] > 0 ? slots[side] : std::max(owners, 1);
+  }
+  RecordMaker maker(again, prediction.registry, counts.changetypeSeen);
+  RecordCheck recordCheck(maker, findings);
+  makeRegularRecords(prediction.registry, maker, findings, recordCheck);
+  const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, findings, recordCheck);
+  prediction.passes = played.passes;
+  prediction.code = played.failure.code;
+  prediction.outputBytes = counts.outputBytes + played.bytes + counts.finalBytes;
+  if (counts.problem != NO_DETAIL) {
+    prediction.endsInPreparation = true;
+    prediction.code = PROCESSING_FAILED;
+    prediction.failingEntry = counts.problemEntry;
+    prediction.passes = 0;
+  } else if (prediction.code != 0) {
+    prediction.failingEntry = entryOfMessage(again, played.failure);
+  }
+}
+
+void failAtOnce(Prediction& prediction, int32_t code) {
+  prediction.code = code;
+  prediction.failingEntry = NO_PLACE;
+  prediction.endsInPreparation = true;
+  prediction.passes = 0;
+}

@@ -1,0 +1,29 @@
+// What a run on the input will do.
+#pragma once
+
+#include <cstdint>
+
+#include "check/pass_play.h"
+#include "survey/entry_findings.h"
+#include "survey/survey.h"
+
+struct Prediction {
+  SurveyCounts counts;
+  Registry registry;
+  int32_t slots[2] = {0, 0};         // by Side
+  int32_t code = 0;                  // of the message of a run that fails; 0 for one that succeeds
+  uint64_t failingEntry = NO_PLACE;  // where the entry begins that the message names
+  int64_t passes = 0;
+  uint64_t outputBytes = 0;
+  bool endsInPreparation = false;
+  bool hasDn = false;                               // an entry begins with one
+  std::vector<uint64_t> entriesThatEndPreparation;  // where they begin, of those that would be copied
+};
+
+// Has the run fail before it reads anything.
+void failAtOnce(Prediction& prediction, int32_t code);
+
+// Predicts the run with these slot counts, 0 standing for as many as there are owners, and has every finding about the
+// entries taken. The files are the input, opened twice.
+void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[2], FindingSink& findings,
+                Prediction& prediction);

@@ -1,0 +1,149 @@
+#include "check/report.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "check/slot_counts.h"
+#include "platform/shown_text.h"
+#include "survey/shown_place.h"
+
+using Json = nlohmann::json;
+
+static std::string dumped(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+static Json lineOf(SurveyedFile& file, uint64_t place) {
+  return place == NO_PLACE ? Json() : Json(lineNumberOf(file, place));
+}
+
+static Json dnOf(SurveyedFile& file, uint64_t entry) {
+  if (entry == NO_PLACE) return {};
+  const ShownDn dn = dnAt(file, entry);
+  return dn.isKnown ? Json(dn.text) : Json();
+}
+
+// What is said of the line of a finding: its attribute, and its value if that is asked for.
+static std::string lineText(SurveyedFile& file, const Finding& finding, bool withValue) {
+  if (finding.line == NO_PLACE) return {};
+  std::string text = attributeAt(file, finding.line);
+  if (withValue) text += (text.empty() ? "" : ": ") + valueAt(file, finding.line);
+  return text;
+}
+
+static std::string sentences(SurveyedFile& file, const Finding& finding, bool withValue) {
+  const FindingKind& kind = kindOf(finding.id);
+  const std::string line = lineText(file, finding, withValue);
+  return std::string(kind.what) + (line.empty() ? "" : " (" + line + ")") + " " + kind.advice;
+}
+
+void Report::begin() {
+  if (options_.json) fputs("{\"problems\": [", stdout);
+}
+
+void Report::take(const Finding& finding) {
+  constexpr int64_t SHOWN_OF_EACH = 10;
+  const FindingKind& kind = kindOf(finding.id);
+  if (options_.json) {
+    const uint64_t line = finding.line != NO_PLACE ? finding.line : finding.entry;
+    const Json problem = {{"line", lineOf(file_, line)},
+                          {"dn", dnOf(file_, finding.entry)},
+                          {"id", kind.id},
+                          {"effect", nameOf(kind.effect)},
+                          {"at", nameOf(finding.at) != nullptr ? Json(nameOf(finding.at)) : Json()},
+                          {"text", sentences(file_, finding, options_.values)}};
+    fputs(isAnyFound_ ? ",\n" : "\n", stdout);
+    fputs(dumped(problem).c_str(), stdout);
+  } else if (options_.all || counts_[finding.id] < SHOWN_OF_EACH) {
+    kept_.push_back(finding);
+  }
+  ++counts_[finding.id];
+  isAnyFound_ = true;
+}
+
+static std::string harmless(const std::string& text) {
+  constexpr size_t FACTOR = 4;  // of what one byte can become
+  std::string shown(text.size() * FACTOR + FACTOR + 1, '\0');
+  appendHarmless(shown.data(), shown.size(), text);
+  shown.resize(shown.find('\0'));
+  return shown;
+}
+
+void Report::writeJson(const Prediction& prediction, uint64_t memoryBytes) {
+  const SurveyCounts& counts = prediction.counts;
+  const bool fails = prediction.code != 0;
+  const Json countsOfKinds = {{"entries", counts.entries},
+                              {"users", prediction.registry.ownersOf[USER_SIDE]},
+                              {"groups", prediction.registry.ownersOf[GROUP_SIDE]},
+                              {"policies", counts.policies},
+                              {"policy_data", counts.policyData},
+                              {"maps", counts.maps},
+                              {"resource_credentials", counts.resourceCredentials},
+                              {"straight_through", counts.straightThrough}};
+  const Json run = {{"users_slots", prediction.slots[USER_SIDE]},
+                    {"groups_slots", prediction.slots[GROUP_SIDE]},
+                    {"exit", fails ? 255 : 0},
+                    {"code", fails ? Json(prediction.code) : Json()},
+                    {"line", lineOf(file_, prediction.failingEntry)},
+                    {"dn", dnOf(file_, prediction.failingEntry)},
+                    {"passes", prediction.passes},
+                    {"output_bytes", fails ? Json() : Json(prediction.outputBytes)},
+                    {"work_file_bytes", prediction.endsInPreparation ? Json() : Json(counts.workFileBytes)},
+                    {"memory_bytes", memoryBytes}};
+  printf("%s],\n\"verdict\": %s,\n\"counts\": %s,\n\"run\": %s}\n", isAnyFound_ ? "\n" : "",
+         fails ? "\"stops\"" : "\"converts\"", dumped(countsOfKinds).c_str(), dumped(run).c_str());
+}
+
+// The findings by kind.
+void Report::writeFindings() {
+  for (int id = 0; id < NUMBER_OF_FINDINGS; ++id) {
+    if (counts_[id] == 0) continue;
+    const FindingKind& kind = kindOf(static_cast<FindingId>(id));
+    printf("\n%s (%s), %" PRId64 ": %s\n  %s\n", kind.id, nameOf(kind.effect), counts_[id], kind.what, kind.advice);
+    int64_t shown = 0;
+    for (const Finding& finding : kept_) {
+      if (finding.id != id || finding.entry == NO_PLACE) continue;
+      const uint64_t place = finding.line != NO_PLACE ? finding.line : finding.entry;
+      const ShownDn dn = dnAt(file_, finding.entry);
+      const std::string line = harmless(lineText(file_, finding, options_.values));
+      printf("    line %" PRId64 ": %s%s%s%s\n", lineNumberOf(file_, place),
+             dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", line.empty() ? "" : ", ",
+             line.c_str(), finding.at == AT_OTHERS ? " (at other slot counts)" : "");
+      ++shown;
+    }
+    if (shown != 0 && shown < counts_[id]) printf("    and %" PRId64 " more: --all shows them\n", counts_[id] - shown);
+  }
+}
+
+void Report::writeText(const Prediction& prediction, uint64_t memoryBytes) {
+  const SurveyCounts& counts = prediction.counts;
+  const std::string name = harmless(options_.input);
+  if (prediction.code == 0) {
+    printf("%s: the conversion with slots for %d users and %d groups succeeds.\n", name.c_str(),
+           prediction.slots[USER_SIDE], prediction.slots[GROUP_SIDE]);
+  } else {
+    printf("%s: the conversion with slots for %d users and %d groups stops with message %d", name.c_str(),
+           prediction.slots[USER_SIDE], prediction.slots[GROUP_SIDE], prediction.code);
+    if (prediction.failingEntry != NO_PLACE)
+      printf(" about the entry in line %" PRId64, lineNumberOf(file_, prediction.failingEntry));
+    puts(".");
+  }
+  printf("\nEntries: %" PRId64 "\n  users %u, groups %u, policies %" PRId64 ", policy data %" PRId64 ", maps %" PRId64
+         "\n  resource credentials %" PRId64 ", copied straight through %" PRId64 "\n",
+         counts.entries, prediction.registry.ownersOf[USER_SIDE], prediction.registry.ownersOf[GROUP_SIDE],
+         counts.policies, counts.policyData, counts.maps, counts.resourceCredentials, counts.straightThrough);
+  printf("The run: passes %" PRId64, prediction.passes);
+  if (!prediction.endsInPreparation) printf(", work file %" PRIu64 " bytes", counts.workFileBytes);
+  if (prediction.code == 0) printf(", output %" PRIu64 " bytes", prediction.outputBytes);
+  printf(", memory %" PRIu64 " MiB\n", (memoryBytes >> 20U) + 1);
+  writeSlotCounts(prediction, isFolderInMemory_);
+  if (!isAnyFound_) puts("\nNo problem was found.");
+  writeFindings();
+}
+
+void Report::end(const Prediction& prediction, uint64_t memoryBytes) {
+  if (options_.json)
+    writeJson(prediction, memoryBytes);
+  else
+    writeText(prediction, memoryBytes);
+}

@@ -1,0 +1,116 @@
+#include "check/slot_counts.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+// What a run keeps of each entry, owner and slot, as measured and as its tables are laid out.
+static constexpr uint64_t KIBIBYTE = 1024;
+static constexpr uint64_t BASE = 345 * KIBIBYTE;
+static constexpr uint64_t WINDOW = 256 * KIBIBYTE;  // of each file
+static constexpr uint64_t BYTES_OF_NOTE = 24;
+static constexpr uint64_t BYTES_OF_RANK = 16;
+static constexpr uint64_t BYTES_OF_NUMBER = 4;
+static constexpr uint64_t BYTES_OF_SLOT[2] = {112, 48};  // by Side
+static constexpr uint64_t BYTES_OF_LINE = 40;
+static constexpr uint64_t LARGEST_IN_MEMORY = 8 * KIBIBYTE * KIBIBYTE;
+static constexpr uint64_t HUGE_PAGE = 2 * KIBIBYTE * KIBIBYTE;
+static constexpr uint64_t PAGE = 4 * KIBIBYTE;
+
+static uint64_t roundedUp(uint64_t size, uint64_t unit) { return (size + unit - 1) / unit * unit; }
+
+// A table that grows by doubling, and beyond a size lies in a file.
+struct ScratchSize {
+  uint64_t memory;
+  uint64_t disk;
+};
+
+static ScratchSize scratchSize(uint64_t size, bool isFolderInMemory) {
+  uint64_t room = WINDOW;
+  while (room < size) room *= 2;
+  if (room > LARGEST_IN_MEMORY) return {isFolderInMemory ? size : 0, room};
+  return {room >= 2 * HUGE_PAGE ? roundedUp(size, HUGE_PAGE) : roundedUp(size, PAGE), 0};
+}
+
+static uint64_t entriesOf(const Prediction& prediction) { return prediction.registry.entries.size(); }
+
+static ScratchSize notesOf(const Prediction& prediction, bool isFolderInMemory) {
+  return scratchSize(entriesOf(prediction) * BYTES_OF_NOTE, isFolderInMemory);
+}
+
+static ScratchSize ranksOf(const Prediction& prediction, bool isFolderInMemory) {
+  uint64_t places = KIBIBYTE;
+  const uint64_t owners = prediction.registry.owners.size();
+  while (places < entriesOf(prediction) / 2 || owners > places / 4 * 3) places *= 2;
+  return scratchSize(places * BYTES_OF_RANK, isFolderInMemory);
+}
+
+static ScratchSize numbersOf(const Prediction& prediction, bool isFolderInMemory) {
+  return scratchSize(entriesOf(prediction) * BYTES_OF_NUMBER, isFolderInMemory);
+}
+
+// The part of what all slots take that one pass takes.
+static uint64_t ofOnePass(uint64_t bytes, const Registry& registry, const int32_t (&slots)[2]) {
+  const uint64_t owners = std::max<uint64_t>(registry.ownersOf[USER_SIDE], 1);
+  return bytes / owners * std::min<uint64_t>(owners, static_cast<uint64_t>(slots[USER_SIDE]));
+}
+
+uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bool isFolderInMemory) {
+  const SurveyCounts& counts = prediction.counts;
+  uint64_t atPreparation = BASE + std::min(counts.workFileBytes, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
+  atPreparation += std::min(counts.workFileBytes + counts.outputBytes, WINDOW);  // the input's
+  if (counts.longestEntry > WINDOW) atPreparation += counts.longestEntry * 2;
+  const uint64_t notes = notesOf(prediction, isFolderInMemory).memory;
+  const uint64_t atPlan = atPreparation + notes + ranksOf(prediction, isFolderInMemory).memory;
+  uint64_t atPass = atPreparation + std::min(prediction.outputBytes, WINDOW) + notes;
+  atPass += numbersOf(prediction, isFolderInMemory).memory;
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
+    const auto inUse = std::min<uint64_t>(prediction.registry.ownersOf[side], static_cast<uint64_t>(slots[side]));
+    atPass += inUse * BYTES_OF_SLOT[side];
+  }
+  atPass += ofOnePass(prediction.registry.keptBytes, prediction.registry, slots);
+  return std::max(atPlan, atPass);
+}
+
+uint64_t diskOfRun(const Prediction& prediction) {
+  const uint64_t plan = std::max(ranksOf(prediction, false).disk, numbersOf(prediction, false).disk);
+  return prediction.counts.workFileBytes + notesOf(prediction, false).disk + plan;
+}
+
+// Returns 0 when it cannot be found out.
+static uint64_t availableMemory() {
+  std::ifstream file("/proc/meminfo");
+  for (std::string name; file >> name;)
+    if (name == "MemAvailable:") {
+      uint64_t kibibytes = 0;
+      file >> kibibytes;
+      return kibibytes * KIBIBYTE;
+    }
+  return 0;
+}
+
+void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
+  static constexpr uint32_t PASSES[] = {1, 2, 10, 100};
+  const uint64_t available = availableMemory();
+  bool isRecommended = false;
+  puts(
+      "\nSlot counts to choose from (the time is nearly the same, whatever the passes):\n"
+      "       users     groups  passes  memory in MiB  time");
+  const auto& owners = prediction.registry.ownersOf;
+  for (const uint32_t passes : PASSES) {
+    int32_t slots[2];
+    for (const Side side : {USER_SIDE, GROUP_SIDE})
+      slots[side] = static_cast<int32_t>(
+          std::min<uint64_t>(std::max<uint64_t>((uint64_t{owners[side]} + passes - 1) / passes, 1), INT32_MAX));
+    if (passes > 1 && owners[USER_SIDE] < passes && owners[GROUP_SIDE] < passes) continue;
+    const uint64_t memory = memoryOfRun(prediction, slots, isFolderInMemory);
+    const bool fits = !isRecommended && (available == 0 || memory < available / 2);
+    isRecommended = isRecommended || fits;
+    printf("  %10d %10d  %6u  %13" PRIu64 "   1.0%s\n", slots[USER_SIDE], slots[GROUP_SIDE], passes,
+           (memory >> 20U) + 1, fits ? "  recommended for the memory that this machine has free" : "");
+  }
+}

@@ -1,0 +1,176 @@
+#include "check/split.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "platform/file_operations.h"
+#include "platform/message_details.h"
+#include "platform/open_file.h"
+
+// A file that is written under another name until it is whole.
+struct NewFile {
+  std::string name;
+  std::string unfinished;
+  FILE* stream = nullptr;
+};
+
+static bool begin(NewFile& file, const char* name, size_t number) {
+  file.name = name;
+  file.unfinished = file.name + ".XXXXXX";
+  const int descriptor = mkostemp(file.unfinished.data(), O_CLOEXEC);
+  if (descriptor < 0) return failWith();
+  filesToRemove[number] = file.unfinished.c_str();
+  file.stream = fdopen(descriptor, "w");
+  if (file.stream == nullptr) close(descriptor);
+  return file.stream != nullptr || failWith();
+}
+
+static bool write(NewFile& file, SurveyedFile& input, uint64_t from, uint64_t to) {
+  constexpr size_t STEP = size_t{1} << 20U;
+  while (from < to) {
+    const auto length = static_cast<size_t>(std::min<uint64_t>(to - from, STEP));
+    if (fwrite(textFrom(input, from, length).data(), 1, length, file.stream) != length) return failWith();
+    from += length;
+  }
+  return true;
+}
+
+static bool finish(NewFile& file) {
+  const bool isWhole = fflush(file.stream) == 0 && fsync(fileno(file.stream)) == 0;
+  const bool couldFail = !isWhole && !failWith();
+  const bool isClosed = fclose(file.stream) == 0;
+  file.stream = nullptr;
+  return !couldFail && (isClosed || failWith());
+}
+
+static bool syncFolderOf(const std::string& name) {
+  const size_t slash = name.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+  const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return failWith();
+  const bool isSynced = fsync(descriptor) == 0 || failWith();
+  close(descriptor);
+  return isSynced;
+}
+
+static bool isRejected(const Registry& registry, uint32_t number) {
+  const GatheredEntry& entry = registry.entries[number];
+  if (entry.endsPreparation || entry.problem != NO_DETAIL) return true;
+  return entry.owner != NONE && registry.owners[entry.owner].isRejected;
+}
+
+// An entry of the input that has become several in the work file goes as a whole, and takes the owners of all of them
+// along.
+static void rejectOwners(Registry& registry) {
+  for (RegistryOwner& owner : registry.owners)
+    owner.isRejected = !owner.isRegular || owner.isSpoilt || owner.hasProblem;
+  for (bool isAnyMore = true; isAnyMore;) {
+    isAnyMore = false;
+    for (uint32_t i = 0, end = 0; i < registry.entries.size(); i = end) {
+      bool isAnyRejected = false;
+      for (end = i; end < registry.entries.size() && registry.entries[end].begin == registry.entries[i].begin; ++end)
+        isAnyRejected = isAnyRejected || isRejected(registry, end);
+      for (uint32_t part = i; isAnyRejected && part < end; ++part) {
+        const uint32_t owner = registry.entries[part].owner;
+        if (owner == NONE || registry.owners[owner].isRejected) continue;
+        registry.owners[owner].isRejected = isAnyMore = true;
+      }
+    }
+  }
+}
+
+// Says of each entry of the input, in their order, whether it goes.
+struct Rejections {
+  const Prediction& prediction;
+  uint32_t next = 0;      // of the entries that are gathered
+  size_t nextCopied = 0;  // of those that are not, and end the preparation
+};
+
+static bool isNextRejected(Rejections& rejections, uint64_t begin) {
+  const Registry& registry = rejections.prediction.registry;
+  bool isAny = false;
+  for (; rejections.next < registry.entries.size() && registry.entries[rejections.next].begin == begin;
+       ++rejections.next)
+    isAny = isAny || isRejected(registry, rejections.next);
+  const auto& copied = rejections.prediction.entriesThatEndPreparation;
+  if (rejections.nextCopied < copied.size() && copied[rejections.nextCopied] == begin) {
+    ++rejections.nextCopied;
+    isAny = true;
+  }
+  return isAny;
+}
+
+static bool writeEntries(SurveyedFile& input, const Prediction& prediction, NewFile (&files)[2]) {
+  Rejections rejections = {prediction};
+  uint64_t begin = 0;
+  uint64_t written = 0;
+  size_t last = 0;
+  ReadEntry entry;
+  for (size_t atLeast = 1; begin < input.size;) {
+    const std::string_view text = textFrom(input, begin, atLeast);
+    const bool isRest = begin + text.size() == input.size;
+    EntryWalk walk = walkOver(text);
+    size_t passed = 0;
+    while (readEntry(walk, entry)) {
+      if (!isRest && (entry.isEndedByText || entry.isOversized)) break;
+      Line line;
+      while (entry.isOversized && takeOversizedLine(walk, entry, line)) {
+      }
+      passed = entry.end;
+      last = isNextRejected(rejections, begin + entry.begin) ? 1 : 0;
+      if (!write(files[last], input, written, begin + entry.end)) return false;
+      written = begin + entry.end;
+      if (!isWhole(input)) break;
+    }
+    if (isRest && (passed == 0 || isWhole(input))) break;
+    atLeast = passed == 0 ? text.size() * 2 : 1;
+    begin += passed;
+  }
+  return write(files[last], input, written, input.size);
+}
+
+static void giveUp(NewFile (&files)[2]) {
+  for (NewFile& file : files) {
+    if (file.stream != nullptr) fclose(file.stream);
+    if (!file.unfinished.empty()) unlink(file.unfinished.c_str());
+  }
+  for (const char*& name : filesToRemove) name = nullptr;
+}
+
+static bool makeFiles(SurveyedFile& file, const Prediction& prediction, const CheckOptions& options,
+                      NewFile (&files)[2]) {
+  return begin(files[0], options.good, 0) && begin(files[1], options.rejected, 1) &&
+         writeEntries(file, prediction, files) && finish(files[0]) && finish(files[1]) && isUnchanged(file);
+}
+
+// Gives both files their names. The second one can only fail where somebody has changed the folder meanwhile; then the
+// first is taken away.
+static bool renameFiles(NewFile (&files)[2]) {
+  if (rename(files[0].unfinished.c_str(), files[0].name.c_str()) != 0) return failWith();
+  files[0].unfinished.clear();
+  if (rename(files[1].unfinished.c_str(), files[1].name.c_str()) != 0) {
+    failWith();
+    unlink(files[0].name.c_str());
+    return false;
+  }
+  files[1].unfinished.clear();
+  return syncFolderOf(files[0].name) && syncFolderOf(files[1].name);
+}
+
+bool splitInput(SurveyedFile& file, Prediction& prediction, const CheckOptions& options) {
+  rejectOwners(prediction.registry);
+  NewFile files[2];
+  const bool isSplit = makeFiles(file, prediction, options, files) && renameFiles(files);
+  if (!isSplit) {
+    const std::string reason = messageReason;
+    giveUp(files);
+    snprintf(messageReason, sizeof messageReason, "%s", reason.c_str());
+  }
+  for (const char*& name : filesToRemove) name = nullptr;
+  return isSplit;
+}

@@ -1,0 +1,11 @@
+// An input in two: what can be converted, and what cannot.
+#pragma once
+
+#include "check/options.h"
+#include "check/prediction.h"
+#include "survey/surveyed_file.h"
+
+// Writes the entries that end a run at some slot counts, and with them all entries of the same user or group, to the
+// one file and all others to the other, as they stand, with what stands before them. Returns false, with the reason in
+// messageReason and neither file written, when that is not possible.
+bool splitInput(SurveyedFile& file, Prediction& prediction, const CheckOptions& options);

@@ -1,0 +1,65 @@
+#include "check/surroundings.h"
+
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <string>
+
+#include "check/slot_counts.h"
+
+static std::string folderOf(const char* input) {
+  const std::filesystem::path folder = std::filesystem::path(input).parent_path();
+  return folder.empty() ? "." : folder.string();
+}
+
+int32_t findFileProblems(const char* input, FindingSink& findings) {
+  constexpr int32_t FILE_NOT_OPENED = 380928304;
+  constexpr int32_t USAGE_ERROR = 380928314;
+  constexpr size_t LONGEST_NAME = 4091;
+  const std::string name = input;
+  if (name.size() > LONGEST_NAME) {
+    findings.take({INPUT_NAME_IS_TOO_LONG});
+    return USAGE_ERROR;
+  }
+  struct stat status;
+  if (lstat((name + ".tmp").c_str(), &status) == 0) findings.take({WORK_FILE_IS_THERE});
+  if (faccessat(AT_FDCWD, input, W_OK, AT_EACCESS) == 0) return 0;
+  findings.take({INPUT_IS_NOT_WRITABLE});
+  return FILE_NOT_OPENED;
+}
+
+// How files begin that are packed, or in a character set that is none of single bytes.
+static constexpr std::string_view foreignBegins[] = {"\x1F\x8B",
+                                                     "PK\x03\x04",
+                                                     "BZh",
+                                                     "\xFD"
+                                                     "7zXZ",
+                                                     "\x28\xB5\x2F\xFD",
+                                                     "\xFF\xFE",
+                                                     "\xFE\xFF"};
+
+void findWholeProblems(const char* input, std::string_view text, const Prediction& prediction, FindingSink& findings) {
+  const SurveyCounts& counts = prediction.counts;
+  const bool isForeign = std::any_of(std::begin(foreignBegins), std::end(foreignBegins),
+                                     [&](std::string_view begin) { return text.starts_with(begin); });
+  const bool isNotLdif = isForeign || (counts.entries > 0 && !prediction.hasDn);
+  if (isNotLdif) findings.take({NOT_LDIF});
+  if (counts.entries == 0 && !isForeign) findings.take({INPUT_IS_EMPTY});
+  if (prediction.registry.owners.empty() && counts.entries > 0 && !isNotLdif) findings.take({NOTHING_TO_CONVERT});
+  struct statvfs disk;
+  if (statvfs(folderOf(input).c_str(), &disk) != 0) return;
+  const uint64_t room = uint64_t{disk.f_bavail} * disk.f_frsize;
+  if (room < diskOfRun(prediction) + prediction.outputBytes) findings.take({NO_ROOM_ON_DISK});
+}
+
+bool isFolderInMemory(const char* input) {
+  struct statfs status;
+  return statfs(folderOf(input).c_str(), &status) == 0 && status.f_type == TMPFS_MAGIC;
+}

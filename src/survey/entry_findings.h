@@ -1,0 +1,46 @@
+// What comes out otherwise than it went in, or not at all, although the run succeeds.
+#pragma once
+
+#include <cstdint>
+#include <unordered_set>
+
+#include "survey/findings.h"
+#include "survey/line_fates.h"
+#include "survey/record.h"
+
+// Finds what is odd about an entry of the input; begin is its place.
+void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings);
+
+// Finds the lines of an entry that are gone.
+void findLosses(const Fates& fates, std::span<const Origin> origins, uint64_t begin, FindingSink& findings);
+
+// Finds what is odd about the new DNs. Those that there have been are remembered by their hash.
+struct NewDns {
+  std::unordered_set<uint64_t> seen;
+};
+void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, NewDns& newDns, FindingSink& findings);
+
+// Finds the fates of all lines of the entries of a slot, which stand there whole, and has each of these entries taken.
+// Returns false where they do not.
+template <typename TakeEntry>
+bool findFatesOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors, Fates& fates,
+                     TakeEntry takeEntry) {
+  for (const auto& parts : rows.parts)
+    if (parts.size() > 1 || (parts.size() == 1 && maker.registry->entries[parts[0].entry].lines != parts[0].count))
+      return false;
+  findSurvivors(maker.records, survivors);
+  const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  const EntryKind baseKind = rows.parts[USERS_SECUSER_KIND].empty() ? ownKind : USERS_SECUSER_KIND;
+  for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind) {
+    if (rows.parts[kind].empty()) continue;
+    const LoadedEntry& entry = loadedEntry(maker, rows.parts[kind][0].entry);
+    if (kind == SECPOLICYDATA_KIND)
+      fates.assign(entry.lines.size(), LEFT_OUT);
+    else if (kind == SECPOLICY_KIND)
+      findFatesAlone(entry.lines, entry.origins, POLICY, true, fates);
+    else
+      findMergedFates(entry, survivors, kind == ownKind, kind == baseKind, fates);
+    takeEntry(entry, static_cast<EntryKind>(kind), fates);
+  }
+  return true;
+}

@@ -1,0 +1,107 @@
+#include "survey/entry_walk.h"
+
+#include <algorithm>
+
+#include "rules/attribute.h"
+#include "rules/text.h"
+
+static constexpr size_t LINES_AT_ONCE = 64;
+
+static void findNul(EntryWalk& walk) { walk.nul = std::min(walk.text.find('\0', walk.scan.next), walk.text.size()); }
+
+EntryWalk walkOver(std::string_view text) {
+  EntryWalk walk = {text, scanOf(text), 0};
+  findNul(walk);
+  return walk;
+}
+
+// The lines that are taken at once hold none.
+static bool isNulNear(const EntryWalk& walk) { return walk.nul < walk.scan.next + LINES_AT_ONCE * LONGEST_LINE; }
+
+static bool isCut(const Line& line) { return line.length == LONGEST_LINE && line.text[line.length - 1] != '\n'; }
+
+// Takes the next line, whatever it is, up to its NUL. Returns false at the end of the text.
+static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
+  takeLine(walk.scan, line);
+  if (line.length == 0) return false;
+  if (isCut(line) && walk.scan.next < walk.text.size()) entry.hasLongLine = true;
+  if (walk.nul >= walk.scan.next) return true;
+  line = scanLine(line.view().substr(0, line.view().find('\0')));
+  entry.hasNul = true;
+  findNul(walk);
+  return true;
+}
+
+static void makeRoom(ReadEntry& entry) {
+  if (entry.room.size() < entry.count + LINES_AT_ONCE + 1)
+    entry.room.resize(std::max(entry.count + LINES_AT_ONCE + 1, entry.room.size() * 2));
+}
+
+// Takes the lines that come and can be taken as they stand. Returns true when a blank one behind the others ends the
+// entry.
+static bool takeOrdinary(EntryWalk& walk, ReadEntry& entry, size_t& taken) {
+  Line* const lines = entry.room.data() + entry.count;
+  taken = takeOrdinaryLines(walk.scan, lines, std::min(LINES_AT_ONCE, OBJECT_ARRAY_SIZE - entry.count));
+  entry.count += taken;
+  if (taken == 0 || !isBlankLine(lines[taken - 1].view())) return false;
+  --entry.count;
+  return entry.count > 0;
+}
+
+static void begin(EntryWalk& walk, ReadEntry& entry) {
+  entry.count = 0;
+  entry.from = walk.scan.next;
+  entry.isEndedByText = entry.isOversized = entry.hasNul = entry.hasLongLine = false;
+  entry.hasComments = entry.hasFoldedComment = false;
+}
+
+static bool finish(const EntryWalk& walk, ReadEntry& entry) {
+  entry.end = walk.scan.next;
+  if (entry.count > 0) entry.begin = static_cast<size_t>(entry.room[0].text - walk.text.data());
+  return entry.count > 0;
+}
+
+// Reads a line that needs a look. Returns true when the entry ends there.
+static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment) {
+  Line& line = entry.room[entry.count];
+  const bool hadNul = entry.hasNul;
+  const bool hadLongLine = entry.hasLongLine;
+  if (!takeAnyLine(walk, entry, line)) {
+    entry.isEndedByText = true;
+    return true;
+  }
+  if (isBlankLine(line.view())) return entry.count > 0;
+  const bool isComment = line.text[0] == '#';
+  if (isComment) {
+    entry.hasComments = true;
+    entry.hasNul = hadNul;
+    entry.hasLongLine = hadLongLine;
+  }
+  if (isBehindComment && isContinuation(line)) entry.hasFoldedComment = true;
+  isBehindComment = isComment || (isBehindComment && isContinuation(line));
+  if (!isComment) ++entry.count;
+  return false;
+}
+
+bool readEntry(EntryWalk& walk, ReadEntry& entry) {
+  begin(walk, entry);
+  for (bool isBehindComment = false;;) {
+    makeRoom(entry);
+    size_t taken = 0;
+    if (!isNulNear(walk) && !isBehindComment && takeOrdinary(walk, entry, taken)) return finish(walk, entry);
+    if (taken == 0 && readOddLine(walk, entry, isBehindComment)) return finish(walk, entry);
+    if (entry.count == OBJECT_ARRAY_SIZE) {
+      entry.isOversized = true;
+      return finish(walk, entry);
+    }
+  }
+}
+
+bool takeOversizedLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
+  for (;;) {
+    entry.isEndedByText = !takeAnyLine(walk, entry, line);
+    entry.end = walk.scan.next;
+    if (entry.isEndedByText || isBlankLine(line.view())) return false;
+    if (line.text[0] != '#') return true;
+  }
+}

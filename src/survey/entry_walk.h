@@ -1,0 +1,42 @@
+// The entries of a text, one after the other, as the conversion reads them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "rules/line.h"
+#include "rules/line_scan.h"
+
+// An entry as it has been read. Places are counted from the begin of the text.
+struct ReadEntry {
+  std::vector<Line> room;      // the lines stand at its begin; used again and again
+  size_t count = 0;            // of the lines
+  size_t from = 0;             // behind the entry before
+  size_t begin = 0;            // of the first line
+  size_t end = 0;              // behind the blank line that ends it
+  bool isEndedByText = false;  // and by no blank line
+  bool isOversized = false;    // it goes on behind the lines that are held
+  bool hasNul = false;         // a line is cut short by one
+  bool hasLongLine = false;    // a line stands there in pieces
+  bool hasComments = false;
+  bool hasFoldedComment = false;  // what continues a comment is taken for more of the line before it
+
+  Entry lines() const { return {room.data(), count}; }
+};
+
+struct EntryWalk {
+  std::string_view text;
+  LineScan scan;
+  size_t nul;  // place of the next NUL; the size of the text without one
+};
+
+EntryWalk walkOver(std::string_view text);
+
+// Reads the next entry. Returns false when there is none. Of an entry that is too long only the first lines are held;
+// the others have to be taken next.
+bool readEntry(EntryWalk& walk, ReadEntry& entry);
+
+// Takes the next line of such an entry. Returns false, with the entry's end known, behind its last.
+bool takeOversizedLine(EntryWalk& walk, ReadEntry& entry, Line& line);

@@ -1,0 +1,137 @@
+#include "survey/findings.h"
+
+#include <iterator>
+
+// By FindingId.
+static constexpr FindingKind kinds[] = {
+    {"entry-begins-with-continuation", STOPS, "The entry begins with the continuation of another line.",
+     "Write the comment before it on one line, or remove it."},
+    {"user-without-authority", STOPS, "The user has no secAuthority.", "Add the attribute or remove the user."},
+    {"user-without-name", STOPS, "The user has no principalName.", "Add the attribute or remove the user."},
+    {"users-entry-without-authority", STOPS, "The entry under cn=Users has no secAuthority.",
+     "Add the attribute or remove the entry."},
+    {"users-entry-without-dn", STOPS, "The entry under cn=Users has no secDN.",
+     "Add the attribute or remove the entry."},
+    {"map-without-authority", STOPS, "The map has no secAuthority in its DN.", "Mend its DN or remove it."},
+    {"map-without-dn", STOPS, "The map has no secDN.", "Add the attribute or remove the map."},
+    {"incomplete-dn", STOPS, "The entry does not begin with a complete dn: line.", "Mend its first line."},
+    {"dn-without-comma", STOPS, "The DN has no comma, so the entry belongs to no user.", "Mend its DN or remove it."},
+    {"owner-dn-too-long", STOPS, "The entry names too long an owner DN.", "Shorten it to 19,998 characters at most."},
+    {"user-without-map", STOPS, "The user has no secMap entry.",
+     "Add its secMap entry, whose secDN must be the user's DN, or remove the user."},
+    {"group-without-map", STOPS, "The group has no secMap entry.",
+     "Add its secMap entry, whose secDN must be the group's DN, or remove the group."},
+    {"user-without-own-entry", STOPS, "The entry belongs to a user without a secUser entry of its own.",
+     "Add that entry or remove this one."},
+    {"group-without-own-entry", STOPS, "The map belongs to a group without a secGroup entry.",
+     "Add that entry or remove this one."},
+    {"group-without-name", STOPS, "The group has no cn.", "Add the attribute or remove the group."},
+    {"name-too-long", STOPS, "The name is too long.", "Shorten it to 1,022 characters at most."},
+    {"dn-too-long", STOPS, "The DN is too long, the old or the new one.", "Shorten it to 4,094 characters at most."},
+    {"policy-without-authority", STOPS, "The policy has no secAuthority in its DN.", "Mend its DN or remove it."},
+    {"line-without-colon", STOPS, "A line of the entry has no colon.",
+     "Mend the line; one that continues another begins with a blank."},
+    {"doubled-entry", STOPS, "Another entry of the same kind belongs to the same user or group.",
+     "Remove one of them."},
+    {"too-many-lines", STOPS, "The entry has more lines than can be gathered of it.",
+     "Remove lines from it: 49 are gathered, of a policy 499."},
+    {"unknown-class", STOPS, "What is left of the entry behind a broken line is of an unknown class.",
+     "Fold or shorten its lines of 4,095 characters and more."},
+    {"entry-too-long", STOPS, "The entry has more than 250,000 lines.", "Remove lines from it."},
+    {"nothing-gathered", STOPS, "The entries that remain cannot be gathered.", "Try other slot counts."},
+
+    {"looks-like-bookkeeping", LOSES, "The line is dropped: it holds the name of an attribute that is.",
+     "Reword the value."},
+    {"line-lost", LOSES, "The line is dropped: what stood for it in the record is dropped, or of another attribute.",
+     "Reword the value, or remove the line."},
+    {"value-replaced", LOSES, "Another value of the attribute takes its place.", "Remove one of the two values."},
+
+    {"base-64-in-new-dn", CHANGES, "The name is in base 64, and the new DN gets that text.",
+     "Write the name in plain characters."},
+    {"special-character-in-new-dn", CHANGES, "The name has a character that a DN must escape, and the new DN does not.",
+     "Change the name."},
+    {"name-from-another-line", CHANGES, "The new DN gets its name from a line of another attribute.",
+     "Put the line with the name before it."},
+    {"new-dn-twice", CHANGES, "Another record has the same new DN.", "Give one of the two another name."},
+    {"entry-in-another-row", CHANGES,
+     "The entry takes lines from the entry of another user or group, or gives it some.",
+     "Remove lines from it: 49 are gathered, of a policy 499."},
+    {"unknown-class-name", CHANGES,
+     "The class name is not known in this spelling, and the entry is copied unconverted.",
+     "Write it as in secUser or secuser, behind objectClass: and a blank."},
+    {"version-line", CHANGES, "The version line is taken for the DN of the first entry.",
+     "Remove it, or put an empty line behind it."},
+    {"byte-order-mark", CHANGES, "The byte-order mark is taken for a part of the first line.", "Remove it."},
+    {"change-record", CHANGES, "The change record is not applied; it is converted like an entry.",
+     "Export content records."},
+    {"nul-byte", CHANGES, "What stands behind a NUL byte in its line is gone.", "Remove the byte."},
+    {"long-line", CHANGES, "A line of 4,095 characters or more is broken apart.",
+     "Shorten it; in an entry that is copied as it is folding helps, too."},
+    {"oversized-entry", CHANGES, "The entry has 250,000 lines or more and is copied unconverted.",
+     "Remove lines from it."},
+    {"folded-comment", CHANGES, "What continues a comment is taken for more of the line before it.",
+     "Write the comment on one line, or remove it."},
+
+    {"input-not-writable", SURROUNDINGS, "The conversion opens its input for writing, which is not allowed.",
+     "Give yourself write permission."},
+    {"input-name-too-long", SURROUNDINGS, "The name of the input is too long for the conversion.",
+     "Use a name of 4,091 characters at most."},
+    {"work-file-left", SURROUNDINGS, "A work file from an earlier run is there and would be converted as well.",
+     "Remove it."},
+    {"no-room", SURROUNDINGS, "There is not room enough for the work file, the notes and the output.",
+     "Make room on the disk."},
+    {"not-ldif", SURROUNDINGS, "The input is not LDIF text.", "Unpack it, or export it anew."},
+    {"empty-input", SURROUNDINGS, "There is no entry in the input.", "Export it anew."},
+    {"nothing-to-convert", SURROUNDINGS, "There is no user and no group in the input.",
+     "See whether it is the export of the registry."},
+};
+static_assert(std::size(kinds) == NUMBER_OF_FINDINGS);
+
+const FindingKind& kindOf(FindingId id) { return kinds[id]; }
+
+const char* nameOf(Effect effect) {
+  static constexpr const char* names[] = {"stops", "loses", "changes", "surroundings"};
+  return names[effect];
+}
+
+const char* nameOf(At at) {
+  static constexpr const char* names[] = {nullptr, "given", "others"};
+  return names[at];
+}
+
+struct FailureFinding {
+  DetailText problem;
+  FindingId id;
+};
+
+static constexpr FailureFinding failures[] = {
+    {FOLDED_COMMENT, ENTRY_BEGINS_WITH_CONTINUATION},
+    {USER_WITHOUT_AUTHORITY, USER_HAS_NO_AUTHORITY},
+    {USER_WITHOUT_NAME, USER_HAS_NO_NAME},
+    {USERS_ENTRY_WITHOUT_AUTHORITY, USERS_ENTRY_HAS_NO_AUTHORITY},
+    {USERS_ENTRY_WITHOUT_DN, USERS_ENTRY_HAS_NO_DN},
+    {MAP_WITHOUT_AUTHORITY, MAP_HAS_NO_AUTHORITY},
+    {MAP_WITHOUT_DN, MAP_HAS_NO_DN},
+    {INCOMPLETE_DN, DN_IS_INCOMPLETE},
+    {DN_WITHOUT_COMMA, DN_HAS_NO_COMMA},
+    {OWNER_DN_TOO_LONG, OWNER_DN_IS_TOO_LONG},
+    {USER_WITHOUT_MAP, USER_HAS_NO_MAP},
+    {GROUP_WITHOUT_MAP, GROUP_HAS_NO_MAP},
+    {USER_WITHOUT_OWN_ENTRY, ENTRY_WITHOUT_USER},
+    {GROUP_WITHOUT_OWN_ENTRY, MAP_WITHOUT_GROUP},
+    {GROUP_WITHOUT_NAME, GROUP_HAS_NO_NAME},
+    {NAME_TOO_LONG, NAME_IS_TOO_LONG},
+    {DN_TOO_LONG, DN_IS_TOO_LONG},
+    {POLICY_WITHOUT_AUTHORITY, POLICY_HAS_NO_AUTHORITY},
+    {LINE_WITHOUT_COLON, LINE_HAS_NO_COLON},
+    {DOUBLED, DOUBLED_ENTRY},
+    {ROW_OVERRUN, TOO_MANY_LINES},
+    {UNKNOWN_CLASS, CLASS_IS_UNKNOWN},
+    {ENTRY_TOO_LONG, ENTRY_IS_TOO_LONG},
+};
+
+FindingId findingOf(DetailText problem) {
+  for (const FailureFinding& failure : failures)
+    if (failure.problem == problem) return failure.id;
+  return NOTHING_CAN_BE_GATHERED;
+}

@@ -1,0 +1,113 @@
+#include "survey/line_fates.h"
+
+#include <algorithm>
+
+#include "rules/text.h"
+
+static std::string_view nameOf(const Line& line) {
+  return line.firstColon == NO_COLON ? line.content() : line.view().substr(0, line.firstColon);
+}
+
+static bool isNamed(const Line& line, std::string_view name) { return isSameInAnyCase(nameOf(line), name); }
+
+// The dropped names, and one that the merge leaves out besides.
+static bool isBookkeeping(const Line& line) {
+  if (isNamed(line, "aclpropagate")) return true;
+  return std::any_of(std::begin(droppedTexts), std::end(droppedTexts), [&](const DroppedText& dropped) {
+    return isNamed(line, dropped.text.text.substr(0, dropped.text.colonAt));
+  });
+}
+
+static LineFate fateOfGone(const Line& line, Road road) {
+  if (isBookkeeping(line)) return BOOKKEEPING;
+  return isDropped(line, road) ? LOOKS_LIKE_BOOKKEEPING : LOST;
+}
+
+// True when the line is in the output but for what has been changed in it on purpose.
+static LineFate fateOfWritten(const Origin& origin) { return origin.isChanged ? RENAMED : KEPT; }
+
+static std::string_view valueOf(const Line& line) {
+  return behindSpaces(line.content().substr(std::min<size_t>(nameOf(line).size() + 1, line.contentLength)));
+}
+
+static LineFate fateAmong(const Line& line, Entry lines, Road road) {
+  LineFate fate = fateOfGone(line, road);
+  for (const Line& other : lines) {
+    if (isDropped(other, road) || !isNamed(other, nameOf(line))) continue;
+    if (other.content() == line.content()) return ABSORBED;
+    if (valueOf(other) == valueOf(line)) fate = REPLACED_BY_SAME;
+    if (fate != REPLACED_BY_SAME) fate = REPLACED;
+  }
+  return fate;
+}
+
+void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, bool getsNewDn, Fates& fates) {
+  fates.assign(lines.size(), KEPT);
+  for (size_t i = 0; i < lines.size(); ++i) {
+    fates[i] = fateOfWritten(origins[i]);
+    if (i == 0 && getsNewDn)
+      fates[i] = RENAMED;
+    else if (isDropped(lines[i], road))
+      fates[i] = fateAmong(lines[i], lines.subspan(getsNewDn ? 1 : 0), road);
+    if (fates[i] == ABSORBED) fates[i] = fateOfGone(lines[i], road);
+  }
+}
+
+static size_t placeOf(const RecordSurvivors& survivors, const char* text) {
+  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
+  constexpr unsigned BITS = 64;
+  const auto mask = survivors.places.size() - 1;
+  auto place = static_cast<size_t>(reinterpret_cast<uintptr_t>(text) * FACTOR >> (BITS / 2)) & mask;
+  while (survivors.places[place] != nullptr && survivors.places[place] != text) place = (place + 1) & mask;
+  return place;
+}
+
+void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
+  size_t size = 64;
+  while (size < records.merged.size() * 4) size *= 2;
+  survivors.places.assign(size, nullptr);
+  survivors.lines.clear();
+  for (const Line& line : Entry(records.merged).subspan(1)) {
+    if (isDropped(line, MERGED)) continue;
+    survivors.lines.push_back(&line);
+    survivors.places[placeOf(survivors, line.text)] = line.text;
+  }
+}
+
+static bool survives(const RecordSurvivors& survivors, const Line& line) {
+  return survivors.places[placeOf(survivors, line.text)] != nullptr;
+}
+
+static bool isEqualLine(const Line& line, const Line& other) {
+  return line.contentLength == other.contentLength && line.endings == other.endings &&
+         line.content() == other.content();
+}
+
+static LineFate fateOfMissing(const Line& line, const RecordSurvivors& survivors) {
+  const auto& lines = survivors.lines;
+  if (std::any_of(lines.begin(), lines.end(), [&](const Line* other) { return isEqualLine(line, *other); }))
+    return ABSORBED;
+  LineFate fate = fateOfGone(line, MERGED);
+  for (const Line* other : lines) {
+    if (other->firstColon != line.firstColon || !isNamed(*other, nameOf(line))) continue;
+    if (valueOf(*other) == valueOf(line)) return REPLACED_BY_SAME;
+    fate = REPLACED;
+  }
+  return fate;
+}
+
+void findMergedFates(const LoadedEntry& entry, const RecordSurvivors& survivors, bool isOwnEntry, bool isBase,
+                     Fates& fates) {
+  fates.assign(entry.lines.size(), KEPT);
+  for (size_t i = 0; i < entry.lines.size(); ++i) {
+    const Line& line = entry.lines[i];
+    if (i == 0 && isOwnEntry)
+      fates[i] = RENAMED;
+    else if (survives(survivors, line))
+      fates[i] = fateOfWritten(entry.origins[i]);
+    else if (i == 0 || (!isBase && isNamed(line, "objectclass")))
+      fates[i] = ABSORBED;
+    else
+      fates[i] = fateOfMissing(line, survivors);
+  }
+}

@@ -1,0 +1,158 @@
+#include "survey/prepared_entry.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "rules/adjustments.h"
+#include "rules/attribute.h"
+#include "rules/dropped_lines.h"
+#include "rules/text.h"
+#include "rules/unfolding.h"
+
+// True when the line stands at the begin of one of the text: others go on with it.
+static bool beginsLine(const Line& line, std::string_view text) {
+  return line.text == text.data() || line.text[-1] == '\n';
+}
+
+// Numbers the attribute lines of the entry and says of each line that will be written where it comes from.
+static void findOrigins(const ReadEntry& entry, std::string_view text, bool areWanted, PreparedEntry& prepared) {
+  prepared.origins.clear();
+  prepared.attributeLines = 0;
+  for (const Line& line : entry.lines()) {
+    const bool isFirst = &line == entry.room.data();
+    if (isContinuation(line) && !isFirst) continue;
+    const bool isPiece = entry.hasLongLine && !isFirst && !beginsLine(line, text);
+    if (!isPiece) ++prepared.attributeLines;
+    if (areWanted)
+      prepared.origins.push_back(
+          {static_cast<size_t>(line.text - text.data()) - entry.begin, prepared.attributeLines - 1, isPiece, false});
+  }
+}
+
+// The date is not known beforehand; its length is.
+static tm anyDate() {
+  constexpr int YEARS_SINCE_1900 = 100;
+  tm date = {};
+  date.tm_year = YEARS_SINCE_1900;
+  date.tm_mday = 1;
+  return date;
+}
+
+// The lines change, or one is added behind the others.
+static void apply(const Adjustment& adjustment, ReadEntry& entry, PreparedEntry& prepared) {
+  if (adjustment.problem != NO_DETAIL) prepared.problem = adjustment.problem;
+  if (adjustment.line < 0) return;
+  const auto line = static_cast<size_t>(adjustment.line);
+  const bool isAdded = line == entry.count;
+  const bool isSame = !isAdded && entry.room[line].view() == adjustment.text;
+  entry.room[line] = scanLine(adjustment.text);
+  if (isAdded) {
+    ++entry.count;
+    prepared.origins.push_back({0, NO_LINE, false, false});
+    return;
+  }
+  const Entry before = entry.lines().first(line);
+  const auto place = static_cast<size_t>(std::count_if(before.begin(), before.end(), [&](const Line& other) {
+    return !isContinuation(other) || &other == before.data();
+  }));
+  if (place < prepared.origins.size() && !isContinuation(entry.room[line])) prepared.origins[place].isChanged = !isSame;
+}
+
+static void adjust(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
+  if (getsVersionAndDate(prepared.objectClass)) {
+    apply(convertVersion(entry.lines(), texts), entry, prepared);
+    if (needsInstallDate(entry.lines())) apply(addInstallDate(entry.lines(), anyDate(), texts), entry, prepared);
+  }
+  if (getsDomainId(prepared.objectClass)) apply(addDomainId(entry.lines(), texts, nullptr), entry, prepared);
+  if (getsNewUuidName(prepared.objectClass)) apply(renameUuid(entry.lines(), texts), entry, prepared);
+}
+
+// True when the lines, once they have been written, read as these very lines.
+static bool readAsWritten(Entry lines) {
+  return std::none_of(lines.begin(), lines.end(), [](const Line& line) {
+    return line.length > LONGEST_LINE || line.text[0] == '#' || isBlankLine(line.view());
+  });
+}
+
+// Reads the entry again as it has been written.
+static void readWritten(Texts& texts, bool withOrigins, PreparedEntry& prepared) {
+  char* const text = makeRoom(texts, prepared.bytes);
+  char* to = text;
+  std::vector<size_t> ends;  // of each line in the text
+  for (const Line& line : prepared.lines) {
+    to = std::copy_n(line.text, line.length, to);
+    ends.push_back(static_cast<size_t>(to - text));
+  }
+  *to = '\n';
+  const std::string_view written(text, prepared.bytes);
+  EntryWalk walk = walkOver(written);
+  ReadEntry entry;
+  prepared.partLines.clear();
+  prepared.partOrigins.clear();
+  while (readEntry(walk, entry)) {
+    WorkEntry part = {prepared.partLines.size(), entry.count};
+    part.objectClass = classOf(entry.lines());
+    part.kind = kindOf(part.objectClass, entry.room[0].view());
+    prepared.partLines.insert(prepared.partLines.end(), entry.room.begin(),
+                              entry.room.begin() + static_cast<ptrdiff_t>(entry.count));
+    for (const Line& line : entry.lines()) {
+      if (!withOrigins) break;
+      const auto place = static_cast<size_t>(line.text - text);
+      const auto number = static_cast<size_t>(std::upper_bound(ends.begin(), ends.end(), place) - ends.begin());
+      Origin origin = prepared.origins[number];
+      origin.isPiece = origin.isPiece || !beginsLine(line, written);
+      prepared.partOrigins.push_back(origin);
+    }
+    if (entry.isOversized) {
+      Line line;
+      part.isTooLong = takeOversizedLine(walk, entry, line);
+      while (takeOversizedLine(walk, entry, line)) {
+      }
+    }
+    prepared.parts.push_back(part);
+  }
+}
+
+void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared) {
+  prepared.problem = NO_DETAIL;
+  prepared.parts.clear();
+  prepared.partLines.clear();
+  prepared.objectClass = classOf(entry.lines());
+  findOrigins(entry, text, withOrigins, prepared);
+  const bool beginsInside = isContinuation(entry.room[0]);
+  const std::string_view dnLine = beginsInside ? entry.room[0].content() : unfold(entry.lines(), 0, 0, texts).text;
+  prepared.goesToOutput = goesStraightThrough(prepared.objectClass, dnLine);
+  prepared.kind = kindOf(prepared.objectClass, dnLine);
+  if (entry.room.size() == entry.count) entry.room.resize(entry.count + 1);
+  if (!beginsInside) adjust(entry, texts, prepared);
+  if (beginsInside) prepared.problem = FOLDED_COMMENT;
+  const UnfoldedEntry unfolded = unfoldLines({entry.room.data(), entry.count}, false, texts);
+  prepared.lines = {entry.room.data(), unfolded.lines};
+  bool isAsRead = unfolded.isAsRead;
+  if (!prepared.goesToOutput && tightenOwnerNames(prepared.lines, texts)) isAsRead = false;
+  prepared.bytes = 1;
+  const bool areDropped = prepared.goesToOutput;
+  for (const Line& line : prepared.lines)
+    if (!areDropped || !isDropped(line, STRAIGHT_THROUGH)) prepared.bytes += line.length;
+  if (prepared.goesToOutput || prepared.lines.empty()) return;
+  if (!isAsRead && !readAsWritten(prepared.lines)) {
+    readWritten(texts, withOrigins, prepared);
+    return;
+  }
+  WorkEntry part = {0, prepared.lines.size(), prepared.objectClass, prepared.kind};
+  if (!isAsRead) {
+    part.objectClass = classOf(prepared.lines);
+    part.kind = kindOf(part.objectClass, prepared.lines[0].view());
+  }
+  prepared.parts.push_back(part);
+}
+
+std::span<Line> linesOf(PreparedEntry& prepared, const WorkEntry& part) {
+  if (prepared.partLines.empty()) return prepared.lines;
+  return std::span(prepared.partLines).subspan(part.first, part.count);
+}
+
+std::span<const Origin> originsOf(const PreparedEntry& prepared, const WorkEntry& part) {
+  if (prepared.partLines.empty()) return prepared.origins;
+  return std::span(prepared.partOrigins).subspan(part.first, part.count);
+}

@@ -1,0 +1,54 @@
+// What becomes of an entry of the input before the passes: where it goes, and with which lines.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "platform/detail_texts.h"
+#include "rules/line.h"
+#include "rules/object_class.h"
+#include "rules/texts.h"
+#include "survey/entry_walk.h"
+
+// Where a written line comes from.
+struct Origin {
+  size_t place;    // of its text, from the begin of the entry in the input
+  uint32_t line;   // number of the attribute line of the entry; NO_LINE for a line that is added
+  bool isPiece;    // it is what is left of a line that has been cut
+  bool isChanged;  // it has got another text
+};
+constexpr uint32_t NO_LINE = UINT32_MAX;
+
+// An entry as it stands in the work file. One of the input is several where a line of it does not read as it has been
+// written.
+struct WorkEntry {
+  size_t first = 0;  // of its lines among all
+  size_t count = 0;
+  ObjectClass objectClass = UNINTERESTING_OBJECTCLASS;
+  EntryKind kind = UNKNOWN_KIND;
+  bool isTooLong = false;  // to be held
+};
+
+struct PreparedEntry {
+  ObjectClass objectClass = UNINTERESTING_OBJECTCLASS;
+  EntryKind kind = UNKNOWN_KIND;
+  DetailText problem = NO_DETAIL;  // why the run ends here
+  bool goesToOutput = false;
+  uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
+  size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
+  std::span<Line> lines;         // as they are written, a newline behind each; they stand in the room of the entry
+  std::vector<Origin> origins;   // of each of them
+  std::vector<WorkEntry> parts;  // of an entry for the work file: mostly one
+  std::vector<Line> partLines;   // of an entry of several parts, or with pieces
+  std::vector<Origin> partOrigins;
+};
+
+// Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk.
+// What is asked for decides what is found out: origins take time. Texts last until they are released.
+void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared);
+
+// The lines of a part, and where they come from.
+std::span<Line> linesOf(PreparedEntry& prepared, const WorkEntry& part);
+std::span<const Origin> originsOf(const PreparedEntry& prepared, const WorkEntry& part);

@@ -1,0 +1,202 @@
+#include "survey/record.h"
+
+#include <algorithm>
+
+#include "rules/line_scan.h"
+#include "rules/merge.h"
+#include "rules/new_dn.h"
+#include "rules/owner.h"
+#include "rules/policy_container.h"
+#include "rules/text.h"
+
+// Reads the entry that begins in a place, enlarging the text until it holds all of it. Where the file is not in memory
+// as a whole the text is copied, with the character before it.
+static std::string_view readAt(SurveyedFile& file, bool mayHoldNul, uint64_t begin, LoadedEntry& loaded) {
+  constexpr size_t FIRST_LENGTH = size_t{64} * 1024;
+  const size_t before = begin > 0 ? 1 : 0;
+  for (size_t length = FIRST_LENGTH;; length *= 2) {
+    std::string_view text = textFrom(file, begin - before, length);
+    if (!isWhole(file)) {
+      loaded.copy = text.substr(0, length);
+      text = loaded.copy;
+    }
+    EntryWalk walk = {text.substr(before), scanOf(text.substr(before)), text.size() - before};
+    if (mayHoldNul) walk.nul = std::min(walk.text.substr(0, length).find('\0'), walk.text.size());
+    readEntry(walk, loaded.read);
+    const bool isAll = begin - before + text.size() == file.size || !loaded.read.isEndedByText;
+    if (isAll && (loaded.read.end <= length || isWhole(file))) {
+      if (loaded.read.end <= length) return walk.text;
+      walk = walkOver(walk.text.substr(0, loaded.read.end));
+      readEntry(walk, loaded.read);
+      return walk.text;
+    }
+  }
+}
+
+void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, bool withOrigins, LoadedEntry& loaded) {
+  const GatheredEntry& entry = registry.entries[number];
+  loaded.texts.release();
+  loaded.number = number;
+  loaded.begin = entry.begin;
+  const std::string_view text = readAt(file, registry.mayHoldNul, entry.begin, loaded);
+  prepareEntry(loaded.read, text, withOrigins, loaded.texts, loaded.prepared);
+  const WorkEntry& part = loaded.prepared.parts[entry.part];
+  loaded.lines = linesOf(loaded.prepared, part);
+  if (withOrigins) loaded.origins = originsOf(loaded.prepared, part);
+  if (entry.isNormal) return;
+  const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
+  loaded.lines[0] = scanLine(owner.firstLine);
+}
+
+LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number) {
+  for (size_t i = 0; i < maker.loadedCount; ++i)
+    if (maker.loaded[i]->number == number) return *maker.loaded[i];
+  if (maker.loadedCount == maker.loaded.size()) maker.loaded.push_back(std::make_unique<LoadedEntry>());
+  LoadedEntry& loaded = *maker.loaded[maker.loadedCount++];
+  loadEntry(*maker.file, *maker.registry, number, true, loaded);
+  return loaded;
+}
+
+// Puts the lines of a row together.
+static std::span<Line> linesOfRow(RecordMaker& maker, const SlotRows& rows, EntryKind kind) {
+  std::vector<Line>& lines = maker.lines[kind];
+  lines.clear();
+  for (const RowPart& part : rows.parts[kind]) {
+    const auto from = loadedEntry(maker, part.entry).lines.subspan(part.first, part.count);
+    lines.insert(lines.end(), from.begin(), from.end());
+  }
+  return lines;
+}
+
+static bool isInUse(const SlotRows& rows, EntryKind kind) { return !rows.parts[kind].empty(); }
+
+static void complain(SlotRecords& records, DetailText problem, std::string_view subject) {
+  records.problem = problem;
+  records.subject = subject;
+}
+
+// The slot has no entry of a kind, and no record without it.
+static void complainOfMissing(SlotRecords& records, DetailText problem, EntryKind missing, EntryKind present,
+                              RecordMaker& maker, const SlotRows& rows) {
+  records.missing = missing;
+  records.present = present;
+  const bool isPresent = present != UNKNOWN_KIND;
+  complain(records, problem, isPresent ? linesOfRow(maker, rows, present)[0].view() : std::string_view());
+}
+
+static EntryKind firstInUse(const SlotRows& rows) {
+  for (const EntryKind kind : {MAP_OF_USER_KIND, USERS_SECUSER_KIND, SECPOLICY_KIND, SECPOLICYDATA_KIND})
+    if (isInUse(rows, kind)) return kind;
+  return UNKNOWN_KIND;
+}
+
+// The name that the owner's own entry gives. Without one it is empty.
+static void findName(SlotRecords& records, Entry own, Side side) {
+  for (const Line& line : own) {
+    const std::string_view found = nameIn(line, side);
+    if (found.data() == nullptr) continue;
+    records.nameLine = line;
+    records.name = withoutLineEnd(found);
+    if (found.size() >= NAME_SIZE) complain(records, NAME_TOO_LONG, own[0].view());
+    return;
+  }
+}
+
+// The DN with which a slot has been opened. That of the default domain is as good as any other there.
+static std::string_view ownerDn(RecordMaker& maker, uint32_t opener) {
+  const GatheredEntry& entry = maker.registry->entries[opener];
+  if (entry.isDefaultDomain) return "secAuthority=default\n";
+  LoadedEntry& loaded = loadedEntry(maker, opener);
+  return keepText(maker.texts, ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr).saved);
+}
+
+// Merges two entries into a third one. Returns false, with the problem noted, when that is not possible.
+static bool merge(SlotRecords& records, std::span<Line> first, std::span<Line> second, std::vector<Line>& into) {
+  const std::string_view firstDn = first[0].view();
+  const std::string_view secondDn = second[0].view();
+  into.resize(first.size() + second.size());
+  MergedEntry merged = {into.data(), static_cast<int32_t>(into.size())};
+  const MergeProblem problem = mergeEntries(first, second, merged);
+  into.resize(static_cast<size_t>(merged.count));
+  if (merged.count > OBJECT_ARRAY_SIZE) complain(records, ENTRY_TOO_LONG, into[0].view());
+  if (problem.line != nullptr) complain(records, LINE_WITHOUT_COLON, problem.isInFirst ? firstDn : secondDn);
+  return records.problem == NO_DETAIL;
+}
+
+static uint64_t bytesOfRecord(std::string_view dnLine, Entry lines, Road road) {
+  uint64_t bytes = dnLine.size() + 1;
+  for (const Line& line : lines.subspan(std::min<size_t>(1, lines.size())))
+    if (!isDropped(line, road)) bytes += line.length;
+  return bytes;
+}
+
+static bool storeNewDn(RecordMaker& maker, NewDnOf what, std::string_view oldDn, std::string_view subject,
+                       std::string_view& newDn) {
+  SlotRecords& records = maker.records;
+  const NewDn made = replaceDn(what, records.name, oldDn, maker.texts);
+  newDn = made.line;
+  if (made.problem != NO_DETAIL) complain(records, made.problem, subject);
+  return made.problem == NO_DETAIL;
+}
+
+static void makePolicy(RecordMaker& maker, const SlotRows& rows, std::string_view ownLine) {
+  SlotRecords& records = maker.records;
+  const auto policy = linesOfRow(maker, rows, SECPOLICY_KIND);
+  const std::string_view subject = policy.empty() ? std::string_view() : policy[0].view();
+  const std::string_view oldDn = dnOfFirstLine(loadedEntry(maker, rows.policyDn).lines[0].view());
+  if (!storeNewDn(maker, NEW_POLICY_DN, oldDn, subject, records.policyDn)) return;
+  records.containerDn = containerDnEnd(records.newDn);
+  constexpr std::string_view BEGIN = CONTAINER_DN_BEGIN;
+  const size_t length = BEGIN.size() + records.containerDn.size();
+  if (length >= TEMP_DN_SIZE) {
+    complain(records, DN_TOO_LONG, ownLine);
+    return;
+  }
+  records.bytes += length;
+  for (size_t i = maker.changetypeSeen ? 0 : 1; i < std::size(containerLines); ++i)
+    records.bytes += std::string_view(containerLines[i]).size();
+  if (policy.empty()) return;
+  records.hasPolicy = true;
+  records.policyLines.assign(policy.begin(), policy.end());
+  records.bytes += bytesOfRecord(records.policyDn, policy, POLICY);
+}
+
+const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& rows) {
+  const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  const EntryKind mapKind = side == USER_SIDE ? MAP_OF_USER_KIND : MAP_OF_GROUP_KIND;
+  const DetailText withoutOwn = side == USER_SIDE ? USER_WITHOUT_OWN_ENTRY : GROUP_WITHOUT_OWN_ENTRY;
+  const DetailText withoutMap = side == USER_SIDE ? USER_WITHOUT_MAP : GROUP_WITHOUT_MAP;
+  SlotRecords& records = maker.records;
+  SlotRecords empty;
+  empty.merged.swap(records.merged);
+  empty.policyLines.swap(records.policyLines);
+  records = std::move(empty);
+  maker.loadedCount = 0;
+  maker.texts.release();
+
+  const EntryKind other = side == GROUP_SIDE ? MAP_OF_GROUP_KIND : firstInUse(rows);
+  if (!isInUse(rows, ownKind)) {
+    complainOfMissing(records, withoutOwn, ownKind,
+                      other != UNKNOWN_KIND && isInUse(rows, other) ? other : UNKNOWN_KIND, maker, rows);
+    return records;
+  }
+  const auto own = linesOfRow(maker, rows, ownKind);
+  const std::string_view ownLine = own[0].view();
+  findName(records, own, side);
+  if (records.problem == NO_DETAIL && records.name.empty())
+    complain(records, side == USER_SIDE ? USER_WITHOUT_NAME : GROUP_WITHOUT_NAME, ownLine);
+  if (records.problem != NO_DETAIL) return records;
+  const NewDnOf what = side == USER_SIDE ? NEW_USER_DN : NEW_GROUP_DN;
+  if (!storeNewDn(maker, what, ownerDn(maker, rows.opener), ownLine, records.newDn)) return records;
+  if (!isInUse(rows, mapKind)) {
+    complainOfMissing(records, withoutMap, mapKind, ownKind, maker, rows);
+    return records;
+  }
+  const bool hasUsers = side == USER_SIDE && isInUse(rows, USERS_SECUSER_KIND);
+  if (!merge(records, own, linesOfRow(maker, rows, mapKind), hasUsers ? maker.partial : records.merged)) return records;
+  if (hasUsers && !merge(records, linesOfRow(maker, rows, USERS_SECUSER_KIND), maker.partial, records.merged))
+    return records;
+  records.bytes = bytesOfRecord(records.newDn, records.merged, MERGED);
+  if (side == USER_SIDE && rows.policyDn != NONE) makePolicy(maker, rows, ownLine);
+  return records;
+}

@@ -1,0 +1,89 @@
+// The records that a run makes of the entries of a user or a group, and what becomes of their lines there.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/detail_texts.h"
+#include "rules/dropped_lines.h"
+#include "rules/line.h"
+#include "rules/object_class.h"
+#include "rules/texts.h"
+#include "survey/prepared_entry.h"
+#include "survey/registry.h"
+#include "survey/surveyed_file.h"
+
+// An entry of the input that has been read once more, as it stands in a row.
+struct LoadedEntry {
+  ReadEntry read;
+  PreparedEntry prepared;
+  std::array<char, size_t{16} * 1024> memory;
+  Texts texts{memory.data(), memory.size()};
+  std::string copy;        // of the text where the file is not in memory as a whole
+  uint64_t begin = 0;      // of the text in the input
+  uint32_t number = NONE;  // of the entry
+  std::span<Line> lines;
+  std::span<const Origin> origins;
+};
+
+void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, bool withOrigins, LoadedEntry& loaded);
+
+// Some lines of an entry in a row; where no entry has too many lines that is a whole entry.
+struct RowPart {
+  uint32_t entry;  // number
+  uint32_t first;  // line
+  uint32_t count;
+};
+
+// What stands in the rows of a slot, by EntryKind. Lines of several entries can follow one another.
+struct SlotRows {
+  std::vector<RowPart> parts[RESCREDS_KIND];
+  uint32_t opener = NONE;    // the entry whose owner DN is that of the slot
+  uint32_t policyDn = NONE;  // the policy whose DN the slot has
+};
+
+// The records of a slot.
+struct SlotRecords {
+  DetailText problem = NO_DETAIL;  // why they cannot be written
+  // The first line of the entry that is complained of; nothing where that is one that the slot lacks.
+  std::string_view subject;
+  EntryKind missing = UNKNOWN_KIND;  // the kind that the slot lacks, for such a problem
+  EntryKind present = UNKNOWN_KIND;  // one that it has; UNKNOWN_KIND for none
+  std::string_view name;             // of the owner
+  Line nameLine;                     // in which that stands
+  std::string_view newDn;            // dn: lines
+  std::string_view containerDn;      // without CONTAINER_DN_BEGIN
+  std::string_view policyDn;         // empty without one
+  bool hasPolicy = false;            // a record of it, behind that of the container
+  std::vector<Line> merged;          // the lines of the record, dropped ones among them; the first is not written
+  std::vector<Line> policyLines;
+  uint64_t bytes = 0;  // of all records
+};
+
+// Room for the entries of a slot and what is made of them; used again and again.
+struct RecordMaker {
+  // The file and the registry are lent.
+  RecordMaker(SurveyedFile& input, const Registry& all, bool isChangetypeSeen)
+      : file(&input), registry(&all), changetypeSeen(isChangetypeSeen) {}
+
+  SurveyedFile* file;
+  const Registry* registry;
+  bool changetypeSeen;
+  std::vector<std::unique_ptr<LoadedEntry>> loaded;  // those of the slot at its begin
+  size_t loadedCount = 0;
+  std::vector<Line> lines[RESCREDS_KIND];  // as they stand in the rows
+  std::vector<Line> partial;
+  Texts texts;
+  SlotRecords records;
+};
+
+// Makes the records of a slot.
+const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& rows);
+
+// Returns the entry of the slot that has been loaded.
+LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number);

@@ -1,0 +1,69 @@
+#include "survey/registry.h"
+
+// The sides are kept apart by a bit.
+static uint64_t withSide(uint64_t hash, Side side) { return side == USER_SIDE ? hash | 1U : hash & ~uint64_t{1}; }
+
+static size_t firstPlace(const Registry& registry, uint64_t hash) {
+  return (hash >> 1U) & (registry.places.size() - 1);
+}
+
+static void growPlaces(Registry& registry) {
+  constexpr size_t FIRST_PLACES = 1024;
+  if (registry.owners.size() < registry.places.size() / 4 * 3) return;
+  const size_t size = registry.places.empty() ? FIRST_PLACES : registry.places.size() * 2;
+  std::vector<uint32_t>().swap(registry.places);
+  registry.places.assign(size, NONE);
+  for (uint32_t i = 0; i < registry.owners.size(); ++i) {
+    size_t place = firstPlace(registry, registry.owners[i].hash);
+    while (registry.places[place] != NONE) place = (place + 1) & (size - 1);
+    registry.places[place] = i;
+  }
+}
+
+static uint32_t findOwner(Registry& registry, uint64_t hash, Side side) {
+  growPlaces(registry);
+  size_t place = firstPlace(registry, hash);
+  while (registry.places[place] != NONE && registry.owners[registry.places[place]].hash != hash)
+    place = (place + 1) & (registry.places.size() - 1);
+  if (registry.places[place] == NONE) {
+    registry.places[place] = static_cast<uint32_t>(registry.owners.size());
+    registry.owners.push_back({.hash = hash, .side = side});
+    ++registry.ownersOf[side];
+  }
+  return registry.places[place];
+}
+
+static bool hasKind(const Registry& registry, const RegistryOwner& owner, uint8_t kind) {
+  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next)
+    if (registry.entries[i].rowKind == kind) return true;
+  return false;
+}
+
+// The first entry of an owner opens its slot.
+static bool isRegular(const Registry& registry, const RegistryOwner& owner, const GatheredEntry& entry) {
+  const bool fits =
+      entry.rowKind == entry.kind && entry.lines < static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.kind)));
+  return fits && (owner.first != NONE || entry.opensForKey) &&
+         !(owner.isRegular && hasKind(registry, owner, entry.rowKind));
+}
+
+void addEntry(Registry& registry, GatheredEntry entry, uint64_t hash) {
+  const auto number = static_cast<uint32_t>(registry.entries.size());
+  const auto kind = static_cast<EntryKind>(entry.kind);
+  const bool isGathered = kind != RESCREDS_KIND;
+  if (isGathered && kind != UNKNOWN_KIND && entry.problem == NO_DETAIL) {
+    entry.owner = findOwner(registry, withSide(hash, sideOf(kind)), sideOf(kind));
+    RegistryOwner& owner = registry.owners[entry.owner];
+    if (!isRegular(registry, owner, entry)) owner.isRegular = false;
+    if (!owner.isRegular) registry.isRegular = false;
+    owner.isSpoilt = owner.isSpoilt || entry.endsPreparation;
+    if (owner.first == NONE)
+      owner.first = number;
+    else
+      registry.entries[owner.last].next = number;
+    owner.last = number;
+  } else if (isGathered) {
+    registry.isRegular = false;
+  }
+  registry.entries.push_back(entry);
+}

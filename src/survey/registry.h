@@ -1,0 +1,56 @@
+// What a survey remembers of the entries that a run gathers: little of each, since there can be many millions.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <string_view>
+#include <vector>
+
+#include "platform/detail_texts.h"
+#include "rules/object_class.h"
+#include "rules/owner.h"
+
+constexpr uint32_t NONE = UINT32_MAX;  // no entry, or no owner
+
+struct GatheredEntry {
+  uint64_t begin;         // of the entry of the input
+  uint32_t part;          // of those that it has become in the work file
+  uint32_t owner = NONE;  // number; NONE for an entry whose owner cannot be told
+  uint32_t next = NONE;   // the owner's next entry
+  uint32_t lines = 0;     // in the work file
+  uint8_t kind = UNKNOWN_KIND;
+  uint8_t rowKind = UNKNOWN_KIND;  // of the row into which it goes: blanks in its DN can make the two differ
+  uint8_t problem = NO_DETAIL;     // of its owner; it ends a run that looks at the entry
+  bool opensForKey = true;         // a slot that it opens is found by the owner's other entries
+  bool isNormal = true;            // its first line is gathered as it stands
+  bool isDefaultDomain = true;     // the DN with which it opens a slot lies there, and is not too long
+  bool endsPreparation = false;    // the run does not come so far as to gather it
+};
+static_assert(sizeof(GatheredEntry) == 32);
+
+// A user or a group.
+struct RegistryOwner {
+  uint64_t hash;          // of the DN, with the side
+  uint32_t first = NONE;  // of its entries, in the order of the work file
+  uint32_t last = NONE;
+  Side side = USER_SIDE;
+  bool isRegular = true;  // one entry of each kind at most, all of which fit, find their owner and have no problem
+  bool isSpoilt = false;  // an entry ends the preparation
+  bool isRejected = false;
+  bool hasProblem = false;  // its records cannot be written
+  uint32_t bytes = 0;       // of them
+};
+
+struct Registry {
+  std::deque<GatheredEntry> entries;  // in the order of the work file
+  std::deque<RegistryOwner> owners;   // in the order in which the entries show them
+  std::vector<uint32_t> places;       // hash table of the owners' numbers
+  uint32_t ownersOf[2] = {0, 0};      // by Side
+  bool isRegular = true;              // all of them are, and every entry has one
+  bool mayHoldNul = false;            // the input does
+  uint64_t keptBytes = 0;             // of texts that a run keeps besides the work file while it gathers all entries
+};
+
+// Adds an entry that stands in the work file; hash is that of its owner's key, if it has one.
+void addEntry(Registry& registry, GatheredEntry entry, uint64_t hash);

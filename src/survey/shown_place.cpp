@@ -1,0 +1,59 @@
+#include "survey/shown_place.h"
+
+#include <algorithm>
+
+#include "rules/line.h"
+#include "rules/text.h"
+
+// Returns the line that begins in a place, or as much of it as is taken for one.
+static std::string_view lineAt(SurveyedFile& file, uint64_t place) {
+  const std::string_view text = textFrom(file, place, LONGEST_LINE).substr(0, LONGEST_LINE);
+  return text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
+}
+
+static std::string_view shownPart(std::string_view line) {
+  return line.substr(0, line.find_first_of(std::string_view("\0\r\n", 3)));
+}
+
+// The first line, with those that continue it.
+static std::string firstLineAt(SurveyedFile& file, uint64_t place) {
+  constexpr size_t LONGEST_SHOWN = size_t{64} * 1024;
+  std::string whole;
+  for (bool isFirst = true; place < file.size && whole.size() < LONGEST_SHOWN; isFirst = false) {
+    const std::string_view line = lineAt(file, place);
+    const std::string_view shown = shownPart(line);
+    const bool isComment = !line.empty() && line[0] == '#';
+    if (!isFirst && !isComment && (!line.starts_with(' ') || isBlankLine(shown))) break;
+    if (!isComment || isFirst) whole += isFirst ? shown : shown.substr(1);
+    place += line.size();
+  }
+  return whole;
+}
+
+ShownDn dnAt(SurveyedFile& file, uint64_t entry) {
+  constexpr std::string_view TAG = "dn:";
+  const std::string line = firstLineAt(file, entry);
+  const std::string_view view = line;
+  if (!isSameInAnyCase(view.substr(0, TAG.size()), TAG) || view.substr(TAG.size()).starts_with(':')) return {};
+  return {std::string(trimmed(behindSpaces(view.substr(TAG.size())))), true};
+}
+
+static bool isLetter(char c) { return lowered(c) >= 'a' && lowered(c) <= 'z'; }
+static bool isOfName(char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == ';' || c == '.'; }
+
+std::string attributeAt(SurveyedFile& file, uint64_t line) {
+  constexpr size_t LONGEST_NAME = 64;
+  const std::string_view text = lineAt(file, line);
+  const std::string_view name = text.substr(0, std::min(text.find(':'), text.size()));
+  const bool isValid = name.size() < text.size() && !name.empty() && name.size() <= LONGEST_NAME &&
+                       isLetter(name.front()) && std::all_of(name.begin(), name.end(), isOfName);
+  return isValid ? std::string(name) : std::string();
+}
+
+std::string valueAt(SurveyedFile& file, uint64_t line) {
+  const std::string whole = firstLineAt(file, line);
+  const size_t colon = whole.find(':');
+  return colon == std::string::npos ? whole : std::string(behindSpaces(std::string_view(whole).substr(colon + 1)));
+}
+
+int64_t lineNumberOf(SurveyedFile& file, uint64_t place) { return linesBefore(file, place) + 1; }

@@ -1,0 +1,165 @@
+#include "survey/survey.h"
+
+#include <algorithm>
+
+#include "rules/attribute.h"
+#include "rules/dn_hash.h"
+#include "rules/dropped_lines.h"
+#include "rules/new_dn.h"
+#include "rules/owner.h"
+#include "rules/policy_container.h"
+#include "survey/registry.h"
+
+// One look at the file.
+struct Survey {
+  Registry& registry;
+  EntryVisitor& visitor;
+  SurveyCounts counts = {};
+  ReadEntry entry = {};
+  PreparedEntry prepared = {};
+  char memory[size_t{64} * 1024] = {};
+  Texts texts{memory, sizeof memory};
+};
+
+static void count(SurveyCounts& counts, EntryKind kind) {
+  if (kind == SECPOLICY_KIND) ++counts.policies;
+  if (kind == SECPOLICYDATA_KIND) ++counts.policyData;
+  if (kind == MAP_OF_USER_KIND || kind == MAP_OF_GROUP_KIND) ++counts.maps;
+  if (kind == RESCREDS_KIND) ++counts.resourceCredentials;
+}
+
+// A written line that is longer than one can be is read in pieces.
+static bool holdsChangetypeAsRead(const Line& line) {
+  if (line.length <= LONGEST_LINE) return holdsChangetype(line);
+  for (size_t i = 0; i < line.length; i += LONGEST_LINE)
+    if (holdsChangetype(scanLine(line.view().substr(i, LONGEST_LINE)))) return true;
+  return false;
+}
+
+static void noteOwner(GatheredEntry& gathered, Entry lines, Texts& texts, uint64_t& hash) {
+  const Owner owner = ownerOf(lines, static_cast<EntryKind>(gathered.kind), texts, nullptr);
+  gathered.problem = owner.problem;
+  if (owner.problem != NO_DETAIL) return;
+  hash = hashOfDn(owner.key);
+  gathered.opensForKey = owner.saved == owner.key;
+  gathered.isNormal = owner.firstLine.data() == lines[0].text;
+  if (gathered.kind == SECUSER_KIND && !gathered.isNormal && isUsersLine(owner.firstLine))
+    gathered.rowKind = USERS_SECUSER_KIND;
+  const bool isShort = owner.saved.size() < TEMP_DN_SIZE;
+  gathered.isDefaultDomain = isShort && subdomainOf(NEW_USER_DN, owner.saved).component.data() == nullptr;
+}
+
+// What a run cannot leave in the work file: an entry whose first line changes, an owner's DN that does not stand there.
+static void noteKeptTexts(Survey& survey, const GatheredEntry& gathered, Entry lines) {
+  Registry& registry = survey.registry;
+  const RegistryOwner& owner = registry.owners[registry.entries.back().owner];
+  const bool opensSlot = owner.first == registry.entries.size() - 1;
+  const bool standsThere = gathered.isNormal && gathered.kind != USERS_SECUSER_KIND &&
+                           gathered.kind != MAP_OF_USER_KIND && gathered.kind != MAP_OF_GROUP_KIND;
+  if (opensSlot && !standsThere) registry.keptBytes += lines[0].length;
+  if (!gathered.isNormal)
+    for (const Line& line : lines) registry.keptBytes += line.length;
+}
+
+static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint64_t begin) {
+  const Entry lines = linesOf(survey.prepared, part);
+  GatheredEntry gathered = {.begin = begin, .part = number};
+  gathered.kind = part.kind;
+  gathered.rowKind = part.kind;
+  gathered.lines = static_cast<uint32_t>(lines.size());
+  gathered.endsPreparation = survey.prepared.problem != NO_DETAIL;
+  uint64_t hash = 0;
+  if (part.isTooLong) gathered.problem = ENTRY_TOO_LONG;
+  if (part.kind == UNKNOWN_KIND) gathered.problem = UNKNOWN_CLASS;
+  if (gathered.problem == NO_DETAIL && part.kind < RESCREDS_KIND) noteOwner(gathered, lines, survey.texts, hash);
+  if (part.kind == RESCREDS_KIND) {
+    for (const Line& line : lines)
+      if (!isDropped(line, REMAINING)) survey.counts.finalBytes += line.length;
+    ++survey.counts.finalBytes;
+    if (!gathered.endsPreparation) survey.visitor.takeCopied(lines, originsOf(survey.prepared, part), REMAINING, begin);
+  }
+  addEntry(survey.registry, gathered, hash);
+  if (part.kind < RESCREDS_KIND && gathered.problem == NO_DETAIL) noteKeptTexts(survey, gathered, lines);
+}
+
+static void takePrepared(Survey& survey, uint64_t begin) {
+  const PreparedEntry& prepared = survey.prepared;
+  SurveyCounts& counts = survey.counts;
+  counts.attributeLines += prepared.attributeLines;
+  if (prepared.problem != NO_DETAIL && counts.problem == NO_DETAIL) {
+    counts.problem = prepared.problem;
+    counts.problemEntry = begin;
+  }
+  if (prepared.goesToOutput) {
+    ++counts.straightThrough;
+    counts.outputBytes += prepared.bytes;
+    if (prepared.problem == NO_DETAIL)
+      survey.visitor.takeCopied(prepared.lines, prepared.origins, STRAIGHT_THROUGH, begin);
+    return;
+  }
+  count(counts, prepared.kind);
+  counts.workFileBytes += prepared.bytes;
+  const auto holds = [](const Line& line) { return holdsChangetypeAsRead(line); };
+  if (!counts.changetypeSeen && std::any_of(prepared.lines.begin(), prepared.lines.end(), holds))
+    counts.changetypeSeen = true;
+  uint32_t number = 0;
+  for (const WorkEntry& part : prepared.parts) addPart(survey, part, number++, begin);
+}
+
+// A line of an entry that is too long to be held goes to the output as it stands.
+static void takeOversizedLine(Survey& survey, const Line& line, uint64_t begin, std::string_view text) {
+  const bool isMore = isContinuation(line) || (line.text != text.data() && line.text[-1] != '\n');
+  if (!isMore) ++survey.counts.attributeLines;
+  if (!isDropped(line, OVERSIZED)) survey.counts.outputBytes += line.length;
+  survey.visitor.takeOversizedLine(line, begin);
+}
+
+static void takeOversized(Survey& survey, EntryWalk& walk, uint64_t begin) {
+  for (const Line& line : survey.entry.lines()) takeOversizedLine(survey, line, begin, walk.text);
+  Line line;
+  while (takeOversizedLine(walk, survey.entry, line)) takeOversizedLine(survey, line, begin, walk.text);
+  ++survey.counts.straightThrough;
+  if (!survey.entry.isEndedByText) ++survey.counts.outputBytes;
+  survey.visitor.endOversized(!survey.entry.isEndedByText, begin);
+}
+
+static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
+  ++survey.counts.entries;
+  const uint64_t begin = textBegin + survey.entry.begin;
+  if (survey.entry.isOversized) {
+    survey.prepared = {};
+    survey.prepared.objectClass = classOf(survey.entry.lines());
+    survey.prepared.goesToOutput = goesStraightThrough(survey.prepared.objectClass, survey.entry.room[0].content());
+    survey.visitor.takeEntry(survey.entry, survey.prepared, begin);
+    takeOversized(survey, walk, begin);
+    return;
+  }
+  survey.texts.release();
+  survey.counts.longestEntry = std::max<uint64_t>(survey.counts.longestEntry, survey.entry.end - survey.entry.begin);
+  survey.counts.linesOfLongest = std::max<uint64_t>(survey.counts.linesOfLongest, survey.entry.count);
+  prepareEntry(survey.entry, walk.text, true, survey.texts, survey.prepared);
+  survey.visitor.takeEntry(survey.entry, survey.prepared, begin);
+  takePrepared(survey, begin);
+}
+
+SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& visitor) {
+  Survey survey = {.registry = registry, .visitor = visitor};
+  uint64_t begin = 0;
+  for (size_t atLeast = 1; begin < file.size;) {
+    const std::string_view text = textFrom(file, begin, atLeast);
+    const bool isRest = begin + text.size() == file.size;
+    EntryWalk walk = walkOver(text);
+    registry.mayHoldNul = registry.mayHoldNul || walk.nul < text.size();
+    size_t passed = 0;
+    while (readEntry(walk, survey.entry)) {
+      // Where the text ends in the middle of the file the entry is read again from a text that begins with it.
+      if (!isRest && (survey.entry.isEndedByText || survey.entry.isOversized)) break;
+      takeEntry(survey, walk, begin);
+      passed = survey.entry.end;
+    }
+    if (isRest) break;
+    atLeast = passed == 0 ? text.size() * 2 : 1;
+    begin += passed;
+  }
+  return survey.counts;
+}

@@ -1,0 +1,50 @@
+// The first look at an input: every entry is read once, as the preparation pass does, and counted and remembered.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "rules/dropped_lines.h"
+#include "survey/entry_walk.h"
+#include "survey/findings.h"
+#include "survey/prepared_entry.h"
+#include "survey/registry.h"
+#include "survey/surveyed_file.h"
+
+struct SurveyCounts {
+  int64_t entries = 0;
+  int64_t policies = 0;  // of users
+  int64_t policyData = 0;
+  int64_t maps = 0;
+  int64_t resourceCredentials = 0;
+  int64_t straightThrough = 0;
+  int64_t attributeLines = 0;
+  uint64_t outputBytes = 0;    // that the preparation writes straight through
+  uint64_t finalBytes = 0;     // of the resource credentials
+  uint64_t workFileBytes = 0;  // at the end of the preparation
+  bool changetypeSeen = false;
+  uint64_t longestEntry = 0;  // bytes, of those that are held
+  uint64_t linesOfLongest = 0;
+  // The entry that ends the preparation, if one does.
+  DetailText problem = NO_DETAIL;
+  uint64_t problemEntry = 0;  // where it begins
+};
+
+// What is told of an entry besides, for who wants to know.
+class EntryVisitor {
+ public:
+  // An entry that goes to the output by itself, straight through or at the end. The lines are as they are written, with
+  // those that are dropped; begin is its place in the input.
+  virtual void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) = 0;
+  // The same of one that is too long to be held: line by line, and then its end.
+  virtual void takeOversizedLine(const Line& line, uint64_t begin) = 0;
+  virtual void endOversized(bool hasEmptyLine, uint64_t begin) = 0;
+  // Any entry, before the others.
+  virtual void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) = 0;
+
+ protected:
+  ~EntryVisitor() = default;
+};
+
+// Looks at all entries. Returns what was counted.
+SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& visitor);

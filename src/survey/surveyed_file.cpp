@@ -1,0 +1,115 @@
+#include "survey/surveyed_file.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "platform/message_details.h"
+#include "platform/open_file.h"
+#include "rules/places.h"
+
+// Addresses that one file may take. A test builds with a small one.
+#ifndef SURVEY_WINDOW_SIZE
+#define SURVEY_WINDOW_SIZE (sizeof(void*) > 4 ? uint64_t{1} << 46U : uint64_t{256} << 20U)
+#endif
+
+static const char* programName = "";
+
+static void say(const char* text) {
+  if (write(STDERR_FILENO, text, strlen(text)) < 0) return;  // there is nobody to tell
+}
+
+// What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at.
+static void endForLostText(int) {
+  for (const char* name : filesToRemove)
+    if (name != nullptr) unlink(name);
+  say(programName);
+  say(": a file could not be read to its end: something else has changed it, or the disk fails\n");
+  _exit(2);
+}
+
+bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
+  programName = program;
+  file.name = name;
+  file.descriptor = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (file.descriptor < 0 || fstat(file.descriptor, &file.state) != 0) return failWith();
+  if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
+  file.size = static_cast<uint64_t>(file.state.st_size);
+  struct sigaction action = {};
+  action.sa_handler = endForLostText;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGBUS, &action, nullptr);
+  return true;
+}
+
+bool isWhole(const SurveyedFile& file) { return file.windowLength == file.size; }
+
+// The address space can be smaller than expected, too.
+static bool map(SurveyedFile& file, uint64_t begin, uint64_t length) {
+  void* const data =
+      mmap(nullptr, static_cast<size_t>(length), PROT_READ, MAP_SHARED, file.descriptor, static_cast<off_t>(begin));
+  if (data == MAP_FAILED) return false;
+  file.window = static_cast<const char*>(data);
+  file.windowBegin = begin;
+  file.windowLength = static_cast<size_t>(length);
+  return true;
+}
+
+static void moveWindow(SurveyedFile& file, uint64_t begin, size_t atLeast) {
+  const auto page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+  if (file.window != nullptr) munmap(const_cast<char*>(file.window), file.windowLength);
+  file.window = nullptr;
+  file.windowLength = 0;
+  const uint64_t from = begin / page * page;
+  uint64_t wanted = std::max<uint64_t>(SURVEY_WINDOW_SIZE, begin - from + atLeast);
+  for (; wanted >= begin - from + atLeast && wanted > 0; wanted /= 2)
+    if (map(file, from, std::min(wanted, file.size - from))) return;
+  say(programName);
+  say(": there is no memory to look at the file\n");
+  _exit(2);
+}
+
+std::string_view textFrom(SurveyedFile& file, uint64_t begin, size_t atLeast) {
+  const auto wanted = static_cast<size_t>(std::min<uint64_t>(atLeast, file.size - begin));
+  if (wanted == 0 && begin == file.size) return {};
+  const bool isThere = file.window != nullptr && begin >= file.windowBegin &&
+                       begin + wanted <= file.windowBegin + file.windowLength &&
+                       begin < file.windowBegin + file.windowLength;
+  if (!isThere) moveWindow(file, begin, wanted);
+  return std::string_view(file.window, file.windowLength).substr(static_cast<size_t>(begin - file.windowBegin));
+}
+
+bool isUnchanged(const SurveyedFile& file) {
+  struct stat now;
+  if (fstat(file.descriptor, &now) != 0) return failWith();
+  const bool isSameState = now.st_size == file.state.st_size && now.st_mtim.tv_sec == file.state.st_mtim.tv_sec &&
+                           now.st_mtim.tv_nsec == file.state.st_mtim.tv_nsec;
+  return isSameState || failWith("it has changed while it was read");
+}
+
+static int64_t countLines(std::string_view text) {
+  int64_t lines = 0;
+  size_t i = 0;
+  for (; i + sizeof(TextPart) <= text.size(); i += sizeof(TextPart))
+    lines += std::popcount(placesIn(partAt(text.data() + i), '\n'));
+  return lines + std::count(text.begin() + static_cast<ptrdiff_t>(i), text.end(), '\n');
+}
+
+int64_t linesBefore(SurveyedFile& file, uint64_t place) {
+  constexpr size_t STEP = size_t{64} * 1024;
+  std::vector<int64_t>& counts = file.lineCounts;
+  if (counts.empty()) counts.push_back(0);
+  while (place / STEP >= counts.size()) {
+    const std::string_view step = textFrom(file, (counts.size() - 1) * STEP, STEP).substr(0, STEP);
+    counts.push_back(counts.back() + countLines(step));
+  }
+  const uint64_t begin = place / STEP * STEP;
+  const auto length = static_cast<size_t>(place - begin);
+  return counts[place / STEP] + countLines(textFrom(file, begin, length).substr(0, length));
+}
