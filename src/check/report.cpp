@@ -2,40 +2,11 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "check/slot_counts.h"
-#include "platform/shown_text.h"
 #include "survey/shown_place.h"
-
-using Json = nlohmann::json;
-
-static std::string dumped(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
-
-static Json lineOf(SurveyedFile& file, uint64_t place) {
-  return place == NO_PLACE ? Json() : Json(lineNumberOf(file, place));
-}
-
-static Json dnOf(SurveyedFile& file, uint64_t entry) {
-  if (entry == NO_PLACE) return {};
-  const ShownDn dn = dnAt(file, entry);
-  return dn.isKnown ? Json(dn.text) : Json();
-}
-
-// What is said of the line of a finding: its attribute, and its value if that is asked for.
-static std::string lineText(SurveyedFile& file, const Finding& finding, bool withValue) {
-  if (finding.line == NO_PLACE) return {};
-  std::string text = attributeAt(file, finding.line);
-  if (withValue) text += (text.empty() ? "" : ": ") + valueAt(file, finding.line);
-  return text;
-}
-
-static std::string sentences(SurveyedFile& file, const Finding& finding, bool withValue) {
-  const FindingKind& kind = kindOf(finding.id);
-  const std::string line = lineText(file, finding, withValue);
-  return std::string(kind.what) + (line.empty() ? "" : " (" + line + ")") + " " + kind.advice;
-}
+#include "survey/shown_values.h"
 
 void Report::begin() {
   if (options_.json) fputs("{\"problems\": [", stdout);
@@ -43,30 +14,14 @@ void Report::begin() {
 
 void Report::take(const Finding& finding) {
   constexpr int64_t SHOWN_OF_EACH = 10;
-  const FindingKind& kind = kindOf(finding.id);
   if (options_.json) {
-    const uint64_t line = finding.line != NO_PLACE ? finding.line : finding.entry;
-    const Json problem = {{"line", lineOf(file_, line)},
-                          {"dn", dnOf(file_, finding.entry)},
-                          {"id", kind.id},
-                          {"effect", nameOf(kind.effect)},
-                          {"at", nameOf(finding.at) != nullptr ? Json(nameOf(finding.at)) : Json()},
-                          {"text", sentences(file_, finding, options_.values)}};
     fputs(isAnyFound_ ? ",\n" : "\n", stdout);
-    fputs(dumped(problem).c_str(), stdout);
+    fputs(dumped(jsonProblem(file_, finding, options_.values)).c_str(), stdout);
   } else if (options_.all || counts_[finding.id] < SHOWN_OF_EACH) {
     kept_.push_back(finding);
   }
   ++counts_[finding.id];
   isAnyFound_ = true;
-}
-
-static std::string harmless(const std::string& text) {
-  constexpr size_t FACTOR = 4;  // of what one byte can become
-  std::string shown(text.size() * FACTOR + FACTOR + 1, '\0');
-  appendHarmless(shown.data(), shown.size(), text);
-  shown.resize(shown.find('\0'));
-  return shown;
 }
 
 void Report::writeJson(const Prediction& prediction, uint64_t memoryBytes) {
@@ -84,8 +39,8 @@ void Report::writeJson(const Prediction& prediction, uint64_t memoryBytes) {
                     {"groups_slots", prediction.slots[GROUP_SIDE]},
                     {"exit", fails ? 255 : 0},
                     {"code", fails ? Json(prediction.code) : Json()},
-                    {"line", lineOf(file_, prediction.failingEntry)},
-                    {"dn", dnOf(file_, prediction.failingEntry)},
+                    {"line", jsonLine(file_, prediction.failingEntry)},
+                    {"dn", jsonDn(file_, prediction.failingEntry)},
                     {"passes", prediction.passes},
                     {"output_bytes", fails ? Json() : Json(prediction.outputBytes)},
                     {"work_file_bytes", prediction.endsInPreparation ? Json() : Json(counts.workFileBytes)},

@@ -43,7 +43,8 @@ static bool isOfName(char c) { return isLetter(c) || (c >= '0' && c <= '9') || c
 
 std::string attributeAt(SurveyedFile& file, uint64_t line) {
   constexpr size_t LONGEST_NAME = 64;
-  const std::string_view text = lineAt(file, line);
+  const std::string whole = firstLineAt(file, line);
+  const std::string_view text = whole;
   const std::string_view name = text.substr(0, std::min(text.find(':'), text.size()));
   const bool isValid = name.size() < text.size() && !name.empty() && name.size() <= LONGEST_NAME &&
                        isLetter(name.front()) && std::all_of(name.begin(), name.end(), isOfName);

@@ -1,0 +1,310 @@
+#include "account/accounting.h"
+
+#include <algorithm>
+#include <numeric>
+#include <unordered_set>
+
+#include "rules/attribute.h"
+#include "rules/policy_container.h"
+#include "rules/text.h"
+
+// A record that should be in the output and is not.
+struct MissingRecord {
+  uint64_t begin;  // of its first entry in the input
+  size_t dnHash;
+};
+
+// An account while it is made.
+struct Accounting {
+  OutputRecords& output;
+  AccountSink& sink;
+  Account& account;
+  std::deque<MissingRecord> missing = {};
+  uint64_t expectedBytes = 0;
+  uint64_t copiedBytes = 0;  // of those that the preparation writes
+  std::string text = {};     // of a record
+};
+
+static std::string_view firstLineOf(std::string_view text) { return text.substr(0, text.find('\n')); }
+
+static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAddedDate = false) {
+  accounting.expectedBytes += accounting.text.size();
+  if (findRecord(accounting.output, accounting.text, hasAddedDate)) {
+    ++accounting.account.records[kind];
+    return true;
+  }
+  accounting.missing.push_back({begin, std::hash<std::string_view>()(firstLineOf(accounting.text))});
+  return false;
+}
+
+static void putLines(std::string& text, Entry lines, Road road) {
+  for (const Line& line : lines)
+    if (!isDropped(line, road)) text += line.view();
+  text += '\n';
+}
+
+// A written line that is not one of its own in the output: it goes on in the line before, or reads as none.
+static bool isOwnLine(const Line& line) { return line.text[0] != ' ' && line.text[0] != '#' && line.contentLength > 0; }
+
+// Counts the attribute lines of an entry and has those that are gone taken.
+static void tally(Accounting& accounting, const EntryFate& entry) {
+  uint32_t last = NO_LINE;
+  for (size_t i = 0; i < entry.lines.size(); ++i) {
+    const Origin& origin = entry.origins[i];
+    if (origin.line == NO_LINE || origin.isPiece || origin.line == last) continue;
+    last = origin.line;
+    const LineFate fate = (*entry.fates)[i];
+    ++accounting.account.lines[fate];
+    if (fate == REPLACED || fate == LOOKS_LIKE_BOOKKEEPING || fate == LOST) accounting.sink.takeLoss(entry, i);
+  }
+  accounting.sink.takeEntry(entry);
+}
+
+// What a missing record would have held is lost.
+static void settleFates(Fates& fates, Entry lines, bool isFound) {
+  for (size_t i = 0; i < fates.size(); ++i) {
+    const bool isWritten = fates[i] == KEPT || fates[i] == RENAMED;
+    if (fates[i] != LEFT_OUT && (!isFound || (isWritten && !isOwnLine(lines[i])))) fates[i] = LOST;
+  }
+}
+
+class CopiedEntries final : public EntryVisitor {
+ public:
+  explicit CopiedEntries(Accounting& accounting) : accounting_(accounting) {}
+
+  void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
+    findChanges(entry, prepared, begin, accounting_.sink);
+    if (entry.isOversized || prepared.goesToOutput || prepared.kind == SECPOLICY_KIND || prepared.kind == RESCREDS_KIND)
+      ++accounting_.account.copied;
+    else if (prepared.kind == SECPOLICYDATA_KIND)
+      ++accounting_.account.notWritten;
+    else
+      ++accounting_.account.merged;
+    if (prepared.problem == NO_DETAIL) return;
+    accounting_.account.lines[LOST] += prepared.attributeLines;
+    accounting_.missing.push_back({begin, 0});
+  }
+
+  void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
+    accounting_.text.clear();
+    putLines(accounting_.text, lines, road);
+    const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
+    const RecordKind kind = road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD;
+    if (road == STRAIGHT_THROUGH) accounting_.copiedBytes += accounting_.text.size();
+    const bool isFound = find(accounting_, kind, begin, hasAddedDate);
+    findFatesAlone(lines, origins, road, false, fates_);
+    settleFates(fates_, lines, isFound);
+    tally(accounting_, {begin, isFound ? "copied" : "missing", lines[0].content(), lines, origins, &fates_, lines});
+  }
+
+  // Such an entry has its place in the output: where those before it end.
+  void takeOversizedLine(const Line& line, uint64_t begin) override {
+    if (!isOversized_) beginOversized();
+    const bool isMore = isContinuation(line) || (begin_ != begin ? false : !wasClosed_);
+    begin_ = begin;
+    wasClosed_ = line.text[line.length - 1] == '\n';
+    const bool isGone = isDropped(line, OVERSIZED);
+    if (!isMore) ++(isGone ? gone_ : kept_);
+    if (isGone) return;
+    const std::string_view there =
+        textFrom(*accounting_.output.file, std::min(at_, accounting_.output.file->size), line.length);
+    if (there.substr(0, line.length) != line.view()) isSame_ = false;
+    at_ += line.length;
+  }
+
+  void endOversized(bool hasEmptyLine, uint64_t begin) override {
+    const uint64_t from = accounting_.copiedBytes;
+    const uint64_t length = at_ - from + (hasEmptyLine ? 1 : 0);
+    isOversized_ = false;
+    accounting_.copiedBytes += length;
+    accounting_.expectedBytes += length;
+    const bool isFound = isSame_ && partRecord(accounting_.output, from, at_);
+    accounting_.account.lines[isFound ? KEPT : LOST] += kept_;
+    accounting_.account.lines[BOOKKEEPING] += gone_;
+    if (isFound)
+      ++accounting_.account.records[STRAIGHT_RECORD];
+    else
+      accounting_.missing.push_back({begin, 0});
+  }
+
+ private:
+  void beginOversized() {
+    isOversized_ = isSame_ = wasClosed_ = true;
+    begin_ = NO_PLACE;
+    at_ = accounting_.copiedBytes;
+    kept_ = gone_ = 0;
+  }
+
+  Accounting& accounting_;
+  Fates fates_;
+  int64_t kept_ = 0;  // lines of the entry that is being copied
+  int64_t gone_ = 0;
+  bool isOversized_ = false;
+  bool isSame_ = true;
+  bool wasClosed_ = true;
+  uint64_t begin_ = NO_PLACE;
+  uint64_t at_ = 0;
+};
+
+// Lines that are not of their own because the one before them is not closed.
+static void findGlued(const RecordSurvivors& survivors, std::unordered_set<const char*>& glued) {
+  glued.clear();
+  const Line* before = nullptr;
+  for (const Line* line : survivors.lines) {
+    if (before != nullptr && before->text[before->length - 1] != '\n') glued.insert(line->text);
+    before = line;
+  }
+}
+
+// The records of one user or group.
+struct OwnerRecords {
+  RecordSurvivors survivors;
+  Fates fates;
+  std::unordered_set<const char*> glued;
+  NewDns newDns;
+};
+
+static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool changetypeSeen, uint64_t begin) {
+  accounting.text = CONTAINER_DN_BEGIN;
+  accounting.text += records.containerDn;
+  for (size_t i = changetypeSeen ? 0 : 1; i < std::size(containerLines); ++i) accounting.text += containerLines[i];
+  const bool hasContainer = find(accounting, CONTAINER_RECORD, begin);
+  if (!records.hasPolicy) return hasContainer;
+  accounting.text = records.policyDn;
+  putLines(accounting.text, Entry(records.policyLines).subspan(1), POLICY);
+  return find(accounting, POLICY_RECORD, begin);
+}
+
+static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKind kind, Fates& fates) {
+  fates.assign(entry.lines.size(), kind == SECPOLICYDATA_KIND ? LEFT_OUT : LOST);
+  tally(accounting, {entry.begin, "missing", {}, entry.lines, entry.origins, &fates, {}});
+}
+
+static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRows& rows, Side side,
+                        OwnerRecords& room) {
+  const SlotRecords& records = makeRecords(maker, side, rows);
+  const uint64_t begin = maker.registry->entries[rows.opener].begin;
+  if (records.problem != NO_DETAIL) {
+    accounting.missing.push_back({begin, 0});
+    for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
+      for (const RowPart& part : rows.parts[kind])
+        loseEntry(accounting, loadedEntry(maker, part.entry), static_cast<EntryKind>(kind), room.fates);
+    return;
+  }
+  accounting.text = records.newDn;
+  putLines(accounting.text, Entry(records.merged).subspan(1), MERGED);
+  const bool isFound = find(accounting, side == USER_SIDE ? USER_RECORD : GROUP_RECORD, begin);
+  const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen, begin);
+  findNameChanges(maker, rows, side, room.newDns, accounting.sink);
+  bool isFirst = true;
+  findFatesOfSlot(maker, rows, side, room.survivors, room.fates,
+                  [&](const LoadedEntry& entry, EntryKind kind, Fates& fates) {
+                    if (isFirst) findGlued(room.survivors, room.glued);
+                    isFirst = false;
+                    const bool isPolicy = kind == SECPOLICY_KIND;
+                    settleFates(fates, entry.lines, isPolicy ? isPolicyFound : isFound);
+                    for (size_t i = 0; !isPolicy && i < fates.size(); ++i)
+                      if ((fates[i] == KEPT || fates[i] == RENAMED) && room.glued.contains(entry.lines[i].text))
+                        fates[i] = LOST;
+                    const char* what = isPolicy ? "copied" : "merged";
+                    if (kind == SECPOLICYDATA_KIND)
+                      what = "not written";
+                    else if (!(isPolicy ? isPolicyFound : isFound))
+                      what = "missing";
+                    const std::string_view dn = kind == SECPOLICYDATA_KIND
+                                                    ? std::string_view()
+                                                    : withoutLineEnd(isPolicy ? records.policyDn : records.newDn);
+                    tally(accounting, {entry.begin, what, dn, entry.lines, entry.origins, &fates,
+                                       isPolicy ? Entry(records.policyLines) : Entry(records.merged)});
+                  });
+}
+
+// The entries of an owner as a run gathers them: of each kind one at a time, in their order.
+static void takeOwner(Accounting& accounting, RecordMaker& maker, const RegistryOwner& owner, SlotRows& rows,
+                      OwnerRecords& room) {
+  const auto& entries = maker.registry->entries;
+  for (uint32_t layer = 0, count = 1; count > 0; ++layer) {
+    uint32_t seen[RESCREDS_KIND] = {};
+    for (auto& parts : rows.parts) parts.clear();
+    rows.opener = rows.policyDn = NONE;
+    count = 0;
+    for (uint32_t i = owner.first; i != NONE; i = entries[i].next) {
+      const uint8_t kind = entries[i].rowKind;
+      if (entries[i].endsPreparation || seen[kind]++ != layer) continue;
+      rows.parts[kind].push_back({i, 0, entries[i].lines});
+      if (rows.opener == NONE) rows.opener = i;
+      if (kind == SECPOLICY_KIND) rows.policyDn = i;
+      ++count;
+    }
+    if (count > 0) takeRecords(accounting, maker, rows, owner.side, room);
+  }
+}
+
+// Entries that no owner has.
+static void takeWithoutOwner(Accounting& accounting, RecordMaker& maker, Fates& fates) {
+  const auto& entries = maker.registry->entries;
+  for (uint32_t i = 0; i < entries.size(); ++i) {
+    if (entries[i].owner != NONE || entries[i].kind == RESCREDS_KIND || entries[i].endsPreparation) continue;
+    maker.loadedCount = 0;
+    accounting.missing.push_back({entries[i].begin, 0});
+    loseEntry(accounting, loadedEntry(maker, i), UNKNOWN_KIND, fates);
+  }
+}
+
+// Names the first difference: a record of the output that should not be there, with the one that should, or one that is
+// missing.
+static void findDifference(Accounting& accounting) {
+  Difference& first = accounting.account.first;
+  bool isDoubled = false;
+  const uint64_t place = firstUnfound(accounting.output, isDoubled);
+  const auto missing =
+      std::min_element(accounting.missing.begin(), accounting.missing.end(),
+                       [](const MissingRecord& one, const MissingRecord& other) { return one.begin < other.begin; });
+  SurveyedFile& file = *accounting.output.file;
+  if (place != NO_RECORD) {
+    const size_t hash = std::hash<std::string_view>()(firstLineOf(recordAt(file, place)));
+    const auto pair = std::find_if(accounting.missing.begin(), accounting.missing.end(),
+                                   [&](const MissingRecord& record) { return record.dnHash == hash; });
+    const bool isPaired = pair != accounting.missing.end();
+    first = {true, isPaired ? pair->begin : NO_PLACE, place, "The record is no part of a conversion of the input."};
+    if (isPaired) first.text = "The record is not what the conversion makes of the entry.";
+    if (!isPaired && isDoubled) first.text = "The record is there more often than it should be.";
+    if (!isPaired && missing != accounting.missing.end()) first.inputPlace = missing->begin;
+  } else if (missing != accounting.missing.end()) {
+    first = {true, missing->begin, NO_RECORD, "The record that the conversion makes of the entry is missing."};
+  } else if (accounting.expectedBytes != file.size) {
+    first = {true, NO_PLACE, NO_RECORD, "The records are parted by other than one empty line."};
+  }
+}
+
+static bool mayRunOn(const Registry& registry) {
+  return std::any_of(registry.entries.begin(), registry.entries.end(), [](const GatheredEntry& entry) {
+    return entry.owner != NONE &&
+           entry.lines >= static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
+  });
+}
+
+static void reportLongEntries(const Registry& registry, FindingSink& sink) {
+  for (const GatheredEntry& entry : registry.entries)
+    if (entry.owner != NONE && entry.lines >= static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind))))
+      sink.take({ENTRY_IN_ANOTHER_ROW, AT_NONE, entry.begin});
+}
+
+void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, AccountSink& sink, Account& account) {
+  Accounting accounting = {output, sink, account};
+  CopiedEntries copied(accounting);
+  account.outputLines = output.lines;
+  account.counts = surveyInput(file, account.registry, copied);
+  RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
+  OwnerRecords room;
+  SlotRows rows;
+  for (const RegistryOwner& owner : account.registry.owners) takeOwner(accounting, maker, owner, rows, room);
+  if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
+  // Lines that read as nothing once they have been written.
+  account.lines[LOST] +=
+      account.counts.attributeLines - std::accumulate(account.lines, std::end(account.lines), int64_t{0});
+  findDifference(accounting);
+  if (!account.first.isAny || !mayRunOn(account.registry)) return;
+  account.first.text += " An entry with too many lines may have run on into the row of another one.";
+  reportLongEntries(account.registry, sink);
+}

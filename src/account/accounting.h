@@ -1,0 +1,64 @@
+// What became of every entry and line of an input in an output.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+
+#include "account/output_records.h"
+#include "survey/entry_findings.h"
+#include "survey/survey.h"
+
+// What the output has a record of.
+enum RecordKind : uint8_t {
+  USER_RECORD,
+  GROUP_RECORD,
+  POLICY_RECORD,
+  CONTAINER_RECORD,
+  CREDENTIALS_RECORD,
+  STRAIGHT_RECORD,
+  NUMBER_OF_RECORD_KINDS
+};
+
+struct Difference {
+  bool isAny = false;
+  uint64_t inputPlace = NO_PLACE;
+  uint64_t outputPlace = NO_RECORD;
+  std::string text;
+};
+
+struct Account {
+  SurveyCounts counts;
+  Registry registry;
+  int64_t records[NUMBER_OF_RECORD_KINDS] = {};  // that are found
+  int64_t lines[NUMBER_OF_FATES] = {};           // of the input
+  int64_t copied = 0;                            // entries
+  int64_t merged = 0;
+  int64_t notWritten = 0;
+  int64_t outputLines = 0;
+  Difference first;
+};
+
+// Where an entry has gone.
+struct EntryFate {
+  uint64_t begin;           // of the entry in the input
+  const char* what;         // has become of it
+  std::string_view record;  // the dn: line of the record that it is in; empty without one
+  Entry lines;
+  std::span<const Origin> origins;
+  const Fates* fates;  // of its lines
+  Entry written;       // the lines of the record, for those that have taken the place of others
+};
+
+// Who takes the fates as they are found.
+class AccountSink : public FindingSink {
+ public:
+  virtual void takeEntry(const EntryFate& entry) = 0;
+  virtual void takeLoss(const EntryFate& entry, size_t line) = 0;
+
+ protected:
+  ~AccountSink() = default;
+};
+
+// Accounts for the input, which is opened twice, in the output.
+void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, AccountSink& sink, Account& account);

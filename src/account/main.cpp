@@ -1,0 +1,50 @@
+// What became of every entry of an export in the output of a conversion.
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "account/accounting.h"
+#include "account/options.h"
+#include "account/report.h"
+#include "platform/message_details.h"
+#include "platform/open_file.h"
+
+static constexpr char PROGRAM[] = "tqldif2v6-account";
+
+[[noreturn]] static void endFor(const char* name) {
+  fprintf(stderr, "%s: %s: %s\n", PROGRAM, name, messageReason);
+  exit(2);
+}
+
+static int account(const AccountOptions& options) {
+  SurveyedFile input;
+  SurveyedFile again;
+  SurveyedFile output;
+  for (SurveyedFile* file : {&input, &again})
+    if (!openSurveyed(PROGRAM, options.input, *file)) endFor(options.input);
+  if (!openSurveyed(PROGRAM, options.output, output)) endFor(options.output);
+  AccountReport report(options, again, output);
+  report.begin();
+  OutputRecords records = {};
+  readRecords(output, records);
+  Account made;
+  accountFor(input, again, records, report, made);
+  report.end(made);
+  if (!isUnchanged(input)) endFor(options.input);
+  if (!isUnchanged(output)) endFor(options.output);
+  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
+    failWith();
+    endFor("standard output");
+  }
+  return made.first.isAny || report.isAnyFound() ? 1 : 0;
+}
+
+int main(int argumentCount, char** arguments) {
+  const AccountOptions options = readOptions(argumentCount, arguments);
+  try {
+    return account(options);
+  } catch (const std::bad_alloc&) {
+    fprintf(stderr, "%s: memory is exhausted\n", PROGRAM);
+    return 2;
+  }
+}

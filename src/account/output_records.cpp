@@ -1,0 +1,167 @@
+#include "account/output_records.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+// The end of a record with an install date, whose digits are not known beforehand.
+static constexpr std::string_view dateTag = "installDate: ";
+static constexpr std::string_view dateEnd = ".0Z\n";
+static constexpr size_t DIGITS = 14;
+
+static bool endsWithDate(std::string_view record) {
+  const size_t length = dateTag.size() + DIGITS + dateEnd.size();
+  if (record.size() < length || !record.ends_with(dateEnd)) return false;
+  const std::string_view line = record.substr(record.size() - length);
+  const std::string_view digits = line.substr(dateTag.size(), DIGITS);
+  const bool beginsLine = record.size() == length || record[record.size() - length - 1] == '\n';
+  return beginsLine && line.starts_with(dateTag) && digits.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// The bytes that count where the date does not.
+static std::string_view withoutDate(std::string_view record) {
+  return record.substr(0, record.size() - DIGITS - dateEnd.size());
+}
+
+// A quick hash: what it finds is compared byte for byte.
+static uint64_t hashOf(std::string_view text) {
+  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
+  uint64_t hash = text.size();
+  uint64_t block = 0;
+  size_t i = 0;
+  for (; i + sizeof block <= text.size(); i += sizeof block) {
+    memcpy(&block, text.data() + i, sizeof block);
+    hash = (hash ^ block) * FACTOR;
+    hash ^= hash >> 29U;
+  }
+  block = 0;
+  memcpy(&block, text.data() + i, text.size() - i);
+  hash = (hash ^ block) * FACTOR;
+  return hash ^ hash >> 32U;
+}
+
+static uint64_t hashOfRecord(std::string_view record, bool hasDate) {
+  return hashOf(hasDate ? withoutDate(record) : record);
+}
+
+// Returns the length of the record at the begin of a text: up to its first empty line, which does not belong to it.
+static size_t recordLength(std::string_view text) {
+  const size_t end = text.find("\n\n");
+  return end == std::string_view::npos ? text.size() : end + 1;
+}
+
+std::string_view recordAt(SurveyedFile& file, uint64_t place) {
+  for (size_t length = size_t{64} * 1024;; length *= 2) {
+    const std::string_view text = textFrom(file, place, length).substr(0, length);
+    if (text.find("\n\n") != std::string_view::npos || place + text.size() == file.size)
+      return text.substr(0, recordLength(text));
+  }
+}
+
+static size_t firstPlace(const OutputRecords& records, uint64_t hash) { return hash & (records.places.size() - 1); }
+
+static void insert(OutputRecords& records, const OutputRecord& record) {
+  size_t place = firstPlace(records, record.hash);
+  while (records.places[place].isThere != 0) place = (place + 1) & (records.places.size() - 1);
+  records.places[place] = record;
+}
+
+static void add(OutputRecords& records, std::string_view text, uint64_t begin) {
+  constexpr size_t FIRST_PLACES = 1024;
+  if (records.count >= records.places.size() / 4 * 3) {
+    std::vector<OutputRecord> before(records.places.empty() ? FIRST_PLACES : records.places.size() * 2);
+    before.swap(records.places);
+    for (const OutputRecord& record : before)
+      if (record.isThere != 0) insert(records, record);
+  }
+  OutputRecord record = {};
+  const bool hasDate = endsWithDate(text);
+  record.hash = hashOfRecord(text, hasDate);
+  record.place = begin & ((uint64_t{1} << 47U) - 1);
+  record.hasDate = hasDate ? 1 : 0;
+  record.isThere = 1;
+  insert(records, record);
+  ++records.count;
+}
+
+static bool isAttributeLine(std::string_view text, size_t begin) {
+  return begin < text.size() && text[begin] != '\n' && text[begin] != ' ' && text[begin] != '#';
+}
+
+static int64_t attributeLinesOf(std::string_view record) {
+  int64_t lines = isAttributeLine(record, 0) ? 1 : 0;
+  for (size_t end = record.find('\n'); end != std::string_view::npos; end = record.find('\n', end + 1))
+    if (isAttributeLine(record, end + 1)) ++lines;
+  return lines;
+}
+
+void readRecords(SurveyedFile& file, OutputRecords& records) {
+  records.file = &file;
+  records.places.resize(1024);
+  for (uint64_t place = 0; place < file.size;) {
+    if (textFrom(file, place, 1)[0] == '\n') {
+      ++place;
+      continue;
+    }
+    const std::string_view record = recordAt(file, place);
+    records.lines += attributeLinesOf(record);
+    add(records, record, place);
+    place += record.size();
+  }
+}
+
+static bool isSame(std::string_view record, std::string_view expected, bool hasAddedDate) {
+  if (record.size() != expected.size()) return false;
+  if (!hasAddedDate) return record == expected;
+  return withoutDate(record) == withoutDate(expected);
+}
+
+static bool findOne(OutputRecords& records, std::string_view expected, bool hasAddedDate) {
+  const uint64_t hash = hashOfRecord(expected, endsWithDate(expected));
+  size_t place = firstPlace(records, hash);
+  for (; records.places[place].isThere != 0; place = (place + 1) & (records.places.size() - 1)) {
+    OutputRecord& record = records.places[place];
+    if (record.hash != hash || record.isFound != 0) continue;
+    if (!isSame(recordAt(*records.file, record.place), expected, hasAddedDate)) continue;
+    record.isFound = 1;
+    return true;
+  }
+  return false;
+}
+
+bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate) {
+  bool areFound = true;
+  while (!text.empty()) {
+    if (text[0] == '\n') {
+      text.remove_prefix(1);
+      continue;
+    }
+    const std::string_view one = text.substr(0, recordLength(text));
+    areFound = findOne(records, one, hasAddedDate && endsWithDate(one)) && areFound;
+    text.remove_prefix(one.size());
+  }
+  return areFound;
+}
+
+bool partRecord(OutputRecords& records, uint64_t begin, uint64_t place) {
+  for (OutputRecord& record : records.places) {
+    if (record.isThere == 0 || record.place != begin) continue;
+    record.isFound = 1;
+    const std::string_view rest = place < records.file->size ? recordAt(*records.file, place) : std::string_view();
+    if (!rest.empty() && rest[0] != '\n') add(records, rest, place);
+    return true;
+  }
+  return false;
+}
+
+uint64_t firstUnfound(const OutputRecords& records, bool& isDoubled) {
+  const OutputRecord* first = nullptr;
+  for (const OutputRecord& record : records.places)
+    if (record.isThere != 0 && record.isFound == 0 && (first == nullptr || record.place < first->place))
+      first = &record;
+  if (first == nullptr) return NO_RECORD;
+  isDoubled = std::any_of(records.places.begin(), records.places.end(), [&](const OutputRecord& other) {
+    return other.isThere != 0 && other.isFound != 0 && other.hash == first->hash;
+  });
+  return first->place;
+}

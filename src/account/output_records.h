@@ -1,0 +1,43 @@
+// The records of an output, as they are looked for and found.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "survey/surveyed_file.h"
+
+// A run of lines between empty lines.
+struct OutputRecord {
+  uint64_t hash;
+  uint64_t place : 47;   // where it begins
+  uint64_t hasDate : 1;  // its last line is an install date
+  uint64_t isFound : 1;
+  uint64_t isThere : 1;  // the table has a record here
+};
+
+struct OutputRecords {
+  SurveyedFile* file;
+  std::vector<OutputRecord> places;  // hash table
+  size_t count = 0;
+  int64_t lines = 0;  // attribute lines of the whole output
+};
+
+// Looks the output through.
+void readRecords(SurveyedFile& file, OutputRecords& records);
+
+// Looks for a record that is as it should be and has not been found before. Returns false when there is none. A text is
+// several records where it holds empty lines; all of them must be there. Of an added install date only the form counts.
+bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate);
+
+// Parts what stands behind a place, in the middle of a record, from what stands before it, which counts as found.
+bool partRecord(OutputRecords& records, uint64_t begin, uint64_t place);
+
+// Returns the place of the first record that has not been found; NO_RECORD when all have. isDoubled tells whether one
+// just like it has.
+constexpr uint64_t NO_RECORD = UINT64_MAX;
+uint64_t firstUnfound(const OutputRecords& records, bool& isDoubled);
+
+// Returns the record that begins in a place.
+std::string_view recordAt(SurveyedFile& file, uint64_t place);

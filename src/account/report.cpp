@@ -1,0 +1,217 @@
+#include "account/report.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "rules/first_line.h"
+#include "rules/text.h"
+#include "survey/shown_place.h"
+#include "survey/shown_values.h"
+
+// By LineFate.
+static constexpr const char* fateNames[] = {"not_written", "absorbed", "renamed",     "kept",
+                                            "replaced",    "replaced", "bookkeeping", "looks_like_bookkeeping",
+                                            "lost"};
+
+static bool isAsked(const AccountOptions& options) {
+  return options.entry != nullptr || (options.all && !options.json);
+}
+
+void AccountReport::begin() {
+  if (options_.json) fputs("{\"losses\": [", stdout);
+}
+
+void AccountReport::take(const Finding& finding) { changes_.push_back(finding); }
+
+void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
+  constexpr int64_t SHOWN = 30;
+  const uint64_t place = entry.begin + entry.origins[line].place;
+  const LineFate fate = (*entry.fates)[line];
+  if (options_.json) {
+    const std::string attribute = attributeAt(input_, place);
+    const Json loss = {{"line", lineNumberOf(input_, place)},
+                       {"dn", jsonDn(input_, entry.begin)},
+                       {"attribute", attribute.empty() ? Json() : Json(attribute)},
+                       {"how", fateNames[fate]}};
+    fputs(losses_ > 0 ? ",\n" : "\n", stdout);
+    fputs(dumped(loss).c_str(), stdout);
+  } else if (losses_ < SHOWN) {
+    shown_.push_back({entry.begin, place, fate});
+  }
+  ++losses_;
+}
+
+bool AccountReport::isWanted(const EntryFate& entry) {
+  if (options_.entry == nullptr) return true;
+  static FirstLine wanted;
+  static FirstLine found;
+  const ShownDn dn = dnAt(input_, entry.begin);
+  if (!dn.isKnown) return false;
+  normalise(wanted, behindSpaces(options_.entry));
+  normalise(found, dn.text);
+  return wanted.isWhole && isSameInAnyCase(wanted.view(), found.view());
+}
+
+// Returns the place of the line that stands in the record for one that is replaced.
+static const Line* replacementOf(const EntryFate& entry, const Line& line) {
+  const std::string_view name = line.view().substr(0, std::min(line.firstColon, line.length));
+  for (const Line& other : entry.written)
+    if (&other != entry.written.data() && other.firstColon == line.firstColon &&
+        isSameInAnyCase(other.view().substr(0, other.firstColon), name) && other.view() != line.view())
+      return &other;
+  return nullptr;
+}
+
+// The lines by their number, each with what became of it.
+void AccountReport::writeEntry(const EntryFate& entry) {
+  const ShownDn dn = dnAt(input_, entry.begin);
+  printf("%sline %" PRId64 ": %s: %s", entriesWritten_++ > 0 ? "\n" : "", lineNumberOf(input_, entry.begin),
+         dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", entry.what);
+  const bool isMerged = std::string_view(entry.what) == "merged";
+  if (isMerged) printf(" into %s", harmless(std::string(behindSpaces(entry.record.substr(3)))).c_str());
+  puts("");
+  uint32_t last = NO_LINE;
+  for (size_t i = 0; i < entry.lines.size(); ++i) {
+    const Origin& origin = entry.origins[i];
+    if (origin.line == NO_LINE || origin.isPiece || origin.line == last) continue;
+    last = origin.line;
+    const uint64_t place = entry.begin + origin.place;
+    const LineFate fate = (*entry.fates)[i];
+    const std::string attribute = attributeAt(input_, place);
+    printf("  line %" PRId64 "  %s  %s", lineNumberOf(input_, place), fateNames[fate],
+           attribute.empty() ? "(no attribute name)" : attribute.c_str());
+    if (options_.values) printf(": %s", harmless(valueAt(input_, place)).c_str());
+    const bool isReplaced = fate == REPLACED || fate == REPLACED_BY_SAME;
+    const Line* by = isReplaced ? replacementOf(entry, entry.lines[i]) : nullptr;
+    if (by != nullptr && options_.values) printf("  by %s", harmless(std::string(by->content())).c_str());
+    puts("");
+  }
+}
+
+void AccountReport::takeEntry(const EntryFate& entry) {
+  if (!options_.json && isAsked(options_) && isWanted(entry)) writeEntry(entry);
+}
+
+static Json jsonDifference(SurveyedFile& input, SurveyedFile& output, const Difference& first) {
+  if (!first.isAny) return {};
+  return {{"input_line", first.inputPlace == NO_PLACE ? Json() : Json(lineNumberOf(input, first.inputPlace))},
+          {"output_line", first.outputPlace == NO_RECORD ? Json() : Json(lineNumberOf(output, first.outputPlace))},
+          {"text", first.text}};
+}
+
+static int64_t written(const Account& account) { return account.lines[KEPT] + account.lines[RENAMED]; }
+
+void AccountReport::writeJson(const Account& account) {
+  const auto& lines = account.lines;
+  const auto& records = account.records;
+  fputs(losses_ > 0 ? "\n],\n\"changes\": [" : "],\n\"changes\": [", stdout);
+  bool isFirst = true;
+  for (const Finding& change : changes_) {
+    fputs(isFirst ? "\n" : ",\n", stdout);
+    fputs(dumped(jsonProblem(input_, change, options_.values)).c_str(), stdout);
+    isFirst = false;
+  }
+  const Json entries = {{"input", account.counts.entries},
+                        {"copied", account.copied},
+                        {"merged", account.merged},
+                        {"not_written", account.notWritten}};
+  const Json ofRecords = {{"users", records[USER_RECORD]},
+                          {"groups", records[GROUP_RECORD]},
+                          {"policies", records[POLICY_RECORD]},
+                          {"containers", records[CONTAINER_RECORD]},
+                          {"resource_credentials", records[CREDENTIALS_RECORD]},
+                          {"straight_through", records[STRAIGHT_RECORD]}};
+  const Json ofLines = {{"input", account.counts.attributeLines},
+                        {"kept", lines[KEPT]},
+                        {"renamed", lines[RENAMED]},
+                        {"replaced", lines[REPLACED] + lines[REPLACED_BY_SAME]},
+                        {"absorbed", lines[ABSORBED]},
+                        {"bookkeeping", lines[BOOKKEEPING]},
+                        {"looks_like_bookkeeping", lines[LOOKS_LIKE_BOOKKEEPING]},
+                        {"not_written", lines[LEFT_OUT]},
+                        {"lost", lines[LOST]},
+                        {"added", account.outputLines - written(account)},
+                        {"output", account.outputLines}};
+  printf("%s],\n\"verdict\": \"%s\",\n\"first_difference\": %s,\n\"entries\": %s,\n\"records\": %s,\n\"lines\": %s}\n",
+         isFirst ? "" : "\n", account.first.isAny ? "differs" : "complete",
+         dumped(jsonDifference(input_, output_, account.first)).c_str(), dumped(entries).c_str(),
+         dumped(ofRecords).c_str(), dumped(ofLines).c_str());
+}
+
+void AccountReport::writeLosses() {
+  constexpr int64_t SHOWN_OF_EACH = 10;
+  for (const LineFate fate : {REPLACED, LOOKS_LIKE_BOOKKEEPING, LOST}) {
+    int64_t shown = 0;
+    for (const Loss& loss : shown_) {
+      if (loss.fate != fate || shown == SHOWN_OF_EACH) continue;
+      if (shown++ == 0) printf("\n%s:\n", fateNames[fate]);
+      const ShownDn dn = dnAt(input_, loss.entry);
+      std::string line = attributeAt(input_, loss.line);
+      if (options_.values) line += ": " + valueAt(input_, loss.line);
+      printf("  line %" PRId64 ": %s, %s\n", lineNumberOf(input_, loss.line),
+             dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", harmless(line).c_str());
+    }
+  }
+  if (losses_ > 0 && !options_.all) puts("  (--all shows what became of every line)");
+}
+
+void AccountReport::writeChanges() {
+  constexpr int64_t SHOWN_OF_EACH = 10;
+  for (int id = 0; id < NUMBER_OF_FINDINGS; ++id) {
+    int64_t count = 0;
+    for (const Finding& change : changes_) {
+      if (change.id != id || ++count > SHOWN_OF_EACH) continue;
+      const FindingKind& kind = kindOf(change.id);
+      if (count == 1) printf("\n%s (%s): %s\n", kind.id, nameOf(kind.effect), kind.what);
+      const ShownDn dn = dnAt(input_, change.entry);
+      printf("  line %" PRId64 ": %s\n", lineNumberOf(input_, change.line != NO_PLACE ? change.line : change.entry),
+             dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown");
+    }
+    if (count > SHOWN_OF_EACH) printf("  and %" PRId64 " more\n", count - SHOWN_OF_EACH);
+  }
+}
+
+void AccountReport::writeText(const Account& account) {
+  const auto& lines = account.lines;
+  const auto& records = account.records;
+  const Difference& first = account.first;
+  if (entriesWritten_ > 0) puts("");
+  if (first.isAny) {
+    printf("%s is not a complete conversion of %s.", harmless(options_.output).c_str(),
+           harmless(options_.input).c_str());
+    if (first.outputPlace != NO_RECORD) printf(" Its line %" PRId64 ":", lineNumberOf(output_, first.outputPlace));
+    if (first.inputPlace != NO_PLACE)
+      printf(" (line %" PRId64 " of the input)", lineNumberOf(input_, first.inputPlace));
+    printf(" %s\n", first.text.c_str());
+  } else {
+    printf("%s is a complete conversion of %s. Lines lost: %" PRId64 ".\n", harmless(options_.output).c_str(),
+           harmless(options_.input).c_str(), losses_);
+  }
+  if (options_.entry != nullptr) return;
+  printf("\nEntries %" PRId64 ": copied %" PRId64 ", merged %" PRId64 ", not written %" PRId64 "\n",
+         account.counts.entries, account.copied, account.merged, account.notWritten);
+  printf("Records: users %" PRId64 ", groups %" PRId64 ", policies %" PRId64 ", policy containers %" PRId64
+         ", resource credentials %" PRId64 ", copied straight through %" PRId64 "\n",
+         records[USER_RECORD], records[GROUP_RECORD], records[POLICY_RECORD], records[CONTAINER_RECORD],
+         records[CREDENTIALS_RECORD], records[STRAIGHT_RECORD]);
+  printf("Lines of the input %" PRId64 ": kept %" PRId64 ", renamed %" PRId64 ", absorbed %" PRId64
+         ", replaced %" PRId64 ",\n  bookkeeping %" PRId64 ", looking like bookkeeping %" PRId64
+         ", not written %" PRId64 ", lost %" PRId64 "\n",
+         account.counts.attributeLines, lines[KEPT], lines[RENAMED], lines[ABSORBED],
+         lines[REPLACED] + lines[REPLACED_BY_SAME], lines[BOOKKEEPING], lines[LOOKS_LIKE_BOOKKEEPING], lines[LEFT_OUT],
+         lines[LOST]);
+  printf("Lines of the output %" PRId64 ": added %" PRId64 "\n", account.outputLines,
+         account.outputLines - written(account));
+  writeLosses();
+  writeChanges();
+}
+
+void AccountReport::end(const Account& account) {
+  if (options_.json)
+    writeJson(account);
+  else
+    writeText(account);
+}

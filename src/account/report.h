@@ -1,0 +1,45 @@
+// What the account says.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+
+#include "account/accounting.h"
+#include "account/options.h"
+
+// Takes what is found: losses written at once as JSON, the rest kept, since changes are few.
+class AccountReport final : public AccountSink {
+ public:
+  AccountReport(const AccountOptions& options, SurveyedFile& input, SurveyedFile& output)
+      : options_(options), input_(input), output_(output) {}
+
+  void begin();
+  void take(const Finding& finding) override;
+  void takeEntry(const EntryFate& entry) override;
+  void takeLoss(const EntryFate& entry, size_t line) override;
+  void end(const Account& account);
+
+  bool isAnyFound() const { return losses_ > 0 || !changes_.empty(); }
+
+ private:
+  struct Loss {
+    uint64_t entry;
+    uint64_t line;
+    LineFate fate;
+  };
+
+  bool isWanted(const EntryFate& entry);
+  void writeEntry(const EntryFate& entry);
+  void writeJson(const Account& account);
+  void writeText(const Account& account);
+  void writeLosses();
+  void writeChanges();
+
+  const AccountOptions& options_;
+  SurveyedFile& input_;
+  SurveyedFile& output_;
+  std::deque<Finding> changes_;
+  std::deque<Loss> shown_;  // losses
+  int64_t losses_ = 0;
+  int64_t entriesWritten_ = 0;
+};

@@ -1,0 +1,48 @@
+#include "survey/shown_values.h"
+
+#include "platform/shown_text.h"
+#include "survey/shown_place.h"
+
+std::string dumped(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+std::string harmless(const std::string& text) {
+  constexpr size_t FACTOR = 4;  // of what one byte can become
+  std::string shown(text.size() * FACTOR + FACTOR + 2, '\0');
+  appendHarmless(shown.data(), shown.size(), text);
+  shown.resize(shown.find('\0'));
+  return shown;
+}
+
+Json jsonLine(SurveyedFile& file, uint64_t place) {
+  return place == NO_PLACE ? Json() : Json(lineNumberOf(file, place));
+}
+
+Json jsonDn(SurveyedFile& file, uint64_t entry) {
+  if (entry == NO_PLACE) return {};
+  const ShownDn dn = dnAt(file, entry);
+  return dn.isKnown ? Json(dn.text) : Json();
+}
+
+std::string lineText(SurveyedFile& file, const Finding& finding, bool withValue) {
+  if (finding.line == NO_PLACE) return {};
+  std::string text = attributeAt(file, finding.line);
+  if (withValue) text += (text.empty() ? "" : ": ") + valueAt(file, finding.line);
+  return text;
+}
+
+static std::string sentences(SurveyedFile& file, const Finding& finding, bool withValue) {
+  const FindingKind& kind = kindOf(finding.id);
+  const std::string line = lineText(file, finding, withValue);
+  return std::string(kind.what) + (line.empty() ? "" : " (" + line + ")") + " " + kind.advice;
+}
+
+Json jsonProblem(SurveyedFile& file, const Finding& finding, bool withValue) {
+  const FindingKind& kind = kindOf(finding.id);
+  const char* const at = nameOf(finding.at);
+  return {{"line", jsonLine(file, finding.line != NO_PLACE ? finding.line : finding.entry)},
+          {"dn", jsonDn(file, finding.entry)},
+          {"id", kind.id},
+          {"effect", nameOf(kind.effect)},
+          {"at", at != nullptr ? Json(at) : Json()},
+          {"text", sentences(file, finding, withValue)}};
+}
