@@ -80,6 +80,8 @@ class CopiedEntries final : public EntryVisitor {
       ++accounting_.account.notWritten;
     else
       ++accounting_.account.merged;
+    // Those of a regular registry are not looked at again.
+    if (prepared.kind == SECPOLICYDATA_KIND && prepared.parts.size() == 1) policyDataLines_ += prepared.attributeLines;
     if (prepared.problem == NO_DETAIL) return;
     accounting_.account.lines[LOST] += prepared.attributeLines;
     accounting_.missing.push_back({begin, 0});
@@ -127,6 +129,8 @@ class CopiedEntries final : public EntryVisitor {
       accounting_.missing.push_back({begin, 0});
   }
 
+  int64_t policyDataLines() const { return policyDataLines_; }
+
  private:
   void beginOversized() {
     isOversized_ = isSame_ = wasClosed_ = true;
@@ -137,6 +141,7 @@ class CopiedEntries final : public EntryVisitor {
 
   Accounting& accounting_;
   Fates fates_;
+  int64_t policyDataLines_ = 0;
   int64_t kept_ = 0;  // lines of the entry that is being copied
   int64_t gone_ = 0;
   bool isOversized_ = false;
@@ -198,6 +203,7 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   findNameChanges(maker, rows, side, room.newDns, accounting.sink);
   bool isFirst = true;
   findFatesOfSlot(maker, rows, side, room.survivors, room.fates,
+                  accounting.sink.wantsEntries() || !maker.registry->isRegular,
                   [&](const LoadedEntry& entry, EntryKind kind, Fates& fates) {
                     if (isFirst) findGlued(room.survivors, room.glued);
                     isFirst = false;
@@ -298,7 +304,13 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
   OwnerRecords room;
   SlotRows rows;
-  for (const RegistryOwner& owner : account.registry.owners) takeOwner(accounting, maker, owner, rows, room);
+  const auto& owners = account.registry.owners;
+  constexpr size_t AHEAD = 2;
+  for (size_t i = 0; i < owners.size(); ++i) {
+    if (i + AHEAD < owners.size()) fetchOwner(again, account.registry, owners[i + AHEAD]);
+    takeOwner(accounting, maker, owners[i], rows, room);
+  }
+  if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();
   if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
   // Lines that read as nothing once they have been written.
   account.lines[LOST] +=

@@ -53,6 +53,7 @@ struct EntryFate {
 // Who takes the fates as they are found.
 class AccountSink : public FindingSink {
  public:
+  virtual bool wantsEntries() const = 0;  // those that are not written among them
   virtual void takeEntry(const EntryFate& entry) = 0;
   virtual void takeLoss(const EntryFate& entry, size_t line) = 0;
 

@@ -88,11 +88,16 @@ static bool isAttributeLine(std::string_view text, size_t begin) {
   return begin < text.size() && text[begin] != '\n' && text[begin] != ' ' && text[begin] != '#';
 }
 
-static int64_t attributeLinesOf(std::string_view record) {
-  int64_t lines = isAttributeLine(record, 0) ? 1 : 0;
-  for (size_t end = record.find('\n'); end != std::string_view::npos; end = record.find('\n', end + 1))
-    if (isAttributeLine(record, end + 1)) ++lines;
-  return lines;
+// Returns the length of the record at the begin of a text, as recordLength does, and counts its lines.
+static size_t measureRecord(std::string_view text, int64_t& lines) {
+  for (size_t begin = 0; begin < text.size();) {
+    if (text[begin] == '\n') return begin;
+    if (isAttributeLine(text, begin)) ++lines;
+    const size_t end = text.find('\n', begin);
+    if (end == std::string_view::npos) break;
+    begin = end + 1;
+  }
+  return text.size();
 }
 
 void readRecords(SurveyedFile& file, OutputRecords& records) {
@@ -103,15 +108,18 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
       ++place;
       continue;
     }
-    const std::string_view record = recordAt(file, place);
-    records.lines += attributeLinesOf(record);
+    const std::string_view text = isWhole(file) ? textFrom(file, place, 1) : recordAt(file, place);
+    const std::string_view record = text.substr(0, measureRecord(text, records.lines));
     add(records, record, place);
     place += record.size();
   }
 }
 
-static bool isSame(std::string_view record, std::string_view expected, bool hasAddedDate) {
-  if (record.size() != expected.size()) return false;
+// True when the record at the begin of a text is the expected one.
+static bool isSame(std::string_view text, std::string_view expected, bool hasAddedDate) {
+  const std::string_view record = text.substr(0, expected.size());
+  const bool isEnd = text.size() == expected.size() || (text.size() > expected.size() && text[expected.size()] == '\n');
+  if (!isEnd || record.size() != expected.size()) return false;
   if (!hasAddedDate) return record == expected;
   return withoutDate(record) == withoutDate(expected);
 }
@@ -122,7 +130,8 @@ static bool findOne(OutputRecords& records, std::string_view expected, bool hasA
   for (; records.places[place].isThere != 0; place = (place + 1) & (records.places.size() - 1)) {
     OutputRecord& record = records.places[place];
     if (record.hash != hash || record.isFound != 0) continue;
-    if (!isSame(recordAt(*records.file, record.place), expected, hasAddedDate)) continue;
+    const std::string_view text = textFrom(*records.file, record.place, expected.size() + 1);
+    if (!isSame(text, expected, hasAddedDate)) continue;
     record.isFound = 1;
     return true;
   }

@@ -91,8 +91,10 @@ void AccountReport::writeEntry(const EntryFate& entry) {
   }
 }
 
+bool AccountReport::wantsEntries() const { return !options_.json && isAsked(options_); }
+
 void AccountReport::takeEntry(const EntryFate& entry) {
-  if (!options_.json && isAsked(options_) && isWanted(entry)) writeEntry(entry);
+  if (wantsEntries() && isWanted(entry)) writeEntry(entry);
 }
 
 static Json jsonDifference(SurveyedFile& input, SurveyedFile& output, const Difference& first) {

@@ -15,6 +15,7 @@ class AccountReport final : public AccountSink {
 
   void begin();
   void take(const Finding& finding) override;
+  bool wantsEntries() const override;
   void takeEntry(const EntryFate& entry) override;
   void takeLoss(const EntryFate& entry, size_t line) override;
   void end(const Account& account);

@@ -43,7 +43,10 @@ static void report(FindingSink& findings, const Registry& registry, FindingId id
 
 void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings, RecordSink& sink) {
   SlotRows rows;
-  for (RegistryOwner& owner : registry.owners) {
+  constexpr size_t AHEAD = 2;
+  for (size_t i = 0; i < registry.owners.size(); ++i) {
+    if (i + AHEAD < registry.owners.size()) fetchOwner(*maker.file, registry, registry.owners[i + AHEAD]);
+    RegistryOwner& owner = registry.owners[i];
     if (!owner.isRegular || owner.isSpoilt) continue;
     fillRows(registry, owner, rows);
     const SlotRecords& records = makeRecords(maker, owner.side, rows);

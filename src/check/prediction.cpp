@@ -41,7 +41,7 @@ class RecordCheck final : public RecordSink {
 
   void take(const RecordMaker&, const SlotRows& rows, Side side) override {
     findNameChanges(maker_, rows, side, newDns_, findings_);
-    findFatesOfSlot(maker_, rows, side, survivors_, fates_,
+    findFatesOfSlot(maker_, rows, side, survivors_, fates_, false,
                     [&](const LoadedEntry& entry, EntryKind, const Fates& fates) {
                       findLosses(fates, entry.origins, entry.begin, findings_);
                     });

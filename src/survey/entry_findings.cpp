@@ -88,6 +88,29 @@ static bool needsEscapes(std::string_view name) {
          name.back() == ' ';
 }
 
+static void insert(std::vector<uint64_t>& places, uint64_t hash) {
+  size_t place = static_cast<size_t>(hash >> 1U) & (places.size() - 1);
+  while (places[place] != 0 && places[place] != hash) place = (place + 1) & (places.size() - 1);
+  places[place] = hash;
+}
+
+// Returns false when the DN has been there before.
+static bool isNew(NewDns& newDns, std::string_view dn) {
+  const uint64_t hash = hashOfDn(dn) | 1U;
+  if (newDns.count >= newDns.places.size() / 4 * 3) {
+    std::vector<uint64_t> before(newDns.places.size() * 2);
+    before.swap(newDns.places);
+    for (const uint64_t other : before)
+      if (other != 0) insert(newDns.places, other);
+  }
+  size_t place = static_cast<size_t>(hash >> 1U) & (newDns.places.size() - 1);
+  while (newDns.places[place] != 0 && newDns.places[place] != hash) place = (place + 1) & (newDns.places.size() - 1);
+  if (newDns.places[place] == hash) return false;
+  newDns.places[place] = hash;
+  ++newDns.count;
+  return true;
+}
+
 void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, NewDns& newDns, FindingSink& findings) {
   const EntryKind own = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const uint64_t begin = maker.registry->entries[rows.parts[own][0].entry].begin;
@@ -98,5 +121,5 @@ void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, 
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
   if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
-  if (!newDns.seen.insert(hashOfDn(records.newDn)).second) findings.take({NEW_DN_TWICE, AT_NONE, begin});
+  if (!isNew(newDns, records.newDn)) findings.take({NEW_DN_TWICE, AT_NONE, begin});
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <unordered_set>
+#include <vector>
 
 #include "survey/findings.h"
 #include "survey/line_fates.h"
@@ -14,9 +14,10 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
 // Finds the lines of an entry that are gone.
 void findLosses(const Fates& fates, std::span<const Origin> origins, uint64_t begin, FindingSink& findings);
 
-// Finds what is odd about the new DNs. Those that there have been are remembered by their hash.
+// Finds what is odd about the new DNs. Those that there have been are remembered by their hash, in a hash table.
 struct NewDns {
-  std::unordered_set<uint64_t> seen;
+  std::vector<uint64_t> places = std::vector<uint64_t>(1024);  // 0 where there is none
+  size_t count = 0;
 };
 void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, NewDns& newDns, FindingSink& findings);
 
@@ -24,7 +25,7 @@ void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, 
 // Returns false where they do not.
 template <typename TakeEntry>
 bool findFatesOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors, Fates& fates,
-                     TakeEntry takeEntry) {
+                     bool withPolicyData, TakeEntry takeEntry) {
   for (const auto& parts : rows.parts)
     if (parts.size() > 1 || (parts.size() == 1 && maker.registry->entries[parts[0].entry].lines != parts[0].count))
       return false;
@@ -32,7 +33,7 @@ bool findFatesOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, Record
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const EntryKind baseKind = rows.parts[USERS_SECUSER_KIND].empty() ? ownKind : USERS_SECUSER_KIND;
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind) {
-    if (rows.parts[kind].empty()) continue;
+    if (rows.parts[kind].empty() || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
     const LoadedEntry& entry = loadedEntry(maker, rows.parts[kind][0].entry);
     if (kind == SECPOLICYDATA_KIND)
       fates.assign(entry.lines.size(), LEFT_OUT);

@@ -7,28 +7,36 @@
 
 static constexpr size_t LINES_AT_ONCE = 64;
 
-static void findNul(EntryWalk& walk) { walk.nul = std::min(walk.text.find('\0', walk.scan.next), walk.text.size()); }
+EntryWalk walkOver(std::string_view text) { return {.text = text, .scan = scanOf(text)}; }
 
-EntryWalk walkOver(std::string_view text) {
-  EntryWalk walk = {text, scanOf(text), 0};
-  findNul(walk);
-  return walk;
+// True when the lines that are taken at once can hold one. Searched in steps that are read soon after.
+static bool isNulNear(EntryWalk& walk) {
+  constexpr size_t STEP = size_t{64} * 1024;
+  const size_t wanted = std::min(walk.scan.next + LINES_AT_ONCE * LONGEST_LINE, walk.text.size());
+  if (walk.nul != std::string_view::npos && walk.nul < walk.scan.next) {
+    walk.nul = std::string_view::npos;
+    walk.searched = walk.scan.next;
+  }
+  while (walk.nul == std::string_view::npos && walk.searched < wanted) {
+    const size_t place = walk.text.substr(walk.searched, STEP).find('\0');
+    if (place != std::string_view::npos) walk.nul = walk.searched + place;
+    walk.searched = std::min(walk.searched + STEP, walk.text.size());
+  }
+  walk.hasMetNul = walk.hasMetNul || walk.nul != std::string_view::npos;
+  return walk.nul < wanted;
 }
-
-// The lines that are taken at once hold none.
-static bool isNulNear(const EntryWalk& walk) { return walk.nul < walk.scan.next + LINES_AT_ONCE * LONGEST_LINE; }
 
 static bool isCut(const Line& line) { return line.length == LONGEST_LINE && line.text[line.length - 1] != '\n'; }
 
 // Takes the next line, whatever it is, up to its NUL. Returns false at the end of the text.
 static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
+  const bool mayHoldNul = isNulNear(walk);
   takeLine(walk.scan, line);
   if (line.length == 0) return false;
   if (isCut(line) && walk.scan.next < walk.text.size()) entry.hasLongLine = true;
-  if (walk.nul >= walk.scan.next) return true;
+  if (!mayHoldNul || walk.nul >= walk.scan.next) return true;
   line = scanLine(line.view().substr(0, line.view().find('\0')));
   entry.hasNul = true;
-  findNul(walk);
   return true;
 }
 

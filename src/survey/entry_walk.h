@@ -28,8 +28,10 @@ struct ReadEntry {
 
 struct EntryWalk {
   std::string_view text;
-  LineScan scan;
-  size_t nul;  // place of the next NUL; the size of the text without one
+  LineScan scan = {};
+  size_t nul = std::string_view::npos;  // place of the next NUL, if there is one in what has been searched
+  size_t searched = 0;                  // up to here
+  bool hasMetNul = false;
 };
 
 EntryWalk walkOver(std::string_view text);

@@ -6,6 +6,7 @@
 #include "rules/adjustments.h"
 #include "rules/attribute.h"
 #include "rules/dropped_lines.h"
+#include "rules/known_names.h"
 #include "rules/text.h"
 #include "rules/unfolding.h"
 
@@ -75,7 +76,7 @@ static bool readAsWritten(Entry lines) {
 }
 
 // Reads the entry again as it has been written.
-static void readWritten(Texts& texts, bool withOrigins, PreparedEntry& prepared) {
+static void readWritten(Texts& texts, PreparedEntry& prepared) {
   char* const text = makeRoom(texts, prepared.bytes);
   char* to = text;
   std::vector<size_t> ends;  // of each line in the text
@@ -96,7 +97,6 @@ static void readWritten(Texts& texts, bool withOrigins, PreparedEntry& prepared)
     prepared.partLines.insert(prepared.partLines.end(), entry.room.begin(),
                               entry.room.begin() + static_cast<ptrdiff_t>(entry.count));
     for (const Line& line : entry.lines()) {
-      if (!withOrigins) break;
       const auto place = static_cast<size_t>(line.text - text);
       const auto number = static_cast<size_t>(std::upper_bound(ends.begin(), ends.end(), place) - ends.begin());
       Origin origin = prepared.origins[number];
@@ -113,30 +113,52 @@ static void readWritten(Texts& texts, bool withOrigins, PreparedEntry& prepared)
   }
 }
 
+// Gives the lines the form in which they are written. Returns true when they are those that have been read.
+static bool prepareLines(ReadEntry& entry, bool areTightened, Texts& texts, PreparedEntry& prepared) {
+  if (entry.room.size() == entry.count) entry.room.resize(entry.count + 1);
+  if (isContinuation(entry.room[0]))
+    prepared.problem = FOLDED_COMMENT;
+  else
+    adjust(entry, texts, prepared);
+  const UnfoldedEntry unfolded = unfoldLines({entry.room.data(), entry.count}, false, texts);
+  prepared.lines = {entry.room.data(), unfolded.lines};
+  const bool isTightened = areTightened && tightenOwnerNames(prepared.lines, texts);
+  return unfolded.isAsRead && !isTightened;
+}
+
+// Where lines come from is asked of entries that are copied, and of those in which something is odd.
+static bool needsOrigins(const ReadEntry& entry, const PreparedEntry& prepared) {
+  const bool isCopied = prepared.goesToOutput || prepared.kind == RESCREDS_KIND;
+  return isCopied || entry.hasLongLine || std::any_of(entry.lines().begin(), entry.lines().end(), [](const Line& line) {
+           return (line.names & nameBit("changetype")) != 0 || line.length == LONGEST_LINE;
+         });
+}
+
+static uint64_t bytesOf(Entry lines, bool areDropped) {
+  uint64_t bytes = 1;
+  for (const Line& line : lines)
+    if (!areDropped || !isDropped(line, STRAIGHT_THROUGH)) bytes += line.length;
+  return bytes;
+}
+
 void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared) {
   prepared.problem = NO_DETAIL;
+  prepared.lacksOrigins = false;
   prepared.parts.clear();
   prepared.partLines.clear();
   prepared.objectClass = classOf(entry.lines());
-  findOrigins(entry, text, withOrigins, prepared);
   const bool beginsInside = isContinuation(entry.room[0]);
   const std::string_view dnLine = beginsInside ? entry.room[0].content() : unfold(entry.lines(), 0, 0, texts).text;
   prepared.goesToOutput = goesStraightThrough(prepared.objectClass, dnLine);
   prepared.kind = kindOf(prepared.objectClass, dnLine);
-  if (entry.room.size() == entry.count) entry.room.resize(entry.count + 1);
-  if (!beginsInside) adjust(entry, texts, prepared);
-  if (beginsInside) prepared.problem = FOLDED_COMMENT;
-  const UnfoldedEntry unfolded = unfoldLines({entry.room.data(), entry.count}, false, texts);
-  prepared.lines = {entry.room.data(), unfolded.lines};
-  bool isAsRead = unfolded.isAsRead;
-  if (!prepared.goesToOutput && tightenOwnerNames(prepared.lines, texts)) isAsRead = false;
-  prepared.bytes = 1;
-  const bool areDropped = prepared.goesToOutput;
-  for (const Line& line : prepared.lines)
-    if (!areDropped || !isDropped(line, STRAIGHT_THROUGH)) prepared.bytes += line.length;
+  withOrigins = withOrigins || needsOrigins(entry, prepared);
+  findOrigins(entry, text, withOrigins, prepared);
+  const bool isAsRead = prepareLines(entry, !prepared.goesToOutput, texts, prepared);
+  prepared.bytes = bytesOf(prepared.lines, prepared.goesToOutput);
   if (prepared.goesToOutput || prepared.lines.empty()) return;
   if (!isAsRead && !readAsWritten(prepared.lines)) {
-    readWritten(texts, withOrigins, prepared);
+    prepared.lacksOrigins = !withOrigins;
+    if (withOrigins) readWritten(texts, prepared);
     return;
   }
   WorkEntry part = {0, prepared.lines.size(), prepared.objectClass, prepared.kind};
@@ -145,6 +167,17 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
     part.kind = kindOf(part.objectClass, prepared.lines[0].view());
   }
   prepared.parts.push_back(part);
+}
+
+void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
+                       PreparedEntry& prepared) {
+  prepared.problem = NO_DETAIL;
+  prepared.parts.clear();
+  prepared.partLines.clear();
+  prepared.objectClass = objectClass;
+  findOrigins(entry, text, true, prepared);
+  prepareLines(entry, true, texts, prepared);
+  prepared.parts.push_back({0, prepared.lines.size(), objectClass, UNKNOWN_KIND});
 }
 
 std::span<Line> linesOf(PreparedEntry& prepared, const WorkEntry& part) {

@@ -36,6 +36,7 @@ struct PreparedEntry {
   EntryKind kind = UNKNOWN_KIND;
   DetailText problem = NO_DETAIL;  // why the run ends here
   bool goesToOutput = false;
+  bool lacksOrigins = false;     // they are needed: it has to be read and prepared once more with them
   uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
   size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
   std::span<Line> lines;         // as they are written, a newline behind each; they stand in the room of the entry
@@ -46,8 +47,12 @@ struct PreparedEntry {
 };
 
 // Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk.
-// What is asked for decides what is found out: origins take time. Texts last until they are released.
+// The origins are only found where they may be needed, unless they are asked for. Texts last until they are released.
 void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared);
+
+// The same of an entry that is known to become one in the work file, of the same class.
+void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
+                       PreparedEntry& prepared);
 
 // The lines of a part, and where they come from.
 std::span<Line> linesOf(PreparedEntry& prepared, const WorkEntry& part);

@@ -20,29 +20,28 @@ static std::string_view readAt(SurveyedFile& file, bool mayHoldNul, uint64_t beg
       loaded.copy = text.substr(0, length);
       text = loaded.copy;
     }
-    EntryWalk walk = {text.substr(before), scanOf(text.substr(before)), text.size() - before};
-    if (mayHoldNul) walk.nul = std::min(walk.text.substr(0, length).find('\0'), walk.text.size());
+    EntryWalk walk = walkOver(text.substr(before));
+    if (!mayHoldNul) walk.searched = walk.text.size();
     readEntry(walk, loaded.read);
-    const bool isAll = begin - before + text.size() == file.size || !loaded.read.isEndedByText;
-    if (isAll && (loaded.read.end <= length || isWhole(file))) {
-      if (loaded.read.end <= length) return walk.text;
-      walk = walkOver(walk.text.substr(0, loaded.read.end));
-      readEntry(walk, loaded.read);
-      return walk.text;
-    }
+    const bool reachesEnd = begin - before + text.size() == file.size;
+    if (isWhole(file) || reachesEnd || !loaded.read.isEndedByText) return walk.text;
   }
 }
 
-void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, bool withOrigins, LoadedEntry& loaded) {
+void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, LoadedEntry& loaded) {
   const GatheredEntry& entry = registry.entries[number];
   loaded.texts.release();
   loaded.number = number;
   loaded.begin = entry.begin;
   const std::string_view text = readAt(file, registry.mayHoldNul, entry.begin, loaded);
-  prepareEntry(loaded.read, text, withOrigins, loaded.texts, loaded.prepared);
+  if (entry.isPlain)
+    prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), loaded.texts,
+                      loaded.prepared);
+  else
+    prepareEntry(loaded.read, text, true, loaded.texts, loaded.prepared);
   const WorkEntry& part = loaded.prepared.parts[entry.part];
   loaded.lines = linesOf(loaded.prepared, part);
-  if (withOrigins) loaded.origins = originsOf(loaded.prepared, part);
+  loaded.origins = originsOf(loaded.prepared, part);
   if (entry.isNormal) return;
   const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
   loaded.lines[0] = scanLine(owner.firstLine);
@@ -53,7 +52,7 @@ LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number) {
     if (maker.loaded[i]->number == number) return *maker.loaded[i];
   if (maker.loadedCount == maker.loaded.size()) maker.loaded.push_back(std::make_unique<LoadedEntry>());
   LoadedEntry& loaded = *maker.loaded[maker.loadedCount++];
-  loadEntry(*maker.file, *maker.registry, number, true, loaded);
+  loadEntry(*maker.file, *maker.registry, number, loaded);
   return loaded;
 }
 
@@ -199,4 +198,14 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
   records.bytes = bytesOfRecord(records.newDn, records.merged, MERGED);
   if (side == USER_SIDE && rows.policyDn != NONE) makePolicy(maker, rows, ownLine);
   return records;
+}
+
+void fetchOwner(SurveyedFile& file, const Registry& registry, const RegistryOwner& owner) {
+  constexpr size_t CACHE_LINE = 64;  // bytes
+  constexpr size_t USUAL_LENGTH = 512;
+  if (!isWhole(file)) return;
+  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next) {
+    const char* const text = file.window + registry.entries[i].begin;
+    for (size_t place = 0; place < USUAL_LENGTH; place += CACHE_LINE) __builtin_prefetch(text + place);
+  }
 }

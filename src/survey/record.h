@@ -31,7 +31,10 @@ struct LoadedEntry {
   std::span<const Origin> origins;
 };
 
-void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, bool withOrigins, LoadedEntry& loaded);
+void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, LoadedEntry& loaded);
+
+// Has the texts of an owner that will be asked for soon brought near, since they can lie anywhere in the file.
+void fetchOwner(SurveyedFile& file, const Registry& registry, const RegistryOwner& owner);
 
 // Some lines of an entry in a row; where no entry has too many lines that is a whole entry.
 struct RowPart {

@@ -33,18 +33,11 @@ static uint32_t findOwner(Registry& registry, uint64_t hash, Side side) {
   return registry.places[place];
 }
 
-static bool hasKind(const Registry& registry, const RegistryOwner& owner, uint8_t kind) {
-  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next)
-    if (registry.entries[i].rowKind == kind) return true;
-  return false;
-}
-
 // The first entry of an owner opens its slot.
-static bool isRegular(const Registry& registry, const RegistryOwner& owner, const GatheredEntry& entry) {
+static bool isRegular(const RegistryOwner& owner, const GatheredEntry& entry) {
   const bool fits =
       entry.rowKind == entry.kind && entry.lines < static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.kind)));
-  return fits && (owner.first != NONE || entry.opensForKey) &&
-         !(owner.isRegular && hasKind(registry, owner, entry.rowKind));
+  return fits && (owner.first != NONE || entry.opensForKey) && (owner.kinds >> entry.rowKind & 1U) == 0;
 }
 
 void addEntry(Registry& registry, GatheredEntry entry, uint64_t hash) {
@@ -54,7 +47,8 @@ void addEntry(Registry& registry, GatheredEntry entry, uint64_t hash) {
   if (isGathered && kind != UNKNOWN_KIND && entry.problem == NO_DETAIL) {
     entry.owner = findOwner(registry, withSide(hash, sideOf(kind)), sideOf(kind));
     RegistryOwner& owner = registry.owners[entry.owner];
-    if (!isRegular(registry, owner, entry)) owner.isRegular = false;
+    if (!isRegular(owner, entry)) owner.isRegular = false;
+    owner.kinds = static_cast<uint8_t>(owner.kinds | 1U << entry.rowKind);
     if (!owner.isRegular) registry.isRegular = false;
     owner.isSpoilt = owner.isSpoilt || entry.endsPreparation;
     if (owner.first == NONE)

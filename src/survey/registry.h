@@ -26,6 +26,7 @@ struct GatheredEntry {
   bool isNormal = true;            // its first line is gathered as it stands
   bool isDefaultDomain = true;     // the DN with which it opens a slot lies there, and is not too long
   bool endsPreparation = false;    // the run does not come so far as to gather it
+  bool isPlain = true;             // it is one in the input, too, and of the same class there
 };
 static_assert(sizeof(GatheredEntry) == 32);
 
@@ -35,6 +36,7 @@ struct RegistryOwner {
   uint32_t first = NONE;  // of its entries, in the order of the work file
   uint32_t last = NONE;
   Side side = USER_SIDE;
+  uint8_t kinds = 0;      // of its entries, a bit for each
   bool isRegular = true;  // one entry of each kind at most, all of which fit, find their owner and have no problem
   bool isSpoilt = false;  // an entry ends the preparation
   bool isRejected = false;

@@ -16,6 +16,7 @@ struct Survey {
   EntryVisitor& visitor;
   SurveyCounts counts = {};
   ReadEntry entry = {};
+  ReadEntry again = {};
   PreparedEntry prepared = {};
   char memory[size_t{64} * 1024] = {};
   Texts texts{memory, sizeof memory};
@@ -66,6 +67,7 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
   GatheredEntry gathered = {.begin = begin, .part = number};
   gathered.kind = part.kind;
   gathered.rowKind = part.kind;
+  gathered.isPlain = survey.prepared.partLines.empty() && part.objectClass == survey.prepared.objectClass;
   gathered.lines = static_cast<uint32_t>(lines.size());
   gathered.endsPreparation = survey.prepared.problem != NO_DETAIL;
   uint64_t hash = 0;
@@ -123,6 +125,14 @@ static void takeOversized(Survey& survey, EntryWalk& walk, uint64_t begin) {
   survey.visitor.endOversized(!survey.entry.isEndedByText, begin);
 }
 
+// An entry that does not read as it is written is rare.
+static void prepareAgain(Survey& survey, std::string_view text) {
+  EntryWalk walk = walkOver(text);
+  readEntry(walk, survey.again);
+  survey.texts.release();
+  prepareEntry(survey.again, text, true, survey.texts, survey.prepared);
+}
+
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   ++survey.counts.entries;
   const uint64_t begin = textBegin + survey.entry.begin;
@@ -137,7 +147,8 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   survey.texts.release();
   survey.counts.longestEntry = std::max<uint64_t>(survey.counts.longestEntry, survey.entry.end - survey.entry.begin);
   survey.counts.linesOfLongest = std::max<uint64_t>(survey.counts.linesOfLongest, survey.entry.count);
-  prepareEntry(survey.entry, walk.text, true, survey.texts, survey.prepared);
+  prepareEntry(survey.entry, walk.text, false, survey.texts, survey.prepared);
+  if (survey.prepared.lacksOrigins) prepareAgain(survey, walk.text.substr(survey.entry.begin));
   survey.visitor.takeEntry(survey.entry, survey.prepared, begin);
   takePrepared(survey, begin);
 }
@@ -149,7 +160,6 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
     const std::string_view text = textFrom(file, begin, atLeast);
     const bool isRest = begin + text.size() == file.size;
     EntryWalk walk = walkOver(text);
-    registry.mayHoldNul = registry.mayHoldNul || walk.nul < text.size();
     size_t passed = 0;
     while (readEntry(walk, survey.entry)) {
       // Where the text ends in the middle of the file the entry is read again from a text that begins with it.
@@ -157,6 +167,7 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
       takeEntry(survey, walk, begin);
       passed = survey.entry.end;
     }
+    registry.mayHoldNul = registry.mayHoldNul || walk.hasMetNul;
     if (isRest) break;
     atLeast = passed == 0 ? text.size() * 2 : 1;
     begin += passed;
