@@ -45,7 +45,7 @@ static int check(const CheckOptions& options) {
   if (code != 0) failAtOnce(prediction, code);
   report.end(prediction, memoryOfRun(prediction, prediction.slots, isInMemory));
   if (!isUnchanged(file)) endFor(options.input);
-  if (options.good != nullptr && !splitInput(file, prediction, options)) endFor("the split");
+  if (options.good != nullptr && !splitInput(file, again, prediction, options)) endFor("the split");
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     failWith();
     endFor("standard output");

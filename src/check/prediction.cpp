@@ -6,6 +6,7 @@
 #include "rules/attribute.h"
 #include "rules/first_line.h"
 #include "rules/text.h"
+#include "survey/file_walk.h"
 
 // Finds what is odd about the entries that are looked at first.
 class EntryCheck final : public EntryVisitor {
@@ -75,27 +76,16 @@ static EntriesFound findEntries(SurveyedFile& file, std::string_view firstLine) 
   EntriesFound entries;
   if (firstLine.empty()) return entries;
   normalise(wanted, firstLine);
-  uint64_t begin = 0;
   ReadEntry entry;
-  for (size_t atLeast = 1; begin < file.size && entries.second == NO_PLACE;) {
-    const std::string_view text = textFrom(file, begin, atLeast);
-    const bool isRest = begin + text.size() == file.size;
-    EntryWalk walk = walkOver(text);
-    size_t passed = 0;
-    while (entries.second == NO_PLACE && readEntry(walk, entry)) {
-      if (!isRest && (entry.isEndedByText || entry.isOversized)) break;
-      takeFirstLine(entry, found);
-      Line line;
-      while (entry.isOversized && takeOversizedLine(walk, entry, line)) {
-      }
-      passed = entry.end;
-      if (!isEqual(wanted, found)) continue;
-      (entries.first == NO_PLACE ? entries.first : entries.second) = begin + entry.begin;
+  walkEntries(file, entry, [&](EntryWalk& walk, uint64_t textBegin) {
+    takeFirstLine(entry, found);
+    const uint64_t begin = textBegin + entry.begin;
+    Line line;
+    while (entry.isOversized && takeOversizedLine(walk, entry, line)) {
     }
-    if (isRest) break;
-    atLeast = passed == 0 ? text.size() * 2 : 1;
-    begin += passed;
-  }
+    if (isEqual(wanted, found)) (entries.first == NO_PLACE ? entries.first : entries.second) = begin;
+    return entries.second == NO_PLACE;
+  });
   return entries;
 }
 

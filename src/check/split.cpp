@@ -11,6 +11,7 @@
 #include "platform/file_operations.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
+#include "survey/file_walk.h"
 
 // A file that is written under another name until it is whole.
 struct NewFile {
@@ -105,33 +106,23 @@ static bool isNextRejected(Rejections& rejections, uint64_t begin) {
   return isAny;
 }
 
-static bool writeEntries(SurveyedFile& input, const Prediction& prediction, NewFile (&files)[2]) {
+static bool writeEntries(SurveyedFile& input, SurveyedFile& again, const Prediction& prediction, NewFile (&files)[2]) {
   Rejections rejections = {prediction};
-  uint64_t begin = 0;
   uint64_t written = 0;
   size_t last = 0;
+  bool areWritten = true;
   ReadEntry entry;
-  for (size_t atLeast = 1; begin < input.size;) {
-    const std::string_view text = textFrom(input, begin, atLeast);
-    const bool isRest = begin + text.size() == input.size;
-    EntryWalk walk = walkOver(text);
-    size_t passed = 0;
-    while (readEntry(walk, entry)) {
-      if (!isRest && (entry.isEndedByText || entry.isOversized)) break;
-      Line line;
-      while (entry.isOversized && takeOversizedLine(walk, entry, line)) {
-      }
-      passed = entry.end;
-      last = isNextRejected(rejections, begin + entry.begin) ? 1 : 0;
-      if (!write(files[last], input, written, begin + entry.end)) return false;
-      written = begin + entry.end;
-      if (!isWhole(input)) break;
+  walkEntries(input, entry, [&](EntryWalk& walk, uint64_t textBegin) {
+    const uint64_t begin = textBegin + entry.begin;
+    Line line;
+    while (entry.isOversized && takeOversizedLine(walk, entry, line)) {
     }
-    if (isRest && (passed == 0 || isWhole(input))) break;
-    atLeast = passed == 0 ? text.size() * 2 : 1;
-    begin += passed;
-  }
-  return write(files[last], input, written, input.size);
+    last = isNextRejected(rejections, begin) ? 1 : 0;
+    areWritten = write(files[last], again, written, textBegin + entry.end);
+    written = textBegin + entry.end;
+    return areWritten;
+  });
+  return areWritten && write(files[last], again, written, input.size);
 }
 
 static void giveUp(NewFile (&files)[2]) {
@@ -142,10 +133,10 @@ static void giveUp(NewFile (&files)[2]) {
   for (const char*& name : filesToRemove) name = nullptr;
 }
 
-static bool makeFiles(SurveyedFile& file, const Prediction& prediction, const CheckOptions& options,
-                      NewFile (&files)[2]) {
+static bool makeFiles(SurveyedFile& file, SurveyedFile& again, const Prediction& prediction,
+                      const CheckOptions& options, NewFile (&files)[2]) {
   return begin(files[0], options.good, 0) && begin(files[1], options.rejected, 1) &&
-         writeEntries(file, prediction, files) && finish(files[0]) && finish(files[1]) && isUnchanged(file);
+         writeEntries(file, again, prediction, files) && finish(files[0]) && finish(files[1]) && isUnchanged(file);
 }
 
 // Gives both files their names. The second one can only fail where somebody has changed the folder meanwhile; then the
@@ -162,10 +153,10 @@ static bool renameFiles(NewFile (&files)[2]) {
   return syncFolderOf(files[0].name) && syncFolderOf(files[1].name);
 }
 
-bool splitInput(SurveyedFile& file, Prediction& prediction, const CheckOptions& options) {
+bool splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options) {
   rejectOwners(prediction.registry);
   NewFile files[2];
-  const bool isSplit = makeFiles(file, prediction, options, files) && renameFiles(files);
+  const bool isSplit = makeFiles(file, again, prediction, options, files) && renameFiles(files);
   if (!isSplit) {
     const std::string reason = messageReason;
     giveUp(files);

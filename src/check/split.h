@@ -7,5 +7,5 @@
 
 // Writes the entries that end a run at some slot counts, and with them all entries of the same user or group, to the
 // one file and all others to the other, as they stand, with what stands before them. Returns false, with the reason in
-// messageReason and neither file written, when that is not possible.
-bool splitInput(SurveyedFile& file, Prediction& prediction, const CheckOptions& options);
+// messageReason and neither file written, when that is not possible. The files are the input, opened twice.
+bool splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options);

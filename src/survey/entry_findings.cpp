@@ -51,6 +51,7 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
   if (lines.size() > 1 && isNamed(lines[0], "version")) findings.take({VERSION_LINE, AT_NONE, begin});
   if (lines[0].view().starts_with("\xEF\xBB\xBF")) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
   if (entry.hasNul) findings.take({NUL_BYTE, AT_NONE, begin});
+  if (prepared.hasReturn) findings.take({RETURN_IN_LINE, AT_NONE, begin});
   if (entry.hasFoldedComment) findings.take({COMMENT_IS_FOLDED, AT_NONE, begin});
   findLongLines(entry, prepared, begin, findings);
   const bool isKnown =

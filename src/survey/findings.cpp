@@ -65,6 +65,8 @@ static constexpr FindingKind kinds[] = {
     {"change-record", CHANGES, "The change record is not applied; it is converted like an entry.",
      "Export content records."},
     {"nul-byte", CHANGES, "What stands behind a NUL byte in its line is gone.", "Remove the byte."},
+    {"carriage-return", CHANGES, "What stands behind a carriage return inside a line is gone.",
+     "Remove the character."},
     {"long-line", CHANGES, "A line of 4,095 characters or more is broken apart.",
      "Shorten it; in an entry that is copied as it is folding helps, too."},
     {"oversized-entry", CHANGES, "The entry has 250,000 lines or more and is copied unconverted.",

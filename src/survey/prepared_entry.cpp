@@ -15,11 +15,21 @@ static bool beginsLine(const Line& line, std::string_view text) {
   return line.text == text.data() || line.text[-1] == '\n';
 }
 
+// True when something stands behind what ends the line.
+static bool losesEnd(const Line& line) {
+  constexpr uint32_t LINE_END = 2;
+  const std::string_view end = line.view().substr(line.contentLength);
+  if (end.size() < LINE_END || end == "\r\n") return false;
+  return end.find_first_not_of("\r\n") != std::string_view::npos;
+}
+
 // Numbers the attribute lines of the entry and says of each line that will be written where it comes from.
 static void findOrigins(const ReadEntry& entry, std::string_view text, bool areWanted, PreparedEntry& prepared) {
   prepared.origins.clear();
   prepared.attributeLines = 0;
+  prepared.hasReturn = false;
   for (const Line& line : entry.lines()) {
+    prepared.hasReturn = prepared.hasReturn || losesEnd(line);
     const bool isFirst = &line == entry.room.data();
     if (isContinuation(line) && !isFirst) continue;
     const bool isPiece = entry.hasLongLine && !isFirst && !beginsLine(line, text);

@@ -37,6 +37,7 @@ struct PreparedEntry {
   DetailText problem = NO_DETAIL;  // why the run ends here
   bool goesToOutput = false;
   bool lacksOrigins = false;     // they are needed: it has to be read and prepared once more with them
+  bool hasReturn = false;        // inside a line, with something behind it
   uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
   size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
   std::span<Line> lines;         // as they are written, a newline behind each; they stand in the room of the entry

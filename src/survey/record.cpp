@@ -8,6 +8,7 @@
 #include "rules/owner.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
+#include "survey/file_walk.h"
 
 // Reads the entry that begins in a place, enlarging the text until it holds all of it. Where the file is not in memory
 // as a whole the text is copied, with the character before it.
@@ -24,7 +25,7 @@ static std::string_view readAt(SurveyedFile& file, bool mayHoldNul, uint64_t beg
     if (!mayHoldNul) walk.searched = walk.text.size();
     readEntry(walk, loaded.read);
     const bool reachesEnd = begin - before + text.size() == file.size;
-    if (isWhole(file) || reachesEnd || !loaded.read.isEndedByText) return walk.text;
+    if (isWhole(file) || reachesEnd || !mayBeCut(loaded.read, walk.text)) return walk.text;
   }
 }
 

@@ -8,6 +8,7 @@
 #include "rules/new_dn.h"
 #include "rules/owner.h"
 #include "rules/policy_container.h"
+#include "survey/file_walk.h"
 #include "survey/registry.h"
 
 // One look at the file.
@@ -155,22 +156,9 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
 
 SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& visitor) {
   Survey survey = {.registry = registry, .visitor = visitor};
-  uint64_t begin = 0;
-  for (size_t atLeast = 1; begin < file.size;) {
-    const std::string_view text = textFrom(file, begin, atLeast);
-    const bool isRest = begin + text.size() == file.size;
-    EntryWalk walk = walkOver(text);
-    size_t passed = 0;
-    while (readEntry(walk, survey.entry)) {
-      // Where the text ends in the middle of the file the entry is read again from a text that begins with it.
-      if (!isRest && (survey.entry.isEndedByText || survey.entry.isOversized)) break;
-      takeEntry(survey, walk, begin);
-      passed = survey.entry.end;
-    }
-    registry.mayHoldNul = registry.mayHoldNul || walk.hasMetNul;
-    if (isRest) break;
-    atLeast = passed == 0 ? text.size() * 2 : 1;
-    begin += passed;
-  }
+  registry.mayHoldNul = walkEntries(file, survey.entry, [&](EntryWalk& walk, uint64_t textBegin) {
+    takeEntry(survey, walk, textBegin);
+    return true;
+  });
   return survey.counts;
 }
