@@ -7,6 +7,7 @@
 #include "rules/attribute.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
+#include "survey/progress.h"
 
 // A record that should be in the output and is not.
 struct MissingRecord {
@@ -308,6 +309,7 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   constexpr size_t AHEAD = 2;
   for (size_t i = 0; i < owners.size(); ++i) {
     if (i + AHEAD < owners.size()) fetchOwner(again, account.registry, owners[i + AHEAD]);
+    showSurveyProgress(file.program, "records", i, owners.size());
     takeOwner(accounting, maker, owners[i], rows, room);
   }
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();

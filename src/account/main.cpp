@@ -8,6 +8,7 @@
 #include "account/report.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
+#include "survey/progress.h"
 
 static constexpr char PROGRAM[] = "tqldif2v6-account";
 
@@ -29,6 +30,7 @@ static int account(const AccountOptions& options) {
   readRecords(output, records);
   Account made;
   accountFor(input, again, records, report, made);
+  endSurveyProgress();
   report.end(made);
   if (!isUnchanged(input)) endFor(options.input);
   if (!isUnchanged(output)) endFor(options.output);

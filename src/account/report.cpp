@@ -180,17 +180,19 @@ void AccountReport::writeText(const Account& account) {
   const auto& lines = account.lines;
   const auto& records = account.records;
   const Difference& first = account.first;
-  if (entriesWritten_ > 0) puts("");
+  if (options_.entry != nullptr && entriesWritten_ == 0)
+    printf("No entry of the input has the DN %s.\n", harmless(options_.entry).c_str());
+  if (isAsked(options_)) puts("");
+  const std::string input = harmless(options_.input);
   if (first.isAny) {
-    printf("%s is not a complete conversion of %s.", harmless(options_.output).c_str(),
-           harmless(options_.input).c_str());
-    if (first.outputPlace != NO_RECORD) printf(" Its line %" PRId64 ":", lineNumberOf(output_, first.outputPlace));
-    if (first.inputPlace != NO_PLACE)
-      printf(" (line %" PRId64 " of the input)", lineNumberOf(input_, first.inputPlace));
-    printf(" %s\n", first.text.c_str());
+    printf("%s is not a complete conversion of %s.\nFirst difference: ", harmless(options_.output).c_str(),
+           input.c_str());
+    if (first.outputPlace != NO_RECORD) printf("line %" PRId64 " of it, ", lineNumberOf(output_, first.outputPlace));
+    if (first.inputPlace != NO_PLACE) printf("line %" PRId64 " of the input. ", lineNumberOf(input_, first.inputPlace));
+    puts(first.text.c_str());
   } else {
-    printf("%s is a complete conversion of %s. Lines lost: %" PRId64 ".\n", harmless(options_.output).c_str(),
-           harmless(options_.input).c_str(), losses_);
+    printf("%s is a complete conversion of %s. Lines of the input that are gone: %" PRId64 ".\n",
+           harmless(options_.output).c_str(), input.c_str(), losses_);
   }
   if (options_.entry != nullptr) return;
   printf("\nEntries %" PRId64 ": copied %" PRId64 ", merged %" PRId64 ", not written %" PRId64 "\n",

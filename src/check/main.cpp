@@ -13,6 +13,7 @@
 #include "platform/file_operations.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
+#include "survey/progress.h"
 
 [[noreturn]] static void endFor(const char* name) {
   fprintf(stderr, "tqldif2v6-check: %s: %s\n", name, messageReason);
@@ -43,9 +44,11 @@ static int check(const CheckOptions& options) {
   predictRun(file, again, options.slots, report, prediction);
   findWholeProblems(options.input, textFrom(again, 0, 1), prediction, report);
   if (code != 0) failAtOnce(prediction, code);
+  endSurveyProgress();
   report.end(prediction, memoryOfRun(prediction, prediction.slots, isInMemory));
   if (!isUnchanged(file)) endFor(options.input);
-  if (options.good != nullptr && !splitInput(file, again, prediction, options)) endFor("the split");
+  if (options.good != nullptr)
+    if (const char* const failed = splitInput(file, again, prediction, options); failed != nullptr) endFor(failed);
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     failWith();
     endFor("standard output");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "rules/text.h"
+#include "survey/progress.h"
 
 static constexpr int32_t PROCESSING_FAILED = 380928302;
 static constexpr int32_t ROW_ALREADY_OCCUPIED = 380928303;
@@ -46,6 +47,7 @@ void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& fin
   constexpr size_t AHEAD = 2;
   for (size_t i = 0; i < registry.owners.size(); ++i) {
     if (i + AHEAD < registry.owners.size()) fetchOwner(*maker.file, registry, registry.owners[i + AHEAD]);
+    showSurveyProgress(maker.file->program, "records", i, registry.owners.size());
     RegistryOwner& owner = registry.owners[i];
     if (!owner.isRegular || owner.isSpoilt) continue;
     fillRows(registry, owner, rows);

@@ -1,8 +1,10 @@
 #include "check/report.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "check/slot_counts.h"
 #include "survey/shown_place.h"
@@ -21,6 +23,7 @@ void Report::take(const Finding& finding) {
     kept_.push_back(finding);
   }
   ++counts_[finding.id];
+  stopsAtOthers_ = stopsAtOthers_ || finding.at == AT_OTHERS || finding.id == TOO_MANY_LINES;
   isAnyFound_ = true;
 }
 
@@ -92,7 +95,11 @@ void Report::writeText(const Prediction& prediction, uint64_t memoryBytes) {
   if (prediction.code == 0) printf(", output %" PRIu64 " bytes", prediction.outputBytes);
   printf(", memory %" PRIu64 " MiB\n", (memoryBytes >> 20U) + 1);
   writeSlotCounts(prediction, isFolderInMemory_);
+  if (stopsAtOthers_) puts("  With some slot counts the run stops, or entries run on into others: see the problems.");
   if (!isAnyFound_) puts("\nNo problem was found.");
+  std::sort(kept_.begin(), kept_.end(), [](const Finding& one, const Finding& other) {
+    return std::pair(one.entry, one.line) < std::pair(other.entry, other.line);
+  });
   writeFindings();
 }
 

@@ -32,4 +32,5 @@ class Report final : public FindingSink {
   std::deque<Finding> kept_;
   int64_t counts_[NUMBER_OF_FINDINGS] = {};
   bool isAnyFound_ = false;
+  bool stopsAtOthers_ = false;  // other slot counts than the given ones
 };

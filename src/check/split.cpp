@@ -133,35 +133,46 @@ static void giveUp(NewFile (&files)[2]) {
   for (const char*& name : filesToRemove) name = nullptr;
 }
 
-static bool makeFiles(SurveyedFile& file, SurveyedFile& again, const Prediction& prediction,
-                      const CheckOptions& options, NewFile (&files)[2]) {
-  return begin(files[0], options.good, 0) && begin(files[1], options.rejected, 1) &&
-         writeEntries(file, again, prediction, files) && finish(files[0]) && finish(files[1]) && isUnchanged(file);
+// Returns null, or the name of the file that cannot be made.
+static const char* makeFiles(SurveyedFile& file, SurveyedFile& again, const Prediction& prediction,
+                             const CheckOptions& options, NewFile (&files)[2]) {
+  if (!begin(files[0], options.good, 0)) return options.good;
+  if (!begin(files[1], options.rejected, 1)) return options.rejected;
+  if (!writeEntries(file, again, prediction, files))
+    return ferror(files[0].stream) != 0 ? options.good : options.rejected;
+  if (!finish(files[0])) return options.good;
+  if (!finish(files[1])) return options.rejected;
+  return isUnchanged(file) ? nullptr : options.input;
 }
 
 // Gives both files their names. The second one can only fail where somebody has changed the folder meanwhile; then the
 // first is taken away.
-static bool renameFiles(NewFile (&files)[2]) {
-  if (rename(files[0].unfinished.c_str(), files[0].name.c_str()) != 0) return failWith();
+static const char* renameFiles(NewFile (&files)[2], const CheckOptions& options) {
+  if (rename(files[0].unfinished.c_str(), files[0].name.c_str()) != 0) {
+    failWith();
+    return options.good;
+  }
   files[0].unfinished.clear();
   if (rename(files[1].unfinished.c_str(), files[1].name.c_str()) != 0) {
     failWith();
     unlink(files[0].name.c_str());
-    return false;
+    return options.rejected;
   }
   files[1].unfinished.clear();
-  return syncFolderOf(files[0].name) && syncFolderOf(files[1].name);
+  if (!syncFolderOf(files[0].name)) return options.good;
+  return syncFolderOf(files[1].name) ? nullptr : options.rejected;
 }
 
-bool splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options) {
+const char* splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options) {
   rejectOwners(prediction.registry);
   NewFile files[2];
-  const bool isSplit = makeFiles(file, again, prediction, options, files) && renameFiles(files);
-  if (!isSplit) {
+  const char* failed = makeFiles(file, again, prediction, options, files);
+  if (failed == nullptr) failed = renameFiles(files, options);
+  if (failed != nullptr) {
     const std::string reason = messageReason;
     giveUp(files);
     snprintf(messageReason, sizeof messageReason, "%s", reason.c_str());
   }
   for (const char*& name : filesToRemove) name = nullptr;
-  return isSplit;
+  return failed;
 }

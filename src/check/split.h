@@ -6,6 +6,7 @@
 #include "survey/surveyed_file.h"
 
 // Writes the entries that end a run at some slot counts, and with them all entries of the same user or group, to the
-// one file and all others to the other, as they stand, with what stands before them. Returns false, with the reason in
-// messageReason and neither file written, when that is not possible. The files are the input, opened twice.
-bool splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options);
+// one file and all others to the other, as they stand, with what stands before them. Returns null; or, with the reason
+// in messageReason and neither file written, the name of the file with which that is not possible. The files are the
+// input, opened twice.
+const char* splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options);

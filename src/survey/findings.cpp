@@ -5,7 +5,7 @@
 // By FindingId.
 static constexpr FindingKind kinds[] = {
     {"entry-begins-with-continuation", STOPS, "The entry begins with the continuation of another line.",
-     "Write the comment before it on one line, or remove it."},
+     "Write a comment before it on one line; remove a line of blanks alone."},
     {"user-without-authority", STOPS, "The user has no secAuthority.", "Add the attribute or remove the user."},
     {"user-without-name", STOPS, "The user has no principalName.", "Add the attribute or remove the user."},
     {"users-entry-without-authority", STOPS, "The entry under cn=Users has no secAuthority.",
@@ -49,7 +49,7 @@ static constexpr FindingKind kinds[] = {
     {"base-64-in-new-dn", CHANGES, "The name is in base 64, and the new DN gets that text.",
      "Write the name in plain characters."},
     {"special-character-in-new-dn", CHANGES, "The name has a character that a DN must escape, and the new DN does not.",
-     "Change the name."},
+     "Escape it in the new DN, or change the name."},
     {"name-from-another-line", CHANGES, "The new DN gets its name from a line of another attribute.",
      "Put the line with the name before it."},
     {"new-dn-twice", CHANGES, "Another record has the same new DN.", "Give one of the two another name."},

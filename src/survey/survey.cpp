@@ -9,6 +9,7 @@
 #include "rules/owner.h"
 #include "rules/policy_container.h"
 #include "survey/file_walk.h"
+#include "survey/progress.h"
 #include "survey/registry.h"
 
 // One look at the file.
@@ -158,6 +159,7 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
   Survey survey = {.registry = registry, .visitor = visitor};
   registry.mayHoldNul = walkEntries(file, survey.entry, [&](EntryWalk& walk, uint64_t textBegin) {
     takeEntry(survey, walk, textBegin);
+    showSurveyProgress(file.program, "entries", textBegin + survey.entry.end, file.size);
     return true;
   });
   return survey.counts;

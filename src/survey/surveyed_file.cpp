@@ -36,6 +36,7 @@ static void endForLostText(int) {
 
 bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
   programName = program;
+  file.program = program;
   file.name = name;
   file.descriptor = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (file.descriptor < 0 || fstat(file.descriptor, &file.state) != 0) return failWith();

@@ -11,6 +11,7 @@
 
 struct SurveyedFile {
   int descriptor = -1;
+  const char* program = "";  // that looks at it
   const char* name = "";
   uint64_t size = 0;       // bytes
   struct stat state = {};  // at its opening
