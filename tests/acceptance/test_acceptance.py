@@ -2,6 +2,8 @@
 exported, converted, and imported into a server with the version 6 layout. What that server then holds is compared with
 what the maker of the registry says. The commands are those of docs/migration.md, taken from there.
 
+Takes tqldif2v6-check and tqldif2v6-account from the folder of the tool.
+
 Needs slapd, slapadd, slapcat, ldapadd and ldapsearch. The servers are private: a copy of the program, its own
 configuration, databases and socket, all in a scratch folder. Where slapd is not installed the tests fail, or are
 skipped if TQLDIF2V6_SKIP_WITHOUT_SLAPD is set.
@@ -147,7 +149,7 @@ def setUpModule():
     shutil.copy2(programs["slapd"], path / "slapd")
     for name in ("slapadd", "slapcat"):
         (path / name).symlink_to("slapd")
-    os.environ["PATH"] = f"{path}:{os.environ['PATH']}"
+    os.environ["PATH"] = f"{path}:{Path(tool).parent}:{os.environ['PATH']}"
 
     registry = make_registry()
     old = Directory(scratch / "old", "old")
@@ -163,9 +165,8 @@ def setUpModule():
 class Migration(unittest.TestCase):
     def setUp(self):
         self.folder = Path(tempfile.mkdtemp(dir=scratch))
-        (self.folder / "scripts").mkdir()
-        (self.folder / "scripts" / "run").symlink_to(tool)
         (self.folder / "export.ldif").write_bytes(export)
+        (self.folder / "good.ldif").write_bytes(export)
 
     def new_directory(self, name="new"):
         directory = Directory(self.folder / name, "new")
@@ -173,13 +174,14 @@ class Migration(unittest.TestCase):
         return directory
 
     def convert(self, users=1000, groups=1000):
-        """Converts the export; returns the entries that are expected of it."""
+        """Converts the export and accounts for it; returns the entries that are expected of it."""
         before = int(time.time())
         follow("Convert", self.folder, users=users, groups=groups)
         now = int(time.time())
         self.assertEqual((self.folder / "errors.txt").read_text(), "")
         # The one authority without an install date is given the local time, on the twelve-hour clock.
         dates = [time.strftime("%Y%m%d%I%M%S.0Z", time.localtime(second)) for second in range(before, now + 1)]
+        follow("Account", self.folder)
         converted = (self.folder / "converted.ldif").read_text()
         return expected_entries(next((date for date in dates if f"installDate: {date}\n" in converted), dates[0]))
 
@@ -229,13 +231,16 @@ class Acceptance(Migration):
 
 
 class Sabotage(Migration):
-    """The comparison notices what goes wrong with a converted file."""
+    """The comparison notices what goes wrong with a converted file, and so does the account."""
 
     def found_after(self, damage):
         expected = self.convert()
         file = self.folder / "converted.ldif"
         records = file.read_text().removesuffix("\n\n").split("\n\n")
         file.write_text(damage(records))
+        follow("Account", self.folder, check=False)
+        self.assertIn("converted.ldif is not a complete conversion of good.ldif",
+                      (self.folder / "account.txt").read_text())
         return expected, self.imported(self.new_directory(), check=False)
 
     @staticmethod
@@ -278,11 +283,15 @@ class Sabotage(Migration):
 class Guide(Migration):
     def test_every_step_in_order_ends_with_equal_counts_and_a_clean_folder(self):
         new = self.new_directory()
-        variables = {"old": old.config, "new": new.config, "url": new.url, "users": 1000, "groups": 1000}
-        for heading in ("Export", "Strip", "Check", "Convert", "Split", "Dry run", "Import"):
+        variables = {"old": old.config, "new": new.config, "url": new.url}
+        for heading in ("Export", "Strip", "Check"):
             printed = follow(heading, self.folder, **variables)
-            if heading == "Check":
-                self.assertEqual(printed, "")
+        self.assertEqual(self.stopping(printed), [])
+        variables["users"], variables["groups"] = re.search(r"^ *(\d+) +(\d+) .*recommended", printed, re.M).groups()
+        for heading in ("Set aside", "Convert", "Account", "Split", "Dry run", "Import"):
+            follow(heading, self.folder, **variables)
+        size = (self.folder / "converted.ldif").stat().st_size
+        self.assertIn(f"output {size} bytes", printed)
         new.start()
         policies = sum(user.policy is not None for user in registry.users) + 3
         self.assertEqual(follow("Verify", self.folder, **variables).splitlines(), [
@@ -290,43 +299,78 @@ class Guide(Migration):
             "credentials: 12 12"])
         follow("Clean up", self.folder, **variables)
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()),
-                         ["errors.txt", "messages.txt", "new", "scripts"])
+                         ["account.txt", "check.txt", "errors.txt", "messages.txt", "new"])
+
+    def test_a_user_set_aside_is_imported_later(self):
+        user = next(user for user in registry.users if user.policy and user.users_entry)
+        mapping = next(record for record in export.split(b"\n\n")
+                       if record.startswith(b"dn: secuuid=%b," % dict(user.mapping)["secuuid"].encode()))
+        (self.folder / "export.ldif").write_bytes(export.replace(mapping + b"\n\n", b""))
+        self.assertEqual(self.stopping(follow("Check", self.folder)), ["user-without-map"])
+        follow("Set aside", self.folder)
+        expected = self.convert()
+        directory = self.new_directory()
+        found = self.imported(directory)
+        dns = {dn.lower() for dn, _ in user.new_entries()} - {user.person[0].lower()}
+        self.assertEqual(differences(expected, found), sorted(f"missing: {dn}" for dn in dns))
+
+        rejected = (self.folder / "rejected.ldif").read_bytes()
+        self.folder = self.folder / "later"
+        self.folder.mkdir()
+        (self.folder / "export.ldif").write_bytes(rejected + mapping + b"\n\n")
+        for heading in ("Check", "Set aside", "Convert", "Account", "Import into a running server"):
+            follow(heading, self.folder, users=1, groups=1, url=directory.url)
+        self.assertEqual(differences(expected, directory.entries()), [])
+
+    def test_a_name_with_a_comma_can_be_escaped_after_the_account(self):
+        user = next(user for user in registry.users if user.policy and user.authority == "Default")
+        text = (self.folder / "good.ldif").read_text()
+        (self.folder / "good.ldif").write_text(text.replace(f"principalName: {user.name}\n",
+                                                            f"principalName: x,{user.name}\n"))
+        self.convert()
+        converted = (self.folder / "converted.ldif").read_text()
+        (self.folder / "converted.ldif").write_text(
+            re.sub(rf"^(dn: .*principalName=x),(?={user.name},)", r"\1\\2C", converted, flags=re.M))
+        found = self.imported(self.new_directory())
+        self.assertEqual(len([dn for dn in found if f"principalname=x\\2c{user.name}," in dn]), 3)
 
     def test_check_names_what_cannot_be_converted(self):
         dn = "dn: secAuthority=Default,cn=a"
         mapping = "dn: secuuid=1,cn=Users,secAuthority=Default\nobjectClass: secMap\nsecDN: cn=A\n\n"
-        for warning, lines in {
-            "folded line of blanks alone": ["description: a", " " * 78, " b"],
-            "name in base 64": ["principalName:: asO8"],
-            "name that needs escapes in a DN": ["principalName: a,b"],
-            "value that looks like an access list": ["description: see ACL: staff"],
-            "too many lines": [f"description: {number}" for number in range(47)],
-            "line too long": ["description: " + "x" * 70] + [" " + "x" * 77] * 60,
+        for finding, lines in {
+            "entry-begins-with-continuation": ["principalName: a", "description: a", " " * 78, " b"],
+            "base-64-in-new-dn": ["principalName:: asO8"],
+            "special-character-in-new-dn": ["principalName: a,b"],
+            "looks-like-bookkeeping": ["principalName: a", "description: see ACL: staff"],
+            "too-many-lines": ["principalName: a", *[f"description: {number}" for number in range(47)]],
+            "long-line": ["principalName: a", "description: " + "x" * 70] + [" " + "x" * 77] * 60,
         }.items():
-            with self.subTest(warning):
-                self.assertEqual(self.check("\n".join([dn, "objectClass: secUser", *lines]) + "\n\n" + mapping),
-                                 f"{warning}: {dn}\n")
-        for warning, text in {
-            "DN in base 64: dn:: Y249w7w=": "dn:: Y249w7w=\nobjectClass: person\n\n",
-            "value that looks like a control: dn: cn=a":
-                "dn: cn=a\nobjectClass: secPolicy\ndescription: Control: a\n\n",
-            "no secMap entry: secauthority=default,cn=b": "dn: secAuthority=Default,cn=b\nobjectClass: secUser\n\n",
-            "secMap entry of nobody: secauthority=default,cn=a": mapping,
+            with self.subTest(finding):
+                self.assertIn(finding, self.found("\n".join([dn, "objectClass: secUser", "secAuthority: Default",
+                                                             *lines]) + "\n\n" + mapping))
+        user = "\nobjectClass: secUser\nsecAuthority: Default\nprincipalName: a\n"
+        for finding, text in {
+            "user-without-map": f"{dn}{user}\n",
+            "user-without-own-entry": mapping,
+            "looks-like-bookkeeping": f"{dn}{user}\n{mapping}dn: cn=Policy,{dn[4:]}\nobjectClass: secPolicy\n"
+                                      "description: Control: a\n\n",
         }.items():
-            with self.subTest(warning):
-                self.assertEqual(self.check(text), warning + "\n")
+            with self.subTest(finding):
+                self.assertEqual(self.found(text), [finding])
         with self.subTest("comma written in two ways"):
-            text = f"{dn}\\2C b\nobjectClass: secUser\n\n" + mapping.replace("cn=A", "cn=a\\, b")
-            self.assertEqual(self.check(text), "no secMap entry: secauthority=default,cn=a\\2c b\n"
-                             "secMap entry of nobody: secauthority=default,cn=a\\,b\n")
+            self.assertEqual(self.found(f"{dn}\\2C b{user}\n" + mapping.replace("cn=A", "cn=a\\, b")),
+                             ["user-without-map", "user-without-own-entry"])
         with self.subTest("entry under cn=Users alone"):
-            text = ("dn: principalName=a,cn=Users,secAuthority=Default\nobjectClass: secUser\nsecAuthority: Default\n"
-                    "secDN: cn=a\n\n" + mapping)
-            self.assertEqual(self.check(text), "no secUser entry of its own: secauthority=default,cn=a\n")
+            self.assertEqual(self.found(f"dn: principalName=a,cn=Users,secAuthority=Default{user}secDN: cn=a\n\n"
+                                        + mapping), ["user-without-own-entry"])
 
-    def check(self, text):
+    @staticmethod
+    def stopping(printed):
+        return re.findall(r"^([\w-]+) \(stops\)", printed, re.M)
+
+    def found(self, text):
         (self.folder / "export.ldif").write_text(text)
-        return follow("Check", self.folder)
+        return re.findall(r"^([\w-]+) \(\w+\)", follow("Check", self.folder), re.M)
 
 
 if __name__ == "__main__":

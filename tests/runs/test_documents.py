@@ -9,7 +9,7 @@ from pathlib import Path
 project = Path(__file__).resolve().parent.parent.parent
 documents = [project / name for name in ("README.md", "CONTRIBUTING.md", "CHANGELOG.md", "examples/README.md",
                                          "docs/architecture.md", "docs/work-file-format.md", "docs/migration.md",
-                                         "tests/fuzz/README.md")]
+                                         "tests/fuzz/README.md", "tests/companions/README.md")]
 
 
 def indented_blocks(document):
@@ -70,6 +70,14 @@ class Documents(unittest.TestCase):
                      "tests/model/differential.py", "tests/mutants/plant.py", "tests/faults/under_valgrind.py"):
             with self.subTest(script=name):
                 self.assertTrue(os.access(project / name, os.X_OK))
+
+
+class Migration(unittest.TestCase):
+    def test_it_tells_of_every_finding_of_the_check(self):
+        findings = re.findall(r'^    \{"([\w-]+)"', (project / "src" / "survey" / "findings.cpp").read_text(), re.MULTILINE)
+        self.assertGreater(len(findings), 40)
+        told = re.findall(r"`([\w-]+)`", (project / "docs" / "migration.md").read_text())
+        self.assertEqual([finding for finding in findings if finding not in told], [])
 
 
 class Contributing(unittest.TestCase):
