@@ -49,6 +49,12 @@ bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
   return true;
 }
 
+void closeSurveyed(SurveyedFile& file) {
+  if (file.window != nullptr) munmap(const_cast<char*>(file.window), file.windowLength);
+  if (file.descriptor >= 0) close(file.descriptor);
+  file = {};
+}
+
 bool isWhole(const SurveyedFile& file) { return file.windowLength == file.size; }
 
 // The address space can be smaller than expected, too.

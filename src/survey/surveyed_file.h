@@ -30,6 +30,9 @@ bool openSurveyed(const char* program, const char* name, SurveyedFile& file);
 // always what there is when it is less. It stays until the next call that asks for what is not in the window.
 std::string_view textFrom(SurveyedFile& file, uint64_t begin, size_t atLeast);
 
+// Closes it and takes it out of memory.
+void closeSurveyed(SurveyedFile& file);
+
 // True when the file is in memory as a whole, so that its texts stay.
 bool isWhole(const SurveyedFile& file);
 

@@ -20,7 +20,7 @@ import tempfile
 import time
 
 FUZZ = pathlib.Path(__file__).resolve().parent
-TARGETS = ["stream", "reader", "merge", "dn", "conversion"]
+TARGETS = ["stream", "reader", "merge", "dn", "conversion", "survey"]
 LONGEST_INPUT = 4096  # bytes; repetition marks make more of them
 LONGEST_KEPT_INPUT = 1024  # bytes, of the inputs in the tree
 TIME_LIMIT = 20  # seconds for one input
