@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <unordered_set>
 
 #include "rules/attribute.h"
 #include "rules/policy_container.h"
@@ -69,6 +68,17 @@ static void settleFates(Fates& fates, Entry lines, bool isFound) {
   }
 }
 
+static void takeCopiedEntry(Accounting& accounting, Entry lines, std::span<const Origin> origins, Road road,
+                            uint64_t begin, Fates& fates) {
+  accounting.text.clear();
+  putLines(accounting.text, lines, road);
+  const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
+  const bool isFound = find(accounting, road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD, begin, hasAddedDate);
+  findFatesAlone(lines, origins, road, false, fates);
+  settleFates(fates, lines, isFound);
+  tally(accounting, {begin, isFound ? "copied" : "missing", lines[0].content(), lines, origins, &fates, lines});
+}
+
 class CopiedEntries final : public EntryVisitor {
  public:
   explicit CopiedEntries(Accounting& accounting) : accounting_(accounting) {}
@@ -89,15 +99,9 @@ class CopiedEntries final : public EntryVisitor {
   }
 
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
-    accounting_.text.clear();
-    putLines(accounting_.text, lines, road);
-    const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
-    const RecordKind kind = road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD;
-    if (road == STRAIGHT_THROUGH) accounting_.copiedBytes += accounting_.text.size();
-    const bool isFound = find(accounting_, kind, begin, hasAddedDate);
-    findFatesAlone(lines, origins, road, false, fates_);
-    settleFates(fates_, lines, isFound);
-    tally(accounting_, {begin, isFound ? "copied" : "missing", lines[0].content(), lines, origins, &fates_, lines});
+    if (road == REMAINING) return;  // their turn comes at the end, as in a run
+    takeCopiedEntry(accounting_, lines, origins, road, begin, fates_);
+    accounting_.copiedBytes += accounting_.text.size();
   }
 
   // Such an entry has its place in the output: where those before it end.
@@ -121,7 +125,7 @@ class CopiedEntries final : public EntryVisitor {
     isOversized_ = false;
     accounting_.copiedBytes += length;
     accounting_.expectedBytes += length;
-    const bool isFound = isSame_ && partRecord(accounting_.output, from, at_);
+    const bool isFound = isSame_ && takeRecordAt(accounting_.output, from, at_);
     accounting_.account.lines[isFound ? KEPT : LOST] += kept_;
     accounting_.account.lines[BOOKKEEPING] += gone_;
     if (isFound)
@@ -152,21 +156,10 @@ class CopiedEntries final : public EntryVisitor {
   uint64_t at_ = 0;
 };
 
-// Lines that are not of their own because the one before them is not closed.
-static void findGlued(const RecordSurvivors& survivors, std::unordered_set<const char*>& glued) {
-  glued.clear();
-  const Line* before = nullptr;
-  for (const Line* line : survivors.lines) {
-    if (before != nullptr && before->text[before->length - 1] != '\n') glued.insert(line->text);
-    before = line;
-  }
-}
-
 // The records of one user or group.
 struct OwnerRecords {
   RecordSurvivors survivors;
   Fates fates;
-  std::unordered_set<const char*> glued;
   NewDns newDns;
 };
 
@@ -202,17 +195,11 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   const bool isFound = find(accounting, side == USER_SIDE ? USER_RECORD : GROUP_RECORD, begin);
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen, begin);
   findNameChanges(maker, rows, side, room.newDns, accounting.sink);
-  bool isFirst = true;
   findFatesOfSlot(maker, rows, side, room.survivors, room.fates,
                   accounting.sink.wantsEntries() || !maker.registry->isRegular,
                   [&](const LoadedEntry& entry, EntryKind kind, Fates& fates) {
-                    if (isFirst) findGlued(room.survivors, room.glued);
-                    isFirst = false;
                     const bool isPolicy = kind == SECPOLICY_KIND;
                     settleFates(fates, entry.lines, isPolicy ? isPolicyFound : isFound);
-                    for (size_t i = 0; !isPolicy && i < fates.size(); ++i)
-                      if ((fates[i] == KEPT || fates[i] == RENAMED) && room.glued.contains(entry.lines[i].text))
-                        fates[i] = LOST;
                     const char* what = isPolicy ? "copied" : "merged";
                     if (kind == SECPOLICYDATA_KIND)
                       what = "not written";
@@ -227,9 +214,9 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
 }
 
 // The entries of an owner as a run gathers them: of each kind one at a time, in their order.
-static void takeOwner(Accounting& accounting, RecordMaker& maker, const RegistryOwner& owner, SlotRows& rows,
-                      OwnerRecords& room) {
-  const auto& entries = maker.registry->entries;
+template <typename TakeLayer>
+static void forEachLayer(const Registry& registry, const RegistryOwner& owner, SlotRows& rows, TakeLayer takeLayer) {
+  const auto& entries = registry.entries;
   for (uint32_t layer = 0, count = 1; count > 0; ++layer) {
     uint32_t seen[RESCREDS_KIND] = {};
     for (auto& parts : rows.parts) parts.clear();
@@ -243,7 +230,7 @@ static void takeOwner(Accounting& accounting, RecordMaker& maker, const Registry
       if (kind == SECPOLICY_KIND) rows.policyDn = i;
       ++count;
     }
-    if (count > 0) takeRecords(accounting, maker, rows, owner.side, room);
+    if (count > 0) takeLayer();
   }
 }
 
@@ -256,6 +243,54 @@ static void takeWithoutOwner(Accounting& accounting, RecordMaker& maker, Fates& 
     accounting.missing.push_back({entries[i].begin, 0});
     loseEntry(accounting, loadedEntry(maker, i), UNKNOWN_KIND, fates);
   }
+}
+
+static void takeCredentials(Accounting& accounting, RecordMaker& maker, Fates& fates) {
+  const auto& entries = maker.registry->entries;
+  for (uint32_t i = 0; i < entries.size(); ++i) {
+    if (entries[i].kind != RESCREDS_KIND || entries[i].endsPreparation) continue;
+    maker.loadedCount = 0;
+    const LoadedEntry& entry = loadedEntry(maker, i);
+    takeCopiedEntry(accounting, entry.lines, entry.origins, REMAINING, entry.begin, fates);
+  }
+}
+
+// A record whose last line has been cut has no empty line behind it: the next one goes on there. It is parted from it
+// before any is looked for.
+static bool partOpenRecord(Accounting& accounting) {
+  return !accounting.text.ends_with("\n\n") && partRecord(accounting.output, accounting.text);
+}
+
+static bool partOpenRecords(Accounting& accounting, RecordMaker& maker, const RegistryOwner& owner, SlotRows& rows) {
+  bool isAny = false;
+  forEachLayer(*maker.registry, owner, rows, [&] {
+    const SlotRecords& records = makeRecords(maker, owner.side, rows);
+    if (records.problem != NO_DETAIL) return;
+    accounting.text = records.newDn;
+    putLines(accounting.text, Entry(records.merged).subspan(1), MERGED);
+    isAny = partOpenRecord(accounting) || isAny;
+    if (!records.hasPolicy) return;
+    accounting.text = records.policyDn;
+    putLines(accounting.text, Entry(records.policyLines).subspan(1), POLICY);
+    isAny = partOpenRecord(accounting) || isAny;
+  });
+  return isAny;
+}
+
+// Returns false when there was none any more.
+static bool partAllOpenRecords(Accounting& accounting, RecordMaker& maker, SlotRows& rows) {
+  bool isAny = false;
+  for (const RegistryOwner& owner : maker.registry->owners)
+    isAny = partOpenRecords(accounting, maker, owner, rows) || isAny;
+  const auto& entries = maker.registry->entries;
+  for (uint32_t i = 0; i < entries.size(); ++i) {
+    if (entries[i].kind != RESCREDS_KIND || entries[i].endsPreparation) continue;
+    maker.loadedCount = 0;
+    accounting.text.clear();
+    putLines(accounting.text, loadedEntry(maker, i).lines, REMAINING);
+    isAny = partOpenRecord(accounting) || isAny;
+  }
+  return isAny;
 }
 
 // Names the first difference: a record of the output that should not be there, with the one that should, or one that is
@@ -305,13 +340,17 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
   OwnerRecords room;
   SlotRows rows;
+  while (account.registry.hasOpenLines && partAllOpenRecords(accounting, maker, rows)) {
+  }
   const auto& owners = account.registry.owners;
   constexpr size_t AHEAD = 2;
   for (size_t i = 0; i < owners.size(); ++i) {
     if (i + AHEAD < owners.size()) fetchOwner(again, account.registry, owners[i + AHEAD]);
     showSurveyProgress(file.program, "records", i, owners.size());
-    takeOwner(accounting, maker, owners[i], rows, room);
+    forEachLayer(account.registry, owners[i], rows,
+                 [&] { takeRecords(accounting, maker, rows, owners[i].side, room); });
   }
+  takeCredentials(accounting, maker, room.fates);
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();
   if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
   // Lines that read as nothing once they have been written.

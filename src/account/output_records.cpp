@@ -77,7 +77,7 @@ static void add(OutputRecords& records, std::string_view text, uint64_t begin) {
   OutputRecord record = {};
   const bool hasDate = endsWithDate(text);
   record.hash = hashOfRecord(text, hasDate);
-  record.place = begin & ((uint64_t{1} << 47U) - 1);
+  record.place = begin & ((uint64_t{1} << 46U) - 1);
   record.hasDate = hasDate ? 1 : 0;
   record.isThere = 1;
   insert(records, record);
@@ -116,9 +116,10 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
 }
 
 // True when the record at the begin of a text is the expected one.
-static bool isSame(std::string_view text, std::string_view expected, bool hasAddedDate) {
+static bool isSame(std::string_view text, std::string_view expected, bool isOpen, bool hasAddedDate) {
   const std::string_view record = text.substr(0, expected.size());
-  const bool isEnd = text.size() == expected.size() || (text.size() > expected.size() && text[expected.size()] == '\n');
+  const bool isEnd =
+      isOpen || text.size() == expected.size() || (text.size() > expected.size() && text[expected.size()] == '\n');
   if (!isEnd || record.size() != expected.size()) return false;
   if (!hasAddedDate) return record == expected;
   return withoutDate(record) == withoutDate(expected);
@@ -131,7 +132,7 @@ static bool findOne(OutputRecords& records, std::string_view expected, bool hasA
     OutputRecord& record = records.places[place];
     if (record.hash != hash || record.isFound != 0) continue;
     const std::string_view text = textFrom(*records.file, record.place, expected.size() + 1);
-    if (!isSame(text, expected, hasAddedDate)) continue;
+    if (!isSame(text, expected, record.isOpen != 0, hasAddedDate)) continue;
     record.isFound = 1;
     return true;
   }
@@ -152,12 +153,38 @@ bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate
   return areFound;
 }
 
-bool partRecord(OutputRecords& records, uint64_t begin, uint64_t place) {
+// Parts a record in two. Returns the first of them.
+static OutputRecord& part(OutputRecords& records, OutputRecord& record, size_t length) {
+  const uint64_t begin = record.place;
+  const uint64_t end = begin + length;
+  SurveyedFile& file = *records.file;
+  record.isFound = 1;  // as a whole it is none
+  const std::string_view first = textFrom(file, begin, length).substr(0, length);
+  add(records, first, begin);
+  const std::string rest = end < file.size ? std::string(recordAt(file, end)) : std::string();
+  if (!rest.empty() && rest[0] != '\n') add(records, rest, end);
+  OutputRecord& parted = *std::find_if(records.places.begin(), records.places.end(), [&](const OutputRecord& other) {
+    return other.isThere != 0 && other.isFound == 0 && other.place == begin;
+  });
+  parted.isOpen = 1;
+  return parted;
+}
+
+bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
+  const auto found = std::find_if(records.places.begin(), records.places.end(), [&](const OutputRecord& record) {
+    return record.isThere != 0 && record.isFound == 0 && record.place == begin;
+  });
+  if (found == records.places.end()) return false;
+  part(records, *found, static_cast<size_t>(end - begin)).isFound = 1;
+  return true;
+}
+
+bool partRecord(OutputRecords& records, std::string_view text) {
   for (OutputRecord& record : records.places) {
-    if (record.isThere == 0 || record.place != begin) continue;
-    record.isFound = 1;
-    const std::string_view rest = place < records.file->size ? recordAt(*records.file, place) : std::string_view();
-    if (!rest.empty() && rest[0] != '\n') add(records, rest, place);
+    if (record.isThere == 0 || record.isFound != 0 || record.isOpen != 0) continue;
+    const std::string_view there = textFrom(*records.file, record.place, text.size() + 1);
+    if (!there.starts_with(text) || there.size() == text.size() || there[text.size()] == '\n') continue;
+    part(records, record, text.size());
     return true;
   }
   return false;

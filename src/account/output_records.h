@@ -11,7 +11,8 @@
 // A run of lines between empty lines.
 struct OutputRecord {
   uint64_t hash;
-  uint64_t place : 47;   // where it begins
+  uint64_t place : 46;   // where it begins
+  uint64_t isOpen : 1;   // another one goes on where it ends, without an empty line
   uint64_t hasDate : 1;  // its last line is an install date
   uint64_t isFound : 1;
   uint64_t isThere : 1;  // the table has a record here
@@ -31,8 +32,12 @@ void readRecords(SurveyedFile& file, OutputRecords& records);
 // several records where it holds empty lines; all of them must be there. Of an added install date only the form counts.
 bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate);
 
-// Parts what stands behind a place, in the middle of a record, from what stands before it, which counts as found.
-bool partRecord(OutputRecords& records, uint64_t begin, uint64_t place);
+// Finds a record that ends in a place and has no empty line there. What stands behind it is another one. Returns false
+// when no record begins there.
+bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end);
+
+// Parts a record that begins with a text and goes on behind it into two. Returns false when there is none.
+bool partRecord(OutputRecords& records, std::string_view text);
 
 // Returns the place of the first record that has not been found; NO_RECORD when all have. isDoubled tells whether one
 // just like it has.

@@ -1,7 +1,9 @@
 #include "survey/line_fates.h"
 
 #include <algorithm>
+#include <cstring>
 
+#include "rules/known_names.h"
 #include "rules/text.h"
 
 static std::string_view nameOf(const Line& line) {
@@ -19,6 +21,9 @@ static bool isBookkeeping(const Line& line) {
 }
 
 static LineFate fateOfGone(const Line& line, Road road) {
+  constexpr uint32_t NAMES = namesOfDropped().names | nameBit("aclpropagate");
+  static_assert(namesOfDropped().endings == 0, "all dropped names are known ones");
+  if ((line.names & NAMES) == 0) return LOST;
   if (isBookkeeping(line)) return BOOKKEEPING;
   return isDropped(line, road) ? LOOKS_LIKE_BOOKKEEPING : LOST;
 }
@@ -67,8 +72,12 @@ void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
   while (size < records.merged.size() * 4) size *= 2;
   survivors.places.assign(size, nullptr);
   survivors.lines.clear();
+  bool isOpen = false;
   for (const Line& line : Entry(records.merged).subspan(1)) {
     if (isDropped(line, MERGED)) continue;
+    const bool isGlued = isOpen;
+    isOpen = line.text[line.length - 1] != '\n';
+    if (isGlued) continue;
     survivors.lines.push_back(&line);
     survivors.places[placeOf(survivors, line.text)] = line.text;
   }
@@ -80,7 +89,7 @@ static bool survives(const RecordSurvivors& survivors, const Line& line) {
 
 static bool isEqualLine(const Line& line, const Line& other) {
   return line.contentLength == other.contentLength && line.endings == other.endings &&
-         line.content() == other.content();
+         memcmp(line.text, other.text, line.contentLength) == 0;
 }
 
 static LineFate fateOfMissing(const Line& line, const RecordSurvivors& survivors) {
@@ -96,6 +105,10 @@ static LineFate fateOfMissing(const Line& line, const RecordSurvivors& survivors
   return fate;
 }
 
+static bool isObjectClass(const Line& line) {
+  return (line.names & nameBit("objectclass")) != 0 && isNamed(line, "objectclass");
+}
+
 void findMergedFates(const LoadedEntry& entry, const RecordSurvivors& survivors, bool isOwnEntry, bool isBase,
                      Fates& fates) {
   fates.assign(entry.lines.size(), KEPT);
@@ -105,7 +118,7 @@ void findMergedFates(const LoadedEntry& entry, const RecordSurvivors& survivors,
       fates[i] = RENAMED;
     else if (survives(survivors, line))
       fates[i] = fateOfWritten(entry.origins[i]);
-    else if (i == 0 || (!isBase && isNamed(line, "objectclass")))
+    else if (i == 0 || (!isBase && isObjectClass(line)))
       fates[i] = ABSORBED;
     else
       fates[i] = fateOfMissing(line, survivors);

@@ -25,7 +25,8 @@ using Fates = std::vector<LineFate>;
 // Finds the fates of the lines of an entry that is written alone, but for its first line when that gets a new DN.
 void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, bool getsNewDn, Fates& fates);
 
-// Finds out which lines are in the record of a user or a group. To be made of the records first.
+// Finds out which lines are in the record of a user or a group: as lines of their own, and not as more of a line that
+// has been cut and so has no line end. To be made of the records first.
 struct RecordSurvivors {
   std::vector<const char*> places;  // hash table of their texts
   std::vector<const Line*> lines;
