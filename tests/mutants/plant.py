@@ -27,9 +27,22 @@ LARGEST_FILE = 64 * 1024 * 1024  # bytes; a mistake may make the tool write for 
 
 class Suite(NamedTuple):
     name: str
-    target: str
+    target: str   # of the build, or several parted by blanks
     command: list
     failure: str  # expression for the line of a failed test, its first group the test's name
+
+
+def companionRuns(tree, build):
+    """The commands that prove the companions, the quick ones first."""
+    programs = f"--tool {build}/tqldif2v6 --check {build}/tqldif2v6-check"
+    account = f"{programs} --account {build}/tqldif2v6-account"
+    python, tests = f"{sys.executable} -u", f"{tree}/tests/companions"
+    return [f"{python} {tests}/test_findings.py {build}/tqldif2v6-check {build}/tqldif2v6",
+            f"{python} {tests}/check_agreement.py {programs} --kind hostile --seeds 1-150",
+            f"{python} {tests}/split_agreement.py {programs} --kind hostile --seeds 1-80",
+            f"{python} {tests}/account_agreement.py {account} --kind hostile --seeds 1-80",
+            f"{python} {tests}/edge_agreement.py {account} rows",
+            f"{python} {tests}/test_faults.py {build}/tqldif2v6-check {build}/tqldif2v6-account"]
 
 
 def suitesOf(tree, build):
@@ -46,6 +59,8 @@ def suitesOf(tree, build):
                                        f'"{sys.executable}" -u "{tree}/tests/faults/test_$script.py" "{tool}" '
                                        f'"{build}/tests/faults/libinject.so"; done 2>&1'],
               r"(?:FAIL|ERROR): (\w+)"),
+        Suite("companion run", "tqldif2v6 tqldif2v6-check tqldif2v6-account",
+              ["/bin/sh", "-c", " ; ".join(companionRuns(tree, build)) + " 2>&1"], r"(?:FAILED )?(\S.*):$"),
     ]
 
 
@@ -63,7 +78,7 @@ def copyProject(folder):
 
 
 def builds(build, target):
-    return subprocess.run(["cmake", "--build", build, "--target", target, "-j1"],
+    return subprocess.run(["cmake", "--build", build, "--target", *target.split(), "-j1"],
                           stdout=subprocess.DEVNULL).returncode == 0
 
 
@@ -148,6 +163,12 @@ def checkMistakes(chosen, tree):
     return plantable, len(chosen) - len(plantable)
 
 
+def suitesFor(file, suites):
+    """Those that can notice a mistake in the file: the tool does not stand on the companions."""
+    isOfCompanions = file.startswith(("survey/", "check/", "account/"))
+    return [suite for suite in suites if suite.name == "companion run" or not isOfCompanions]
+
+
 def plant(mistake, suites, sound, tree, build, scratch):
     """Returns True when a test notices the mistake."""
     name, file, old, new = mistake
@@ -155,7 +176,7 @@ def plant(mistake, suites, sound, tree, build, scratch):
     source = path.read_text()
     path.write_text(source.replace(old, new))
     try:
-        notice = noticedBy(suites, sound, build, scratch)
+        notice = noticedBy(suitesFor(file, suites), sound, build, scratch)
     except RuntimeError as error:
         print(f"ERROR {file}: {name}: {error}", flush=True)
         return False
@@ -183,7 +204,9 @@ def main():
         chosen, failed = checkMistakes(chosen, tree)
         scratch = pathlib.Path(folder) / "scratch"
         scratch.mkdir()
-        suites, sound = runSound(suitesOf(tree, build), build, scratch)
+        needed = {suite.name for mistake in chosen for suite in suitesFor(mistake[1], suitesOf(tree, build))}
+        suites = [suite for suite in suitesOf(tree, build) if suite.name in needed]
+        suites, sound = runSound(suites, build, scratch)
         for mistake in chosen:
             if plant(mistake, suites, sound, tree, build, scratch):
                 passed += 1
