@@ -1,4 +1,4 @@
-"""Inputs by hand for the findings of what is lost or comes out otherwise, and beside them inputs that only just have none.
+"""Inputs by hand for the findings of what a run loses or changes, and beside them inputs that only just have none.
 
 What is expected of each is worked out from the rules of the conversion, never from what a program says. The entries in
 question come first, so that their lines count from 1.

@@ -1,9 +1,12 @@
 """Runs of the check and of the tool in scratch folders, and what the scripts by hand beside this one have in common."""
+import json
 import os
 import shutil
 import subprocess
 import tempfile
 from pathlib import Path
+
+from pieces import Finding
 
 INPUT, OUTPUT, WORK_FILE, GOOD, REJECTED = "input.ldif", "output.ldif", "input.ldif.tmp", "good.ldif", "rejected.ldif"
 NOBODY = 65534
@@ -13,15 +16,18 @@ programs = {}   # paths, by name
 scratch = None  # folder
 
 
+class Skipped(Exception):
+    """A rule that cannot be looked at here."""
+
+
 class Folder:
-    """A scratch folder with an input, gone at the end."""
+    """A scratch folder, with an input if there is a text; gone at the end."""
     def __init__(self, text=None):
-        self.text = text
+        self.path = Path(tempfile.mkdtemp(dir=scratch))
+        if text is not None:
+            self.write(INPUT, text)
 
     def __enter__(self):
-        self.path = Path(tempfile.mkdtemp(dir=scratch))
-        if self.text is not None:
-            self.write(INPUT, self.text)
         return self
 
     def __exit__(self, *_):
@@ -64,3 +70,32 @@ def text_of(run):
 def as_somebody():
     """Options of a run as a user who must keep to the permissions of files."""
     return {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
+
+
+# What the check says as JSON.
+
+def found_by(said):
+    return sorted((Finding(*(one[name] for name in Finding._fields)) for one in said["problems"]), key=str)
+
+
+def check_report(folder, findings, arguments):
+    """Asks for JSON. Returns it, or None, and what is wrong with it."""
+    before = folder.names()
+    run = folder.check("--json", INPUT, *arguments)
+    faults = differs("exit status", 1 if findings else 0, run.returncode) + differs("standard error", b"", run.stderr)
+    faults += differs("files", before, folder.names())
+    try:
+        said = json.loads(run.stdout)
+    except ValueError as error:
+        return None, faults + [f"no JSON: {error}"]
+    expected = sorted(findings, key=str)
+    found = found_by(said)
+    faults += [f"not found: {tuple(one)}" for one in expected if one not in found]
+    faults += [f"found: {tuple(one)}" for one in found if one not in expected]
+    faults += [f"found more than once: {tuple(one)}" for one in sorted(set(found)) if found.count(one) > 1]
+    return said, faults
+
+
+def check_verdict(said, is_stopped):
+    return (differs("verdict", "stops" if is_stopped else "converts", said["verdict"])
+            + differs("exit status foretold", 255 if is_stopped else 0, said["run"]["exit"]))

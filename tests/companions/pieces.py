@@ -6,8 +6,6 @@ ROW, POLICY_ROW = 50, 500   # lines that fill the room of one entry
 LINE = 4095         # characters that one read delivers, the line end included
 HELD = 250_000      # lines of an entry that are no longer held
 
-STOPPED, LOST, CHANGED, AROUND = "stops", "loses", "changes", "surroundings"
-
 
 class Finding(NamedTuple):
     id: str
@@ -30,15 +28,15 @@ class Case(NamedTuple):
 
 
 def stops(identifier, line, dn, at="given"):
-    return Finding(identifier, STOPPED, at, line, dn)
+    return Finding(identifier, "stops", at, line, dn)
 
 
 def loses(identifier, line, dn):
-    return Finding(identifier, LOST, None, line, dn)
+    return Finding(identifier, "loses", None, line, dn)
 
 
 def changes(identifier, line, dn):
-    return Finding(identifier, CHANGED, None, line, dn)
+    return Finding(identifier, "changes", None, line, dn)
 
 
 # Entries, each with the empty line behind it. A name stands for a person or a group of o=example.

@@ -198,6 +198,7 @@ class Kind(NamedTuple):
     dn: str
     row: int = ROW  # lines that fill its row
     behind: tuple = ()
+    is_optional: bool = False   # a record can do without it
 
     def of(self, count):
         """One that has so many lines in its row, and what goes with it."""
@@ -215,9 +216,9 @@ def of_crew(make):
 KINDS = (
     Kind("user's own entry", (), 1, of_bert(user), 4, 1, BERT, behind=(MAP,)),
     Kind("map of a user", (USER,), 6, of_bert(map_of), 3, 0, BERTS_MAP),
-    Kind("entry under cn=Users", (USER, MAP), 10, of_bert(users_entry), 5, 1, BERTS_USERS),
-    Kind("policy", (USER, MAP), 10, of_bert(policy), 3, 0, BERTS_POLICY, POLICY_ROW),
-    Kind("policy data", (USER, MAP), 10, of_bert(policy_data), 3, 0, BERTS_DATA),
+    Kind("entry under cn=Users", (USER, MAP), 10, of_bert(users_entry), 5, 1, BERTS_USERS, is_optional=True),
+    Kind("policy", (USER, MAP), 10, of_bert(policy), 3, 0, BERTS_POLICY, POLICY_ROW, is_optional=True),
+    Kind("policy data", (USER, MAP), 10, of_bert(policy_data), 3, 0, BERTS_DATA, is_optional=True),
     Kind("group's own entry", (), 1, of_crew(group), 3, 0, CREW, behind=(GROUP_MAP,)),
     Kind("map of a group", (GROUP,), 5, of_crew(map_of_group), 3, 0, CREWS_MAP),
 )
@@ -229,11 +230,21 @@ def too_many_lines(kind):
     yield beside("too-many-lines", f"{kind.name} of {kind.row - 1} lines is converted with any slot counts",
                  kind.of(kind.row - 1), converts=((1, 1), (2, 1), (2, 2)))
     yield shown(f"{kind.name} of {kind.row} lines is converted with slots for one, and may stop other runs",
-                kind.of(kind.row), others, slots=(1, 1))
+                kind.of(kind.row), others, slots=(1, 1), ends=() if kind.is_optional else ((2, 2),))
     yield shown(f"{kind.name} of {kind.row + 1} lines stops a run with slots for one",
                 kind.of(kind.row + 1), stops("too-many-lines", kind.line, kind.dn), slots=(1, 1))
     yield beside_alone("entry-in-another-row", f"{kind.name} of {kind.row + 1} lines beside a free slot takes nothing",
                        kind.of(kind.row + 1), others, slots=(2, 2), ends=((1, 1),))
+
+
+def without_room(kind):
+    """An entry that fills its row swallows the next one, for which room is then kept until the end. With slots for two
+    there is room for one from then on: the fourth entry stays behind when its user is written."""
+    make = {"entry under cn=Users": users_entry, "policy": policy, "policy data": policy_data}[kind.name]
+    others = (piece for name in ("carl", "dora", "emil") for piece in (user(name), map_of(name), make(name)))
+    return shown(f"{kind.name} of {kind.row} lines leaves too little room for later ones",
+                 (*kind.of(kind.row), *others), stops("too-many-lines", kind.line, kind.dn, "others"),
+                 slots=(1, 1), ends=((2, 1),))
 
 
 OTHER_MAP_DN = "cn=again,cn=Users,secAuthority=Default"
@@ -252,7 +263,7 @@ ROWS = (
     # The next user, or the next group, loses an entry to it that no record can do without.
     *(shown(f"{kind.name} of {ROW} lines stops a run with slots for two", kind.of(ROW),
             stops("too-many-lines", kind.line, kind.dn), changes("entry-in-another-row", kind.line, kind.dn),
-            slots=(2, 2)) for kind in KINDS if "policy" not in kind.name and "cn=Users" not in kind.name),
+            slots=(2, 2)) for kind in KINDS if not kind.is_optional),
     shown("policy of 500 lines swallows that of the next user", KINDS[3].of(POLICY_ROW),
           changes("entry-in-another-row", 10, BERTS_POLICY), stops("too-many-lines", 10, BERTS_POLICY, "others"),
           slots=(2, 1), shows=("\ndn: cn=Policy,secAuthority=Default,cn=anna,o=example\n",),
@@ -270,10 +281,7 @@ ROWS = (
            users_entry("bert", *lines(2 * ROW + 1 - 6))),
           changes("entry-in-another-row", 40, BERTS_USERS), stops("too-many-lines", 40, BERTS_USERS, "others"),
           slots=(3, 1), ends=((1, 1),)),
-    shown("entries that fill their rows leave too little room for later ones",
-          (*(piece for name in ("bert", "carl", "dora", "emil")
-             for piece in (user(name), map_of(name), policy_data(name, *lines(ROW - 3 if name == "bert" else 0)))),),
-          stops("too-many-lines", 10, BERTS_DATA, "others"), slots=(1, 1), ends=((2, 1),)),
+    *(without_room(kind) for kind in KINDS if kind.is_optional),
     beside("entry-in-another-row", "policy data of 50 lines swallows what is not written anyway", KINDS[4].of(ROW),
            stops("too-many-lines", 10, BERTS_DATA, "others"), slots=(2, 1)),
     beside("entry-in-another-row", "policy of 499 lines leaves that of the next user alone",
