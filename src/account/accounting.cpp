@@ -84,7 +84,8 @@ class CopiedEntries final : public EntryVisitor {
   explicit CopiedEntries(Accounting& accounting) : accounting_(accounting) {}
 
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
-    findChanges(entry, prepared, begin, accounting_.sink);
+    findChanges(entry, prepared, begin, hasDn_, accounting_.sink);
+    hasDn_ = hasDn_ || beginsWithDn(entry);
     if (entry.isOversized || prepared.goesToOutput || prepared.kind == SECPOLICY_KIND || prepared.kind == RESCREDS_KIND)
       ++accounting_.account.copied;
     else if (prepared.kind == SECPOLICYDATA_KIND)
@@ -105,13 +106,14 @@ class CopiedEntries final : public EntryVisitor {
   }
 
   // Such an entry has its place in the output: where those before it end.
-  void takeOversizedLine(const Line& line, uint64_t begin) override {
+  void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) override {
     if (!isOversized_) beginOversized();
     const bool isMore = isContinuation(line) || (begin_ != begin ? false : !wasClosed_);
     begin_ = begin;
     wasClosed_ = line.text[line.length - 1] == '\n';
     const bool isGone = isDropped(line, OVERSIZED);
-    if (!isMore) ++(isGone ? gone_ : kept_);
+    if (!isMore && isGone) takeGone(line, begin, place);
+    if (!isMore && !isGone) ++kept_;
     if (isGone) return;
     const std::string_view there =
         textFrom(*accounting_.output.file, std::min(at_, accounting_.output.file->size), line.length);
@@ -119,7 +121,9 @@ class CopiedEntries final : public EntryVisitor {
     at_ += line.length;
   }
 
-  void endOversized(bool hasEmptyLine, uint64_t begin) override {
+  void endOversized(const ReadEntry& entry, uint64_t begin) override {
+    const bool hasEmptyLine = !entry.isEndedByText;
+    if (entry.hasNul) accounting_.sink.take({NUL_BYTE, AT_NONE, begin, begin + (entry.nul - entry.begin)});
     const uint64_t from = accounting_.copiedBytes;
     const uint64_t length = at_ - from + (hasEmptyLine ? 1 : 0);
     isOversized_ = false;
@@ -127,7 +131,6 @@ class CopiedEntries final : public EntryVisitor {
     accounting_.expectedBytes += length;
     const bool isFound = isSame_ && takeRecordAt(accounting_.output, from, at_);
     accounting_.account.lines[isFound ? KEPT : LOST] += kept_;
-    accounting_.account.lines[BOOKKEEPING] += gone_;
     if (isFound)
       ++accounting_.account.records[STRAIGHT_RECORD];
     else
@@ -137,18 +140,24 @@ class CopiedEntries final : public EntryVisitor {
   int64_t policyDataLines() const { return policyDataLines_; }
 
  private:
+  void takeGone(const Line& line, uint64_t begin, uint64_t place) {
+    const Origin origin = {static_cast<size_t>(place - begin), 0, false, false};
+    fates_.assign(1, fateOfDropped(line, OVERSIZED));
+    tally(accounting_, {begin, "copied", {}, {&line, 1}, {&origin, 1}, &fates_, {}});
+  }
+
   void beginOversized() {
     isOversized_ = isSame_ = wasClosed_ = true;
     begin_ = NO_PLACE;
     at_ = accounting_.copiedBytes;
-    kept_ = gone_ = 0;
+    kept_ = 0;
   }
 
   Accounting& accounting_;
   Fates fates_;
   int64_t policyDataLines_ = 0;
-  int64_t kept_ = 0;  // lines of the entry that is being copied
-  int64_t gone_ = 0;
+  int64_t kept_ = 0;    // lines of the entry that is being copied
+  bool hasDn_ = false;  // an entry has begun with one
   bool isOversized_ = false;
   bool isSame_ = true;
   bool wasClosed_ = true;

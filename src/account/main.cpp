@@ -9,11 +9,12 @@
 #include "platform/message_details.h"
 #include "platform/open_file.h"
 #include "survey/progress.h"
+#include "survey/shown_values.h"
 
 static constexpr char PROGRAM[] = "tqldif2v6-account";
 
 [[noreturn]] static void endFor(const char* name) {
-  fprintf(stderr, "%s: %s: %s\n", PROGRAM, name, messageReason);
+  fprintf(stderr, "%s: %s: %s\n", PROGRAM, harmless(name).c_str(), messageReason);
   exit(2);
 }
 

@@ -15,9 +15,10 @@
 #include "platform/message_details.h"
 #include "platform/open_file.h"
 #include "survey/progress.h"
+#include "survey/shown_values.h"
 
 [[noreturn]] static void endFor(const char* name) {
-  fprintf(stderr, "tqldif2v6-check: %s: %s\n", name, messageReason);
+  fprintf(stderr, "tqldif2v6-check: %s: %s\n", harmless(name).c_str(), messageReason);
   exit(2);
 }
 
@@ -26,7 +27,8 @@ static void requireDistinctNames(const CheckOptions& options) {
   for (size_t i = 0; i < std::size(names); ++i)
     for (size_t j = 0; j < i; ++j) {
       if (options.good == nullptr || !isSameFile(names[i], names[j])) continue;
-      fprintf(stderr, "tqldif2v6-check: two names lead to the same file: %s and %s\n", names[j], names[i]);
+      fprintf(stderr, "tqldif2v6-check: two names lead to the same file: %s and %s\n", harmless(names[j]).c_str(),
+              harmless(names[i]).c_str());
       exit(2);
     }
 }

@@ -33,7 +33,7 @@ static void fillRows(const Registry& registry, const RegistryOwner& owner, SlotR
 static uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side) {
   EntryKind kind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   if (records.missing != UNKNOWN_KIND) kind = records.present;
-  if (records.problem == POLICY_WITHOUT_AUTHORITY) kind = SECPOLICY_KIND;
+  if (records.subjectKind != UNKNOWN_KIND) kind = records.subjectKind;
   if (kind >= RESCREDS_KIND || rows.parts[kind].empty()) return rows.opener;
   return rows.parts[kind][0].entry;
 }
@@ -67,9 +67,10 @@ struct Slot {
   uint32_t opener;
   uint32_t policyDn;
   uint32_t owner;
+  bool isOverrun;  // by an entry that does not fit: in a run it ends there
 };
 static constexpr uint32_t ODD = NONE - 1;  // the parts stand elsewhere
-static constexpr Slot EMPTY_SLOT = {{NONE, NONE, NONE, NONE, NONE, NONE, NONE}, NONE, NONE, NONE};
+static constexpr Slot EMPTY_SLOT = {{NONE, NONE, NONE, NONE, NONE, NONE, NONE}, NONE, NONE, NONE, false};
 
 // A release that has run on into the row of another slot.
 struct Overrun {
@@ -77,6 +78,13 @@ struct Overrun {
   int32_t slot;
   int32_t lastSlot;
   std::string firstLine;
+  uint32_t entry;
+};
+
+// An entry that stands in the row of another slot, too.
+struct RunOn {
+  EntryKind kind;
+  int32_t slot;
   uint32_t entry;
 };
 
@@ -99,7 +107,8 @@ struct Play {
   std::vector<uint32_t> withoutOwner = {};                 // entries that are left
   uint32_t nextOwner[2] = {0, 0};                          // by Side, among those that no pass has met
   std::set<uint32_t> metBefore[2] = {};                    // the first entry that is left of owners that one has met
-  std::unordered_set<uint32_t> reportedEntries = {};       // as ending the run at the given counts
+  std::unordered_set<uint64_t> reported = {};              // findings that have been told, by entry and identifier
+  std::vector<RunOn> runOn = {};                           // in this pass
 };
 
 static uint64_t keyOf(EntryKind kind, int32_t slot) { return static_cast<uint64_t>(slot) * RESCREDS_KIND + kind; }
@@ -154,9 +163,19 @@ static void fail(Play& play, int32_t code, DetailText problem, std::string first
   play.run.failure = {code, problem, std::move(firstLine), std::move(earlier)};
 }
 
+static uint64_t keyOf(FindingId id, uint32_t entry) { return uint64_t{entry} * NUMBER_OF_FINDINGS + id; }
+
+static void reportOnce(Play& play, FindingId id, At at, uint32_t entry) {
+  if (play.reported.insert(keyOf(id, entry)).second) report(play.findings, play.registry, id, at, entry);
+}
+
 static void reportFailure(Play& play, DetailText problem, uint32_t entry) {
-  if (!play.reportedEntries.insert(entry).second) return;
-  report(play.findings, play.registry, findingOf(problem), AT_GIVEN, entry);
+  reportOnce(play, findingOf(problem), AT_GIVEN, entry);
+}
+
+// Policy data are not written, whatever stands in their rows.
+static void reportRunOn(Play& play, EntryKind kind, uint32_t entry) {
+  if (kind != SECPOLICYDATA_KIND) reportOnce(play, ENTRY_IN_ANOTHER_ROW, AT_NONE, entry);
 }
 
 static bool beginsWithDn(const std::string& line) {
@@ -200,12 +219,13 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
     if (slot == play.limits[sideOf(kind)]) {
       fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, firstLineOf(play, {{entry, 0, 1}}));
       reportFailure(play, ROW_OVERRUN, entry);
+      slotAt(play, sideOf(kind), first).isOverrun = true;
       break;
     }
     std::vector<RowPart> parts = {{entry, passed, std::min(columns(kind), lines - passed)}};
     appendRest(partsOf(play, kind, slot), parts[0].count, parts);
     setRow(play, kind, slot, std::move(parts));
-    if (slot != first) report(play.findings, play.registry, ENTRY_IN_ANOTHER_ROW, AT_NONE, entry);
+    if (slot != first) play.runOn.push_back({kind, slot, entry});
   }
   ++play.counts[kind];
 }
@@ -262,7 +282,7 @@ static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
   for (int32_t next = slot; goesOn && !partsOf(play, kind, next).empty(); ++next) {
     const auto parts = partsOf(play, kind, next);
     const bool isOfAnother = next != slot && next < play.inUse[sideOf(kind)] && parts[0].entry != own[0].entry;
-    if (isOfAnother) report(play.findings, play.registry, ENTRY_IN_ANOTHER_ROW, AT_NONE, own[0].entry);
+    if (isOfAnother) reportRunOn(play, kind, own[0].entry);
     lines += linesOf(parts);
     goesOn = linesOf(parts) == columns(kind);
     play.oddRows.erase(keyOf(kind, next));
@@ -295,7 +315,7 @@ static void failForRecords(Play& play, const SlotRecords& records, const SlotRow
     entry = overrun.entry;
     break;
   }
-  if (!isKnown) reportFailure(play, problem, entry);
+  if (!isKnown || problem == ROW_OVERRUN) reportFailure(play, problem, entry);
   fail(play, PROCESSING_FAILED, problem, subject);
 }
 
@@ -322,13 +342,15 @@ static void flushSlot(Play& play, Side side, int32_t number) {
   bool isAsAlone = owner.isRegular;
   for (uint32_t i = owner.first; isAsAlone && i != NONE; i = play.registry.entries[i].next)
     isAsAlone = slot.rows[rowKindOf(play.registry, i)] == i;
-  if (isAsAlone && !owner.hasProblem) {
+  if (slot.isOverrun) {
+    slotAt(play, side, number).isOverrun = false;
+  } else if (isAsAlone && !owner.hasProblem) {
     play.run.bytes += owner.bytes;
   } else if (!owner.isSpoilt) {
     const SlotRecords& records = makeRecords(play.maker, side, rows);
     play.run.bytes += records.bytes;
     if (records.problem != NO_DETAIL)
-      failForRecords(play, records, rows, side, number, isAsAlone);
+      failForRecords(play, records, rows, side, number, owner.isRegular && owner.hasProblem);
     else if (!owner.isRegular)
       play.sink.take(play.maker, rows, side);
   }
@@ -339,6 +361,9 @@ static void flushSlot(Play& play, Side side, int32_t number) {
 }
 
 static void flush(Play& play) {
+  for (const RunOn& entry : play.runOn)
+    if (entry.slot < play.inUse[sideOf(entry.kind)]) reportRunOn(play, entry.kind, entry.entry);
+  play.runOn.clear();
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (int32_t slot = 0; slot < play.inUse[side]; ++slot) flushSlot(play, side, slot);
     play.inUse[side] = 0;
@@ -393,13 +418,15 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
   if (play.run.failure.code == 0) ++play.run.passes;
   SlotRows rows;
   for (const auto& side : owners) {
+    int32_t slot = 0;
     for (const uint32_t number : side) {
       const RegistryOwner& owner = play.registry.owners[number];
+      const int32_t ofOwner = slot++;
       play.run.bytes += owner.bytes;
       if (!owner.hasProblem || play.run.failure.code != 0) continue;
       fillRows(play.registry, owner, rows);
       const SlotRecords& records = makeRecords(play.maker, owner.side, rows);
-      fail(play, PROCESSING_FAILED, records.problem, std::string(records.subject));
+      failForRecords(play, records, rows, owner.side, ofOwner, true);
     }
     if (play.registry.isRegular) continue;
     for (const uint32_t number : side)
@@ -457,10 +484,8 @@ static void reportOthers(Play& play) {
       const EntryKind kind = rowKindOf(play.registry, i);
       const bool isDouble = has[kind];
       has[kind] = true;
-      if (play.reportedEntries.contains(i)) continue;
-      if (isDouble) report(play.findings, play.registry, DOUBLED_ENTRY, AT_OTHERS, i);
-      if (play.registry.entries[i].lines >= columns(kind))
-        report(play.findings, play.registry, TOO_MANY_LINES, AT_OTHERS, i);
+      if (isDouble) reportOnce(play, DOUBLED_ENTRY, AT_OTHERS, i);
+      if (play.registry.entries[i].lines >= columns(kind)) reportOnce(play, TOO_MANY_LINES, AT_OTHERS, i);
     }
   }
 }

@@ -14,9 +14,8 @@ class EntryCheck final : public EntryVisitor {
   EntryCheck(FindingSink& findings, Prediction& prediction) : findings_(findings), prediction_(prediction) {}
 
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
-    constexpr std::string_view TAG = "dn:";
-    if (isSameInAnyCase(entry.room[0].view().substr(0, TAG.size()), TAG)) prediction_.hasDn = true;
-    findChanges(entry, prepared, begin, findings_);
+    findChanges(entry, prepared, begin, prediction_.hasDn, findings_);
+    prediction_.hasDn = prediction_.hasDn || beginsWithDn(entry);
     if (prepared.problem == NO_DETAIL) return;
     findings_.take({findingOf(prepared.problem), AT_GIVEN, begin});
     if (prepared.parts.empty()) prediction_.entriesThatEndPreparation.push_back(begin);
@@ -26,8 +25,13 @@ class EntryCheck final : public EntryVisitor {
     findFatesAlone(lines, origins, road, false, fates_);
     findLosses(fates_, origins, begin, findings_);
   }
-  void takeOversizedLine(const Line&, uint64_t) override {}
-  void endOversized(bool, uint64_t) override {}
+  void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) override {
+    if (isDropped(line, OVERSIZED) && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
+      findings_.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
+  }
+  void endOversized(const ReadEntry& entry, uint64_t begin) override {
+    if (entry.hasNul) findings_.take({NUL_BYTE, AT_NONE, begin, begin + (entry.nul - entry.begin)});
+  }
 
  private:
   FindingSink& findings_;

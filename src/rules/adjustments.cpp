@@ -69,7 +69,7 @@ Adjustment addDomainId(Entry entry, Texts& texts, Sink show) {
   const Attribute name = valueOf(entry, principalName, texts, show);
   if (name.line < 0) return {-1, {}, USER_WITHOUT_NAME};
   const std::string_view line = joined({TAG, authority.text, "%", name.text}, texts);
-  return {static_cast<int32_t>(entry.size()), line, NO_DETAIL};
+  return {static_cast<int32_t>(entry.size()), line, NO_DETAIL, {authority.line, name.line}};
 }
 
 Adjustment renameUuid(Entry entry, Texts& texts) {

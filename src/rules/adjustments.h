@@ -16,6 +16,7 @@ struct Adjustment {
   int32_t line = -1;               // -1 for no change; the number of lines for a line that is added
   std::string_view text;           // with the line end of the line that it replaces; an added line has none
   DetailText problem = NO_DETAIL;  // why the change cannot be made
+  int32_t sources[2] = {-1, -1};   // lines that values have been taken from
 };
 
 // The first version value becomes 6.0: its first three characters, or what there is of them.

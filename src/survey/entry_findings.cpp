@@ -4,6 +4,7 @@
 
 #include "rules/attribute.h"
 #include "rules/dn_hash.h"
+#include "rules/policy_container.h"
 #include "rules/text.h"
 
 static std::string_view nameOf(const Line& line) {
@@ -13,65 +14,119 @@ static std::string_view nameOf(const Line& line) {
 static bool isNamed(const Line& line, std::string_view name) { return isSameInAnyCase(nameOf(line), name); }
 
 // The values that name a class that is known.
-static constexpr std::string_view classNames[] = {"secUser",  "secPolicyData",    "secPolicy", "secMap",
-                                                  "secGroup", "secAuthorityInfo", "container", "secResCreds"};
+struct ClassValue {
+  std::string_view value;
+  ObjectClass code;
+};
+static constexpr ClassValue classValues[] = {
+    {"secUser", SECUSER_OBJECTCLASS},     {"secPolicyData", SECPOLICYDATA_OBJECTCLASS},
+    {"secPolicy", SECPOLICY_OBJECTCLASS}, {"secMap", SECMAP_OBJECTCLASS},
+    {"secGroup", SECGROUP_OBJECTCLASS},   {"secAuthorityInfo", SECAUTHORITYINFO_OBJECTCLASS},
+    {"container", CONTAINER_OBJECTCLASS}, {"secResCreds", SECRESCREDS_OBJECTCLASS},
+};
 
-static bool namesKnownClass(const Line& line) {
+static ObjectClass withoutCredentials(ObjectClass code) {
+  return code == RESCREDS_CONTAINER ? CONTAINER_OBJECTCLASS : code;
+}
+
+// True when the line names a class that the run knows only in another spelling.
+static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
   if (!isNamed(line, "objectclass")) return false;
-  std::string_view value = line.content().substr(nameOf(line).size() + 1);
-  value = behindSpaces(value);
+  std::string_view value = behindSpaces(line.content().substr(nameOf(line).size() + 1));
   value = value.substr(0, value.find_last_not_of(" \t") + 1);
-  return std::any_of(std::begin(classNames), std::end(classNames),
-                     [&](std::string_view name) { return isSameInAnyCase(value, name); });
+  for (const ClassValue& known : classValues)
+    if (isSameInAnyCase(value, known.value))
+      return withoutCredentials(ofEntry) != known.code && withoutCredentials(classOf({&line, 1})) != known.code;
+  return false;
+}
+
+// Where the whole line begins in which a place of the entry lies.
+static uint64_t wholeLine(const PreparedEntry& prepared, size_t place, uint64_t begin) {
+  size_t found = 0;
+  for (const Origin& origin : prepared.origins)
+    if (!origin.isPiece && origin.line != NO_LINE && origin.place <= place) found = origin.place;
+  return begin + found;
+}
+
+// Where a line of an entry begins of which no origins are known, since it is one without pieces.
+static size_t placeInText(const PreparedEntry& prepared, size_t line) {
+  size_t place = 0;
+  for (size_t passed = 0; place < prepared.text.size();) {
+    const char first = prepared.text[place];
+    const bool isLine = first != '#' && (first != ' ' || place == 0);
+    if (isLine && passed++ == line) return place;
+    place = std::min(prepared.text.find('\n', place), prepared.text.size() - 1) + 1;
+  }
+  return 0;
 }
 
 static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t begin) {
-  return line < prepared.origins.size() ? begin + prepared.origins[line].place : begin;
+  if (prepared.origins.size() < prepared.lines.size()) return begin + placeInText(prepared, line);
+  return line < prepared.origins.size() ? wholeLine(prepared, prepared.origins[line].place, begin) : begin;
 }
 
 static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin,
                           FindingSink& findings) {
-  for (size_t i = 0; i < prepared.lines.size(); ++i) {
-    const bool isCut = !prepared.goesToOutput && prepared.lines[i].length > LONGEST_LINE;
-    const bool isPiece = entry.hasLongLine && i < prepared.origins.size() && prepared.origins[i].isPiece;
-    if (!isCut && !isPiece) continue;
-    findings.take({LONG_LINE, AT_NONE, begin, placeOf(prepared, i, begin)});
-    return;
+  size_t found = prepared.lines.size();
+  for (size_t i = prepared.lines.size(); i-- > 0;) {
+    const bool isLong = prepared.lines[i].length > LONGEST_LINE && (entry.hasLongLine || !prepared.goesToOutput);
+    const bool isPiece = i < prepared.origins.size() && prepared.origins[i].isPiece;
+    if (isLong || isPiece) found = i;
   }
-  if (entry.hasLongLine) findings.take({LONG_LINE, AT_NONE, begin, begin});
+  if (found < prepared.lines.size() || entry.hasLongLine)
+    findings.take({LONG_LINE, AT_NONE, begin, placeOf(prepared, found, begin)});
 }
 
-void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+// What its first line and its bytes show.
+static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
+                         FindingSink& findings) {
+  const Entry lines = prepared.lines;
+  const bool isVersion = isNamed(lines[0], "version");
+  if (lines.size() > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
+  if (lines[0].view().starts_with("\xEF\xBB\xBF")) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
+  if (isBehindDn && prepared.goesToOutput && !isVersion && !beginsWithDn(entry) && prepared.problem == NO_DETAIL)
+    findings.take({ENTRY_WITHOUT_DN, AT_NONE, begin});
+  if (entry.hasNul) findings.take({NUL_BYTE, AT_NONE, begin, wholeLine(prepared, entry.nul - entry.begin, begin)});
+  if (prepared.hasReturn)
+    findings.take({RETURN_IN_LINE, AT_NONE, begin, wholeLine(prepared, prepared.returnPlace, begin)});
+  if (entry.hasFoldedComment && prepared.problem != FOLDED_COMMENT) findings.take({COMMENT_IS_FOLDED, AT_NONE, begin});
+  findLongLines(entry, prepared, begin, findings);
+}
+
+// What the names of its lines show.
+static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+  constexpr uint32_t NAMES = nameBit("changetype") | nameBit("objectclass");
+  bool isChange = false;
+  bool hasUnknownName = false;
+  bool isTaken = prepared.isValueTaken;
+  if (isTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
+  for (size_t i = 0; i < prepared.lines.size(); ++i) {
+    const Line& line = prepared.lines[i];
+    if ((line.names & NAMES) == 0) continue;
+    if (!isChange && isNamed(line, "changetype")) {
+      isChange = true;
+      findings.take({CHANGE_RECORD, AT_NONE, begin, placeOf(prepared, i, begin)});
+    } else if (!isTaken && !prepared.goesToOutput && holdsChangetype(line) && !isNamed(line, "changetype")) {
+      isTaken = true;
+      findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, i, begin)});
+    }
+    if (hasUnknownName || !isUnknownSpelling(line, prepared.objectClass)) continue;
+    hasUnknownName = true;
+    findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin)});
+  }
+}
+
+bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn"); }
+
+void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
+                 FindingSink& findings) {
   if (entry.isOversized) {
     if (!prepared.goesToOutput) findings.take({OVERSIZED_ENTRY, AT_NONE, begin});
     return;
   }
-  const Entry lines = prepared.lines;
-  if (lines.empty()) return;
-  if (lines.size() > 1 && isNamed(lines[0], "version")) findings.take({VERSION_LINE, AT_NONE, begin});
-  if (lines[0].view().starts_with("\xEF\xBB\xBF")) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
-  if (entry.hasNul) findings.take({NUL_BYTE, AT_NONE, begin});
-  if (prepared.hasReturn) findings.take({RETURN_IN_LINE, AT_NONE, begin});
-  if (entry.hasFoldedComment) findings.take({COMMENT_IS_FOLDED, AT_NONE, begin});
-  findLongLines(entry, prepared, begin, findings);
-  const bool isKnown =
-      prepared.objectClass != UNINTERESTING_OBJECTCLASS && prepared.objectClass != CONTAINER_OBJECTCLASS;
-  bool hasUnknownName = false;
-  bool isChange = false;
-  for (size_t i = 0; i < lines.size(); ++i) {
-    constexpr uint32_t NAMES = nameBit("changetype") | nameBit("objectclass");
-    if ((lines[i].names & NAMES) == 0) continue;
-    if (!isChange && isNamed(lines[i], "changetype")) {
-      isChange = true;
-      findings.take({CHANGE_RECORD, AT_NONE, begin, placeOf(prepared, i, begin)});
-    }
-    const bool isPlainContainer =
-        prepared.objectClass == CONTAINER_OBJECTCLASS && namesKnownClass(lines[i]) &&
-        isSameInAnyCase(lines[i].content().substr(lines[i].content().find(':') + 1), " container");
-    if (isKnown || hasUnknownName || isPlainContainer || !namesKnownClass(lines[i])) continue;
-    hasUnknownName = true;
-    findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin)});
-  }
+  if (prepared.lines.empty()) return;
+  findOddBytes(entry, prepared, begin, isBehindDn, findings);
+  findOddNames(prepared, begin, findings);
 }
 
 void findLosses(const Fates& fates, std::span<const Origin> origins, uint64_t begin, FindingSink& findings) {

@@ -8,8 +8,13 @@
 #include "survey/line_fates.h"
 #include "survey/record.h"
 
-// Finds what is odd about an entry of the input; begin is its place.
-void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings);
+// Finds what is odd about an entry of the input; begin is its place. Behind one that begins with its DN all others
+// should.
+void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
+                 FindingSink& findings);
+
+// True when it begins with a dn: line.
+bool beginsWithDn(const ReadEntry& entry);
 
 // Finds the lines of an entry that are gone.
 void findLosses(const Fates& fates, std::span<const Origin> origins, uint64_t begin, FindingSink& findings);

@@ -36,6 +36,8 @@ static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
   if (isCut(line) && walk.scan.next < walk.text.size()) entry.hasLongLine = true;
   if (!mayHoldNul || walk.nul >= walk.scan.next) return true;
   line = scanLine(line.view().substr(0, line.view().find('\0')));
+  const bool isPiece = entry.count > 0 && line.text[-1] != '\n';
+  if (!entry.hasNul) entry.nul = static_cast<size_t>((isPiece ? entry.room[0] : line).text - walk.text.data());
   entry.hasNul = true;
   return true;
 }

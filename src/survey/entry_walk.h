@@ -19,6 +19,7 @@ struct ReadEntry {
   bool isEndedByText = false;  // and by no blank line
   bool isOversized = false;    // it goes on behind the lines that are held
   bool hasNul = false;         // a line is cut short by one
+  size_t nul = 0;              // where the first such line begins; the entry, where that is a piece of one
   bool hasLongLine = false;    // a line stands there in pieces
   bool hasComments = false;
   bool hasFoldedComment = false;  // what continues a comment is taken for more of the line before it

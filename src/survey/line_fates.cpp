@@ -20,7 +20,7 @@ static bool isBookkeeping(const Line& line) {
   });
 }
 
-static LineFate fateOfGone(const Line& line, Road road) {
+LineFate fateOfDropped(const Line& line, Road road) {
   constexpr uint32_t NAMES = namesOfDropped().names | nameBit("aclpropagate");
   static_assert(namesOfDropped().endings == 0, "all dropped names are known ones");
   if ((line.names & NAMES) == 0) return LOST;
@@ -36,7 +36,7 @@ static std::string_view valueOf(const Line& line) {
 }
 
 static LineFate fateAmong(const Line& line, Entry lines, Road road) {
-  LineFate fate = fateOfGone(line, road);
+  LineFate fate = fateOfDropped(line, road);
   for (const Line& other : lines) {
     if (isDropped(other, road) || !isNamed(other, nameOf(line))) continue;
     if (other.content() == line.content()) return ABSORBED;
@@ -54,7 +54,7 @@ void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, boo
       fates[i] = RENAMED;
     else if (isDropped(lines[i], road))
       fates[i] = fateAmong(lines[i], lines.subspan(getsNewDn ? 1 : 0), road);
-    if (fates[i] == ABSORBED) fates[i] = fateOfGone(lines[i], road);
+    if (fates[i] == ABSORBED) fates[i] = fateOfDropped(lines[i], road);
   }
 }
 
@@ -96,7 +96,7 @@ static LineFate fateOfMissing(const Line& line, const RecordSurvivors& survivors
   const auto& lines = survivors.lines;
   if (std::any_of(lines.begin(), lines.end(), [&](const Line* other) { return isEqualLine(line, *other); }))
     return ABSORBED;
-  LineFate fate = fateOfGone(line, MERGED);
+  LineFate fate = fateOfDropped(line, MERGED);
   for (const Line* other : lines) {
     if (other->firstColon != line.firstColon || !isNamed(*other, nameOf(line))) continue;
     if (valueOf(*other) == valueOf(line)) return REPLACED_BY_SAME;

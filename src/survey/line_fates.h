@@ -22,6 +22,9 @@ enum LineFate : uint8_t {
 // Of the lines of an entry, by their place.
 using Fates = std::vector<LineFate>;
 
+// The fate of a line that is dropped on a road.
+LineFate fateOfDropped(const Line& line, Road road);
+
 // Finds the fates of the lines of an entry that is written alone, but for its first line when that gets a new DN.
 void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, bool getsNewDn, Fates& fates);
 

@@ -25,11 +25,15 @@ static bool losesEnd(const Line& line) {
 
 // Numbers the attribute lines of the entry and says of each line that will be written where it comes from.
 static void findOrigins(const ReadEntry& entry, std::string_view text, bool areWanted, PreparedEntry& prepared) {
+  prepared.text = text.substr(entry.begin, entry.end - entry.begin);
   prepared.origins.clear();
   prepared.attributeLines = 0;
   prepared.hasReturn = false;
   for (const Line& line : entry.lines()) {
-    prepared.hasReturn = prepared.hasReturn || losesEnd(line);
+    if (!prepared.hasReturn && losesEnd(line)) {
+      prepared.hasReturn = true;
+      prepared.returnPlace = static_cast<size_t>(line.text - text.data()) - entry.begin;
+    }
     const bool isFirst = &line == entry.room.data();
     if (isContinuation(line) && !isFirst) continue;
     const bool isPiece = entry.hasLongLine && !isFirst && !beginsLine(line, text);
@@ -69,13 +73,59 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, PreparedEntry&
   if (place < prepared.origins.size() && !isContinuation(entry.room[line])) prepared.origins[place].isChanged = !isSame;
 }
 
-static void adjust(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
-  if (getsVersionAndDate(prepared.objectClass)) {
-    apply(convertVersion(entry.lines(), texts), entry, prepared);
-    if (needsInstallDate(entry.lines())) apply(addInstallDate(entry.lines(), anyDate(), texts), entry, prepared);
+static bool isNamed(const Line& line, std::string_view name) {
+  return line.firstColon != NO_COLON && isSameInAnyCase(line.view().substr(0, line.firstColon), name);
+}
+
+// Notes when a line that stands for an attribute has not its name. Lines are as they have been read.
+static void noteTaken(const ReadEntry& entry, int32_t line, std::string_view name, PreparedEntry& prepared) {
+  if (line < 0 || prepared.isValueTaken || static_cast<size_t>(line) >= entry.count) return;
+  if (isNamed(entry.room[static_cast<size_t>(line)], name)) return;
+  prepared.isValueTaken = true;
+  const std::string_view first = entry.room[0].view();
+  auto whole = static_cast<size_t>(line);
+  while (whole > 0 && isContinuation(entry.room[whole])) --whole;
+  const char* const text = entry.room[whole].text;
+  const bool isThere = text > first.data() && text < first.data() + (entry.end - entry.begin) && text[-1] == '\n';
+  prepared.takenPlace = isThere ? static_cast<size_t>(text - first.data()) : 0;
+}
+
+// The same of an attribute that is not added because the entry seems to have it.
+static void noteTakenAnywhere(const ReadEntry& entry, std::string_view name, PreparedEntry& prepared) {
+  int32_t found = -1;
+  for (size_t i = 0; i < entry.count; ++i) {
+    if ((entry.room[i].names & nameBit(name)) == 0) continue;
+    if (isNamed(entry.room[i], name)) return;
+    if (found < 0) found = static_cast<int32_t>(i);
   }
-  if (getsDomainId(prepared.objectClass)) apply(addDomainId(entry.lines(), texts, nullptr), entry, prepared);
-  if (getsNewUuidName(prepared.objectClass)) apply(renameUuid(entry.lines(), texts), entry, prepared);
+  noteTaken(entry, found, name, prepared);
+}
+
+static void adjustAuthorityInfo(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
+  const Adjustment version = convertVersion(entry.lines(), texts);
+  noteTaken(entry, version.line, "version", prepared);
+  apply(version, entry, prepared);
+  if (needsInstallDate(entry.lines()))
+    apply(addInstallDate(entry.lines(), anyDate(), texts), entry, prepared);
+  else
+    noteTakenAnywhere(entry, "installdate", prepared);
+}
+
+static void adjustUser(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
+  const Adjustment domainId = addDomainId(entry.lines(), texts, nullptr);
+  noteTaken(entry, domainId.sources[0], "secauthority", prepared);
+  noteTaken(entry, domainId.sources[1], "principalname", prepared);
+  if (domainId.line < 0 && domainId.problem == NO_DETAIL) noteTakenAnywhere(entry, "secdomainid", prepared);
+  apply(domainId, entry, prepared);
+}
+
+static void adjust(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
+  if (getsVersionAndDate(prepared.objectClass)) adjustAuthorityInfo(entry, texts, prepared);
+  if (getsDomainId(prepared.objectClass)) adjustUser(entry, texts, prepared);
+  if (!getsNewUuidName(prepared.objectClass)) return;
+  const Adjustment uuid = renameUuid(entry.lines(), texts);
+  noteTaken(entry, uuid.line, "secuuid", prepared);
+  apply(uuid, entry, prepared);
 }
 
 // True when the lines, once they have been written, read as these very lines.
@@ -126,6 +176,7 @@ static void readWritten(Texts& texts, PreparedEntry& prepared) {
 // Gives the lines the form in which they are written. Returns true when they are those that have been read.
 static bool prepareLines(ReadEntry& entry, bool areTightened, Texts& texts, PreparedEntry& prepared) {
   if (entry.room.size() == entry.count) entry.room.resize(entry.count + 1);
+  prepared.isValueTaken = false;
   if (isContinuation(entry.room[0]))
     prepared.problem = FOLDED_COMMENT;
   else
@@ -139,8 +190,9 @@ static bool prepareLines(ReadEntry& entry, bool areTightened, Texts& texts, Prep
 // Where lines come from is asked of entries that are copied, and of those in which something is odd.
 static bool needsOrigins(const ReadEntry& entry, const PreparedEntry& prepared) {
   const bool isCopied = prepared.goesToOutput || prepared.kind == RESCREDS_KIND;
-  return isCopied || entry.hasLongLine || std::any_of(entry.lines().begin(), entry.lines().end(), [](const Line& line) {
-           return (line.names & nameBit("changetype")) != 0 || line.length == LONGEST_LINE;
+  return isCopied || entry.hasLongLine || entry.hasNul ||
+         std::any_of(entry.lines().begin(), entry.lines().end(), [](const Line& line) {
+           return (line.names & nameBit("changetype")) != 0 || line.length == LONGEST_LINE || losesEnd(line);
          });
 }
 

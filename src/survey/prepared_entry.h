@@ -38,8 +38,12 @@ struct PreparedEntry {
   bool goesToOutput = false;
   bool lacksOrigins = false;     // they are needed: it has to be read and prepared once more with them
   bool hasReturn = false;        // inside a line, with something behind it
+  size_t returnPlace = 0;        // of the first such line, from the begin of the entry
+  bool isValueTaken = false;     // for an attribute that its line is not
+  size_t takenPlace = 0;         // of the line; 0 where that is not known
   uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
   size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
+  std::string_view text;         // of the input, from the entry on
   std::span<Line> lines;         // as they are written, a newline behind each; they stand in the room of the entry
   std::vector<Origin> origins;   // of each of them
   std::vector<WorkEntry> parts;  // of an entry for the work file: mostly one

@@ -80,7 +80,7 @@ static void complainOfMissing(SlotRecords& records, DetailText problem, EntryKin
                               RecordMaker& maker, const SlotRows& rows) {
   records.missing = missing;
   records.present = present;
-  const bool isPresent = present != UNKNOWN_KIND;
+  const bool isPresent = present != UNKNOWN_KIND && isInUse(rows, present);
   complain(records, problem, isPresent ? linesOfRow(maker, rows, present)[0].view() : std::string_view());
 }
 
@@ -110,8 +110,10 @@ static std::string_view ownerDn(RecordMaker& maker, uint32_t opener) {
   return keepText(maker.texts, ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr).saved);
 }
 
-// Merges two entries into a third one. Returns false, with the problem noted, when that is not possible.
-static bool merge(SlotRecords& records, std::span<Line> first, std::span<Line> second, std::vector<Line>& into) {
+// Merges two entries into a third one; kindOfMerged is that of the one that is not the owner's own. Returns false, with
+// the problem noted, when that is not possible.
+static bool merge(SlotRecords& records, std::span<Line> first, std::span<Line> second, EntryKind kindOfMerged,
+                  std::vector<Line>& into) {
   const std::string_view firstDn = first[0].view();
   const std::string_view secondDn = second[0].view();
   into.resize(first.size() + second.size());
@@ -119,7 +121,9 @@ static bool merge(SlotRecords& records, std::span<Line> first, std::span<Line> s
   const MergeProblem problem = mergeEntries(first, second, merged);
   into.resize(static_cast<size_t>(merged.count));
   if (merged.count > OBJECT_ARRAY_SIZE) complain(records, ENTRY_TOO_LONG, into[0].view());
-  if (problem.line != nullptr) complain(records, LINE_WITHOUT_COLON, problem.isInFirst ? firstDn : secondDn);
+  if (problem.line == nullptr) return records.problem == NO_DETAIL;
+  complain(records, LINE_WITHOUT_COLON, problem.isInFirst ? firstDn : secondDn);
+  records.subjectKind = problem.isInFirst == (kindOfMerged == USERS_SECUSER_KIND) ? kindOfMerged : UNKNOWN_KIND;
   return records.problem == NO_DETAIL;
 }
 
@@ -144,7 +148,10 @@ static void makePolicy(RecordMaker& maker, const SlotRows& rows, std::string_vie
   const auto policy = linesOfRow(maker, rows, SECPOLICY_KIND);
   const std::string_view subject = policy.empty() ? std::string_view() : policy[0].view();
   const std::string_view oldDn = dnOfFirstLine(loadedEntry(maker, rows.policyDn).lines[0].view());
-  if (!storeNewDn(maker, NEW_POLICY_DN, oldDn, subject, records.policyDn)) return;
+  if (!storeNewDn(maker, NEW_POLICY_DN, oldDn, subject, records.policyDn)) {
+    records.subjectKind = SECPOLICY_KIND;
+    return;
+  }
   records.containerDn = containerDnEnd(records.newDn);
   constexpr std::string_view BEGIN = CONTAINER_DN_BEGIN;
   const size_t length = BEGIN.size() + records.containerDn.size();
@@ -176,8 +183,7 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
 
   const EntryKind other = side == GROUP_SIDE ? MAP_OF_GROUP_KIND : firstInUse(rows);
   if (!isInUse(rows, ownKind)) {
-    complainOfMissing(records, withoutOwn, ownKind,
-                      other != UNKNOWN_KIND && isInUse(rows, other) ? other : UNKNOWN_KIND, maker, rows);
+    complainOfMissing(records, withoutOwn, ownKind, other, maker, rows);
     return records;
   }
   const auto own = linesOfRow(maker, rows, ownKind);
@@ -193,8 +199,10 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
     return records;
   }
   const bool hasUsers = side == USER_SIDE && isInUse(rows, USERS_SECUSER_KIND);
-  if (!merge(records, own, linesOfRow(maker, rows, mapKind), hasUsers ? maker.partial : records.merged)) return records;
-  if (hasUsers && !merge(records, linesOfRow(maker, rows, USERS_SECUSER_KIND), maker.partial, records.merged))
+  if (!merge(records, own, linesOfRow(maker, rows, mapKind), mapKind, hasUsers ? maker.partial : records.merged))
+    return records;
+  if (hasUsers &&
+      !merge(records, linesOfRow(maker, rows, USERS_SECUSER_KIND), maker.partial, USERS_SECUSER_KIND, records.merged))
     return records;
   records.bytes = bytesOfRecord(records.newDn, records.merged, MERGED);
   if (side == USER_SIDE && rows.policyDn != NONE) makePolicy(maker, rows, ownLine);

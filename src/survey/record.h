@@ -55,15 +55,16 @@ struct SlotRecords {
   DetailText problem = NO_DETAIL;  // why they cannot be written
   // The first line of the entry that is complained of; nothing where that is one that the slot lacks.
   std::string_view subject;
-  EntryKind missing = UNKNOWN_KIND;  // the kind that the slot lacks, for such a problem
-  EntryKind present = UNKNOWN_KIND;  // one that it has; UNKNOWN_KIND for none
-  std::string_view name;             // of the owner
-  Line nameLine;                     // in which that stands
-  std::string_view newDn;            // dn: lines
-  std::string_view containerDn;      // without CONTAINER_DN_BEGIN
-  std::string_view policyDn;         // empty without one
-  bool hasPolicy = false;            // a record of it, behind that of the container
-  std::vector<Line> merged;          // the lines of the record, dropped ones among them; the first is not written
+  EntryKind subjectKind = UNKNOWN_KIND;  // of that entry; UNKNOWN_KIND for the owner's own
+  EntryKind missing = UNKNOWN_KIND;      // the kind that the slot lacks, for such a problem
+  EntryKind present = UNKNOWN_KIND;      // one that it has; UNKNOWN_KIND for none
+  std::string_view name;                 // of the owner
+  Line nameLine;                         // in which that stands
+  std::string_view newDn;                // dn: lines
+  std::string_view containerDn;          // without CONTAINER_DN_BEGIN
+  std::string_view policyDn;             // empty without one
+  bool hasPolicy = false;                // a record of it, behind that of the container
+  std::vector<Line> merged;              // the lines of the record, dropped ones among them; the first is not written
   std::vector<Line> policyLines;
   uint64_t bytes = 0;  // of all records
 };

@@ -118,7 +118,8 @@ static void takeOversizedLine(Survey& survey, const Line& line, uint64_t begin, 
   const bool isMore = isContinuation(line) || (line.text != text.data() && line.text[-1] != '\n');
   if (!isMore) ++survey.counts.attributeLines;
   if (!isDropped(line, OVERSIZED)) survey.counts.outputBytes += line.length;
-  survey.visitor.takeOversizedLine(line, begin);
+  const auto place = static_cast<size_t>(line.text - text.data()) - survey.entry.begin;
+  survey.visitor.takeOversizedLine(line, begin, begin + place);
 }
 
 static void takeOversized(Survey& survey, EntryWalk& walk, uint64_t begin) {
@@ -127,7 +128,7 @@ static void takeOversized(Survey& survey, EntryWalk& walk, uint64_t begin) {
   while (takeOversizedLine(walk, survey.entry, line)) takeOversizedLine(survey, line, begin, walk.text);
   ++survey.counts.straightThrough;
   if (!survey.entry.isEndedByText) ++survey.counts.outputBytes;
-  survey.visitor.endOversized(!survey.entry.isEndedByText, begin);
+  survey.visitor.endOversized(survey.entry, begin);
 }
 
 // An entry that does not read as it is written is rare.

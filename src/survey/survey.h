@@ -37,8 +37,8 @@ class EntryVisitor {
   // those that are dropped; begin is its place in the input.
   virtual void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) = 0;
   // The same of one that is too long to be held: line by line, and then its end.
-  virtual void takeOversizedLine(const Line& line, uint64_t begin) = 0;
-  virtual void endOversized(bool hasEmptyLine, uint64_t begin) = 0;
+  virtual void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) = 0;
+  virtual void endOversized(const ReadEntry& entry, uint64_t begin) = 0;
   // Any entry, before the others.
   virtual void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) = 0;
 

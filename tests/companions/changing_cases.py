@@ -191,7 +191,7 @@ TEXTS = (
     beside("carriage-return", "entry that is too long to be held keeps what stands behind a carriage return",
            (oversized_unit("description: one\rtwo"),), shows=("\ndescription: one\rtwo\n",)),
     shown("line of 4,095 characters ends its entry in what is copied",
-          (unit(line_of(4095), "ou: Other"),), changes("long-line", 3, UNIT),
+          (unit(line_of(4095), "ou: Other"),), changes("long-line", 3, UNIT), changes("entry-without-dn", 4, None),
           shows=(f"{line_of(4095)}\n\nou: Other\n",)),
     beside("long-line", "line of 4,094 characters stays with its entry",
            (unit(line_of(4094), "ou: Other"),), shows=(f"{line_of(4094)}\nou: Other\n",)),
@@ -221,4 +221,50 @@ TEXTS = (
            (b"dn: ou=Other,\n# a comment\nobjectclass: organizationalUnit\ndescription: a\n b\n# c\n\n",)),
 )
 
-CHANGING = (*LOSSES, *NAMES, *CLASSES, *TEXTS)
+AUTHORITY = ("dn: secAuthority=Other", "objectclass: secAuthorityInfo")
+
+# A value that holds the name of an attribute, and is taken for that attribute.
+TAKEN = (
+    shown("version in a description is converted in place of the real one",
+          (entry(*AUTHORITY, "description: version: 5.0", "version: 5.1"),),
+          changes("value-taken-for-attribute", 3, "secAuthority=Other"),
+          shows=("\ndescription: version: 6.0\nversion: 5.1\n",)),
+    shown("install date in a description keeps the real one from being added",
+          (entry(*AUTHORITY, "description: installDate: 1", "version: 5.1"),),
+          changes("value-taken-for-attribute", 3, "secAuthority=Other"),
+          shows=("\ndescription: installDate: 1\nversion: 6.0\n\n",)),
+    shown("secuuid in a description is renamed in place of the real one",
+          (user("bert", "description: secuuid: 1", "secuuid: 2"), MAP), changes("value-taken-for-attribute", 5, BERT),
+          shows=("\ndescription: secUUID: 1\nsecuuid: 2\n",)),
+    shown("domain identifier in a description keeps the real one from being added",
+          (user("bert", "description: secDomainId: 1"), MAP), changes("value-taken-for-attribute", 5, BERT),
+          lacks=("secDomainId: Default%bert",)),
+    shown("authority in a description gives the domain identifier",
+          (entry(f"dn: {BERT}", "objectclass: secUser", "description: secauthority: Sales", "secAuthority: Default",
+                 "principalName: bert"), MAP), changes("value-taken-for-attribute", 3, BERT),
+          shows=("\nsecDomainId: Sales%bert\n",)),
+    shown("name of a longer attribute gives the domain identifier",
+          (entry(f"dn: {BERT}", "objectclass: secUser", "secAuthority: Default", "myPrincipalName: ernie",
+                 "principalName: bert"), MAP), changes("value-taken-for-attribute", 4, BERT),
+          shows=("\nsecDomainId: Default%ernie\n",)),
+    shown("changetype in a description marks the policy containers",
+          (user("bert", "description: changetype: x"), MAP), changes("value-taken-for-attribute", 5, BERT),
+          shows=("dn: cn=Policies,principalName=anna,cn=Users,secAuthority=default\nchangetype: add\n",)),
+    beside("value-taken-for-attribute", "attributes of these names are taken for themselves",
+           (user("bert", "secuuid: 2", "secDomainId: 1"), MAP), shows=("\nsecUUID: 2\nsecDomainId: 1\n",)),
+    beside("value-taken-for-attribute", "secuuid in a description of what is copied stays",
+           (unit("description: secuuid: 1 secDomainId: changetype: x"),),
+           shows=("\ndescription: secuuid: 1 secDomainId: changetype: x\n",)),
+)
+
+# A line of blanks ends its entry, though it was to continue a line.
+PARTED = (
+    shown("folded line of a blank alone parts an entry in two",
+          (unit("description: a", " ", "ou: Other"),), changes("entry-without-dn", 5, None),
+          shows=("\ndescription: a\n\nou: Other\n",)),
+    beside("entry-without-dn", "folded line of more than blanks goes on",
+           (unit("description: a", " b", "ou: Other"),), shows=("\ndescription: ab\nou: Other\n",)),
+    beside("entry-without-dn", "version line on its own is copied", (entry("version: 1"),), shows=("version: 1\n\n",)),
+)
+
+CHANGING = (*LOSSES, *NAMES, *CLASSES, *TEXTS, *TAKEN, *PARTED)

@@ -105,28 +105,6 @@ def every_identifier_is_shown_and_has_a_neighbour():
                if case.beside in {finding.id for finding in case.findings}])
 
 
-AUTHORITY = ("dn: secAuthority=Default", "objectclass: secAuthorityInfo")
-# By what the run makes of it: a value that holds the name of an attribute, and is taken for that attribute.
-TAKEN_FOR_OTHERS = (
-    ("description: version 6.0", entry(*AUTHORITY, "description: version: 5.0", "version: 5.1")),
-    ("no install date", entry(*AUTHORITY, "description: installDate: 1", "version: 5.1")),
-    ("description: secUUID", user("carl", "description: secuuid: 1", "secuuid: 2") + map_of("carl")),
-    ("no domain identifier", user("carl", "description: secDomainId: 1") + map_of("carl")),
-    ("policy containers with a changetype", user("carl", "description: changetype: x") + map_of("carl")),
-)
-
-
-def a_value_that_the_run_takes_for_another_attribute_is_a_change():
-    faults = []
-    for what, text in TAKEN_FOR_OTHERS:
-        with Folder(text + REGISTRY) as folder:
-            said = json.loads(folder.check("--json", INPUT).stdout)
-            faults += differs(what, ["changes"], [one["effect"] for one in said["problems"]])
-    return faults
-
-
-# What is around an input. Each function returns what is wrong; AROUND says which identifiers they show.
-
 def around(folder, findings, name=INPUT, **more):
     run = folder.check("--json", name, **more)
     found = [finding.id for finding in found_by(json.loads(run.stdout))] if run.stdout else run.stderr
@@ -239,8 +217,7 @@ AROUND = {
 }
 
 
-RULES = (every_identifier_is_shown_and_has_a_neighbour, a_value_that_the_run_takes_for_another_attribute_is_a_change,
-         *AROUND.values(), *check_rules.RULES)
+RULES = (every_identifier_is_shown_and_has_a_neighbour, *AROUND.values(), *check_rules.RULES)
 
 
 def shortened(text):
