@@ -74,8 +74,7 @@ static constexpr FindingKind kinds[] = {
     {"folded-comment", CHANGES, "What continues a comment is taken for more of the line before it.",
      "Write the comment on one line, or remove it."},
 
-    {"value-taken-for-attribute", CHANGES,
-     "A value that holds the name of an attribute that the conversion changes, adds or looks for is taken for it.",
+    {"value-taken-for-attribute", CHANGES, "A value that holds the name of an attribute is taken for that attribute.",
      "Reword the value."},
     {"entry-without-dn", CHANGES, "The entry does not begin with its DN: it may be the rest of the one before.",
      "See whether a line of blanks parts the two."},
