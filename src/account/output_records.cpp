@@ -51,11 +51,13 @@ static size_t recordLength(std::string_view text) {
 }
 
 std::string_view recordAt(SurveyedFile& file, uint64_t place) {
-  for (size_t length = size_t{64} * 1024;; length *= 2) {
-    const std::string_view text = textFrom(file, place, length).substr(0, length);
-    if (text.find("\n\n") != std::string_view::npos || place + text.size() == file.size)
-      return text.substr(0, recordLength(text));
+  size_t length = size_t{64} * 1024;
+  std::string_view text = textFrom(file, place, length).substr(0, length);
+  while (text.find("\n\n") == std::string_view::npos && place + text.size() < file.size) {
+    length *= 2;
+    text = textFrom(file, place, length).substr(0, length);
   }
+  return text.substr(0, recordLength(text));
 }
 
 static size_t firstPlace(const OutputRecords& records, uint64_t hash) { return hash & (records.places.size() - 1); }

@@ -93,6 +93,11 @@ static uint64_t availableMemory() {
   return 0;
 }
 
+static int32_t slotsFor(uint32_t owners, uint32_t passes) {
+  const uint64_t slots = std::max<uint64_t>((uint64_t{owners} + passes - 1) / passes, 1);
+  return static_cast<int32_t>(std::min<uint64_t>(slots, INT32_MAX));
+}
+
 void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
   static constexpr uint32_t PASSES[] = {1, 2, 10, 100};
   const uint64_t available = availableMemory();
@@ -102,10 +107,7 @@ void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
       "       users     groups  passes  memory in MiB  time");
   const auto& owners = prediction.registry.ownersOf;
   for (const uint32_t passes : PASSES) {
-    int32_t slots[2];
-    for (const Side side : {USER_SIDE, GROUP_SIDE})
-      slots[side] = static_cast<int32_t>(
-          std::min<uint64_t>(std::max<uint64_t>((uint64_t{owners[side]} + passes - 1) / passes, 1), INT32_MAX));
+    const int32_t slots[2] = {slotsFor(owners[USER_SIDE], passes), slotsFor(owners[GROUP_SIDE], passes)};
     if (passes > 1 && owners[USER_SIDE] < passes && owners[GROUP_SIDE] < passes) continue;
     const uint64_t memory = memoryOfRun(prediction, slots, isFolderInMemory);
     const bool fits = !isRecommended && (available == 0 || memory < available / 2);

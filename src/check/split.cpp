@@ -20,7 +20,7 @@ struct NewFile {
   FILE* stream = nullptr;
 };
 
-static bool begin(NewFile& file, const char* name, size_t number) {
+static bool beginFile(NewFile& file, const char* name, size_t number) {
   file.name = name;
   file.unfinished = file.name + ".XXXXXX";
   const int descriptor = mkostemp(file.unfinished.data(), O_CLOEXEC);
@@ -42,11 +42,11 @@ static bool write(NewFile& file, SurveyedFile& input, uint64_t from, uint64_t to
 }
 
 static bool finish(NewFile& file) {
-  const bool isWhole = fflush(file.stream) == 0 && fsync(fileno(file.stream)) == 0;
-  const bool couldFail = !isWhole && !failWith();
+  const bool isSynced = fflush(file.stream) == 0 && fsync(fileno(file.stream)) == 0;
+  const bool hasFailed = !isSynced && !failWith();
   const bool isClosed = fclose(file.stream) == 0;
   file.stream = nullptr;
-  return !couldFail && (isClosed || failWith());
+  return !hasFailed && (isClosed || failWith());
 }
 
 static bool syncFolderOf(const std::string& name) {
@@ -136,8 +136,8 @@ static void giveUp(NewFile (&files)[2]) {
 // Returns null, or the name of the file that cannot be made.
 static const char* makeFiles(SurveyedFile& file, SurveyedFile& again, const Prediction& prediction,
                              const CheckOptions& options, NewFile (&files)[2]) {
-  if (!begin(files[0], options.good, 0)) return options.good;
-  if (!begin(files[1], options.rejected, 1)) return options.rejected;
+  if (!beginFile(files[0], options.good, 0)) return options.good;
+  if (!beginFile(files[1], options.rejected, 1)) return options.rejected;
   if (!writeEntries(file, again, prediction, files))
     return ferror(files[0].stream) != 0 ? options.good : options.rejected;
   if (!finish(files[0])) return options.good;

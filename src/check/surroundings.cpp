@@ -36,14 +36,8 @@ int32_t findFileProblems(const char* input, FindingSink& findings) {
 }
 
 // How files begin that are packed, or in a character set that is none of single bytes.
-static constexpr std::string_view foreignBegins[] = {"\x1F\x8B",
-                                                     "PK\x03\x04",
-                                                     "BZh",
-                                                     "\xFD"
-                                                     "7zXZ",
-                                                     "\x28\xB5\x2F\xFD",
-                                                     "\xFF\xFE",
-                                                     "\xFE\xFF"};
+static constexpr std::string_view foreignBegins[] = {"\x1F\x8B",         "PK\x03\x04", "BZh",     "\xFD\x37zXZ",
+                                                     "\x28\xB5\x2F\xFD", "\xFF\xFE",   "\xFE\xFF"};
 
 void findWholeProblems(const char* input, std::string_view text, const Prediction& prediction, FindingSink& findings) {
   const SurveyCounts& counts = prediction.counts;

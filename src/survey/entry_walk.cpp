@@ -58,7 +58,7 @@ static bool takeOrdinary(EntryWalk& walk, ReadEntry& entry, size_t& taken) {
   return entry.count > 0;
 }
 
-static void begin(EntryWalk& walk, ReadEntry& entry) {
+static void beginEntry(const EntryWalk& walk, ReadEntry& entry) {
   entry.count = 0;
   entry.from = walk.scan.next;
   entry.isEndedByText = entry.isOversized = entry.hasNul = entry.hasLongLine = false;
@@ -94,7 +94,7 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
 }
 
 bool readEntry(EntryWalk& walk, ReadEntry& entry) {
-  begin(walk, entry);
+  beginEntry(walk, entry);
   for (bool isBehindComment = false;;) {
     makeRoom(entry);
     size_t taken = 0;
