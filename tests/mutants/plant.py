@@ -60,7 +60,7 @@ def suitesOf(tree, build):
                                        f'"{build}/tests/faults/libinject.so"; done 2>&1'],
               r"(?:FAIL|ERROR): (\w+)"),
         Suite("companion run", "tqldif2v6 tqldif2v6-check tqldif2v6-account",
-              ["/bin/sh", "-c", " ; ".join(companionRuns(tree, build)) + " 2>&1"], r"(?:FAILED )?(\S.*):$"),
+              ["/bin/sh", "-c", " ; ".join(companionRuns(tree, build)) + " 2>&1"], r"(?:FAILED )?([^ :][^:]*):"),
     ]
 
 
