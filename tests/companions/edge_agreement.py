@@ -45,7 +45,8 @@ def group(name, *more):
 
 
 def groupMap(name, *more):
-    return entry(f"dn: cn=g{name},cn=Groups,secAuthority=Default", "objectClass: secMap", f"secDN: cn={name},o=x", *more)
+    return entry(f"dn: cn=g{name},cn=Groups,secAuthority=Default", "objectClass: secMap", f"secDN: cn={name},o=x",
+                 *more)
 
 
 def policy(name, *more, objectClass="secPolicy"):
@@ -83,7 +84,8 @@ def fullRows():
         yield f"rows of {count} more", (b"".join(user(name, *(lines if name in "ac" else ())) + userMap(name)
                                                  for name in "abcd")
                                         + group("g", *lines) + groupMap("g") + group("h") + groupMap("h"))
-        yield f"map rows of {count} more", (b"".join(user(name) + userMap(name, *(lines if name in "ac" else ()), "y: 1")
+        yield f"map rows of {count} more", (b"".join(user(name)
+                                                     + userMap(name, *(lines if name in "ac" else ()), "y: 1")
                                                      for name in "abcd")
                                             + groupMap("g", *lines) + group("g") + group("h") + groupMap("h", *lines))
         more = numbered(count + 454)

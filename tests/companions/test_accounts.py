@@ -1,0 +1,193 @@
+#!/usr/bin/env python3
+"""What became of every entry and line of small inputs, worked out by hand.
+
+    test_accounts.py TOOL ACCOUNT
+"""
+import json
+import os
+import sys
+import tempfile
+import unittest
+
+import folder as folders
+from folder import INPUT, OUTPUT, Folder
+from pieces import (BERT, BERTS_MAP, BERTS_USERS, PLENTY, credentials, entry, group, line_of, map_of, map_of_group,
+                    oversized_unit, policy, policy_data, unit, user, users_entry)
+
+AUTHORITY_INFO = entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "version: 5.1")
+
+
+def counts(**named):
+    """All counts of lines, those that are not named being 0; the sums are worked out of them."""
+    names = ("kept", "renamed", "replaced", "absorbed", "bookkeeping", "looks_like_bookkeeping", "not_written", "lost")
+    lines = {name: named.pop(name, 0) for name in names}
+    added = named.pop("added", 0)
+    assert not named
+    return lines | {"added": added, "input": sum(lines.values()), "output": lines["kept"] + lines["renamed"] + added}
+
+
+def first_record(output):
+    return output[:output.find(b"\n\n") + 2]
+
+
+class Accounts(unittest.TestCase):
+    def account(self, text, slots=PLENTY, spoil=lambda output: output):
+        with Folder(text) as folder:
+            run = folder.convert(slots)
+            self.assertEqual(run.returncode, 0, run.stderr)
+            folder.write(OUTPUT, spoil(folder.read(OUTPUT)))
+            done = folder.run(folders.programs["account"], "--json", INPUT, OUTPUT)
+        self.status = done.returncode
+        return json.loads(done.stdout)
+
+    def expect(self, text, lines, entries, records, losses=(), **how):
+        said = self.account(text, **how)
+        self.assertEqual(said["verdict"], "complete", said["first_difference"])
+        self.assertEqual(said["lines"], lines)
+        self.assertEqual(said["entries"], dict(zip(("input", "copied", "merged", "not_written"), entries)))
+        self.assertEqual({name: count for name, count in said["records"].items() if count}, records)
+        self.assertEqual([(one["line"], one["dn"], one["attribute"], one["how"]) for one in said["losses"]],
+                         list(losses))
+        self.assertEqual(self.status, 1 if said["losses"] or said["changes"] else 0)
+
+    def test_a_user_of_three_entries_and_14_lines_has_7_lines_of_output(self):
+        # Of the entry under cn=Users stay five but its DN, of the others one description; the identifier is added.
+        self.expect(user("bert", "description: x") + map_of("bert", "description: x") + users_entry("bert"),
+                    counts(kept=5, renamed=1, absorbed=8, added=1), (3, 0, 3, 0), {"users": 1})
+
+    def test_policy_data_with_an_access_list_are_not_written_whatever_they_hold(self):
+        self.expect(user("bert") + map_of("bert") + policy_data("bert", "aclEntry: x", "description: acl: x"),
+                    counts(kept=4, renamed=1, absorbed=2, not_written=5, added=1), (3, 0, 2, 1), {"users": 1})
+
+    def test_a_value_of_the_user_that_holds_acl_looks_like_bookkeeping(self):
+        self.expect(user("bert", "description: see acl: x") + map_of("bert"),
+                    counts(kept=4, renamed=1, absorbed=2, looks_like_bookkeeping=1, added=1), (2, 0, 2, 0),
+                    {"users": 1},
+                    [(5, BERT, "description", "looks_like_bookkeeping")])
+
+    def test_a_value_of_the_map_that_holds_acl_looks_like_bookkeeping(self):
+        self.expect(user("bert") + map_of("bert", "description: see acl: x"),
+                    counts(kept=4, renamed=1, absorbed=2, looks_like_bookkeeping=1, added=1), (2, 0, 2, 0),
+                    {"users": 1},
+                    [(9, BERTS_MAP, "description", "looks_like_bookkeeping")])
+
+    def test_a_value_of_both_that_holds_acl_looks_like_bookkeeping_twice(self):
+        self.expect(user("bert", "description: acl: a") + map_of("bert", "description: acl: b"),
+                    counts(kept=4, renamed=1, absorbed=2, looks_like_bookkeeping=2, added=1), (2, 0, 2, 0),
+                    {"users": 1},
+                    [(5, BERT, "description", "looks_like_bookkeeping"),
+                     (10, BERTS_MAP, "description", "looks_like_bookkeeping")])
+
+    def test_a_value_whose_replacement_is_dropped_is_lost(self):
+        self.expect(user("bert", "description: own") + map_of("bert", "description: acl: b"),
+                    counts(kept=4, renamed=1, absorbed=2, looks_like_bookkeeping=1, lost=1, added=1), (2, 0, 2, 0),
+                    {"users": 1}, [(5, BERT, "description", "lost"),
+                                   (10, BERTS_MAP, "description", "looks_like_bookkeeping")])
+
+    def test_a_user_of_60_lines_behind_others_is_complete(self):
+        # The last one has nobody's row to run on into. Another one before it has six lines of output of its seven.
+        extra = [f"x{i}: {i}" for i in range(56)]
+        self.expect(user("anna") + map_of("anna") + user("bert", *extra) + map_of("bert"),
+                    counts(kept=4 + 60, renamed=2, absorbed=4, added=2), (4, 0, 4, 0), {"users": 2})
+
+    def test_an_entry_with_a_dn_in_base_64_is_copied(self):
+        self.expect(entry("dn:: b3U9T3RoZXI=", "objectclass: organizationalUnit", "description: xoq-entryuuid: 9"),
+                    counts(kept=2, looks_like_bookkeeping=1), (1, 1, 0, 0), {"straight_through": 1},
+                    [(3, None, "description", "looks_like_bookkeeping")])
+
+    def test_a_line_of_5000_characters_is_kept_and_its_rest_added(self):
+        self.expect(unit(line_of(5000)), counts(kept=3, added=1), (1, 1, 0, 0), {"straight_through": 1})
+
+    def test_a_value_that_loses_to_another_is_replaced(self):
+        self.expect(user("bert", "description: own") + map_of("bert", "description: map's"),
+                    counts(kept=5, renamed=1, absorbed=2, replaced=1, added=1), (2, 0, 2, 0), {"users": 1},
+                    [(5, BERT, "description", "replaced")])
+
+    def test_a_value_that_is_only_spelled_otherwise_is_replaced_and_no_loss(self):
+        self.expect(user("bert", "mail: b") + map_of("bert", "MAIL: b"),
+                    counts(kept=5, renamed=1, absorbed=2, replaced=1, added=1), (2, 0, 2, 0), {"users": 1})
+
+    def test_uuids_and_versions_are_renamed(self):
+        self.expect(AUTHORITY_INFO + user("bert", "secuuid: 1") + map_of("bert"),
+                    counts(kept=2 + 4, renamed=1 + 2, absorbed=2, added=1 + 1), (3, 1, 2, 0),
+                    {"users": 1, "straight_through": 1})
+
+    def test_bookkeeping_is_told_from_losses(self):
+        self.expect(user("bert", "aclEntry: x", "XOQ-EntryUUID: 1", "aclPropagate: TRUE") + map_of("bert", "aci: x"),
+                    counts(kept=4, renamed=1, absorbed=2, bookkeeping=4, added=1), (2, 0, 2, 0), {"users": 1})
+
+    def test_a_policy_is_copied_behind_a_container_of_four_lines(self):
+        self.expect(user("bert") + map_of("bert") + policy("bert", "control: x"),
+                    counts(kept=4 + 2, renamed=2, absorbed=2, bookkeeping=1, added=1 + 4), (3, 1, 2, 0),
+                    {"users": 1, "policies": 1, "containers": 1})
+
+    def test_a_group_keeps_its_control_lines_and_credentials_do_not(self):
+        self.expect(group("crew", "CONTROL: x") + map_of_group("crew") + credentials("control: x"),
+                    counts(kept=4 + 3, renamed=1, absorbed=2, bookkeeping=1), (3, 1, 2, 0),
+                    {"groups": 1, "resource_credentials": 1})
+
+    def test_an_entry_of_250000_lines_is_copied_line_by_line(self):
+        self.expect(oversized_unit("xoq-entryuuid: 9"), counts(kept=249999, bookkeeping=1), (1, 1, 0, 0),
+                    {"straight_through": 1})
+
+    def test_slot_counts_make_no_difference(self):
+        registry = b"".join(user(name) + map_of(name) for name in ("anna", "bert", "carl"))
+        for slots in ((1, 1), (2, 1), (3, 3)):
+            self.expect(registry, counts(kept=12, renamed=3, absorbed=6, added=3), (6, 0, 6, 0), {"users": 3},
+                        slots=slots)
+
+    def test_a_missing_record_has_lost_all_its_lines(self):
+        said = self.account(unit() + user("bert") + map_of("bert"), spoil=first_record)
+        self.assertEqual((said["verdict"], self.status), ("differs", 1))
+        self.assertEqual(said["lines"], counts(kept=2, lost=7))
+        first = said["first_difference"]
+        self.assertEqual((first["input_line"], first["output_line"]), (4, None))
+        self.assertIn("is missing", first["text"])
+
+    def test_a_changed_byte_is_found_with_its_line_in_both_files(self):
+        said = self.account(unit() + user("bert") + map_of("bert"),
+                            spoil=lambda output: output.replace(b"principalName: bert", b"principalName: Bert"))
+        self.assertEqual((said["verdict"], self.status), ("differs", 1))
+        self.assertEqual((said["first_difference"]["input_line"], said["first_difference"]["output_line"]), (4, 4))
+
+    def test_a_doubled_record_is_found(self):
+        said = self.account(unit() + user("bert") + map_of("bert"), spoil=lambda output: output + first_record(output))
+        self.assertEqual((said["verdict"], self.status), ("differs", 1))
+        self.assertIn("more often", said["first_difference"]["text"])
+
+    def test_an_install_date_may_be_any_but_must_be_one(self):
+        for date, verdict in ((b"20300102030405.0Z", "complete"), (b"2030010203040x.0Z", "differs")):
+            said = self.account(AUTHORITY_INFO, spoil=lambda output, date=date: output.partition(b"installDate: ")[0]
+                                + b"installDate: " + date + b"\n\n")
+            self.assertEqual(said["verdict"], verdict)
+
+    def test_an_empty_line_too_many_is_found(self):
+        said = self.account(unit() + unit(), spoil=lambda output: output + b"\n")
+        self.assertEqual(said["verdict"], "differs")
+
+    def test_one_entry_is_answered_for_in_any_case_and_with_any_blanks(self):
+        with Folder(user("bert", "description: secret") + map_of("bert") + users_entry("bert")) as folder:
+            folder.convert(PLENTY)
+            asked = BERTS_USERS.upper().replace(",", " , ")
+            done = folder.run(folders.programs["account"], "--entry", asked, INPUT, OUTPUT)
+        lines = done.stdout.decode().splitlines()
+        self.assertEqual(lines[0],
+                         f"line 11: {BERTS_USERS}: merged into principalName=bert,cn=Users,secAuthority=default")
+        self.assertEqual([line.split() for line in lines[1:6]],
+                         [["line", "11", "absorbed", "dn"], ["line", "12", "kept", "objectclass"],
+                          ["line", "13", "kept", "secAuthority"], ["line", "14", "absorbed", "principalName"],
+                          ["line", "15", "absorbed", "secDN"]])
+
+    def test_values_are_shown_when_they_are_asked_for_only(self):
+        with Folder(user("bert", "description: hunter2") + map_of("bert", "description: x")) as folder:
+            folder.convert(PLENTY)
+            for options, isShown in ((("--all",), False), (("--all", "--values"), True), (("--json",), False)):
+                done = folder.run(folders.programs["account"], *options, INPUT, OUTPUT)
+                self.assertEqual(b"hunter2" in done.stdout, isShown, options)
+
+
+if __name__ == "__main__":
+    with tempfile.TemporaryDirectory(dir="/dev/shm" if os.access("/dev/shm", os.W_OK) else None) as scratch:
+        folders.scratch = scratch
+        folders.programs |= {name: os.path.abspath(path) for name, path in zip(("tool", "account"), sys.argv[1:3])}
+        unittest.main(argv=sys.argv[:1])
