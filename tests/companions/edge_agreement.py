@@ -92,6 +92,10 @@ def fullRows():
         yield f"policy rows of {count} more", b"".join(user(name) + userMap(name)
                                                        + policy(name, *(more if name in "bc" else ()))
                                                        for name in "abcd")
+        yield f"policy data rows of {count} more", b"".join(
+            user(name) + userMap(name)
+            + policy(name, *(numbered(count + 3) if name in "ad" else ()), objectClass="secPolicyData")
+            for name in "abcdefg")
 
 
 def longEntries():

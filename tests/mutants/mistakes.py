@@ -1187,7 +1187,7 @@ mistakes = [
     ("class of a changed entry is not asked again", "survey/prepared_entry.cpp",
      "    part.kind = kindOf(part.objectClass, prepared.lines[0].view());\n  }\n  prepared.parts",
      "  }\n  prepared.parts"),
-    ("changetype marks no container", "survey/survey.cpp", "    counts.changetypeSeen = true;", ""),
+    ("changetype marks no container", "survey/survey.cpp", "    counts.changetypeSeen = true;", "    counts.changetypeSeen = false;"),
     ("entry in another row by its blanks is not known", "survey/survey.cpp",
      "    gathered.rowKind = USERS_SECUSER_KIND;", "    ;"),
     ("doubled entry is regular", "survey/registry.cpp", " && (owner.kinds >> entry.rowKind & 1U) == 0", ""),
