@@ -1244,7 +1244,6 @@ mistakes = [
     ("empty lines do not count", "account/accounting.cpp", "accounting.expectedBytes != file.size", "false"),
     ("date may be anything", "account/output_records.cpp",
      'find_first_not_of("0123456789") == std::string_view::npos', 'size() > 0'),
-    ("record may go on", "account/output_records.cpp", "  if (!isEnd || record.size()", "  if (record.size()"),
     ("missing record has kept its lines", "account/accounting.cpp", "(!isFound || (isWritten", "((isWritten"),
     ("policy data are lost", "account/accounting.cpp", "kind == SECPOLICYDATA_KIND ? LEFT_OUT : LOST", "LOST"),
 ]

@@ -38,6 +38,7 @@ def companionRuns(tree, build):
     account = f"{programs} --account {build}/tqldif2v6-account"
     python, tests = f"{sys.executable} -u", f"{tree}/tests/companions"
     return [f"{python} {tests}/test_findings.py {build}/tqldif2v6-check {build}/tqldif2v6",
+            f"{python} {tests}/test_accounts.py {build}/tqldif2v6 {build}/tqldif2v6-account",
             f"{python} {tests}/check_agreement.py {programs} --kind hostile --seeds 1-150",
             f"{python} {tests}/split_agreement.py {programs} --kind hostile --seeds 1-80",
             f"{python} {tests}/account_agreement.py {account} --kind hostile --seeds 1-80",
