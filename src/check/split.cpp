@@ -68,8 +68,7 @@ static bool isRejected(const Registry& registry, uint32_t number) {
 // An entry of the input that has become several in the work file goes as a whole, and takes the owners of all of them
 // along.
 static void rejectOwners(Registry& registry) {
-  for (RegistryOwner& owner : registry.owners)
-    owner.isRejected = !owner.isRegular || owner.isSpoilt || owner.hasProblem;
+  for (RegistryOwner& owner : registry.owners) owner.isRejected = !owner.isRegular || owner.hasProblem;
   for (bool isAnyMore = true; isAnyMore;) {
     isAnyMore = false;
     for (uint32_t i = 0, end = 0; i < registry.entries.size(); i = end) {

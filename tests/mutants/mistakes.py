@@ -1231,7 +1231,6 @@ mistakes = [
      "found.second != NO_PLACE ? found.second : found.first", "found.first"),
     ("preparation is not where the run ends", "check/prediction.cpp", "if (counts.problem != NO_DETAIL) {", "if (false) {"),
     ("owner with a problem is good", "check/split.cpp", " || owner.hasProblem;", ";"),
-    ("spoilt owner is good", "check/split.cpp", " || owner.isSpoilt", ""),
     ("owners of a broken entry are good", "check/split.cpp", "registry.owners[owner].isRejected = isAnyMore = true;", ";"),
     ("parts of a split are for everybody", "check/split.cpp", "  return file.stream != nullptr || failWith();",
      "  fchmod(descriptor, 0644);\n  return file.stream != nullptr || failWith();"),
