@@ -144,6 +144,14 @@ class Accounts(unittest.TestCase):
         self.assertEqual((first["input_line"], first["output_line"]), (4, None))
         self.assertIn("is missing", first["text"])
 
+    def test_what_cannot_be_converted_is_lost_but_for_policy_data(self):
+        with Folder(user("bert") + policy_data("bert")) as folder:
+            folder.write(OUTPUT, b"")
+            done = folder.run(folders.programs["account"], "--json", INPUT, OUTPUT)
+        said = json.loads(done.stdout)
+        self.assertEqual((said["verdict"], done.returncode), ("differs", 1))
+        self.assertEqual(said["lines"], counts(lost=4, not_written=3))
+
     def test_a_changed_byte_is_found_with_its_line_in_both_files(self):
         said = self.account(unit() + user("bert") + map_of("bert"),
                             spoil=lambda output: output.replace(b"principalName: bert", b"principalName: Bert"))

@@ -39,10 +39,10 @@ def companionRuns(tree, build):
     python, tests = f"{sys.executable} -u", f"{tree}/tests/companions"
     return [f"{python} {tests}/test_findings.py {build}/tqldif2v6-check {build}/tqldif2v6",
             f"{python} {tests}/test_accounts.py {build}/tqldif2v6 {build}/tqldif2v6-account",
+            f"{python} {tests}/edge_agreement.py {account} rows",
             f"{python} {tests}/check_agreement.py {programs} --kind hostile --seeds 1-150",
             f"{python} {tests}/split_agreement.py {programs} --kind hostile --seeds 1-80",
             f"{python} {tests}/account_agreement.py {account} --kind hostile --seeds 1-80",
-            f"{python} {tests}/edge_agreement.py {account} rows",
             f"{python} {tests}/test_faults.py {build}/tqldif2v6-check {build}/tqldif2v6-account"]
 
 
