@@ -8,8 +8,8 @@
 #include "ldif/object_buffer.h"
 #include "platform/bounded_text.h"
 #include "reporting/reporting.h"
-#include "rules/owner.h"
 #include "rules/dn_hash.h"
+#include "rules/owner.h"
 
 static OwnerIndex indexes[2];  // by Side
 

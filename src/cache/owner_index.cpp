@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "rules/text.h"
 #include "rules/dn_hash.h"
+#include "rules/text.h"
 
 static int32_t find(const OwnerIndex& index, const std::string_view* dns, std::string_view key, uint64_t hash) {
   const auto [first, last] = index.slots.equal_range(hash);

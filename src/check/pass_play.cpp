@@ -73,7 +73,7 @@ static constexpr uint32_t ODD = NONE - 1;  // the parts stand elsewhere
 static constexpr Slot EMPTY_SLOT = {{NONE, NONE, NONE, NONE, NONE, NONE, NONE}, NONE, NONE, NONE, false};
 
 // A release that has run on into the row of another slot.
-struct Overrun {
+struct PlayedOverrun {
   EntryKind kind;
   int32_t slot;
   int32_t lastSlot;
@@ -100,7 +100,7 @@ struct Play {
   std::unordered_map<uint64_t, std::vector<RowPart>> oddRows = {};
   int32_t inUse[2] = {0, 0};
   int32_t counts[RESCREDS_KIND] = {};
-  std::vector<Overrun> overruns = {};
+  std::vector<PlayedOverrun> overruns = {};
 
   std::unordered_map<uint32_t, int32_t> slotOfOwner = {};  // those that are found in this pass
   std::vector<bool> isTaken = {};                          // of all entries
@@ -290,9 +290,9 @@ static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
   }
   if (lines <= columns(kind) || slot + 1 >= play.inUse[sideOf(kind)]) return;
   const auto last = slot + static_cast<int32_t>((lines - 1) / columns(kind));
-  const Overrun overrun = {kind, slot, last, firstLineOf(play, own), own[0].entry};
+  const PlayedOverrun overrun = {kind, slot, last, firstLineOf(play, own), own[0].entry};
   const auto old = std::find_if(play.overruns.begin(), play.overruns.end(),
-                                [&](const Overrun& other) { return other.kind == kind; });
+                                [&](const PlayedOverrun& other) { return other.kind == kind; });
   if (old == play.overruns.end())
     play.overruns.push_back(overrun);
   else
@@ -306,7 +306,7 @@ static void failForRecords(Play& play, const SlotRecords& records, const SlotRow
   DetailText problem = records.problem;
   std::string subject(records.subject);
   uint32_t entry = entryOf(rows, records, side);
-  for (const Overrun& overrun : play.overruns) {
+  for (const PlayedOverrun& overrun : play.overruns) {
     if (records.missing == UNKNOWN_KIND) break;
     const bool hasTakenIt = overrun.kind == records.missing && slot > overrun.slot && slot <= overrun.lastSlot;
     if (!hasTakenIt && overrun.kind != records.present) continue;

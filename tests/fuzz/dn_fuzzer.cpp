@@ -13,8 +13,8 @@
 #include "output/new_dn.h"
 #include "plain_rules.h"
 #include "reporting/run_state.h"
-#include "rules/text.h"
 #include "rules/dn_hash.h"
+#include "rules/text.h"
 
 static constexpr size_t LARGEST_TEXT = 48 * 1024;  // bytes
 

@@ -2,8 +2,8 @@
 
 #include "cache/owner_index.h"
 #include "ldif/object_buffer.h"
-#include "test_support.h"
 #include "rules/dn_hash.h"
+#include "test_support.h"
 
 namespace {
 

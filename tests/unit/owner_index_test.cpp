@@ -2,8 +2,8 @@
 
 #include <cctype>
 
-#include "test_support.h"
 #include "rules/dn_hash.h"
+#include "test_support.h"
 
 namespace {
 
