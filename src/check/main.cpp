@@ -43,7 +43,7 @@ static int check(const CheckOptions& options) {
   Report report(options, again, isInMemory);
   report.begin();
   Prediction prediction;
-  const int32_t code = findFileProblems(options.input, report);
+  const MessageCode code = findFileProblems(options.input, report);
   predictRun(file, again, options.slots, report, prediction);
   findWholeProblems(options.input, textFrom(again, 0, 1), prediction, report);
   if (code != 0) failAtOnce(prediction, code);

@@ -10,9 +10,6 @@
 #include "rules/text.h"
 #include "survey/progress.h"
 
-static constexpr int32_t PROCESSING_FAILED = 380928302;
-static constexpr int32_t ROW_ALREADY_OCCUPIED = 380928303;
-
 static EntryKind rowKindOf(const Registry& registry, uint32_t entry) {
   return static_cast<EntryKind>(registry.entries[entry].rowKind);
 }
@@ -158,7 +155,7 @@ static std::string firstLineAsRead(Play& play, uint32_t entry) {
   return std::string(loaded.lines[0].view());
 }
 
-static void fail(Play& play, int32_t code, DetailText problem, std::string firstLine, std::string earlier = {}) {
+static void fail(Play& play, MessageCode code, DetailText problem, std::string firstLine, std::string earlier = {}) {
   if (play.run.failure.code != 0) return;
   play.run.failure = {code, problem, std::move(firstLine), std::move(earlier)};
 }

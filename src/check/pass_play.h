@@ -5,13 +5,14 @@
 #include <string>
 
 #include "platform/detail_texts.h"
+#include "platform/message_codes.h"
 #include "survey/findings.h"
 #include "survey/record.h"
 #include "survey/registry.h"
 
 // How a run ends that fails in the passes.
 struct RunFailure {
-  int32_t code = 0;  // of the message; 0 for a run that does not fail
+  MessageCode code = 0;  // of the message; 0 for a run that does not fail
   DetailText problem = NO_DETAIL;
   std::string firstLine;         // of the entry that is complained of; empty where none is known
   std::string earlierFirstLine;  // of a doubled entry, that of the other

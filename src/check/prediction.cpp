@@ -106,7 +106,6 @@ static uint64_t entryOfMessage(SurveyedFile& file, const RunFailure& failure) {
 
 void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[2], FindingSink& findings,
                 Prediction& prediction) {
-  constexpr int32_t PROCESSING_FAILED = 380928302;
   EntryCheck entryCheck(findings, prediction);
   prediction.counts = surveyInput(file, prediction.registry, entryCheck);
   const SurveyCounts& counts = prediction.counts;
@@ -131,7 +130,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
   }
 }
 
-void failAtOnce(Prediction& prediction, int32_t code) {
+void failAtOnce(Prediction& prediction, MessageCode code) {
   prediction.code = code;
   prediction.failingEntry = NO_PLACE;
   prediction.endsInPreparation = true;

@@ -11,7 +11,7 @@ struct Prediction {
   SurveyCounts counts;
   Registry registry;
   int32_t slots[2] = {0, 0};         // by Side
-  int32_t code = 0;                  // of the message of a run that fails; 0 for one that succeeds
+  MessageCode code = 0;              // of the message of a run that fails; 0 for one that succeeds
   uint64_t failingEntry = NO_PLACE;  // where the entry begins that the message names
   int64_t passes = 0;
   uint64_t outputBytes = 0;
@@ -21,7 +21,7 @@ struct Prediction {
 };
 
 // Has the run fail before it reads anything.
-void failAtOnce(Prediction& prediction, int32_t code);
+void failAtOnce(Prediction& prediction, MessageCode code);
 
 // Predicts the run with these slot counts, 0 standing for as many as there are owners, and has every finding about the
 // entries taken. The files are the input, opened twice.

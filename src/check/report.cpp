@@ -80,7 +80,7 @@ void Report::writeText(const Prediction& prediction, uint64_t memoryBytes) {
     printf("%s: the conversion with slots for %d users and %d groups succeeds.\n", name.c_str(),
            prediction.slots[USER_SIDE], prediction.slots[GROUP_SIDE]);
   } else {
-    printf("%s: the conversion with slots for %d users and %d groups stops with message %d", name.c_str(),
+    printf("%s: the conversion with slots for %d users and %d groups stops with message %u", name.c_str(),
            prediction.slots[USER_SIDE], prediction.slots[GROUP_SIDE], prediction.code);
     if (prediction.failingEntry != NO_PLACE)
       printf(" about the entry in line %" PRId64, lineNumberOf(file_, prediction.failingEntry));

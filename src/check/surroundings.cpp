@@ -19,9 +19,7 @@ static std::string folderOf(const char* input) {
   return folder.empty() ? "." : folder.string();
 }
 
-int32_t findFileProblems(const char* input, FindingSink& findings) {
-  constexpr int32_t FILE_NOT_OPENED = 380928304;
-  constexpr int32_t USAGE_ERROR = 380928314;
+MessageCode findFileProblems(const char* input, FindingSink& findings) {
   constexpr size_t LONGEST_NAME = 4091;
   const std::string name = input;
   if (name.size() > LONGEST_NAME) {

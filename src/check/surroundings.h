@@ -8,7 +8,7 @@
 
 // Finds what is wrong with the file, before its entries are looked at. Returns the number of the message with which a
 // run on it fails at once; 0 for none.
-int32_t findFileProblems(const char* input, FindingSink& findings);
+MessageCode findFileProblems(const char* input, FindingSink& findings);
 
 // Finds what is wrong with it as a whole, and with the room for what is made of it.
 void findWholeProblems(const char* input, std::string_view text, const Prediction& prediction, FindingSink& findings);

@@ -7,6 +7,7 @@
 #include "platform/sink.h"
 #include "rules/known_names.h"
 #include "rules/line.h"
+#include "rules/text.h"
 #include "rules/texts.h"
 
 // An attribute: its text, which lies in the entry or in the texts, and the lines in which it stands.
@@ -15,6 +16,14 @@ struct Attribute {
   int32_t nextLine = 0;  // the first behind it
   std::string_view text;
 };
+
+// The name of a line's own attribute: what stands before its first colon; of a line without one all of it.
+inline std::string_view ownName(const Line& line) {
+  return line.firstColon == NO_COLON ? line.content() : line.view().substr(0, line.firstColon);
+}
+
+// True when that is the name, in any case.
+inline bool isNamed(const Line& line, std::string_view name) { return isSameInAnyCase(ownName(line), name); }
 
 inline bool isContinuation(const Line& line) { return line.length > 0 && line.text[0] == ' '; }
 

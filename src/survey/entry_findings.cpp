@@ -7,12 +7,6 @@
 #include "rules/policy_container.h"
 #include "rules/text.h"
 
-static std::string_view nameOf(const Line& line) {
-  return line.firstColon == NO_COLON ? line.content() : line.view().substr(0, line.firstColon);
-}
-
-static bool isNamed(const Line& line, std::string_view name) { return isSameInAnyCase(nameOf(line), name); }
-
 // The values that name a class that is known.
 struct ClassValue {
   std::string_view value;
@@ -32,7 +26,7 @@ static ObjectClass withoutCredentials(ObjectClass code) {
 // True when the line names a class that the run knows only in another spelling.
 static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
   if (!isNamed(line, "objectclass")) return false;
-  std::string_view value = behindSpaces(line.content().substr(nameOf(line).size() + 1));
+  std::string_view value = behindSpaces(line.content().substr(ownName(line).size() + 1));
   value = value.substr(0, value.find_last_not_of(" \t") + 1);
   for (const ClassValue& known : classValues)
     if (isSameInAnyCase(value, known.value))

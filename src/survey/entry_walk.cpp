@@ -58,11 +58,10 @@ static bool takeOrdinary(EntryWalk& walk, ReadEntry& entry, size_t& taken) {
   return entry.count > 0;
 }
 
-static void beginEntry(const EntryWalk& walk, ReadEntry& entry) {
+static void beginEntry(ReadEntry& entry) {
   entry.count = 0;
-  entry.from = walk.scan.next;
   entry.isEndedByText = entry.isOversized = entry.hasNul = entry.hasLongLine = false;
-  entry.hasComments = entry.hasFoldedComment = false;
+  entry.hasFoldedComment = false;
 }
 
 static bool finish(const EntryWalk& walk, ReadEntry& entry) {
@@ -83,7 +82,6 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
   if (isBlankLine(line.view())) return entry.count > 0;
   const bool isComment = line.text[0] == '#';
   if (isComment) {
-    entry.hasComments = true;
     entry.hasNul = hadNul;
     entry.hasLongLine = hadLongLine;
   }
@@ -94,7 +92,7 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
 }
 
 bool readEntry(EntryWalk& walk, ReadEntry& entry) {
-  beginEntry(walk, entry);
+  beginEntry(entry);
   for (bool isBehindComment = false;;) {
     makeRoom(entry);
     size_t taken = 0;

@@ -11,17 +11,15 @@
 
 // An entry as it has been read. Places are counted from the begin of the text.
 struct ReadEntry {
-  std::vector<Line> room;      // the lines stand at its begin; used again and again
-  size_t count = 0;            // of the lines
-  size_t from = 0;             // behind the entry before
-  size_t begin = 0;            // of the first line
-  size_t end = 0;              // behind the blank line that ends it
-  bool isEndedByText = false;  // and by no blank line
-  bool isOversized = false;    // it goes on behind the lines that are held
-  bool hasNul = false;         // a line is cut short by one
-  size_t nul = 0;              // where the first such line begins; the entry, where that is a piece of one
-  bool hasLongLine = false;    // a line stands there in pieces
-  bool hasComments = false;
+  std::vector<Line> room;         // the lines stand at its begin; used again and again
+  size_t count = 0;               // of the lines
+  size_t begin = 0;               // of the first line
+  size_t end = 0;                 // behind the blank line that ends it
+  bool isEndedByText = false;     // and by no blank line
+  bool isOversized = false;       // it goes on behind the lines that are held
+  bool hasNul = false;            // a line is cut short by one
+  size_t nul = 0;                 // where the first such line begins; the entry, where that is a piece of one
+  bool hasLongLine = false;       // a line stands there in pieces
   bool hasFoldedComment = false;  // what continues a comment is taken for more of the line before it
 
   Entry lines() const { return {room.data(), count}; }

@@ -3,14 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "rules/attribute.h"
 #include "rules/known_names.h"
 #include "rules/text.h"
-
-static std::string_view nameOf(const Line& line) {
-  return line.firstColon == NO_COLON ? line.content() : line.view().substr(0, line.firstColon);
-}
-
-static bool isNamed(const Line& line, std::string_view name) { return isSameInAnyCase(nameOf(line), name); }
 
 // The dropped names, and one that the merge leaves out besides.
 static bool isBookkeeping(const Line& line) {
@@ -32,13 +27,13 @@ LineFate fateOfDropped(const Line& line, Road road) {
 static LineFate fateOfWritten(const Origin& origin) { return origin.isChanged ? RENAMED : KEPT; }
 
 static std::string_view valueOf(const Line& line) {
-  return behindSpaces(line.content().substr(std::min<size_t>(nameOf(line).size() + 1, line.contentLength)));
+  return behindSpaces(line.content().substr(std::min<size_t>(ownName(line).size() + 1, line.contentLength)));
 }
 
 static LineFate fateAmong(const Line& line, Entry lines, Road road) {
   LineFate fate = fateOfDropped(line, road);
   for (const Line& other : lines) {
-    if (isDropped(other, road) || !isNamed(other, nameOf(line))) continue;
+    if (isDropped(other, road) || !isNamed(other, ownName(line))) continue;
     if (other.content() == line.content()) return ABSORBED;
     if (valueOf(other) == valueOf(line)) fate = REPLACED_BY_SAME;
     if (fate != REPLACED_BY_SAME) fate = REPLACED;
@@ -98,7 +93,7 @@ static LineFate fateOfMissing(const Line& line, const RecordSurvivors& survivors
     return ABSORBED;
   LineFate fate = fateOfDropped(line, MERGED);
   for (const Line* other : lines) {
-    if (other->firstColon != line.firstColon || !isNamed(*other, nameOf(line))) continue;
+    if (other->firstColon != line.firstColon || !isNamed(*other, ownName(line))) continue;
     if (valueOf(*other) == valueOf(line)) return REPLACED_BY_SAME;
     fate = REPLACED;
   }

@@ -73,10 +73,6 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, PreparedEntry&
   if (place < prepared.origins.size() && !isContinuation(entry.room[line])) prepared.origins[place].isChanged = !isSame;
 }
 
-static bool isNamed(const Line& line, std::string_view name) {
-  return line.firstColon != NO_COLON && isSameInAnyCase(line.view().substr(0, line.firstColon), name);
-}
-
 // Notes when a line that stands for an attribute has not its name. Lines are as they have been read.
 static void noteTaken(const ReadEntry& entry, int32_t line, std::string_view name, PreparedEntry& prepared) {
   if (line < 0 || prepared.isValueTaken || static_cast<size_t>(line) >= entry.count) return;

@@ -51,7 +51,7 @@ struct Registry {
   uint32_t ownersOf[2] = {0, 0};      // by Side
   bool isRegular = true;              // all of them are, and every entry has one
   bool mayHoldNul = false;            // the input does
-  bool hasOpenLines = false;          // a line of an entry has no line end: it is a piece of a longer one
+  bool hasOpenLines = false;          // a line of an entry may have no line end: it is a piece of a longer one
   uint64_t keptBytes = 0;             // of texts that a run keeps besides the work file while it gathers all entries
 };
 

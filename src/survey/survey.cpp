@@ -74,8 +74,7 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
   gathered.lines = static_cast<uint32_t>(lines.size());
   gathered.endsPreparation = survey.prepared.problem != NO_DETAIL;
   uint64_t hash = 0;
-  if (lines.back().text[lines.back().length - 1] != '\n') survey.registry.hasOpenLines = true;
-  if (!survey.registry.hasOpenLines && !survey.prepared.partLines.empty()) survey.registry.hasOpenLines = true;
+  if (!survey.prepared.partLines.empty()) survey.registry.hasOpenLines = true;
   if (part.isTooLong) gathered.problem = ENTRY_TOO_LONG;
   if (part.kind == UNKNOWN_KIND) gathered.problem = UNKNOWN_CLASS;
   if (gathered.problem == NO_DETAIL && part.kind < RESCREDS_KIND) noteOwner(gathered, lines, survey.texts, hash);
