@@ -5,10 +5,16 @@
 
 #include "rules/places.h"
 
-static uint64_t loweredAt(const char* text) {
+// Eight characters. Most texts that are compared are the same in case, too, or differ in more than that.
+static bool areSameInAnyCase(const char* one, const char* other) {
+  constexpr uint64_t CASE_BITS = 0x2020202020202020;
   uint64_t characters = 0;
-  memcpy(&characters, text, sizeof characters);
-  return loweredCharacters(characters);
+  uint64_t others = 0;
+  memcpy(&characters, one, sizeof characters);
+  memcpy(&others, other, sizeof others);
+  const uint64_t difference = characters ^ others;
+  if (difference == 0) return true;
+  return (difference & ~CASE_BITS) == 0 && loweredCharacters(characters) == loweredCharacters(others);
 }
 
 // Compares eight characters at once, the last eight of a longer text once more.
@@ -18,8 +24,8 @@ bool isSameInAnyCase(std::string_view one, std::string_view other) {
   if (size != other.size()) return false;
   size_t i = 0;
   for (; i + STEP <= size; i += STEP)
-    if (loweredAt(one.data() + i) != loweredAt(other.data() + i)) return false;
-  if (size >= STEP) return loweredAt(one.data() + size - STEP) == loweredAt(other.data() + size - STEP);
+    if (!areSameInAnyCase(one.data() + i, other.data() + i)) return false;
+  if (size >= STEP) return areSameInAnyCase(one.data() + size - STEP, other.data() + size - STEP);
   while (i < size && lowered(one.data()[i]) == lowered(other.data()[i])) ++i;
   return i == size;
 }

@@ -29,7 +29,7 @@ static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
   std::string_view value = behindSpaces(line.content().substr(ownName(line).size() + 1));
   value = value.substr(0, value.find_last_not_of(" \t") + 1);
   for (const ClassValue& known : classValues)
-    if (isSameInAnyCase(value, known.value))
+    if (value.size() == known.value.size() && isSameInAnyCase(value, known.value))
       return withoutCredentials(ofEntry) != known.code && withoutCredentials(classOf({&line, 1})) != known.code;
   return false;
 }
@@ -61,6 +61,7 @@ static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t beg
 
 static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin,
                           FindingSink& findings) {
+  if (entry.isOrdinary && entry.end - entry.begin <= LONGEST_LINE) return;
   size_t found = prepared.lines.size();
   for (size_t i = prepared.lines.size(); i-- > 0;) {
     const bool isLong = prepared.lines[i].length > LONGEST_LINE && (entry.hasLongLine || !prepared.goesToOutput);
@@ -89,7 +90,8 @@ static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, 
 
 // What the names of its lines show.
 static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
-  constexpr uint32_t NAMES = nameBit("changetype") | nameBit("objectclass");
+  constexpr uint32_t CHANGETYPE = nameBit("changetype");
+  constexpr uint32_t NAMES = CHANGETYPE | nameBit("objectclass");
   bool isChange = false;
   bool hasUnknownName = false;
   bool isTaken = prepared.isValueTaken;
@@ -97,7 +99,9 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   for (size_t i = 0; i < prepared.lines.size(); ++i) {
     const Line& line = prepared.lines[i];
     if ((line.names & NAMES) == 0) continue;
-    if (!isChange && isNamed(line, "changetype")) {
+    if ((line.names & CHANGETYPE) == 0) {
+      // it can only name a class
+    } else if (!isChange && isNamed(line, "changetype")) {
       isChange = true;
       findings.take({CHANGE_RECORD, AT_NONE, begin, placeOf(prepared, i, begin)});
     } else if (!isTaken && !prepared.goesToOutput && holdsChangetype(line) && !isNamed(line, "changetype")) {

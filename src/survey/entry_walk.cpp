@@ -64,7 +64,27 @@ static void beginEntry(ReadEntry& entry) {
   entry.hasFoldedComment = false;
 }
 
+// Most entries are ordinary: what can be odd about a line is asked of them once.
+static void findTraits(ReadEntry& entry) {
+  uint32_t names = 0;
+  uint32_t continuations = 0;
+  bool areOdd = entry.hasFoldedComment || (entry.count > 0 && isContinuation(entry.room[0]));
+  bool hasReturns = false;
+  for (const Line& line : entry.lines()) {
+    const uint32_t end = line.length - line.contentLength;
+    names |= line.names;
+    continuations += line.text[0] == ' ' ? 1U : 0U;
+    hasReturns |= end == 2;
+    areOdd |= line.length >= LONGEST_LINE || end > 2 || line.text[line.length - 1] != '\n';
+  }
+  entry.names = names;
+  entry.continuations = continuations;
+  entry.isOrdinary = !areOdd;
+  entry.hasReturns = hasReturns;
+}
+
 static bool finish(const EntryWalk& walk, ReadEntry& entry) {
+  findTraits(entry);
   entry.end = walk.scan.next;
   if (entry.count > 0) entry.begin = static_cast<size_t>(entry.room[0].text - walk.text.data());
   return entry.count > 0;

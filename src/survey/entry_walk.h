@@ -21,6 +21,10 @@ struct ReadEntry {
   size_t nul = 0;                 // where the first such line begins; the entry, where that is a piece of one
   bool hasLongLine = false;       // a line stands there in pieces
   bool hasFoldedComment = false;  // what continues a comment is taken for more of the line before it
+  bool isOrdinary = false;        // every line is whole and has a newline or CRLF behind it
+  bool hasReturns = false;        // of an ordinary entry: some of these are CRLF
+  uint32_t continuations = 0;     // lines of an ordinary entry that continue another
+  uint32_t names = 0;             // Line::names of all lines together
 
   Entry lines() const { return {room.data(), count}; }
 };

@@ -88,20 +88,19 @@ static bool isEqualLine(const Line& line, const Line& other) {
 }
 
 static LineFate fateOfMissing(const Line& line, const RecordSurvivors& survivors) {
-  const auto& lines = survivors.lines;
-  if (std::any_of(lines.begin(), lines.end(), [&](const Line* other) { return isEqualLine(line, *other); }))
-    return ABSORBED;
-  LineFate fate = fateOfDropped(line, MERGED);
-  for (const Line* other : lines) {
-    if (other->firstColon != line.firstColon || !isNamed(*other, ownName(line))) continue;
-    if (valueOf(*other) == valueOf(line)) return REPLACED_BY_SAME;
-    fate = REPLACED;
+  LineFate fate = NUMBER_OF_FATES;
+  for (const Line* other : survivors.lines) {
+    if (other->firstColon != line.firstColon) continue;
+    if (isEqualLine(line, *other)) return ABSORBED;
+    if (fate == REPLACED_BY_SAME || !isNamed(*other, ownName(line))) continue;
+    fate = valueOf(*other) == valueOf(line) ? REPLACED_BY_SAME : REPLACED;
   }
-  return fate;
+  return fate == NUMBER_OF_FATES ? fateOfDropped(line, MERGED) : fate;
 }
 
 static bool isObjectClass(const Line& line) {
-  return (line.names & nameBit("objectclass")) != 0 && isNamed(line, "objectclass");
+  constexpr uint32_t OBJECTCLASS = nameBit("objectclass");
+  return (line.names & OBJECTCLASS) != 0 && isNamed(line, "objectclass");
 }
 
 void findMergedFates(const LoadedEntry& entry, const RecordSurvivors& survivors, bool isOwnEntry, bool isBase,

@@ -23,12 +23,28 @@ static bool losesEnd(const Line& line) {
   return end.find_first_not_of("\r\n") != std::string_view::npos;
 }
 
+static void findOriginsOfOrdinary(const ReadEntry& entry, std::string_view text, PreparedEntry& prepared) {
+  const char* const begin = text.data() + entry.begin;
+  prepared.origins.resize(prepared.attributeLines);
+  uint32_t number = 0;
+  for (const Line& line : entry.lines())
+    if (!isContinuation(line)) {
+      prepared.origins[number] = {static_cast<size_t>(line.text - begin), number, false, false};
+      ++number;
+    }
+}
+
 // Numbers the attribute lines of the entry and says of each line that will be written where it comes from.
 static void findOrigins(const ReadEntry& entry, std::string_view text, bool areWanted, PreparedEntry& prepared) {
   prepared.text = text.substr(entry.begin, entry.end - entry.begin);
   prepared.origins.clear();
   prepared.attributeLines = 0;
   prepared.hasReturn = false;
+  if (entry.isOrdinary) {
+    prepared.attributeLines = static_cast<uint32_t>(entry.count) - entry.continuations;
+    if (areWanted) findOriginsOfOrdinary(entry, text, prepared);
+    return;
+  }
   for (const Line& line : entry.lines()) {
     if (!prepared.hasReturn && losesEnd(line)) {
       prepared.hasReturn = true;
@@ -54,22 +70,27 @@ static tm anyDate() {
 }
 
 // The lines change, or one is added behind the others.
-static void apply(const Adjustment& adjustment, ReadEntry& entry, PreparedEntry& prepared) {
+static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
   if (adjustment.problem != NO_DETAIL) prepared.problem = adjustment.problem;
   if (adjustment.line < 0) return;
   const auto line = static_cast<size_t>(adjustment.line);
-  const bool isAdded = line == entry.count;
-  const bool isSame = !isAdded && entry.room[line].view() == adjustment.text;
-  entry.room[line] = scanLine(adjustment.text);
-  if (isAdded) {
-    ++entry.count;
+  if (line == entry.count) {
+    entry.isOrdinary &= adjustment.text.size() < LONGEST_LINE;
+    const Line added = scanLine(entry.isOrdinary ? joined({adjustment.text, "\n"}, texts) : adjustment.text);
+    entry.room[entry.count++] = added;
+    entry.names |= added.names;
     prepared.origins.push_back({0, NO_LINE, false, false});
     return;
   }
+  const bool isSame = entry.room[line].view() == adjustment.text;
+  entry.room[line] = scanLine(adjustment.text);
+  entry.names |= entry.room[line].names;
   const Entry before = entry.lines().first(line);
-  const auto place = static_cast<size_t>(std::count_if(before.begin(), before.end(), [&](const Line& other) {
-    return !isContinuation(other) || &other == before.data();
-  }));
+  const bool isFolded = !entry.isOrdinary || entry.continuations > 0;
+  const auto place =
+      !isFolded ? line : static_cast<size_t>(std::count_if(before.begin(), before.end(), [&](const Line& other) {
+        return !isContinuation(other) || &other == before.data();
+      }));
   if (place < prepared.origins.size() && !isContinuation(entry.room[line])) prepared.origins[place].isChanged = !isSame;
 }
 
@@ -100,9 +121,9 @@ static void noteTakenAnywhere(const ReadEntry& entry, std::string_view name, Pre
 static void adjustAuthorityInfo(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
   const Adjustment version = convertVersion(entry.lines(), texts);
   noteTaken(entry, version.line, "version", prepared);
-  apply(version, entry, prepared);
+  apply(version, entry, texts, prepared);
   if (needsInstallDate(entry.lines()))
-    apply(addInstallDate(entry.lines(), anyDate(), texts), entry, prepared);
+    apply(addInstallDate(entry.lines(), anyDate(), texts), entry, texts, prepared);
   else
     noteTakenAnywhere(entry, "installdate", prepared);
 }
@@ -112,7 +133,7 @@ static void adjustUser(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) 
   noteTaken(entry, domainId.sources[0], "secauthority", prepared);
   noteTaken(entry, domainId.sources[1], "principalname", prepared);
   if (domainId.line < 0 && domainId.problem == NO_DETAIL) noteTakenAnywhere(entry, "secdomainid", prepared);
-  apply(domainId, entry, prepared);
+  apply(domainId, entry, texts, prepared);
 }
 
 static void adjust(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
@@ -121,7 +142,7 @@ static void adjust(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
   if (!getsNewUuidName(prepared.objectClass)) return;
   const Adjustment uuid = renameUuid(entry.lines(), texts);
   noteTaken(entry, uuid.line, "secuuid", prepared);
-  apply(uuid, entry, prepared);
+  apply(uuid, entry, texts, prepared);
 }
 
 // True when the lines, once they have been written, read as these very lines.
@@ -169,27 +190,55 @@ static void readWritten(Texts& texts, PreparedEntry& prepared) {
   }
 }
 
+// Gives the lines newlines in place of CRLF, all of them in one copy of the text.
+static void closeLines(ReadEntry& entry, std::string_view text, Texts& texts) {
+  const std::string_view whole = text.substr(entry.begin, entry.end - entry.begin);
+  char* const copy = makeRoom(texts, whole.size());
+  whole.copy(copy, whole.size());
+  for (Line& line : std::span(entry.room.data(), entry.count)) {
+    char* const closed = copy + (line.text - whole.data());
+    closed[line.contentLength] = '\n';
+    line.text = closed;
+    line.length = line.contentLength + 1;
+  }
+}
+
+static uint32_t namesOf(Entry lines) {
+  uint32_t names = 0;
+  for (const Line& line : lines) names |= line.names;
+  return names;
+}
+
 // Gives the lines the form in which they are written. Returns true when they are those that have been read.
-static bool prepareLines(ReadEntry& entry, bool areTightened, Texts& texts, PreparedEntry& prepared) {
+static bool prepareLines(ReadEntry& entry, std::string_view text, bool areTightened, Texts& texts,
+                         PreparedEntry& prepared) {
+  constexpr uint32_t SECDN = nameBit("secdn");
   if (entry.room.size() == entry.count) entry.room.resize(entry.count + 1);
-  prepared.isValueTaken = false;
+  if (entry.isOrdinary && entry.hasReturns) closeLines(entry, text, texts);
   if (isContinuation(entry.room[0]))
     prepared.problem = FOLDED_COMMENT;
   else
     adjust(entry, texts, prepared);
-  const UnfoldedEntry unfolded = unfoldLines({entry.room.data(), entry.count}, false, texts);
+  UnfoldedEntry unfolded = {entry.count, true};
+  if (!entry.isOrdinary || entry.continuations > 0)
+    unfolded = unfoldLines({entry.room.data(), entry.count}, false, texts);
   prepared.lines = {entry.room.data(), unfolded.lines};
-  const bool isTightened = areTightened && tightenOwnerNames(prepared.lines, texts);
+  const bool areNamesKnown = entry.isOrdinary && entry.continuations == 0;
+  prepared.names = areNamesKnown ? entry.names : namesOf(prepared.lines);
+  const bool mayNameOwner = (prepared.names & SECDN) != 0;
+  const bool isTightened = areTightened && mayNameOwner && tightenOwnerNames(prepared.lines, texts);
   return unfolded.isAsRead && !isTightened;
 }
 
 // Where lines come from is asked of entries that are copied, and of those in which something is odd.
 static bool needsOrigins(const ReadEntry& entry, const PreparedEntry& prepared) {
+  constexpr uint32_t CHANGETYPE = nameBit("changetype");
   const bool isCopied = prepared.goesToOutput || prepared.kind == RESCREDS_KIND;
-  return isCopied || entry.hasLongLine || entry.hasNul ||
-         std::any_of(entry.lines().begin(), entry.lines().end(), [](const Line& line) {
-           return (line.names & nameBit("changetype")) != 0 || line.length == LONGEST_LINE || losesEnd(line);
-         });
+  if (isCopied || (entry.names & CHANGETYPE) != 0) return true;
+  if (entry.isOrdinary) return false;
+  return entry.hasLongLine || entry.hasNul ||
+         std::any_of(entry.lines().begin(), entry.lines().end(),
+                     [](const Line& line) { return line.length == LONGEST_LINE || losesEnd(line); });
 }
 
 static uint64_t bytesOf(Entry lines, bool areDropped) {
@@ -201,6 +250,7 @@ static uint64_t bytesOf(Entry lines, bool areDropped) {
 
 void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared) {
   prepared.problem = NO_DETAIL;
+  prepared.isValueTaken = false;
   prepared.lacksOrigins = false;
   prepared.parts.clear();
   prepared.partLines.clear();
@@ -211,7 +261,7 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
   prepared.kind = kindOf(prepared.objectClass, dnLine);
   withOrigins = withOrigins || needsOrigins(entry, prepared);
   findOrigins(entry, text, withOrigins, prepared);
-  const bool isAsRead = prepareLines(entry, !prepared.goesToOutput, texts, prepared);
+  const bool isAsRead = prepareLines(entry, text, !prepared.goesToOutput, texts, prepared);
   prepared.bytes = bytesOf(prepared.lines, prepared.goesToOutput);
   if (prepared.goesToOutput || prepared.lines.empty()) return;
   if (!isAsRead && !readAsWritten(prepared.lines)) {
@@ -233,8 +283,9 @@ void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass obje
   prepared.parts.clear();
   prepared.partLines.clear();
   prepared.objectClass = objectClass;
+  prepared.isValueTaken = true;  // or not: nobody asks again
   findOrigins(entry, text, true, prepared);
-  prepareLines(entry, true, texts, prepared);
+  prepareLines(entry, text, true, texts, prepared);
   prepared.parts.push_back({0, prepared.lines.size(), objectClass, UNKNOWN_KIND});
 }
 

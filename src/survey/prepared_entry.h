@@ -45,6 +45,7 @@ struct PreparedEntry {
   size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
   std::string_view text;         // of the input, from the entry on
   std::span<Line> lines;         // as they are written, a newline behind each; they stand in the room of the entry
+  uint32_t names = 0;            // that their Line::names may hold
   std::vector<Origin> origins;   // of each of them
   std::vector<WorkEntry> parts;  // of an entry for the work file: mostly one
   std::vector<Line> partLines;   // of an entry of several parts, or with pieces

@@ -82,7 +82,8 @@ struct RecordMaker {
   size_t loadedCount = 0;
   std::vector<Line> lines[RESCREDS_KIND];  // as they stand in the rows
   std::vector<Line> partial;
-  Texts texts;
+  std::array<char, size_t{16} * 1024> memory;
+  Texts texts{memory.data(), memory.size()};
   SlotRecords records;
 };
 

@@ -24,7 +24,7 @@ struct GatheredEntry {
   uint8_t problem = NO_DETAIL;     // of its owner; it ends a run that looks at the entry
   bool opensForKey = true;         // a slot that it opens is found by the owner's other entries
   bool isNormal = true;            // its first line is gathered as it stands
-  bool isDefaultDomain = true;     // the DN with which it opens a slot lies there, and is not too long
+  bool isDefaultDomain = false;    // the DN with which it opens a slot is known to lie there, and is not too long
   bool endsPreparation = false;    // the run does not come so far as to gather it
   bool isPlain = true;             // it is one in the input, too, and of the same class there
 };

@@ -39,24 +39,26 @@ static bool holdsChangetypeAsRead(const Line& line) {
   return false;
 }
 
-static void noteOwner(GatheredEntry& gathered, Entry lines, Texts& texts, uint64_t& hash) {
+static Owner noteOwner(GatheredEntry& gathered, Entry lines, Texts& texts, uint64_t& hash) {
   const Owner owner = ownerOf(lines, static_cast<EntryKind>(gathered.kind), texts, nullptr);
   gathered.problem = owner.problem;
-  if (owner.problem != NO_DETAIL) return;
+  if (owner.problem != NO_DETAIL) return owner;
   hash = hashOfDn(owner.key);
   gathered.opensForKey = owner.saved == owner.key;
   gathered.isNormal = owner.firstLine.data() == lines[0].text;
   if (gathered.kind == SECUSER_KIND && !gathered.isNormal && isUsersLine(owner.firstLine))
     gathered.rowKind = USERS_SECUSER_KIND;
-  const bool isShort = owner.saved.size() < TEMP_DN_SIZE;
-  gathered.isDefaultDomain = isShort && subdomainOf(NEW_USER_DN, owner.saved).component.data() == nullptr;
+  return owner;
+}
+
+// Asked of the entry that opens the owner's slot where a pass takes all of its entries.
+static bool isDefaultDomain(std::string_view savedDn) {
+  return savedDn.size() < TEMP_DN_SIZE && subdomainOf(NEW_USER_DN, savedDn).component.data() == nullptr;
 }
 
 // What a run cannot leave in the work file: an entry whose first line changes, an owner's DN that does not stand there.
-static void noteKeptTexts(Survey& survey, const GatheredEntry& gathered, Entry lines) {
+static void noteKeptTexts(Survey& survey, const GatheredEntry& gathered, bool opensSlot, Entry lines) {
   Registry& registry = survey.registry;
-  const RegistryOwner& owner = registry.owners[registry.entries.back().owner];
-  const bool opensSlot = owner.first == registry.entries.size() - 1;
   const bool standsThere = gathered.isNormal && gathered.kind != USERS_SECUSER_KIND &&
                            gathered.kind != MAP_OF_USER_KIND && gathered.kind != MAP_OF_GROUP_KIND;
   if (opensSlot && !standsThere) registry.keptBytes += lines[0].length;
@@ -74,10 +76,12 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
   gathered.lines = static_cast<uint32_t>(lines.size());
   gathered.endsPreparation = survey.prepared.problem != NO_DETAIL;
   uint64_t hash = 0;
+  Owner owner;
   if (!survey.prepared.partLines.empty()) survey.registry.hasOpenLines = true;
   if (part.isTooLong) gathered.problem = ENTRY_TOO_LONG;
   if (part.kind == UNKNOWN_KIND) gathered.problem = UNKNOWN_CLASS;
-  if (gathered.problem == NO_DETAIL && part.kind < RESCREDS_KIND) noteOwner(gathered, lines, survey.texts, hash);
+  if (gathered.problem == NO_DETAIL && part.kind < RESCREDS_KIND)
+    owner = noteOwner(gathered, lines, survey.texts, hash);
   if (part.kind == RESCREDS_KIND) {
     for (const Line& line : lines)
       if (!isDropped(line, REMAINING)) survey.counts.finalBytes += line.length;
@@ -85,7 +89,11 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
     if (!gathered.endsPreparation) survey.visitor.takeCopied(lines, originsOf(survey.prepared, part), REMAINING, begin);
   }
   addEntry(survey.registry, gathered, hash);
-  if (part.kind < RESCREDS_KIND && gathered.problem == NO_DETAIL) noteKeptTexts(survey, gathered, lines);
+  if (part.kind >= RESCREDS_KIND || gathered.problem != NO_DETAIL) return;
+  GatheredEntry& added = survey.registry.entries.back();
+  const bool opensSlot = survey.registry.owners[added.owner].first == survey.registry.entries.size() - 1;
+  if (opensSlot) added.isDefaultDomain = isDefaultDomain(owner.saved);
+  noteKeptTexts(survey, gathered, opensSlot, lines);
 }
 
 static void takePrepared(Survey& survey, uint64_t begin) {
@@ -106,8 +114,9 @@ static void takePrepared(Survey& survey, uint64_t begin) {
   count(counts, prepared.kind);
   counts.workFileBytes += prepared.bytes;
   const auto holds = [](const Line& line) { return holdsChangetypeAsRead(line); };
-  if (!counts.changetypeSeen && std::any_of(prepared.lines.begin(), prepared.lines.end(), holds))
-    counts.changetypeSeen = true;
+  constexpr uint32_t CHANGETYPE = nameBit("changetype");
+  const bool mayHold = !counts.changetypeSeen && (prepared.names & CHANGETYPE) != 0;
+  if (mayHold && std::any_of(prepared.lines.begin(), prepared.lines.end(), holds)) counts.changetypeSeen = true;
   uint32_t number = 0;
   for (const WorkEntry& part : prepared.parts) addPart(survey, part, number++, begin);
 }

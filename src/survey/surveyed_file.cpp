@@ -5,14 +5,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <bit>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 
 #include "platform/message_details.h"
 #include "platform/open_file.h"
-#include "rules/places.h"
 
 // Addresses that one file may take. A test builds with a small one.
 #ifndef SURVEY_WINDOW_SIZE
@@ -100,23 +98,16 @@ bool isUnchanged(const SurveyedFile& file) {
   return isSameState || failWith("it has changed while it was read");
 }
 
-static int64_t countLines(std::string_view text) {
-  int64_t lines = 0;
-  size_t i = 0;
-  for (; i + sizeof(TextPart) <= text.size(); i += sizeof(TextPart))
-    lines += std::popcount(placesIn(partAt(text.data() + i), '\n'));
-  return lines + std::count(text.begin() + static_cast<ptrdiff_t>(i), text.end(), '\n');
-}
-
 int64_t linesBefore(SurveyedFile& file, uint64_t place) {
-  constexpr size_t STEP = size_t{64} * 1024;
+  constexpr size_t STEP = size_t{4} * 1024;
   std::vector<int64_t>& counts = file.lineCounts;
   if (counts.empty()) counts.push_back(0);
   while (place / STEP >= counts.size()) {
     const std::string_view step = textFrom(file, (counts.size() - 1) * STEP, STEP).substr(0, STEP);
-    counts.push_back(counts.back() + countLines(step));
+    counts.push_back(counts.back() + std::count(step.begin(), step.end(), '\n'));
   }
   const uint64_t begin = place / STEP * STEP;
   const auto length = static_cast<size_t>(place - begin);
-  return counts[place / STEP] + countLines(textFrom(file, begin, length).substr(0, length));
+  const std::string_view rest = textFrom(file, begin, length).substr(0, length);
+  return counts[place / STEP] + std::count(rest.begin(), rest.end(), '\n');
 }
