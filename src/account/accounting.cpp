@@ -1,7 +1,6 @@
 #include "account/accounting.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "rules/attribute.h"
 #include "rules/policy_container.h"
@@ -94,7 +93,10 @@ class CopiedEntries final : public EntryVisitor {
       ++accounting_.account.merged;
     // Those of a regular registry are not looked at again.
     if (prepared.kind == SECPOLICYDATA_KIND && prepared.parts.size() == 1) policyDataLines_ += prepared.attributeLines;
-    if (prepared.problem == NO_DETAIL) return;
+    if (prepared.problem == NO_DETAIL) {
+      if (!prepared.goneLines.empty()) takeGoneLines(prepared, begin);
+      return;
+    }
     accounting_.account.lines[LOST] += prepared.attributeLines;
     accounting_.missing.push_back({begin, 0});
   }
@@ -144,6 +146,18 @@ class CopiedEntries final : public EntryVisitor {
     const Origin origin = {static_cast<size_t>(place - begin), 0, false, false};
     fates_.assign(1, fateOfDropped(line, OVERSIZED));
     tally(accounting_, {begin, "copied", {}, {&line, 1}, {&origin, 1}, &fates_, {}});
+  }
+
+  void takeGoneLines(const PreparedEntry& prepared, uint64_t begin) {
+    fates_.assign(prepared.lines.size(), prepared.kind == SECPOLICYDATA_KIND ? LEFT_OUT : LOST);
+    for (const size_t i : prepared.goneLines)
+      tally(accounting_, {begin,
+                          "a line of it reads as nothing once it is written",
+                          {},
+                          prepared.lines.subspan(i, 1),
+                          std::span(prepared.origins).subspan(i, 1),
+                          &fates_,
+                          {}});
   }
 
   void beginOversized() {
@@ -362,9 +376,6 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   takeCredentials(accounting, maker, room.fates);
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();
   if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
-  // Lines that read as nothing once they have been written.
-  account.lines[LOST] +=
-      account.counts.attributeLines - std::accumulate(account.lines, std::end(account.lines), int64_t{0});
   findDifference(accounting);
   if (!account.first.isAny || !mayRunOn(account.registry)) return;
   account.first.text += " An entry with too many lines may have run on into the row of another one.";

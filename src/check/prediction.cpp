@@ -16,7 +16,10 @@ class EntryCheck final : public EntryVisitor {
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
     findChanges(entry, prepared, begin, prediction_.hasDn, findings_);
     prediction_.hasDn = prediction_.hasDn || beginsWithDn(entry);
-    if (prepared.problem == NO_DETAIL) return;
+    if (prepared.problem == NO_DETAIL) {
+      if (prepared.kind != SECPOLICYDATA_KIND) findGoneLines(prepared, begin, findings_);
+      return;
+    }
     findings_.take({findingOf(prepared.problem), AT_GIVEN, begin});
     if (prepared.parts.empty()) prediction_.entriesThatEndPreparation.push_back(begin);
   }

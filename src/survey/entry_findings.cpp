@@ -137,6 +137,11 @@ void findLosses(const Fates& fates, std::span<const Origin> origins, uint64_t be
   }
 }
 
+void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+  for (const size_t i : prepared.goneLines)
+    findings.take({LINE_IS_LOST, AT_NONE, begin, begin + prepared.origins[i].place});
+}
+
 static bool needsEscapes(std::string_view name) {
   return name.find_first_of(",+\"\\<>;=") != std::string_view::npos || name.front() == '#' || name.front() == ' ' ||
          name.back() == ' ';

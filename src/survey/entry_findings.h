@@ -26,6 +26,9 @@ struct NewDns {
 };
 void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, NewDns& newDns, FindingSink& findings);
 
+// Finds the lines of an entry for the work file that are gone because they read as nothing there.
+void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings);
+
 // Finds the fates of all lines of the entries of a slot, which stand there whole, and has each of these entries taken.
 // Returns false where they do not.
 template <typename TakeEntry>

@@ -209,6 +209,16 @@ static uint32_t namesOf(Entry lines) {
   return names;
 }
 
+static void findGoneLines(PreparedEntry& prepared) {
+  std::vector<bool> isThere(prepared.attributeLines);
+  for (const Origin& origin : prepared.partOrigins)
+    if (origin.line != NO_LINE) isThere[origin.line] = true;
+  for (size_t i = 0; i < prepared.lines.size(); ++i) {
+    const Origin& origin = prepared.origins[i];
+    if (origin.line != NO_LINE && !origin.isPiece && !isThere[origin.line]) prepared.goneLines.push_back(i);
+  }
+}
+
 // Gives the lines the form in which they are written. Returns true when they are those that have been read.
 static bool prepareLines(ReadEntry& entry, std::string_view text, bool areTightened, Texts& texts,
                          PreparedEntry& prepared) {
@@ -254,6 +264,7 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
   prepared.lacksOrigins = false;
   prepared.parts.clear();
   prepared.partLines.clear();
+  prepared.goneLines.clear();
   prepared.objectClass = classOf(entry.lines());
   const bool beginsInside = isContinuation(entry.room[0]);
   const std::string_view dnLine = beginsInside ? entry.room[0].content() : unfold(entry.lines(), 0, 0, texts).text;
@@ -266,7 +277,9 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
   if (prepared.goesToOutput || prepared.lines.empty()) return;
   if (!isAsRead && !readAsWritten(prepared.lines)) {
     prepared.lacksOrigins = !withOrigins;
-    if (withOrigins) readWritten(texts, prepared);
+    if (!withOrigins) return;
+    readWritten(texts, prepared);
+    findGoneLines(prepared);
     return;
   }
   WorkEntry part = {0, prepared.lines.size(), prepared.objectClass, prepared.kind};

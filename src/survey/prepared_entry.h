@@ -50,6 +50,7 @@ struct PreparedEntry {
   std::vector<WorkEntry> parts;  // of an entry for the work file: mostly one
   std::vector<Line> partLines;   // of an entry of several parts, or with pieces
   std::vector<Origin> partOrigins;
+  std::vector<size_t> goneLines;  // places of the lines that read as nothing once they are written, as parts
 };
 
 // Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk.

@@ -186,7 +186,8 @@ def bareValue(text):
 
 def isNoLoss(text, kind, there):
     """Whether nothing is lost by a line that is not there, letter for letter."""
-    if isMerged(kind) and ldif.nameOf(text) in (b"objectclass", b"objectClass"):
+    holds_bookkeeping = any(name + b":" in text.lower() for name in BOOKKEEPING)  # then it is dropped from any entry
+    if isMerged(kind) and ldif.nameOf(text) in (b"objectclass", b"objectClass") and not holds_bookkeeping:
         return True
     name = ldif.nameOf(text)
     return name is not None and any(
@@ -216,6 +217,8 @@ def missingLines(text, output):
         own_records = [record for name in names for record in records[name]]
         if own_records or entry.is_long:
             findMissing(entry, kind, own_records, found)
+        elif not entry.lines[0].text:  # it begins with a carriage return, and is blank once it is written
+            found.may_be_lost[entry.lines[0].number] = entry.lines[0].text, entry, Counter()
         elif entry.lines[0].text.lower().startswith(b"dn:"):  # what has no DN may have lost its first line
             found.faults.append(f"entry of line {entry.number}: no record is called {names or 'like its owner'}"[:300])
     return found

@@ -98,6 +98,10 @@ class Accounts(unittest.TestCase):
     def test_a_line_of_5000_characters_is_kept_and_its_rest_added(self):
         self.expect(unit(line_of(5000)), counts(kept=3, added=1), (1, 1, 0, 0), {"straight_through": 1})
 
+    def test_a_line_that_begins_with_a_carriage_return_is_blank_in_the_work_file_and_lost(self):
+        self.expect(b"\r" + credentials(), counts(kept=2, lost=1), (1, 1, 0, 0), {"resource_credentials": 1},
+                    [(1, None, None, "lost")])
+
     def test_a_value_that_loses_to_another_is_replaced(self):
         self.expect(user("bert", "description: own") + map_of("bert", "description: map's"),
                     counts(kept=5, renamed=1, absorbed=2, replaced=1, added=1), (2, 0, 2, 0), {"users": 1},
