@@ -42,7 +42,9 @@ static constexpr FindingKind kinds[] = {
 
     {"looks-like-bookkeeping", LOSES, "The line is dropped: it holds the name of an attribute that is.",
      "Reword the value."},
-    {"line-lost", LOSES, "The line is dropped: what stood for it in the record is dropped, or of another attribute.",
+    {"line-lost", LOSES,
+     "The line is dropped: what stood for it in the record is dropped, or of another attribute; or it is blank once it is "
+     "written.",
      "Reword the value, or remove the line."},
     {"value-replaced", LOSES, "Another value of the attribute takes its place.", "Remove one of the two values."},
 

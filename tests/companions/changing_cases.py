@@ -187,7 +187,7 @@ TEXTS = (
           shows=("\ndescription: onethree\n",), lacks=("two",)),
     shown("line that begins with a carriage return is blank, and gone, in the work file",
           (b"\r" + credentials(),), changes("carriage-return", 1, None), loses("line-lost", 1, None),
-          shows=("objectClass: secResCreds\ncn: web\n",), lacks=(WEB,)),
+          shows=("objectclass: secResCreds\ncn: web\n",), lacks=(WEB,)),
     beside("carriage-return", "carriage returns at the end of a line do not matter",
            (unit("ou: Other\r", "description: one\r\n two\r\r").replace(b"example\n", b"example\r\n"),),
            shows=("\ndescription: onetwo\n",)),
