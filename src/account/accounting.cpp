@@ -45,12 +45,28 @@ static void putLines(std::string& text, Entry lines, Road road) {
 // A written line that is not one of its own in the output: it goes on in the line before, or reads as none.
 static bool isOwnLine(const Line& line) { return line.text[0] != ' ' && line.text[0] != '#' && line.contentLength > 0; }
 
+static bool isCounted(const Origin& origin, uint32_t last) {
+  return origin.line != NO_LINE && !origin.isPiece && origin.line != last;
+}
+
+static int64_t attributeLinesOf(const PreparedEntry& prepared, const WorkEntry& part) {
+  if (prepared.partLines.empty()) return prepared.attributeLines;
+  int64_t lines = 0;
+  uint32_t last = NO_LINE;
+  for (const Origin& origin : originsOf(prepared, part)) {
+    if (!isCounted(origin, last)) continue;
+    last = origin.line;
+    ++lines;
+  }
+  return lines;
+}
+
 // Counts the attribute lines of an entry and has those that are gone taken.
 static void tally(Accounting& accounting, const EntryFate& entry) {
   uint32_t last = NO_LINE;
   for (size_t i = 0; i < entry.lines.size(); ++i) {
     const Origin& origin = entry.origins[i];
-    if (origin.line == NO_LINE || origin.isPiece || origin.line == last) continue;
+    if (!isCounted(origin, last)) continue;
     last = origin.line;
     const LineFate fate = (*entry.fates)[i];
     ++accounting.account.lines[fate];
@@ -91,9 +107,9 @@ class CopiedEntries final : public EntryVisitor {
       ++accounting_.account.notWritten;
     else
       ++accounting_.account.merged;
-    // Those of a regular registry are not looked at again.
-    if (prepared.kind == SECPOLICYDATA_KIND && prepared.parts.size() == 1) policyDataLines_ += prepared.attributeLines;
     if (prepared.problem == NO_DETAIL) {
+      for (const WorkEntry& part : prepared.parts)
+        if (part.kind == SECPOLICYDATA_KIND) policyDataLines_ += attributeLinesOf(prepared, part);
       if (!prepared.goneLines.empty()) takeGoneLines(prepared, begin);
       return;
     }
@@ -149,7 +165,9 @@ class CopiedEntries final : public EntryVisitor {
   }
 
   void takeGoneLines(const PreparedEntry& prepared, uint64_t begin) {
-    fates_.assign(prepared.lines.size(), prepared.kind == SECPOLICYDATA_KIND ? LEFT_OUT : LOST);
+    const bool isPolicyData = prepared.kind == SECPOLICYDATA_KIND;
+    if (isPolicyData) policyDataLines_ += static_cast<int64_t>(prepared.goneLines.size());
+    fates_.assign(prepared.lines.size(), isPolicyData ? LEFT_OUT : LOST);
     for (const size_t i : prepared.goneLines)
       tally(accounting_, {begin,
                           "a line of it reads as nothing once it is written",
@@ -169,9 +187,9 @@ class CopiedEntries final : public EntryVisitor {
 
   Accounting& accounting_;
   Fates fates_;
-  int64_t policyDataLines_ = 0;
-  int64_t kept_ = 0;    // lines of the entry that is being copied
-  bool hasDn_ = false;  // an entry has begun with one
+  int64_t policyDataLines_ = 0;  // those of a regular registry are not looked at again
+  int64_t kept_ = 0;             // lines of the entry that is being copied
+  bool hasDn_ = false;           // an entry has begun with one
   bool isOversized_ = false;
   bool isSame_ = true;
   bool wasClosed_ = true;

@@ -102,10 +102,9 @@ static void findName(SlotRecords& records, Entry own, Side side) {
   }
 }
 
-// The DN with which a slot has been opened. That of the default domain is as good as any other there.
+// The DN with which a slot has been opened.
 static std::string_view ownerDn(RecordMaker& maker, uint32_t opener) {
   const GatheredEntry& entry = maker.registry->entries[opener];
-  if (entry.isDefaultDomain) return "secAuthority=default\n";
   LoadedEntry& loaded = loadedEntry(maker, opener);
   return keepText(maker.texts, ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr).saved);
 }

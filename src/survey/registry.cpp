@@ -1,5 +1,7 @@
 #include "survey/registry.h"
 
+#include <algorithm>
+
 // The sides are kept apart by a bit.
 static uint64_t withSide(uint64_t hash, Side side) { return side == USER_SIDE ? hash | 1U : hash & ~uint64_t{1}; }
 
@@ -40,24 +42,56 @@ static bool isRegular(const RegistryOwner& owner, const GatheredEntry& entry) {
   return fits && (owner.first != NONE || entry.opensForKey) && (owner.kinds >> entry.rowKind & 1U) == 0;
 }
 
-void addEntry(Registry& registry, GatheredEntry entry, uint64_t hash) {
+static void settle(Registry& registry, const AwaitedEntry& awaited) {
+  GatheredEntry entry = awaited.entry;
   const auto number = static_cast<uint32_t>(registry.entries.size());
   const auto kind = static_cast<EntryKind>(entry.kind);
   const bool isGathered = kind != RESCREDS_KIND;
   if (isGathered && kind != UNKNOWN_KIND && entry.problem == NO_DETAIL) {
-    entry.owner = findOwner(registry, withSide(hash, sideOf(kind)), sideOf(kind));
+    entry.owner = findOwner(registry, withSide(awaited.hash, sideOf(kind)), sideOf(kind));
     RegistryOwner& owner = registry.owners[entry.owner];
     if (!isRegular(owner, entry)) owner.isRegular = false;
     owner.kinds = static_cast<uint8_t>(owner.kinds | 1U << entry.rowKind);
     if (!owner.isRegular) registry.isRegular = false;
     owner.isSpoilt = owner.isSpoilt || entry.endsPreparation;
-    if (owner.first == NONE)
+    if (owner.first == NONE) {
       owner.first = number;
-    else
+      registry.keptBytes += awaited.openerBytes;
+    } else {
       registry.entries[owner.last].next = number;
+    }
     owner.last = number;
   } else if (isGathered) {
     registry.isRegular = false;
   }
   registry.entries.push_back(entry);
+}
+
+static size_t placeOf(const Registry& registry, const AwaitedEntry& awaited) {
+  return firstPlace(registry, withSide(awaited.hash, sideOf(static_cast<EntryKind>(awaited.entry.kind))));
+}
+
+// Fetches first the place in the hash table, then the owner to which it leads.
+static void fetch(const Registry& registry, size_t number) {
+  constexpr size_t HALF = Registry::AWAITED / 2;
+  if (registry.places.empty()) return;
+  __builtin_prefetch(&registry.places[placeOf(registry, registry.awaited[number % Registry::AWAITED])]);
+  if (number < HALF) return;
+  const uint32_t owner = registry.places[placeOf(registry, registry.awaited[(number - HALF) % Registry::AWAITED])];
+  if (owner != NONE) __builtin_prefetch(&registry.owners[owner]);
+}
+
+void addEntry(Registry& registry, const AwaitedEntry& awaited) {
+  const size_t number = registry.awaitedEnd++;
+  AwaitedEntry& place = registry.awaited[number % Registry::AWAITED];
+  if (number >= Registry::AWAITED) settle(registry, place);
+  place = awaited;
+  fetch(registry, number);
+}
+
+void endAdding(Registry& registry) {
+  const size_t end = registry.awaitedEnd;
+  for (size_t i = end - std::min(end, Registry::AWAITED); i < end; ++i)
+    settle(registry, registry.awaited[i % Registry::AWAITED]);
+  registry.awaitedEnd = 0;
 }

@@ -24,7 +24,6 @@ struct GatheredEntry {
   uint8_t problem = NO_DETAIL;     // of its owner; it ends a run that looks at the entry
   bool opensForKey = true;         // a slot that it opens is found by the owner's other entries
   bool isNormal = true;            // its first line is gathered as it stands
-  bool isDefaultDomain = false;    // the DN with which it opens a slot is known to lie there, and is not too long
   bool endsPreparation = false;    // the run does not come so far as to gather it
   bool isPlain = true;             // it is one in the input, too, and of the same class there
 };
@@ -44,6 +43,13 @@ struct RegistryOwner {
   uint32_t bytes = 0;       // of them
 };
 
+// An entry whose owner is looked up soon: what is known of owners lies far apart in memory, and is fetched meanwhile.
+struct AwaitedEntry {
+  GatheredEntry entry;
+  uint64_t hash;         // of its owner's key
+  uint64_t openerBytes;  // of the text that a run keeps if the entry opens a slot
+};
+
 struct Registry {
   std::deque<GatheredEntry> entries;  // in the order of the work file
   std::deque<RegistryOwner> owners;   // in the order in which the entries show them
@@ -52,8 +58,14 @@ struct Registry {
   bool isRegular = true;              // all of them are, and every entry has one
   bool mayHoldNul = false;            // the input does
   bool hasOpenLines = false;          // a line of an entry may have no line end: it is a piece of a longer one
-  uint64_t keptBytes = 0;             // of texts that a run keeps besides the work file while it gathers all entries
+  static constexpr size_t AWAITED = 16;
+  AwaitedEntry awaited[AWAITED] = {};  // the last ones, by their number
+  size_t awaitedEnd = 0;               // the number of the next one
+  uint64_t keptBytes = 0;              // of texts that a run keeps besides the work file while it gathers all entries
 };
 
-// Adds an entry that stands in the work file; hash is that of its owner's key, if it has one.
-void addEntry(Registry& registry, GatheredEntry entry, uint64_t hash);
+// Adds an entry that stands in the work file. It is among the others a few entries later, or once all are there.
+void addEntry(Registry& registry, const AwaitedEntry& awaited);
+
+// Ends the adding.
+void endAdding(Registry& registry);

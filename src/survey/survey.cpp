@@ -39,61 +39,50 @@ static bool holdsChangetypeAsRead(const Line& line) {
   return false;
 }
 
-static Owner noteOwner(GatheredEntry& gathered, Entry lines, Texts& texts, uint64_t& hash) {
+static void noteOwner(GatheredEntry& gathered, Entry lines, Texts& texts, uint64_t& hash) {
   const Owner owner = ownerOf(lines, static_cast<EntryKind>(gathered.kind), texts, nullptr);
   gathered.problem = owner.problem;
-  if (owner.problem != NO_DETAIL) return owner;
+  if (owner.problem != NO_DETAIL) return;
   hash = hashOfDn(owner.key);
   gathered.opensForKey = owner.saved == owner.key;
   gathered.isNormal = owner.firstLine.data() == lines[0].text;
   if (gathered.kind == SECUSER_KIND && !gathered.isNormal && isUsersLine(owner.firstLine))
     gathered.rowKind = USERS_SECUSER_KIND;
-  return owner;
-}
-
-// Asked of the entry that opens the owner's slot where a pass takes all of its entries.
-static bool isDefaultDomain(std::string_view savedDn) {
-  return savedDn.size() < TEMP_DN_SIZE && subdomainOf(NEW_USER_DN, savedDn).component.data() == nullptr;
 }
 
 // What a run cannot leave in the work file: an entry whose first line changes, an owner's DN that does not stand there.
-static void noteKeptTexts(Survey& survey, const GatheredEntry& gathered, bool opensSlot, Entry lines) {
-  Registry& registry = survey.registry;
+static void noteKeptTexts(Registry& registry, AwaitedEntry& awaited, Entry lines) {
+  const GatheredEntry& gathered = awaited.entry;
   const bool standsThere = gathered.isNormal && gathered.kind != USERS_SECUSER_KIND &&
                            gathered.kind != MAP_OF_USER_KIND && gathered.kind != MAP_OF_GROUP_KIND;
-  if (opensSlot && !standsThere) registry.keptBytes += lines[0].length;
+  if (!standsThere) awaited.openerBytes = lines[0].length;
   if (!gathered.isNormal)
     for (const Line& line : lines) registry.keptBytes += line.length;
 }
 
 static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint64_t begin) {
   const Entry lines = linesOf(survey.prepared, part);
-  GatheredEntry gathered = {.begin = begin, .part = number};
+  AwaitedEntry awaited = {{.begin = begin, .part = number}, 0, 0};
+  GatheredEntry& gathered = awaited.entry;
   gathered.kind = part.kind;
   gathered.rowKind = part.kind;
   gathered.isPlain = part.kind != RESCREDS_KIND && survey.prepared.partLines.empty() &&
                      part.objectClass == survey.prepared.objectClass;
   gathered.lines = static_cast<uint32_t>(lines.size());
   gathered.endsPreparation = survey.prepared.problem != NO_DETAIL;
-  uint64_t hash = 0;
-  Owner owner;
   if (!survey.prepared.partLines.empty()) survey.registry.hasOpenLines = true;
   if (part.isTooLong) gathered.problem = ENTRY_TOO_LONG;
   if (part.kind == UNKNOWN_KIND) gathered.problem = UNKNOWN_CLASS;
   if (gathered.problem == NO_DETAIL && part.kind < RESCREDS_KIND)
-    owner = noteOwner(gathered, lines, survey.texts, hash);
+    noteOwner(gathered, lines, survey.texts, awaited.hash);
   if (part.kind == RESCREDS_KIND) {
     for (const Line& line : lines)
       if (!isDropped(line, REMAINING)) survey.counts.finalBytes += line.length;
     ++survey.counts.finalBytes;
     if (!gathered.endsPreparation) survey.visitor.takeCopied(lines, originsOf(survey.prepared, part), REMAINING, begin);
   }
-  addEntry(survey.registry, gathered, hash);
-  if (part.kind >= RESCREDS_KIND || gathered.problem != NO_DETAIL) return;
-  GatheredEntry& added = survey.registry.entries.back();
-  const bool opensSlot = survey.registry.owners[added.owner].first == survey.registry.entries.size() - 1;
-  if (opensSlot) added.isDefaultDomain = isDefaultDomain(owner.saved);
-  noteKeptTexts(survey, gathered, opensSlot, lines);
+  if (part.kind < RESCREDS_KIND && gathered.problem == NO_DETAIL) noteKeptTexts(survey.registry, awaited, lines);
+  addEntry(survey.registry, awaited);
 }
 
 static void takePrepared(Survey& survey, uint64_t begin) {
@@ -174,5 +163,6 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
     showSurveyProgress(file.program, "entries", textBegin + survey.entry.end, file.size);
     return true;
   });
+  endAdding(registry);
   return survey.counts;
 }
