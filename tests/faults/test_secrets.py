@@ -45,9 +45,9 @@ def codes(errors):
 class GoldenRuns(unittest.TestCase):
     def each_run(self, check, echo):
         """Hands the result of every golden run to a check, and whether a value that is not shown is in the output."""
-        for name in run_golden.names():
-            with self.subTest(run=name), tempfile.TemporaryDirectory(dir=scratch.FOLDER) as folder:
-                environment, arguments = run_golden.prepare(run_golden.GOLDEN / name, Path(folder))
+        for case in run_golden.cases():
+            with self.subTest(run=case.name), tempfile.TemporaryDirectory(dir=scratch.FOLDER) as folder:
+                environment, arguments = run_golden.prepare(case, Path(folder))
                 environment.pop("DEBUG_ERROR", None)
                 if echo:
                     environment["DEBUG_ERROR"] = ""

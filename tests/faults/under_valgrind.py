@@ -30,13 +30,12 @@ def reports(folder):
     return "".join(log.read_text() for log in Path(folder).iterdir())
 
 
-def golden_run(tool, name):
-    folder = run_golden.GOLDEN / name
+def golden_run(tool, case):
     # A run that fails gives nothing back.
-    leaks = [] if (folder / "exit").exists() else LEAKS
+    leaks = LEAKS if case.status == 0 else []
     with tempfile.TemporaryDirectory() as scratch, tempfile.TemporaryDirectory() as logs:
         command = [*VALGRIND, f"--log-file={logs}/%p", *leaks, tool]
-        failures = run_golden.failuresOf(folder, command, Path(scratch))
+        failures = run_golden.failuresOf(case, command, Path(scratch))
         return "\n".join([reports(logs), *failures]).strip()
 
 
@@ -52,8 +51,8 @@ def conversion(tool, export, *arguments, echo=False):
 
 def jobs(tool, every):
     """The names of the runs, and what makes each of them and returns what is wrong."""
-    for name in run_golden.names()[::every]:
-        yield name, lambda name=name: golden_run(tool, name)
+    for case in run_golden.cases()[::every]:
+        yield case.name, lambda case=case: golden_run(tool, case)
     example = (tests.parent / "examples" / "registry-export.ldif").read_bytes()
     for arguments in (("100", "100"), ("4", "2"), ("1", "1"), ("100", "100", "trace")):
         yield f"example {' '.join(arguments)}", lambda given=arguments: conversion(tool, example, *given, echo=True)

@@ -1,2 +1,0 @@
-cp input.ldif before
-ln input.ldif output.ldif

@@ -1,2 +1,0 @@
-cp input.ldif before
-ln -s input.ldif output.ldif

@@ -1,1 +1,0 @@
-cmp before input.ldif || exit 1

@@ -1,2 +1,0 @@
-cp input.ldif before
-mkdir d

@@ -1,1 +1,0 @@
-test ! -e output.ldif

@@ -1,2 +1,0 @@
-cp input.ldif before
-echo left >input.ldif.tmp

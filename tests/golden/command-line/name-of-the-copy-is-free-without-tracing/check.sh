@@ -1,1 +1,0 @@
-test ! -e TEMPORARY_INPUT_LDIF_FILE.tmp

@@ -1,2 +1,0 @@
-cmp before input.ldif || exit 1
-test ! -e output.ldif

@@ -1,1 +1,0 @@
-cp input.ldif before

@@ -1,2 +1,0 @@
-test ! -e output.ldif
-test ! -e trace.txt

@@ -1,1 +1,0 @@
-test -s in1.tmp && test ! -e 'in*.tmp'

@@ -1,1 +1,0 @@
-test ! -e nosuch.ldif.tmp

@@ -1,1 +1,0 @@
-mkfifo in.ldif

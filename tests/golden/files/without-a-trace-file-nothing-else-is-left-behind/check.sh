@@ -1,1 +1,0 @@
-test "$(ls -A | tr '\n' ' ')" = 'input.ldif output.ldif '
