@@ -9,7 +9,8 @@ from pathlib import Path
 project = Path(__file__).resolve().parent.parent.parent
 documents = [project / name for name in ("README.md", "CONTRIBUTING.md", "CHANGELOG.md", "examples/README.md",
                                          "docs/architecture.md", "docs/work-file-format.md", "docs/migration.md",
-                                         "tests/fuzz/README.md", "tests/companions/README.md")]
+                                         "tests/fuzz/README.md", "tests/companions/README.md",
+                                         "tests/golden/README.md")]
 
 
 def indented_blocks(document):
@@ -70,6 +71,13 @@ class Documents(unittest.TestCase):
                      "tests/model/differential.py", "tests/mutants/plant.py", "tests/faults/under_valgrind.py"):
             with self.subTest(script=name):
                 self.assertTrue(os.access(project / name, os.X_OK))
+
+
+class GoldenRuns(unittest.TestCase):
+    def test_every_chapter_is_described(self):
+        golden = project / "tests" / "golden"
+        described = re.findall(r"^\| \[([\w-]+)\]", (golden / "README.md").read_text(), re.MULTILINE)
+        self.assertEqual(sorted(described), sorted(path.name for path in golden.glob("[a-z]*") if path.is_dir()))
 
 
 class Migration(unittest.TestCase):
