@@ -56,9 +56,9 @@ NOT_REACHED = {"NOT_STEPPED_OVER", "NOTHING_GATHERED", "POLICY_WITHOUT_AUTHORITY
 class AFailingMachine(scratch.ScratchTest):
     def test_is_told_in_whole_messages(self):
         for fault, message in FAILURES:
-            if scratch.sanitizer and fault["call"] == "malloc":
-                continue
             with self.subTest(message=message):
+                if scratch.sanitizer and fault["call"] == "malloc":
+                    self.skipTest("the sanitizer has an allocator of its own")
                 self.empty_folder()
                 self.write("input.ldif", LARGE if fault["call"] == "write" else everything())
                 run = self.run_tool("input.ldif", "output.ldif", "1", "1", fault=fault)
