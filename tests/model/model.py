@@ -57,6 +57,8 @@ EXCLUDED_FROM_MERGE = {
     b"aclpropagate:", b"aclPropagate:", b"aclentry:", b"aclEntry:", b"acl:", b"ACL:", b"aci:", b"ACI:",
 }
 
+NOT_COPIED = (b"XOQ-ENTRYUUID: ", b"xoq-entryuuid: ")
+NOT_COPIED_OF_OVERSIZED = (b"XOQ-ENTRYUUID:", b"xoq-entryuuid:")
 NOT_WRITTEN = (b"xoq-entryuuid:", b"aclentry:", b"aci:", b"acl:")
 NOT_WRITTEN_WITH_CONTROL = NOT_WRITTEN + (b"control:",)
 
@@ -710,7 +712,7 @@ class Conversion:
             if line.startswith(b"#"):
                 continue
             started = True
-            if b"XOQ-ENTRYUUID:" not in line and b"xoq-entryuuid:" not in line:
+            if not containsAny(line, NOT_COPIED_OF_OVERSIZED):
                 self.output += line
 
     # Attribute lookup and classification.
@@ -807,7 +809,7 @@ class Conversion:
 
     def writeToOutput(self):
         for line in self.logicalLines():
-            if b"XOQ-ENTRYUUID: " not in line and b"xoq-entryuuid: " not in line:
+            if not containsAny(line, NOT_COPIED):
                 self.output += line + b"\n"
         self.output += b"\n"
 
