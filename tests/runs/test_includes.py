@@ -16,22 +16,30 @@ FOLDERS = ("driver", "output", "cache", "workfile", "ldif", "check", "account", 
 HIDDEN = {folder: ("check", "account", "survey") for folder in ("driver", "output", "cache", "workfile", "ldif")}
 HIDDEN |= {"check": ("account", "reporting"), "account": ("reporting",), "survey": ("reporting",), "rules": ("reporting",)}
 
-INCLUDE = re.compile(r'^#include "(\w+)/', re.MULTILINE)
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)', re.MULTILINE)
 
 
 def allowed(folder):
     return set(FOLDERS[FOLDERS.index(folder):]) - set(HIDDEN.get(folder, ()))
 
 
+def failures_of(path):
+    """What the file includes of this project that it may not, or by another name than folder/file."""
+    for mark, included in INCLUDE.findall(path.read_text()):
+        folder = included.partition("/")[0]
+        if (mark == '"' or folder in FOLDERS) and folder not in allowed(path.parent.name):
+            yield f"{path.relative_to(SOURCES)}: includes {included}, which does not stand below it"
+
+
 def main():
-    failures = 0
-    files = sorted(path for pattern in ("*.h", "*.cpp") for path in SOURCES.glob(f"*/{pattern}"))
-    for path in files:
-        for included in INCLUDE.findall(path.read_text()):
-            if included not in allowed(path.parent.name):
-                print(f"FAILED {path.relative_to(SOURCES)}: includes {included}/, which stands above it")
-                failures += 1
-    print(f"{len(files)} files, {failures} failures")
+    files = sorted(path for path in SOURCES.rglob("*") if path.suffix in (".h", ".cpp"))
+    failures = [f"{path.relative_to(SOURCES)}: stands in no folder of the order" for path in files
+                if path.relative_to(SOURCES).parent.as_posix() not in FOLDERS]
+    if not failures:
+        failures = [failure for path in files for failure in failures_of(path)]
+    for failure in failures:
+        print(f"FAILED {failure}")
+    print(f"{len(files)} files, {len(failures)} failures")
     return 1 if failures or not files else 0
 
 
