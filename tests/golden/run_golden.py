@@ -52,6 +52,9 @@ GOLDEN = pathlib.Path(__file__).resolve().parent
 TIMEOUT_SECONDS = 20
 LONGEST_LINE_SHOWN = 200
 
+FILES = {"cases", "input.ldif", "leftover", "setup.sh", "arguments", "environment", "stderr", "stdout", "output.ldif",
+         "workfile", "trace", "check.sh"}
+
 FILE_NOT_OPENED, USAGE_ERROR = "380928304", "380928314"
 COPY = "TEMPORARY_INPUT_LDIF_FILE"
 
@@ -101,6 +104,8 @@ def cases():
     for folder in GOLDEN.glob("[!_]*/*"):
         given = {path.name: textOf(path) for path in folder.iterdir()}
         chapter = folder.parent.name
+        if given.keys() - FILES:
+            raise ValueError(f"{chapter}/{folder.name}: no file of a case: {', '.join(given.keys() - FILES)}")
         found += rowsOf(chapter, given) if "cases" in given else [Case(f"{chapter}/{folder.name}", given)]
     return sorted(found, key=lambda case: case.name)
 
