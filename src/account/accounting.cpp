@@ -26,6 +26,8 @@ struct Accounting {
 
 static std::string_view firstLineOf(std::string_view text) { return text.substr(0, text.find('\n')); }
 
+// The order of records depends on the slot counts, so that each is looked for by its bytes, wherever it stands.
+// Their sum shows what is there besides.
 static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAddedDate = false) {
   accounting.expectedBytes += accounting.text.size();
   if (findRecord(accounting.output, accounting.text, hasAddedDate)) {
@@ -124,6 +126,7 @@ class CopiedEntries final : public EntryVisitor {
   }
 
   // Such an entry has its place in the output: where those before it end.
+  // It is compared while it is read, since it may be longer than memory.
   void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) override {
     if (!isOversized_) beginOversized();
     const bool isMore = isContinuation(line) || (begin_ != begin ? false : !wasClosed_);
@@ -222,6 +225,7 @@ static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKin
 
 static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRows& rows, Side side,
                         OwnerRecords& room) {
+  // The very functions that the conversion uses make what it should have written.
   const SlotRecords& records = makeRecords(maker, side, rows);
   const uint64_t begin = maker.registry->entries[rows.opener].begin;
   if (records.problem != NO_DETAIL) {
@@ -256,6 +260,8 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
 
 // The entries of an owner as a run gathers them: of each kind one at a time, in their order.
 template <typename TakeLayer>
+// Two entries of one kind never meet in a slot of a run that succeeds, so that the second ones make records of
+// their own.
 static void forEachLayer(const Registry& registry, const RegistryOwner& owner, SlotRows& rows, TakeLayer takeLayer) {
   const auto& entries = registry.entries;
   for (uint32_t layer = 0, count = 1; count > 0; ++layer) {
@@ -298,6 +304,8 @@ static void takeCredentials(Accounting& accounting, RecordMaker& maker, Fates& f
 
 // A record whose last line has been cut has no empty line behind it: the next one goes on there. It is parted from it
 // before any is looked for.
+// The conversion writes the empty line behind a record as a line of its own, and what a cut line lacks is its
+// newline.
 static bool partOpenRecord(Accounting& accounting) {
   return !accounting.text.ends_with("\n\n") && partRecord(accounting.output, accounting.text);
 }
@@ -336,6 +344,8 @@ static bool partAllOpenRecords(Accounting& accounting, RecordMaker& maker, SlotR
 
 // Names the first difference: a record of the output that should not be there, with the one that should, or one that is
 // missing.
+// What is in the output and should not be says more than what is missing: a changed record is both, and is shown
+// with its entry.
 static void findDifference(Accounting& accounting) {
   Difference& first = accounting.account.first;
   bool isDoubled = false;
@@ -360,6 +370,8 @@ static void findDifference(Accounting& accounting) {
   }
 }
 
+// Which rows an entry runs on into depends on the slot counts, which the account does not know. Then it can only
+// say that this may be the reason.
 static bool mayRunOn(const Registry& registry) {
   return std::any_of(registry.entries.begin(), registry.entries.end(), [](const GatheredEntry& entry) {
     return entry.owner != NONE &&
@@ -381,6 +393,7 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
   OwnerRecords room;
   SlotRows rows;
+  // Parting one record can lay open the next.
   while (account.registry.hasOpenLines && partAllOpenRecords(accounting, maker, rows)) {
   }
   const auto& owners = account.registry.owners;

@@ -9,6 +9,8 @@ static constexpr std::string_view dateTag = "installDate: ";
 static constexpr std::string_view dateEnd = ".0Z\n";
 static constexpr size_t DIGITS = 14;
 
+// The date is that of the run, of which the account knows nothing. It is the only thing in an output that cannot be
+// foretold, and stands in the last line of its record.
 static bool endsWithDate(std::string_view record) {
   const size_t length = dateTag.size() + DIGITS + dateEnd.size();
   if (record.size() < length || !record.ends_with(dateEnd)) return false;
@@ -50,6 +52,7 @@ static size_t recordLength(std::string_view text) {
   return end == std::string_view::npos ? text.size() : end + 1;
 }
 
+// Read in growing steps, because a window need not hold the whole record.
 std::string_view recordAt(SurveyedFile& file, uint64_t place) {
   size_t length = size_t{64} * 1024;
   std::string_view text = textFrom(file, place, length).substr(0, length);
@@ -76,9 +79,11 @@ static void add(OutputRecords& records, std::string_view text, uint64_t begin) {
     for (const OutputRecord& record : before)
       if (record.isThere != 0) insert(records, record);
   }
+  // Sixteen bytes for each, since there are as many as there are users.
   OutputRecord record = {};
   const bool hasDate = endsWithDate(text);
   record.hash = hashOfRecord(text, hasDate);
+  // The place shares its word with four bits: 46 bits are enough for files of 64 TiB.
   record.place = begin & ((uint64_t{1} << 46U) - 1);
   record.hasDate = hasDate ? 1 : 0;
   record.isThere = 1;
@@ -106,6 +111,7 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
   records.file = &file;
   records.places.resize(1024);
   for (uint64_t place = 0; place < file.size;) {
+    // More than one empty line between records is not what a conversion writes; that is told by the sum of all bytes.
     if (textFrom(file, place, 1)[0] == '\n') {
       ++place;
       continue;
@@ -132,6 +138,7 @@ static bool findOne(OutputRecords& records, std::string_view expected, bool hasA
   size_t place = firstPlace(records, hash);
   for (; records.places[place].isThere != 0; place = (place + 1) & (records.places.size() - 1)) {
     OutputRecord& record = records.places[place];
+    // A record that has been found once is not there for a second entry that makes the same one.
     if (record.hash != hash || record.isFound != 0) continue;
     const std::string_view text = textFrom(*records.file, record.place, expected.size() + 1);
     if (!isSame(text, expected, record.isOpen != 0, hasAddedDate)) continue;
@@ -148,6 +155,7 @@ bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate
       text.remove_prefix(1);
       continue;
     }
+    // What the conversion writes for one entry reads as several records where a value of it is blank.
     const std::string_view one = text.substr(0, recordLength(text));
     areFound = findOne(records, one, hasAddedDate && endsWithDate(one)) && areFound;
     text.remove_prefix(one.size());
@@ -160,6 +168,7 @@ static OutputRecord& part(OutputRecords& records, OutputRecord& record, size_t l
   const uint64_t begin = record.place;
   const uint64_t end = begin + length;
   SurveyedFile& file = *records.file;
+  // It stays in the table, in which others are found by going past it.
   record.isFound = 1;  // as a whole it is none
   const std::string_view first = textFrom(file, begin, length).substr(0, length);
   add(records, first, begin);
@@ -198,6 +207,7 @@ uint64_t firstUnfound(const OutputRecords& records, bool& isDoubled) {
     if (record.isThere != 0 && record.isFound == 0 && (first == nullptr || record.place < first->place))
       first = &record;
   if (first == nullptr) return NO_RECORD;
+  // An equal one that is there by right makes the unexpected one a double.
   isDoubled = std::any_of(records.places.begin(), records.places.end(), [&](const OutputRecord& other) {
     return other.isThere != 0 && other.isFound != 0 && other.hash == first->hash;
   });

@@ -108,8 +108,11 @@ struct Play {
   std::vector<RunOn> runOn = {};                           // in this pass
 };
 
+// Rows of several parts are rare. They stand in a map of their own, so that a slot stays small: there can be as
+// many slots as there are users.
 static uint64_t keyOf(EntryKind kind, int32_t slot) { return static_cast<uint64_t>(slot) * RESCREDS_KIND + kind; }
 
+// An empty list is an empty row; so is any row behind the last slot that has been used.
 static std::vector<RowPart> partsOf(const Play& play, EntryKind kind, int32_t slot) {
   const auto& slots = play.slots[sideOf(kind)];
   if (static_cast<size_t>(slot) >= slots.size()) return {};
@@ -142,6 +145,7 @@ static void setRow(Play& play, EntryKind kind, int32_t slot, std::vector<RowPart
   play.oddRows[keyOf(kind, slot)] = std::move(parts);
 }
 
+// The text is copied, because the entry that it lies in makes room for the next one that is looked at.
 static std::string firstLineOf(Play& play, const std::vector<RowPart>& parts) {
   if (parts.empty()) return {};
   play.maker.loadedCount = 0;
@@ -155,6 +159,8 @@ static std::string firstLineAsRead(Play& play, uint32_t entry) {
   return std::string(loaded.lines[0].view());
 }
 
+// A run ends with its first failure. The play goes on behind it, so that the failures of later entries are found,
+// too, each of which would end a run once the earlier ones have been mended.
 static void fail(Play& play, MessageCode code, DetailText problem, std::string firstLine, std::string earlier = {}) {
   if (play.run.failure.code != 0) return;
   play.run.failure = {code, problem, std::move(firstLine), std::move(earlier)};
@@ -162,6 +168,7 @@ static void fail(Play& play, MessageCode code, DetailText problem, std::string f
 
 static uint64_t keyOf(FindingId id, uint32_t entry) { return uint64_t{entry} * NUMBER_OF_FINDINGS + id; }
 
+// An entry that is met in several passes, or that is complained of in several ways, is one problem to mend.
 static void reportOnce(Play& play, FindingId id, At at, uint32_t entry) {
   if (play.reported.insert(keyOf(id, entry)).second) report(play.findings, play.registry, id, at, entry);
 }
@@ -182,6 +189,8 @@ static bool beginsWithDn(const std::string& line) {
 
 // The row holds an entry already, or the rest of one that was too long for its own.
 static void failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_t entry) {
+  // An entry fills the rows behind its own from their begin, so that the row of the entry to blame is the first one
+  // before that begins with a DN.
   int32_t owner = slot;
   while (owner > 0 && isFull(play, kind, owner - 1) && !beginsWithDn(firstLineOf(play, partsOf(play, kind, owner))))
     --owner;
@@ -196,6 +205,8 @@ static void failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_
 }
 
 // What is left of the parts behind their first lines.
+// An entry that runs on is written over what stands in the next row. What is longer than itself stays there, behind
+// it, and is taken for more of it.
 static void appendRest(const std::vector<RowPart>& from, uint32_t passed, std::vector<RowPart>& parts) {
   for (RowPart part : from) {
     const uint32_t gone = std::min(passed, part.count);
@@ -211,8 +222,11 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
   const EntryKind kind = rowKindOf(play.registry, entry);
   const uint32_t lines = play.registry.entries[entry].lines;
   const int32_t first = slot;
+  // A row of exactly so many lines as it has columns has nothing behind it that says where it ends: what reads it
+  // goes on in the next row.
   if (lines < columns(kind)) slotAt(play, sideOf(kind), slot).rows[kind] = entry;
   for (uint32_t passed = 0; lines >= columns(kind) && passed < lines; passed += columns(kind), ++slot) {
+    // There are as many rows as the run has slots, whether these are in use or not.
     if (slot == play.limits[sideOf(kind)]) {
       fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, firstLineOf(play, {{entry, 0, 1}}));
       reportFailure(play, ROW_OVERRUN, entry);
@@ -235,6 +249,8 @@ static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
   const Side side = sideOf(kind);
   take(play, entry);
   Slot& target = slotAt(play, side, slot);
+  // Two entries of one kind and owner, or the rest of a long one that came before: the run ends here, in whichever
+  // pass the two meet in a slot.
   if (target.rows[kind] != NONE) {
     failForOccupiedRow(play, kind, slot, entry);
     return;
@@ -243,6 +259,8 @@ static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
   if (isNewSlot) {
     target.opener = entry;
     target.owner = play.registry.entries[entry].owner;
+    // The slot of an entry whose saved DN is not its key is never found again: the owner's other entries open another
+    // one.
     if (play.registry.entries[entry].opensForKey) play.slotOfOwner[target.owner] = slot;
     ++play.inUse[side];
   }
@@ -253,6 +271,8 @@ static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
 static bool meet(Play& play, uint32_t number) {
   const GatheredEntry& entry = play.registry.entries[number];
   const auto kind = static_cast<EntryKind>(entry.kind);
+  // A pass asks this before it looks at the entry: one with a problem does not end the run while as many entries of
+  // its kind have been gathered as there are slots.
   if (kind != UNKNOWN_KIND && play.counts[kind] >= play.limits[sideOf(kind)]) return false;
   if (entry.problem != NO_DETAIL) {
     const auto problem = static_cast<DetailText>(entry.problem);
@@ -285,6 +305,8 @@ static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
     play.oddRows.erase(keyOf(kind, next));
     slotAt(play, sideOf(kind), next).rows[kind] = NONE;
   }
+  // It has emptied the rows of later slots. Should one of these lack an entry of this kind, this is the one to blame;
+  // only the last of each kind is remembered, as in the run.
   if (lines <= columns(kind) || slot + 1 >= play.inUse[sideOf(kind)]) return;
   const auto last = slot + static_cast<int32_t>((lines - 1) / columns(kind));
   const PlayedOverrun overrun = {kind, slot, last, firstLineOf(play, own), own[0].entry};
@@ -327,6 +349,8 @@ static std::vector<RowPart> readOn(const Play& play, EntryKind kind, int32_t slo
   return all;
 }
 
+// The records of a regular owner have been made before, and count without a second look, unless rows of others have
+// mixed with theirs.
 static void flushSlot(Play& play, Side side, int32_t number) {
   const Slot slot = slotAt(play, side, number);
   const RegistryOwner& owner = play.registry.owners[slot.owner];
@@ -351,6 +375,7 @@ static void flushSlot(Play& play, Side side, int32_t number) {
     else if (!owner.isRegular)
       play.sink.take(play.maker, rows, side);
   }
+  // The order matters where a row is full: a release that goes on behind it must find what the run finds.
   for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
                                SECGROUP_KIND, MAP_OF_GROUP_KIND})
     if (sideOf(kind) == side) releaseRow(play, kind, number);
@@ -370,6 +395,7 @@ static void flush(Play& play) {
 }
 
 // The first entry that is left of an owner, NONE for none.
+// Entries of one owner are taken in several passes where two of them are of a kind.
 static uint32_t firstLeft(const Play& play, uint32_t owner) {
   uint32_t entry = play.registry.owners[owner].first;
   while (entry != NONE && play.isTaken[entry]) entry = play.registry.entries[entry].next;
@@ -382,6 +408,8 @@ static void skipToSide(Play& play, Side side) {
 }
 
 // The next owners of a side, in the order of their first entries that are left: as many as there are slots.
+// A pass meets entries in the order of the work file, and the first entries that it meets open its slots. So owners
+// that an earlier pass has met, and of which entries are left, take their turn by the place of these.
 static std::vector<uint32_t> takeOwners(Play& play, Side side) {
   std::vector<uint32_t> owners;
   auto& met = play.metBefore[side];
@@ -406,6 +434,8 @@ static bool arePlain(const Play& play, const std::vector<uint32_t>& owners) {
   return std::all_of(owners.begin(), owners.end(), [&](uint32_t i) { return all[i].isRegular; });
 }
 
+// A count of a kind that is not back at zero after a pass keeps entries of that kind out of the next ones, and from
+// then on nothing is regular any more.
 static bool areCountsZero(const Play& play) {
   return std::all_of(std::begin(play.counts), std::end(play.counts), [](int32_t count) { return count == 0; });
 }
@@ -425,6 +455,7 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
       const SlotRecords& records = makeRecords(play.maker, owner.side, rows);
       failForRecords(play, records, rows, owner.side, ofOwner, true);
     }
+    // Only where odd passes come, too, does anybody ask which entries have been taken.
     if (play.registry.isRegular) continue;
     for (const uint32_t number : side)
       for (uint32_t i = play.registry.owners[number].first; i != NONE; i = play.registry.entries[i].next) take(play, i);
@@ -436,6 +467,7 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
 static std::vector<uint32_t> entriesInReach(const Play& play, const std::vector<uint32_t> (&owners)[2]) {
   std::vector<uint32_t> entries = play.withoutOwner;
   const auto& all = play.registry.entries;
+  // Owners that the plan has not chosen may find a slot, since those that it has chosen may not.
   if (!areCountsZero(play)) {
     entries.clear();
     for (uint32_t i = 0; i < all.size(); ++i)
@@ -459,6 +491,7 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
   if (hasGathered) {
     if (play.run.failure.code == 0) ++play.run.passes;
     flush(play);
+    // The run would go round for ever, and ends with a message instead.
   } else if (!isAny) {
     fail(play, PROCESSING_FAILED, NOTHING_GATHERED, {});
     play.findings.take({NOTHING_CAN_BE_GATHERED, AT_GIVEN});
@@ -475,6 +508,8 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
 // What would end a run at other slot counts.
 static void reportOthers(Play& play) {
   for (const RegistryOwner& owner : play.registry.owners) {
+    // Both are matters of slots: of two entries of a kind, one is gathered in a later pass, or not at all if it meets
+    // the first one in its slot; a long one runs on into rows that may be empty, or not there.
     if (owner.isRegular) continue;
     bool has[RESCREDS_KIND] = {};
     for (uint32_t i = owner.first; i != NONE; i = play.registry.entries[i].next) {
@@ -516,6 +551,7 @@ PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker&
   }
   for (;;) {
     std::vector<uint32_t> owners[2] = {takeOwners(play, USER_SIDE), takeOwners(play, GROUP_SIDE)};
+    // Most registries are regular through and through, so that no entry is looked at here, only the owners' sums.
     const bool isPlain = arePlain(play, owners[USER_SIDE]) && arePlain(play, owners[GROUP_SIDE]) &&
                          play.withoutOwner.empty() && areCountsZero(play);
     if (isPlain && owners[USER_SIDE].empty() && owners[GROUP_SIDE].empty()) break;

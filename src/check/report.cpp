@@ -17,12 +17,15 @@ void Report::begin() {
 void Report::take(const Finding& finding) {
   constexpr int64_t SHOWN_OF_EACH = 10;
   if (options_.json) {
+    // Written as it is found: a million findings need no memory.
     fputs(isAnyFound_ ? ",\n" : "\n", stdout);
     fputs(dumped(jsonProblem(file_, finding, options_.values)).c_str(), stdout);
   } else if (options_.all || counts_[finding.id] < SHOWN_OF_EACH) {
+    // People read them by kind and in the order of the input, which is known at the end alone.
     kept_.push_back(finding);
   }
   ++counts_[finding.id];
+  // Then the table of slot counts does not hold the whole truth.
   stopsAtOthers_ = stopsAtOthers_ || finding.at == AT_OTHERS || finding.id == TOO_MANY_LINES;
   isAnyFound_ = true;
 }
@@ -97,6 +100,7 @@ void Report::writeText(const Prediction& prediction, uint64_t memoryBytes) {
   writeSlotCounts(prediction, isFolderInMemory_);
   if (stopsAtOthers_) puts("  With some slot counts the run stops, or entries run on into others: see the problems.");
   if (!isAnyFound_) puts("\nNo problem was found.");
+  // Findings come in the order in which they are made, which is that of the owners for some.
   std::sort(kept_.begin(), kept_.end(), [](const Finding& one, const Finding& other) {
     return std::pair(one.entry, one.line) < std::pair(other.entry, other.line);
   });

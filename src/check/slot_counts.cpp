@@ -10,6 +10,7 @@
 
 // What a run keeps of each entry, owner and slot, as measured and as its tables are laid out.
 static constexpr uint64_t KIBIBYTE = 1024;
+// The program itself, with the C library's buffers and the catalogue.
 static constexpr uint64_t BASE = 345 * KIBIBYTE;
 static constexpr uint64_t WINDOW = 256 * KIBIBYTE;  // of each file
 static constexpr uint64_t BYTES_OF_NOTE = 24;
@@ -17,7 +18,10 @@ static constexpr uint64_t BYTES_OF_RANK = 16;
 static constexpr uint64_t BYTES_OF_NUMBER = 4;
 static constexpr uint64_t BYTES_OF_SLOT[2] = {112, 48};  // by Side
 static constexpr uint64_t BYTES_OF_LINE = 40;
+// The converter's tables, as its scratch memory holds them: small ones in memory, larger ones in a file without a
+// name, whose pages the system can take back.
 static constexpr uint64_t LARGEST_IN_MEMORY = 8 * KIBIBYTE * KIBIBYTE;
+// The system gives a table of several huge pages whole ones, used or not.
 static constexpr uint64_t HUGE_PAGE = 2 * KIBIBYTE * KIBIBYTE;
 static constexpr uint64_t PAGE = 4 * KIBIBYTE;
 
@@ -30,6 +34,7 @@ struct ScratchSize {
 };
 
 static ScratchSize scratchSize(uint64_t size, bool isFolderInMemory) {
+  // What is asked for is doubled; what has never been touched takes no memory, but it takes disk.
   uint64_t room = WINDOW;
   while (room < size) room *= 2;
   if (room > LARGEST_IN_MEMORY) return {isFolderInMemory ? size : 0, room};
@@ -43,6 +48,8 @@ static ScratchSize notesOf(const Prediction& prediction, bool isFolderInMemory) 
 }
 
 static ScratchSize ranksOf(const Prediction& prediction, bool isFolderInMemory) {
+  // The table of owners starts at half as many places as there are entries, and is never more than three quarters
+  // full.
   uint64_t places = KIBIBYTE;
   const uint64_t owners = prediction.registry.owners.size();
   while (places < entriesOf(prediction) / 2 || owners > places / 4 * 3) places *= 2;
@@ -63,6 +70,7 @@ uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bo
   const SurveyCounts& counts = prediction.counts;
   uint64_t atPreparation = BASE + std::min(counts.workFileBytes, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
   atPreparation += std::min(counts.workFileBytes + counts.outputBytes, WINDOW);  // the input's
+  // The window of a longer entry is as long as the entry, and half of it is used while it grows.
   if (counts.longestEntry > WINDOW) atPreparation += counts.longestEntry * 2;
   const uint64_t notes = notesOf(prediction, isFolderInMemory).memory;
   const uint64_t atPlan = atPreparation + notes + ranksOf(prediction, isFolderInMemory).memory;
@@ -73,6 +81,7 @@ uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bo
     atPass += inUse * BYTES_OF_SLOT[side];
   }
   atPass += ofOnePass(prediction.registry.keptBytes, prediction.registry, slots);
+  // What the plan needs to find the owners of entries is given back before the first pass.
   return std::max(atPlan, atPass);
 }
 
@@ -82,6 +91,7 @@ uint64_t diskOfRun(const Prediction& prediction) {
 }
 
 // Returns 0 when it cannot be found out.
+// What the system could give without swapping, which is more than what nobody uses.
 static uint64_t availableMemory() {
   std::ifstream file("/proc/meminfo");
   for (std::string name; file >> name;)
@@ -110,6 +120,7 @@ void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
     const int32_t slots[2] = {slotsFor(owners[USER_SIDE], passes), slotsFor(owners[GROUP_SIDE], passes)};
     if (passes > 1 && owners[USER_SIDE] < passes && owners[GROUP_SIDE] < passes) continue;
     const uint64_t memory = memoryOfRun(prediction, slots, isFolderInMemory);
+    // Half of it: others will want memory, too, while the run lasts.
     const bool fits = !isRecommended && (available == 0 || memory < available / 2);
     isRecommended = isRecommended || fits;
     printf("  %10d %10d  %6u  %13" PRIu64 "   1.0%s\n", slots[USER_SIDE], slots[GROUP_SIDE], passes,

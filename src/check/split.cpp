@@ -23,6 +23,8 @@ struct NewFile {
 static bool beginFile(NewFile& file, const char* name, size_t number) {
   file.name = name;
   file.unfinished = file.name + ".XXXXXX";
+  // In the folder of the file that it will be, so that it can be renamed; and for its user's eyes alone, as the input
+  // should be.
   const int descriptor = mkostemp(file.unfinished.data(), O_CLOEXEC);
   if (descriptor < 0) return failWith();
   filesToRemove[number] = file.unfinished.c_str();
@@ -41,6 +43,7 @@ static bool write(NewFile& file, SurveyedFile& input, uint64_t from, uint64_t to
   return true;
 }
 
+// What has not reached the disk must not be called whole: the administrator may remove the input next.
 static bool finish(NewFile& file) {
   const bool isSynced = fflush(file.stream) == 0 && fsync(fileno(file.stream)) == 0;
   const bool hasFailed = !isSynced && !failWith();
@@ -52,6 +55,7 @@ static bool finish(NewFile& file) {
 static bool syncFolderOf(const std::string& name) {
   const size_t slash = name.rfind('/');
   const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+  // A new name is safe once its folder is.
   const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor < 0) return failWith();
   const bool isSynced = fsync(descriptor) == 0 || failWith();
@@ -69,6 +73,7 @@ static bool isRejected(const Registry& registry, uint32_t number) {
 // along.
 static void rejectOwners(Registry& registry) {
   for (RegistryOwner& owner : registry.owners) owner.isRejected = !owner.isRegular || owner.hasProblem;
+  // Each owner that is rejected can reject entries that hold parts of other owners.
   for (bool isAnyMore = true; isAnyMore;) {
     isAnyMore = false;
     for (uint32_t i = 0, end = 0; i < registry.entries.size(); i = end) {
@@ -107,6 +112,8 @@ static bool isNextRejected(Rejections& rejections, uint64_t begin) {
 
 static bool writeEntries(SurveyedFile& input, SurveyedFile& again, const Prediction& prediction, NewFile (&files)[2]) {
   Rejections rejections = {prediction};
+  // An entry takes along what stands before it since the last one, comments and blank lines, so that no byte is left
+  // out. What follows the last entry goes with it.
   uint64_t written = 0;
   size_t last = 0;
   bool areWritten = true;
@@ -125,6 +132,7 @@ static bool writeEntries(SurveyedFile& input, SurveyedFile& again, const Predict
 }
 
 static void giveUp(NewFile (&files)[2]) {
+  // Neither is worth anything without the other.
   for (NewFile& file : files) {
     if (file.stream != nullptr) fclose(file.stream);
     if (!file.unfinished.empty()) unlink(file.unfinished.c_str());
@@ -141,6 +149,7 @@ static const char* makeFiles(SurveyedFile& file, SurveyedFile& again, const Pred
     return ferror(files[0].stream) != 0 ? options.good : options.rejected;
   if (!finish(files[0])) return options.good;
   if (!finish(files[1])) return options.rejected;
+  // Had somebody changed the input meanwhile, the two halves would be those of no file there ever was.
   return isUnchanged(file) ? nullptr : options.input;
 }
 
@@ -168,6 +177,7 @@ const char* splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& pred
   const char* failed = makeFiles(file, again, prediction, options, files);
   if (failed == nullptr) failed = renameFiles(files, options);
   if (failed != nullptr) {
+    // Clearing up may fail, too, and would give its own reason.
     const std::string reason = messageReason;
     giveUp(files);
     snprintf(messageReason, sizeof messageReason, "%s", reason.c_str());

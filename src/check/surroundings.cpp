@@ -20,6 +20,7 @@ static std::string folderOf(const char* input) {
 }
 
 MessageCode findFileProblems(const char* input, FindingSink& findings) {
+  // The names of the work file and of its copy are the input's and four characters more, and must fit into a path.
   constexpr size_t LONGEST_NAME = 4091;
   const std::string name = input;
   if (name.size() > LONGEST_NAME) {
@@ -28,12 +29,15 @@ MessageCode findFileProblems(const char* input, FindingSink& findings) {
   }
   struct stat status;
   if (lstat((name + ".tmp").c_str(), &status) == 0) findings.take({WORK_FILE_IS_THERE});
+  // The converter opens its input for writing, although it does not write there: it refuses what its user may not
+  // change. Asked with the rights that the user has at the moment.
   if (faccessat(AT_FDCWD, input, W_OK, AT_EACCESS) == 0) return 0;
   findings.take({INPUT_IS_NOT_WRITABLE});
   return FILE_NOT_OPENED;
 }
 
 // How files begin that are packed, or in a character set that is none of single bytes.
+// A file of these would convert without an error: every line of it would be copied, or taken for part of an entry.
 static constexpr std::string_view foreignBegins[] = {"\x1F\x8B",         "PK\x03\x04", "BZh",     "\xFD\x37zXZ",
                                                      "\x28\xB5\x2F\xFD", "\xFF\xFE",   "\xFE\xFF"};
 
@@ -41,12 +45,14 @@ void findWholeProblems(const char* input, std::string_view text, const Predictio
   const SurveyCounts& counts = prediction.counts;
   const bool isForeign = std::any_of(std::begin(foreignBegins), std::end(foreignBegins),
                                      [&](std::string_view begin) { return text.starts_with(begin); });
+  // Text without a single DN is a table, a log, or a script.
   const bool isNotLdif = isForeign || (counts.entries > 0 && !prediction.hasDn);
   if (isNotLdif) findings.take({NOT_LDIF});
   if (counts.entries == 0 && !isForeign) findings.take({INPUT_IS_EMPTY});
   if (prediction.registry.owners.empty() && counts.entries > 0 && !isNotLdif) findings.take({NOTHING_TO_CONVERT});
   struct statvfs disk;
   if (statvfs(folderOf(input).c_str(), &disk) != 0) return;
+  // What a user other than root may fill.
   const uint64_t room = uint64_t{disk.f_bavail} * disk.f_frsize;
   if (room < diskOfRun(prediction) + prediction.outputBytes) findings.take({NO_ROOM_ON_DISK});
 }

@@ -19,6 +19,7 @@ static constexpr ClassValue classValues[] = {
     {"container", CONTAINER_OBJECTCLASS}, {"secResCreds", SECRESCREDS_OBJECTCLASS},
 };
 
+// The container of the resource credentials is a container whose name counts besides.
 static ObjectClass withoutCredentials(ObjectClass code) {
   return code == RESCREDS_CONTAINER ? CONTAINER_OBJECTCLASS : code;
 }
@@ -35,6 +36,7 @@ static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
 }
 
 // Where the whole line begins in which a place of the entry lies.
+// A finding in a piece, or in what continues a line, is shown at the begin of that line, where people look for it.
 static uint64_t wholeLine(const PreparedEntry& prepared, size_t place, uint64_t begin) {
   size_t found = 0;
   for (const Origin& origin : prepared.origins)
@@ -76,6 +78,8 @@ static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared,
 static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
                          FindingSink& findings) {
   const Entry lines = prepared.lines;
+  // Other programs write a line with the version of LDIF above the first entry. The conversion takes it for the first
+  // line of that entry, and the DN for an attribute.
   const bool isVersion = isNamed(lines[0], "version");
   if (lines.size() > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
   if (lines[0].view().starts_with("\xEF\xBB\xBF")) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
@@ -94,6 +98,7 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   constexpr uint32_t NAMES = CHANGETYPE | nameBit("objectclass");
   bool isChange = false;
   bool hasUnknownName = false;
+  // One finding for an entry is enough, whatever attributes were taken from odd places.
   bool isTaken = prepared.isValueTaken;
   if (isTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
   for (size_t i = 0; i < prepared.lines.size(); ++i) {
@@ -142,6 +147,7 @@ void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& f
     findings.take({LINE_IS_LOST, AT_NONE, begin, begin + prepared.origins[i].place});
 }
 
+// The characters that RFC 4514 has escaped in a DN. The conversion puts a name into the new DN as it is.
 static bool needsEscapes(std::string_view name) {
   return name.find_first_of(",+\"\\<>;=") != std::string_view::npos || name.front() == '#' || name.front() == ' ' ||
          name.back() == ' ';
@@ -176,6 +182,7 @@ void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, 
   const SlotRecords& records = maker.records;
   const std::string_view name = records.name;
   const bool isBase64 = name.front() == ':';
+  // The name begins with the second colon of a base-64 value, which is not decoded.
   if (isBase64) findings.take({NAME_IN_BASE_64, AT_NONE, begin});
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
   if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))

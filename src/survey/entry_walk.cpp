@@ -5,6 +5,7 @@
 #include "rules/attribute.h"
 #include "rules/text.h"
 
+// So many lines are looked at in one go: few enough to stay in the quickest cache, enough for most entries.
 static constexpr size_t LINES_AT_ONCE = 64;
 
 EntryWalk walkOver(std::string_view text) { return {.text = text, .scan = scanOf(text)}; }
@@ -12,6 +13,7 @@ EntryWalk walkOver(std::string_view text) { return {.text = text, .scan = scanOf
 // True when the lines that are taken at once can hold one. Searched in steps that are read soon after.
 static bool isNulNear(EntryWalk& walk) {
   constexpr size_t STEP = size_t{64} * 1024;
+  // The search runs a little ahead of the reading, which then finds the text in the cache.
   const size_t wanted = std::min(walk.scan.next + LINES_AT_ONCE * LONGEST_LINE, walk.text.size());
   if (walk.nul != std::string_view::npos && walk.nul < walk.scan.next) {
     walk.nul = std::string_view::npos;
@@ -35,6 +37,7 @@ static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
   if (line.length == 0) return false;
   if (isCut(line) && walk.scan.next < walk.text.size()) entry.hasLongLine = true;
   if (!mayHoldNul || walk.nul >= walk.scan.next) return true;
+  // Strings of the tool end at a NUL, so that what stands behind it on its line is never seen.
   line = scanLine(line.view().substr(0, line.view().find('\0')));
   const bool isPiece = entry.count > 0 && line.text[-1] != '\n';
   if (!entry.hasNul) entry.nul = static_cast<size_t>((isPiece ? entry.room[0] : line).text - walk.text.data());
@@ -53,6 +56,7 @@ static bool takeOrdinary(EntryWalk& walk, ReadEntry& entry, size_t& taken) {
   Line* const lines = entry.room.data() + entry.count;
   taken = takeOrdinaryLines(walk.scan, lines, std::min(LINES_AT_ONCE, OBJECT_ARRAY_SIZE - entry.count));
   entry.count += taken;
+  // Only the last one taken can be blank: the scan stops behind it.
   if (taken == 0 || !isBlankLine(lines[taken - 1].view())) return false;
   --entry.count;
   return entry.count > 0;
@@ -105,6 +109,7 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
     entry.hasNul = hadNul;
     entry.hasLongLine = hadLongLine;
   }
+  // A comment cannot be folded here: what continues it is taken for more of the line before the comment.
   if (isBehindComment && isContinuation(line)) entry.hasFoldedComment = true;
   isBehindComment = isComment || (isBehindComment && isContinuation(line));
   if (!isComment) ++entry.count;

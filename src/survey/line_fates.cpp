@@ -15,6 +15,8 @@ static bool isBookkeeping(const Line& line) {
   });
 }
 
+// Whether a dropped line is a loss depends on its name alone: bookkeeping has no use in the new directory, but a
+// description that speaks of an access list has.
 LineFate fateOfDropped(const Line& line, Road road) {
   constexpr uint32_t NAMES = namesOfDropped().names | nameBit("aclpropagate");
   static_assert(namesOfDropped().endings == 0, "all dropped names are known ones");
@@ -26,6 +28,7 @@ LineFate fateOfDropped(const Line& line, Road road) {
 // True when the line is in the output but for what has been changed in it on purpose.
 static LineFate fateOfWritten(const Origin& origin) { return origin.isChanged ? RENAMED : KEPT; }
 
+// Blanks before a value do not count, as they do not in LDIF.
 static std::string_view valueOf(const Line& line) {
   return behindSpaces(line.content().substr(std::min<size_t>(ownName(line).size() + 1, line.contentLength)));
 }
@@ -53,6 +56,8 @@ void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, boo
   }
 }
 
+// Lines are told apart by where their text stands: merging moves lines and never changes them, and two equal lines
+// are two.
 static size_t placeOf(const RecordSurvivors& survivors, const char* text) {
   constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
   constexpr unsigned BITS = 64;
@@ -68,6 +73,8 @@ void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
   survivors.places.assign(size, nullptr);
   survivors.lines.clear();
   bool isOpen = false;
+  // A line without a line end, the piece of a longer one, is joined by the line behind it, which then is none in the
+  // output.
   for (const Line& line : Entry(records.merged).subspan(1)) {
     if (isDropped(line, MERGED)) continue;
     const bool isGlued = isOpen;

@@ -16,6 +16,8 @@ static bool beginsLine(const Line& line, std::string_view text) {
 }
 
 // True when something stands behind what ends the line.
+// The conversion cuts a line at its first carriage return; only where something else than the end follows is
+// anything gone.
 static bool losesEnd(const Line& line) {
   constexpr uint32_t LINE_END = 2;
   const std::string_view end = line.view().substr(line.contentLength);
@@ -23,6 +25,7 @@ static bool losesEnd(const Line& line) {
   return end.find_first_not_of("\r\n") != std::string_view::npos;
 }
 
+// Every line that does not continue another one is an attribute line, and none is a piece.
 static void findOriginsOfOrdinary(const ReadEntry& entry, std::string_view text, PreparedEntry& prepared) {
   const char* const begin = text.data() + entry.begin;
   prepared.origins.resize(prepared.attributeLines);
@@ -75,6 +78,8 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, 
   if (adjustment.line < 0) return;
   const auto line = static_cast<size_t>(adjustment.line);
   if (line == entry.count) {
+    // A line that is added has no line end until it is written. One that is too long must be looked at again then; any
+    // other may have its newline now.
     entry.isOrdinary &= adjustment.text.size() < LONGEST_LINE;
     const Line added = scanLine(entry.isOrdinary ? joined({adjustment.text, "\n"}, texts) : adjustment.text);
     entry.room[entry.count++] = added;
@@ -95,6 +100,8 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, 
 }
 
 // Notes when a line that stands for an attribute has not its name. Lines are as they have been read.
+// The conversion looks for a name anywhere in a line, so that it can find, say, principalName: in a description.
+// That goes well or not, but an administrator will want to know.
 static void noteTaken(const ReadEntry& entry, int32_t line, std::string_view name, PreparedEntry& prepared) {
   if (line < 0 || prepared.isValueTaken || static_cast<size_t>(line) >= entry.count) return;
   if (isNamed(entry.room[static_cast<size_t>(line)], name)) return;
@@ -153,6 +160,8 @@ static bool readAsWritten(Entry lines) {
 }
 
 // Reads the entry again as it has been written.
+// What has been written may read otherwise: a line may be longer than a line can be, or blank, or look like a
+// comment, and then the entry falls apart into several. The passes see those, not what stands in the input.
 static void readWritten(Texts& texts, PreparedEntry& prepared) {
   char* const text = makeRoom(texts, prepared.bytes);
   char* to = text;
@@ -180,6 +189,7 @@ static void readWritten(Texts& texts, PreparedEntry& prepared) {
       origin.isPiece = origin.isPiece || !beginsLine(line, written);
       prepared.partOrigins.push_back(origin);
     }
+    // Its rest is passed, as the pass would do, so that what follows is found.
     if (entry.isOversized) {
       Line line;
       part.isTooLong = takeOversizedLine(walk, entry, line);
@@ -241,6 +251,7 @@ static bool prepareLines(ReadEntry& entry, std::string_view text, bool areTighte
 }
 
 // Where lines come from is asked of entries that are copied, and of those in which something is odd.
+// They cost as much as the rest, and few entries are ever asked for them in the first look.
 static bool needsOrigins(const ReadEntry& entry, const PreparedEntry& prepared) {
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
   const bool isCopied = prepared.goesToOutput || prepared.kind == RESCREDS_KIND;
@@ -275,6 +286,7 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
   const bool isAsRead = prepareLines(entry, text, !prepared.goesToOutput, texts, prepared);
   prepared.bytes = bytesOf(prepared.lines, prepared.goesToOutput);
   if (prepared.goesToOutput || prepared.lines.empty()) return;
+  // Only such lines can read otherwise than they have been written, and reading costs more than looking.
   if (!isAsRead && !readAsWritten(prepared.lines)) {
     prepared.lacksOrigins = !withOrigins;
     if (!withOrigins) return;

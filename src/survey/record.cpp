@@ -12,6 +12,7 @@
 
 // Reads the entry that begins in a place, enlarging the text until it holds all of it. Where the file is not in memory
 // as a whole the text is copied, with the character before it.
+// The character before the entry is wanted because rules ask whether a line begins where a line of the file does.
 static std::string_view readAt(SurveyedFile& file, bool mayHoldNul, uint64_t begin, LoadedEntry& loaded) {
   constexpr size_t FIRST_LENGTH = size_t{64} * 1024;
   const size_t before = begin > 0 ? 1 : 0;
@@ -22,6 +23,7 @@ static std::string_view readAt(SurveyedFile& file, bool mayHoldNul, uint64_t beg
       text = loaded.copy;
     }
     EntryWalk walk = walkOver(text.substr(before));
+    // The first look at the file has searched all of it.
     if (!mayHoldNul) walk.searched = walk.text.size();
     readEntry(walk, loaded.read);
     const bool reachesEnd = begin - before + text.size() == file.size;
@@ -35,6 +37,7 @@ void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, Lo
   loaded.number = number;
   loaded.begin = entry.begin;
   const std::string_view text = readAt(file, registry.mayHoldNul, entry.begin, loaded);
+  // What the first look found need not be found again; it is most of the work.
   if (entry.isPlain)
     prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), loaded.texts,
                       loaded.prepared);
@@ -43,11 +46,13 @@ void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, Lo
   const WorkEntry& part = loaded.prepared.parts[entry.part];
   loaded.lines = linesOf(loaded.prepared, part);
   loaded.origins = originsOf(loaded.prepared, part);
+  // A slot holds the first line as its owner's DN has been read from it: blanks and all that stands behind are gone.
   if (entry.isNormal) return;
   const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
   loaded.lines[0] = scanLine(owner.firstLine);
 }
 
+// A slot has five entries at most where all are regular, so that looking for one is quick.
 LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number) {
   for (size_t i = 0; i < maker.loadedCount; ++i)
     if (maker.loaded[i]->number == number) return *maker.loaded[i];
@@ -84,6 +89,8 @@ static void complainOfMissing(SlotRecords& records, DetailText problem, EntryKin
   complain(records, problem, isPresent ? linesOfRow(maker, rows, present)[0].view() : std::string_view());
 }
 
+// The complaint about a user without an own entry names one of its others, in the order in which the run looks for
+// one.
 static EntryKind firstInUse(const SlotRows& rows) {
   for (const EntryKind kind : {MAP_OF_USER_KIND, USERS_SECUSER_KIND, SECPOLICY_KIND, SECPOLICYDATA_KIND})
     if (isInUse(rows, kind)) return kind;
@@ -97,6 +104,7 @@ static void findName(SlotRecords& records, Entry own, Side side) {
     if (found.data() == nullptr) continue;
     records.nameLine = line;
     records.name = withoutLineEnd(found);
+    // The name is taken for granted as it is: the run complains of its length, and then writes nothing.
     if (found.size() >= NAME_SIZE) complain(records, NAME_TOO_LONG, own[0].view());
     return;
   }
@@ -115,6 +123,8 @@ static bool merge(SlotRecords& records, std::span<Line> first, std::span<Line> s
                   std::vector<Line>& into) {
   const std::string_view firstDn = first[0].view();
   const std::string_view secondDn = second[0].view();
+  // A merged entry holds every line of both at most; one that is longer than the entry buffer has no room there in
+  // the run.
   into.resize(first.size() + second.size());
   MergedEntry merged = {into.data(), static_cast<int32_t>(into.size())};
   const MergeProblem problem = mergeEntries(first, second, merged);
@@ -161,6 +171,7 @@ static void makePolicy(RecordMaker& maker, const SlotRows& rows, std::string_vie
   records.bytes += length;
   for (size_t i = maker.changetypeSeen ? 0 : 1; i < std::size(containerLines); ++i)
     records.bytes += std::string_view(containerLines[i]).size();
+  // Kept: a policy that another slot has taken leaves its DN behind, and a container is written for it all the same.
   if (policy.empty()) return;
   records.hasPolicy = true;
   records.policyLines.assign(policy.begin(), policy.end());
@@ -174,6 +185,7 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
   const DetailText withoutMap = side == USER_SIDE ? USER_WITHOUT_MAP : GROUP_WITHOUT_MAP;
   SlotRecords& records = maker.records;
   SlotRecords empty;
+  // The room for lines is kept from record to record.
   empty.merged.swap(records.merged);
   empty.policyLines.swap(records.policyLines);
   records = std::move(empty);
@@ -211,6 +223,7 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
 void fetchOwner(SurveyedFile& file, const Registry& registry, const RegistryOwner& owner) {
   constexpr size_t CACHE_LINE = 64;  // bytes
   constexpr size_t USUAL_LENGTH = 512;
+  // A window that must be moved first cannot be fetched ahead.
   if (!isWhole(file)) return;
   for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next) {
     const char* const text = file.window + registry.entries[i].begin;

@@ -3,8 +3,10 @@
 #include <algorithm>
 
 // The sides are kept apart by a bit.
+// A user and a group of one DN are two owners.
 static uint64_t withSide(uint64_t hash, Side side) { return side == USER_SIDE ? hash | 1U : hash & ~uint64_t{1}; }
 
+// The lowest bit says the side, and would leave every second place empty.
 static size_t firstPlace(const Registry& registry, uint64_t hash) {
   return (hash >> 1U) & (registry.places.size() - 1);
 }
@@ -13,6 +15,7 @@ static void growPlaces(Registry& registry) {
   constexpr size_t FIRST_PLACES = 1024;
   if (registry.owners.size() < registry.places.size() / 4 * 3) return;
   const size_t size = registry.places.empty() ? FIRST_PLACES : registry.places.size() * 2;
+  // The old table is given back before the new one is taken: the owners themselves know where they belong.
   std::vector<uint32_t>().swap(registry.places);
   registry.places.assign(size, NONE);
   for (uint32_t i = 0; i < registry.owners.size(); ++i) {
@@ -25,6 +28,8 @@ static void growPlaces(Registry& registry) {
 static uint32_t findOwner(Registry& registry, uint64_t hash, Side side) {
   growPlaces(registry);
   size_t place = firstPlace(registry, hash);
+  // Two DNs of one hash are not told apart. The hash is keyed anew in every run, so that nobody can make two such
+  // DNs, and 64 bits keep chance away.
   while (registry.places[place] != NONE && registry.owners[registry.places[place]].hash != hash)
     place = (place + 1) & (registry.places.size() - 1);
   if (registry.places[place] == NONE) {
@@ -50,6 +55,8 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
   if (isGathered && kind != UNKNOWN_KIND && entry.problem == NO_DETAIL) {
     entry.owner = findOwner(registry, withSide(awaited.hash, sideOf(kind)), sideOf(kind));
     RegistryOwner& owner = registry.owners[entry.owner];
+    // The first entry decides alone whether the others find the slot, so that the question is asked before the entry
+    // is added.
     if (!isRegular(owner, entry)) owner.isRegular = false;
     owner.kinds = static_cast<uint8_t>(owner.kinds | 1U << entry.rowKind);
     if (!owner.isRegular) registry.isRegular = false;
@@ -61,6 +68,7 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
       registry.entries[owner.last].next = number;
     }
     owner.last = number;
+    // What has no owner is met by every pass, and ends a run.
   } else if (isGathered) {
     registry.isRegular = false;
   }

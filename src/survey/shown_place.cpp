@@ -11,12 +11,14 @@ static std::string_view lineAt(SurveyedFile& file, uint64_t place) {
   return text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
 }
 
+// What the conversion sees of a line is all that is shown.
 static std::string_view shownPart(std::string_view line) {
   return line.substr(0, line.find_first_of(std::string_view("\0\r\n", 3)));
 }
 
 // The first line, with those that continue it.
 static std::string firstLineAt(SurveyedFile& file, uint64_t place) {
+  // A value of megabytes would help nobody.
   constexpr size_t LONGEST_SHOWN = size_t{64} * 1024;
   std::string whole;
   for (bool isFirst = true; place < file.size && whole.size() < LONGEST_SHOWN; isFirst = false) {
@@ -48,6 +50,7 @@ std::string attributeAt(SurveyedFile& file, uint64_t line) {
   const std::string_view name = text.substr(0, std::min(text.find(':'), text.size()));
   const bool isValid = name.size() < text.size() && !name.empty() && name.size() <= LONGEST_NAME &&
                        isLetter(name.front()) && std::all_of(name.begin(), name.end(), isOfName);
+  // A line that does not begin with a valid name may be anything, a password among it.
   return isValid ? std::string(name) : std::string();
 }
 

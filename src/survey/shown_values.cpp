@@ -3,8 +3,10 @@
 #include "platform/shown_text.h"
 #include "survey/shown_place.h"
 
+// Bytes that are not UTF-8 become the replacement character: the reader of JSON must not stumble over one odd name.
 std::string dumped(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
+// A DN may hold the control characters of a terminal.
 std::string harmless(const std::string& text) {
   constexpr size_t FACTOR = 4;  // of what one byte can become
   std::string shown(text.size() * FACTOR + FACTOR + 2, '\0');

@@ -18,12 +18,14 @@ struct Survey {
   EntryVisitor& visitor;
   SurveyCounts counts = {};
   ReadEntry entry = {};
+  // An entry that has to be read twice stands here the second time, since the walk goes on in the first.
   ReadEntry again = {};
   PreparedEntry prepared = {};
   char memory[size_t{64} * 1024] = {};
   Texts texts{memory, sizeof memory};
 };
 
+// Users and groups are counted by their owners, in the registry: an entry alone does not make one.
 static void count(SurveyCounts& counts, EntryKind kind) {
   if (kind == SECPOLICY_KIND) ++counts.policies;
   if (kind == SECPOLICYDATA_KIND) ++counts.policyData;
@@ -32,6 +34,8 @@ static void count(SurveyCounts& counts, EntryKind kind) {
 }
 
 // A written line that is longer than one can be is read in pieces.
+// The tool asks each line as it reads it back from the work file, and there the rest of a long one is a line of its
+// own.
 static bool holdsChangetypeAsRead(const Line& line) {
   if (line.length <= LONGEST_LINE) return holdsChangetype(line);
   for (size_t i = 0; i < line.length; i += LONGEST_LINE)
@@ -44,8 +48,11 @@ static void noteOwner(GatheredEntry& gathered, Entry lines, Texts& texts, uint64
   gathered.problem = owner.problem;
   if (owner.problem != NO_DETAIL) return;
   hash = hashOfDn(owner.key);
+  // A slot is searched for by the key, and remembers the saved DN: blanks behind the DN of its first entry keep its
+  // others out.
   gathered.opensForKey = owner.saved == owner.key;
   gathered.isNormal = owner.firstLine.data() == lines[0].text;
+  // The rewritten first line may read as that of an entry under cn=Users although the entry was not sorted as one.
   if (gathered.kind == SECUSER_KIND && !gathered.isNormal && isUsersLine(owner.firstLine))
     gathered.rowKind = USERS_SECUSER_KIND;
 }
@@ -76,6 +83,7 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
   if (gathered.problem == NO_DETAIL && part.kind < RESCREDS_KIND)
     noteOwner(gathered, lines, survey.texts, awaited.hash);
   if (part.kind == RESCREDS_KIND) {
+    // The resource credentials go to the output behind all passes, so that their bytes do not depend on these.
     for (const Line& line : lines)
       if (!isDropped(line, REMAINING)) survey.counts.finalBytes += line.length;
     ++survey.counts.finalBytes;
@@ -112,6 +120,7 @@ static void takePrepared(Survey& survey, uint64_t begin) {
 
 // A line of an entry that is too long to be held goes to the output as it stands.
 static void takeOversizedLine(Survey& survey, const Line& line, uint64_t begin, std::string_view text) {
+  // Such lines are not unfolded: a piece counts with the line whose piece it is.
   const bool isMore = isContinuation(line) || (line.text != text.data() && line.text[-1] != '\n');
   if (!isMore) ++survey.counts.attributeLines;
   if (!isDropped(line, OVERSIZED)) survey.counts.outputBytes += line.length;
@@ -151,6 +160,7 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   survey.counts.longestEntry = std::max<uint64_t>(survey.counts.longestEntry, survey.entry.end - survey.entry.begin);
   survey.counts.linesOfLongest = std::max<uint64_t>(survey.counts.linesOfLongest, survey.entry.count);
   prepareEntry(survey.entry, walk.text, false, survey.texts, survey.prepared);
+  // Preparing uses the lines up, so that where they came from cannot be found out afterwards.
   if (survey.prepared.lacksOrigins) prepareAgain(survey, walk.text.substr(survey.entry.begin));
   survey.visitor.takeEntry(survey.entry, survey.prepared, begin);
   takePrepared(survey, begin);

@@ -25,6 +25,7 @@ static void say(const char* text) {
 
 // What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at.
 static void endForLostText(int) {
+  // Nothing but these calls is safe in a signal handler.
   for (const char* name : filesToRemove)
     if (name != nullptr) unlink(name);
   say(programName);
@@ -36,6 +37,7 @@ bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
   programName = program;
   file.program = program;
   file.name = name;
+  // Opening a pipe would wait for somebody to write to it.
   file.descriptor = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (file.descriptor < 0 || fstat(file.descriptor, &file.state) != 0) return failWith();
   if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
@@ -73,6 +75,7 @@ static void moveWindow(SurveyedFile& file, uint64_t begin, size_t atLeast) {
   file.windowLength = 0;
   const uint64_t from = begin / page * page;
   uint64_t wanted = std::max<uint64_t>(SURVEY_WINDOW_SIZE, begin - from + atLeast);
+  // Half of the addresses may be free where all of them are not.
   for (; wanted >= begin - from + atLeast && wanted > 0; wanted /= 2)
     if (map(file, from, std::min(wanted, file.size - from))) return;
   say(programName);
@@ -93,12 +96,15 @@ std::string_view textFrom(SurveyedFile& file, uint64_t begin, size_t atLeast) {
 bool isUnchanged(const SurveyedFile& file) {
   struct stat now;
   if (fstat(file.descriptor, &now) != 0) return failWith();
+  // The time of the last change and the size: what a program that writes the file cannot leave as they were.
   const bool isSameState = now.st_size == file.state.st_size && now.st_mtim.tv_sec == file.state.st_mtim.tv_sec &&
                            now.st_mtim.tv_nsec == file.state.st_mtim.tv_nsec;
   return isSameState || failWith("it has changed while it was read");
 }
 
 int64_t linesBefore(SurveyedFile& file, uint64_t place) {
+  // What is counted again for each line that is shown is half a step; the sums take two bytes for a kilobyte of the
+  // file.
   constexpr size_t STEP = size_t{4} * 1024;
   std::vector<int64_t>& counts = file.lineCounts;
   if (counts.empty()) counts.push_back(0);
