@@ -103,9 +103,10 @@ class CopiedEntries final : public EntryVisitor {
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
     findChanges(entry, prepared, begin, hasDn_, accounting_.sink);
     hasDn_ = hasDn_ || beginsWithDn(entry);
-    if (entry.isOversized || prepared.goesToOutput || prepared.kind == SECPOLICY_KIND || prepared.kind == RESCREDS_KIND)
+    const EntryKind kind = kindOfWritten(prepared);
+    if (entry.isOversized || prepared.goesToOutput || kind == SECPOLICY_KIND || kind == RESCREDS_KIND)
       ++accounting_.account.copied;
-    else if (prepared.kind == SECPOLICYDATA_KIND)
+    else if (kind == SECPOLICYDATA_KIND)
       ++accounting_.account.notWritten;
     else
       ++accounting_.account.merged;
@@ -168,7 +169,7 @@ class CopiedEntries final : public EntryVisitor {
   }
 
   void takeGoneLines(const PreparedEntry& prepared, uint64_t begin) {
-    const bool isPolicyData = prepared.kind == SECPOLICYDATA_KIND;
+    const bool isPolicyData = kindOfWritten(prepared) == SECPOLICYDATA_KIND;
     if (isPolicyData) policyDataLines_ += static_cast<int64_t>(prepared.goneLines.size());
     fates_.assign(prepared.lines.size(), isPolicyData ? LEFT_OUT : LOST);
     for (const size_t i : prepared.goneLines)

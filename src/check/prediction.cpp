@@ -17,7 +17,7 @@ class EntryCheck final : public EntryVisitor {
     findChanges(entry, prepared, begin, prediction_.hasDn, findings_);
     prediction_.hasDn = prediction_.hasDn || beginsWithDn(entry);
     if (prepared.problem == NO_DETAIL) {
-      if (prepared.kind != SECPOLICYDATA_KIND) findGoneLines(prepared, begin, findings_);
+      if (kindOfWritten(prepared) != SECPOLICYDATA_KIND) findGoneLines(prepared, begin, findings_);
       return;
     }
     findings_.take({findingOf(prepared.problem), AT_GIVEN, begin});

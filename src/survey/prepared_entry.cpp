@@ -314,6 +314,10 @@ void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass obje
   prepared.parts.push_back({0, prepared.lines.size(), objectClass, UNKNOWN_KIND});
 }
 
+EntryKind kindOfWritten(const PreparedEntry& prepared) {
+  return prepared.parts.empty() ? prepared.kind : prepared.parts[0].kind;
+}
+
 std::span<Line> linesOf(PreparedEntry& prepared, const WorkEntry& part) {
   if (prepared.partLines.empty()) return prepared.lines;
   return std::span(prepared.partLines).subspan(part.first, part.count);

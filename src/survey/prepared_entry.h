@@ -61,6 +61,10 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
 void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
                        PreparedEntry& prepared);
 
+// Returns the kind as which a run takes an entry for the work file: by its class as it has been written there, which can
+// be another one where the class was folded.
+EntryKind kindOfWritten(const PreparedEntry& prepared);
+
 // The lines of a part, and where they come from.
 std::span<Line> linesOf(PreparedEntry& prepared, const WorkEntry& part);
 std::span<const Origin> originsOf(const PreparedEntry& prepared, const WorkEntry& part);

@@ -49,8 +49,16 @@ CLASSES = ((b" secUser", "user"), (b" secuser", "user"), (b" secPolicyData", "da
 # Which records an entry goes to.
 
 def kindOf(entry):
+    """By the class as it was read; of an entry that is gathered, by the class unfolded."""
+    kind = kindByClass(entry, entry.stored)
+    if kind in ("other", "authority", "container"):
+        return kind
+    return kindByClass(entry, [line.text for line in entry.lines])
+
+
+def kindByClass(entry, lines):
     first = entry.lines[0].text.lower()
-    for line in entry.stored:
+    for line in lines:
         if b"objectClass:" in line or b"objectclass:" in line:
             for text, kind in CLASSES:
                 if text in line:
