@@ -1,7 +1,13 @@
-"""What the documents show is true: their commands work, their examples convert as shown, what they name exists."""
+"""What the documents show is true: their commands work, their examples convert as shown, what they name exists.
+
+Installs what is built beside the tool into a scratch folder, to read the documents as they are installed.
+
+usage: test_documents.py TOOL
+"""
 import os
 import re
 import subprocess
+import sys
 import tempfile
 import unittest
 from pathlib import Path
@@ -11,6 +17,7 @@ documents = [project / name for name in ("README.md", "CONTRIBUTING.md", "CHANGE
                                          "docs/architecture.md", "docs/work-file-format.md", "docs/migration.md",
                                          "tests/fuzz/README.md", "tests/companions/README.md",
                                          "tests/golden/README.md")]
+tool = None
 
 
 def indented_blocks(document):
@@ -44,11 +51,46 @@ class Readme(unittest.TestCase):
         self.assertIn(f"usage: {command.strip()}", usage)
 
 
-class Examples(unittest.TestCase):
-    def test_their_commands_find_no_difference(self):
-        command = next(block for block in indented_blocks(project / "examples" / "README.md") if "scripts/run" in block)
-        self.addCleanup(Path("/tmp/registry-export-v6.ldif").unlink, missing_ok=True)
-        subprocess.run(["sh", "-e", "-c", command], cwd=project, check=True, stdout=subprocess.DEVNULL)
+class Installed(unittest.TestCase):
+    """The documents as they are installed, where there are no sources."""
+
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.root = Path(scratch.name)
+        subprocess.run(["cmake", "--install", tool.parent], check=True, stdout=subprocess.DEVNULL,
+                       env=os.environ | {"DESTDIR": scratch.name})
+        cls.guide = next(cls.root.rglob("migration.md"))
+        cls.manuals = list(cls.root.rglob("man1/*.1"))
+        cls.documents = [*cls.guide.parent.rglob("*.md"), *cls.manuals]
+
+    def test_they_name_no_file_of_the_sources(self):
+        self.assertIn(self.guide.parent / "examples" / "README.md", self.documents)
+        for document in self.documents:
+            with self.subTest(document.name):
+                named = re.findall(r"\b(?:scripts|tests|src|bench|docs|packaging)/\S*|\b(?:README|CONTRIBUTING)\.md",
+                                   document.read_text(encoding="utf-8"))
+                self.assertEqual(named, [])
+
+    def test_they_link_only_to_what_is_installed(self):
+        for document in self.documents:
+            for target in re.findall(r"\]\(([^)#:]+)\)", document.read_text(encoding="utf-8")):
+                with self.subTest(document=document.name, target=target):
+                    self.assertTrue((document.parent / target).exists())
+
+    def test_each_manual_page_tells_where_the_guide_is(self):
+        self.assertIn("tqldif2v6.1", [page.name for page in self.manuals])
+        place = "/" + str(self.guide.relative_to(self.root))
+        for page in self.manuals:
+            with self.subTest(page.name):
+                self.assertIn(f".Pa {place} ", page.read_text())
+
+    def test_the_commands_of_the_examples_find_no_difference(self):
+        folder = self.guide.parent / "examples"
+        command = next(block for block in indented_blocks(folder / "README.md") if "tqldif2v6 " in block)
+        subprocess.run(["sh", "-e", "-c", command], cwd=folder, check=True, stdout=subprocess.DEVNULL,
+                       env=os.environ | {"PATH": f"{tool.parent}:{os.environ['PATH']}", "TMPDIR": str(self.root)})
 
 
 class Documents(unittest.TestCase):
@@ -104,4 +146,7 @@ class Contributing(unittest.TestCase):
 
 
 if __name__ == "__main__":
+    if len(sys.argv) < 2 or sys.argv[1].startswith("-"):
+        sys.exit(__doc__)
+    tool = Path(sys.argv.pop(1)).resolve()
     unittest.main()
