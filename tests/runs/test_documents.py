@@ -109,8 +109,9 @@ class Documents(unittest.TestCase):
 
     def test_scripts_can_be_run(self):
         for name in ("scripts/run", "scripts/test", "scripts/lint", "scripts/coverage", "scripts/require-packages",
-                     "bench/measure.py", "packaging/test-package", "tests/golden/run_golden.py",
-                     "tests/model/differential.py", "tests/mutants/plant.py", "tests/faults/under_valgrind.py"):
+                     "bench/measure.py", "packaging/test-package", "packaging/test-rpm", "packaging/make-tarball",
+                     "tests/golden/run_golden.py", "tests/model/differential.py", "tests/mutants/plant.py",
+                     "tests/faults/under_valgrind.py"):
             with self.subTest(script=name):
                 self.assertTrue(os.access(project / name, os.X_OK))
 
@@ -131,6 +132,17 @@ class Migration(unittest.TestCase):
 
 
 class Contributing(unittest.TestCase):
+    def test_it_names_the_files_with_placeholders(self):
+        section = re.search(r"^## Placeholders$(.*?)^## ", (project / "CONTRIBUTING.md").read_text(),
+                            re.MULTILINE | re.DOTALL).group(1)
+        placeholder, *named = re.findall(r"`(.*?)`", section)
+        folders = ("bench", "catalogues", "debian", "docs", "examples", "packaging", "src")
+        files = [path for folder in folders for path in (project / folder).rglob("*") if path.is_file()]
+        files += [project / name for name in ("CMakeLists.txt", "README.md", "CHANGELOG.md", "LICENSE")]
+        found = [str(path.relative_to(project)) for path in files if placeholder.encode() in path.read_bytes()]
+        # A release's tarball has no debian/.
+        self.assertEqual(sorted(found), sorted(name for name in named if (project / name).exists()))
+
     commands = re.findall(r"`([^`]+)` *\|$|`([^`]+)`;", (project / "CONTRIBUTING.md").read_text(), re.MULTILINE)
 
     def test_its_scripts_know_their_options(self):
