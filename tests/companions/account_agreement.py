@@ -255,6 +255,8 @@ def findMissing(entry, kind, records, found):
             found.may_be_lost[line.number] = detail
         elif bareName(text) not in BOOKKEEPING:
             found.lost[line.number] = detail
+        elif bareName(text) != ldif.nameOf(text).lower():  # with a tab before it, it only looks like one
+            found.may_be_lost[line.number] = detail
 
 
 # What an account says.
