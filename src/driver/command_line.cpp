@@ -1,35 +1,35 @@
 #include "driver/command_line.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "platform/bounded_text.h"
+#include "platform/open_file.h"
 #include "reporting/reporting.h"
 #include "reporting/run_state.h"
 
 // Where each argument stands.
 enum { INPUT = 1, OUTPUT, MAX_SECUSER_SLOTS, MAX_SECGROUP_SLOTS, TRACE_FILE };
 
-[[noreturn]] static void exitWithUsageError(const char* problem) {
-  snprintf(messageReason, sizeof messageReason, "%s", problem);
+[[noreturn]] static void exitWithUsageError(DetailText problem) {
+  failWith(problem);
   exitWithMessage(USAGE_ERROR);
 }
 
 static void copyName(char* buffer, size_t size, const char* name) {
-  if (!copyBounded(buffer, size, name)) exitWithUsageError("a file name is too long");
+  if (!copyBounded(buffer, size, name)) exitWithUsageError(NAME_OF_FILE_TOO_LONG);
 }
 
 static int32_t readSlotCount(const char* argument) {
   const long count = strtol(argument, nullptr, 10);
-  if (count < 1) exitWithUsageError("a slot count must be a number of at least 1");
-  if (count > INT32_MAX) exitWithUsageError("a slot count is too large");
+  if (count < 1) exitWithUsageError(SLOT_COUNT_TOO_SMALL);
+  if (count > INT32_MAX) exitWithUsageError(SLOT_COUNT_TOO_LARGE);
   return static_cast<int32_t>(count);
 }
 
 void readCommandLine(int argumentCount, char* const* arguments) {
   if (argumentCount <= MAX_SECGROUP_SLOTS || argumentCount > TRACE_FILE + 1)
-    exitWithUsageError("four or five arguments are expected");
+    exitWithUsageError(WRONG_NUMBER_OF_ARGUMENTS);
   copyName(input_ldif_filename, sizeof input_ldif_filename - strlen(WORK_FILE_ENDING), arguments[INPUT]);
   copyName(output_ldif_filename, sizeof output_ldif_filename, arguments[OUTPUT]);
   copyName(temp_input_ldif_filename, sizeof temp_input_ldif_filename, input_ldif_filename);

@@ -130,10 +130,11 @@ static void completeOutput() {
 static void announceEnd(bool workFileIsGone) {
   const auto& copied = runCounts.intoOutput;
   const int64_t straightThrough = std::accumulate(copied.begin(), copied.end(), int64_t{0});
-  issueMessage(CONVERSION_COMPLETE,
-               {.sentence = workFileIsGone ? NO_DETAIL : WORK_FILE_NOT_REMOVED,
-                .values = {runCounts.users, runCounts.groups, runCounts.policies, runCounts.resourceCredentials,
-                           straightThrough, runCounts.policyData, temp_input_ldif_filename, messageReason}});
+  issueMessage(
+      CONVERSION_COMPLETE,
+      {.sentence = workFileIsGone ? NO_DETAIL : WORK_FILE_NOT_REMOVED,
+       .values = {runCounts.users, runCounts.groups, runCounts.policies, runCounts.resourceCredentials, straightThrough,
+                  runCounts.policyData, temp_input_ldif_filename, MessageValue{messageReason, MessageValue::CAUSE}}});
 }
 
 static void endRun() {

@@ -77,7 +77,7 @@ static void dispatchObject(EntryKind kind) {
 void countGathered(EntryKind kind, int64_t bytes) {
   runCounts.bytesGathered += bytes;
   if (kind == SECPOLICYDATA_KIND) ++runCounts.policyData;
-  showProgress("passes", runCounts.bytesGathered, runCounts.bytesOfWorkFile);
+  showProgress(PROGRESS_OF_PASSES, runCounts.bytesGathered, runCounts.bytesOfWorkFile);
 }
 
 bool settleObjectOfKind(EntryKind kind, int64_t bytes) {

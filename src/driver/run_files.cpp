@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstring>
 #include <span>
+#include <string_view>
 
 #include "platform/file_operations.h"
 #include "platform/message_service.h"
@@ -53,11 +55,16 @@ static void giveUpNewFiles() {
   removeEmptyFile(traceFile);
 }
 
-[[noreturn]] static void exitWithUsageError(const char* format, const char* name, const char* other = "") {
+[[noreturn]] static void exitWithUsageError(DetailText problem, std::string_view name, std::string_view other = {}) {
   giveUpNewFiles();
-  snprintf(messageReason, sizeof messageReason, format, name, other);
+  failWith(problem);
+  messageDetails = {.values = {name, other}};
   exitWithMessage(USAGE_ERROR);
 }
+
+// As much of a name as is shown of it where the usage follows.
+static constexpr size_t LONGEST_NAME = 400;
+static std::string_view cut(const char* name, size_t length) { return {name, strnlen(name, length)}; }
 
 // Returns the role whose file a standard stream leads to, or null. Pipes, terminals and devices count as no file.
 static const Role* findRoleOfStream(int descriptor) {
@@ -84,9 +91,8 @@ static void requireStreamsApart() {
   const Role* output = findRoleOfStream(STDOUT_FILENO);
   const Role* error = findRoleOfStream(STDERR_FILENO);
   routeErrorsAround(output, error);
-  if (error != nullptr) exitWithUsageError("standard error leads to the file %.400s, which this run uses", error->name);
-  if (output != nullptr)
-    exitWithUsageError("standard output leads to the file %.400s, which this run uses", output->name);
+  if (error != nullptr) exitWithUsageError(STANDARD_ERROR_USED, cut(error->name, LONGEST_NAME));
+  if (output != nullptr) exitWithUsageError(STANDARD_OUTPUT_USED, cut(output->name, LONGEST_NAME));
 }
 
 // A run must never destroy its own input, nor write two things into one file. Asked before anything is opened, so that
@@ -96,7 +102,7 @@ static void requireDistinctFiles() {
   for (size_t i = 0; i < played.size(); ++i)
     for (size_t j = i + 1; j < played.size(); ++j)
       if (isPlayedTwice(played[i], played[j]))
-        exitWithUsageError("two names lead to the same file: %.200s and %.200s", played[i].name, played[j].name);
+        exitWithUsageError(SAME_FILE, cut(played[i].name, LONGEST_NAME / 2), cut(played[j].name, LONGEST_NAME / 2));
   requireStreamsApart();
 }
 

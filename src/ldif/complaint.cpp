@@ -4,6 +4,7 @@
 
 #include "ldif/entry_line.h"
 #include "ldif/object_buffer.h"
+#include "platform/message_catalogue.h"
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
@@ -13,7 +14,7 @@ static char reasonOfFailure[sizeof messageReason];
 
 // Finding the line of an entry has reasons of its own to fail. A position call has none.
 static void keepReason() {
-  const char* reason = messageReason[0] != '\0' ? messageReason : "no position can be set in it";
+  const char* reason = messageReason[0] != '\0' ? messageReason : detailText(NO_POSITION);
   snprintf(reasonOfFailure, sizeof reasonOfFailure, "%s", reason);
 }
 
@@ -71,7 +72,7 @@ void complainOfLength(std::string_view firstLine, int32_t lines) {
 
 void complainOfFile(DetailText problem, std::string_view firstLine, const char* fileName) {
   keepReason();
-  complain(problem, entryOf(firstLine), fileName, reasonOfFailure);
+  complain(problem, entryOf(firstLine), fileName, {reasonOfFailure, MessageValue::CAUSE});
 }
 
 void exitForEntry(DetailText problem, std::string_view firstLine) {

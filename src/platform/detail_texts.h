@@ -1,4 +1,5 @@
-// The sentences that make a message whole: what is wrong with an entry, what became of the work file.
+// The texts for people beside the sixteen messages: what is wrong with an entry, what became of the work file, why
+// something failed, how far the run is.
 #pragma once
 
 #include <cstdint>
@@ -52,6 +53,45 @@ enum DetailText : uint8_t {
 
   // Behind any failure.
   GATHERED_ENTRIES_NOT_BLANKED,
+
+  // Around what a message concerns, {1}, and its reason, {1}.
+  CONCERNED,
+  HIDDEN_SUBJECT,
+  REASON_BEHIND,
+
+  // Reasons of the file operations.
+  NOT_REGULAR,
+  SECOND_HARD_LINK,
+  OTHER_USERS_FILE,
+  SYMBOLIC_LINK,
+  INPUT_NOT_WRITABLE,  // behind the reason of the system
+  REPLACED_BY_OTHERS,
+  USED_BY_ANOTHER_RUN,
+  CHANGED_BY_OTHERS,
+  CHANGED_WHILE_READ,
+  LED_TO_BY_STREAM,
+  TOO_MANY_STREAMS,
+  NO_POSITION,
+
+  // What is wrong with the command line.
+  WRONG_NUMBER_OF_ARGUMENTS,
+  NAME_OF_FILE_TOO_LONG,
+  SLOT_COUNT_TOO_SMALL,
+  SLOT_COUNT_TOO_LARGE,
+  SAME_FILE,             // {1} and {2}: names
+  STANDARD_ERROR_USED,   // {1}: name
+  STANDARD_OUTPUT_USED,  // {1}: name
+
+  USAGE,  // how the tool is called; all of the help there is
+
+  // How far the run is: {1} percent, {2} MB/s, {3} seconds left.
+  PROGRESS_OF_PREPARATION,
+  PROGRESS_OF_PASSES,
+
+  // A signal, {1}, has ended the run with its input, {2}, and output, {3}; at first these are not known.
+  INTERRUPTED_AT_FIRST,
+  INTERRUPTED,
+  INTERRUPTED_WHEN_COMPLETE,
 
   NUMBER_OF_DETAIL_TEXTS
 };

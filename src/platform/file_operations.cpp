@@ -36,7 +36,7 @@ static bool isNoStandardStream(int descriptor) {
   if (fstat(descriptor, &status) != 0) return failWith();
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
     struct stat shown;
-    if (fstat(stream, &shown) == 0 && isSame(status, shown)) return failWith("a standard stream leads to it");
+    if (fstat(stream, &shown) == 0 && isSame(status, shown)) return failWith(LED_TO_BY_STREAM);
   }
   return true;
 }

@@ -82,10 +82,32 @@ static constexpr const char* detailTexts[] = {
     "Mend the disk, remove the work file and start again.",
     "The entry {1} could not be written to the file {2} ({3})" START_AGAIN,
     "What had been gathered could not be taken out of the work file: remove it before you start again.",
-};
-static_assert(std::size(detailTexts) == NUMBER_OF_DETAIL_TEXTS);
 
-const char* const usageText =
+    " Concerned: {1}",
+    "an entry whose DN cannot be shown",
+    " Reason: {1}",
+
+    "not a regular file",
+    "the file has a second hard link",
+    "the file belongs to another user",
+    "a symbolic link stands in its place",
+    " (the input must be writable, although it is never changed)",
+    "something else has replaced it",
+    "another run is using it",
+    "something else has changed it",
+    "it has changed while it was read",
+    "a standard stream leads to it",
+    "too many files are open",
+    "no position can be set in it",
+
+    "four or five arguments are expected",
+    "a file name is too long",
+    "a slot count must be a number of at least 1",
+    "a slot count is too large",
+    "two names lead to the same file: {1} and {2}",
+    "standard error leads to the file {1}, which this run uses",
+    "standard output leads to the file {1}, which this run uses",
+
     "usage: tqldif2v6 input output maxSecUserSlots maxSecGroupSlots [traceFile]\n"
     "  input             named first: LDIF export of the registry; must be writable, is never changed\n"
     "  output            named second: LDIF file to write in the version 6 layout; created, or replaced\n"
@@ -95,7 +117,16 @@ const char* const usageText =
     "  traceFile         when given, receives a trace that holds the entries; the work file\n"
     "                    (input.tmp) and a copy, TEMPORARY_INPUT_LDIF_FILE, are then kept\n"
     "environment: DEBUG_ERROR, set to anything, shows the details of an error on standard output\n"
-    "exit status: 0 when the conversion is complete, 255 on any failure\n";
+    "exit status: 0 when the conversion is complete, 255 on any failure",
+
+    "preparation: {1} %, {2} MB/s, {3} s left",
+    "passes: {1} %, {2} MB/s, {3} s left",
+
+    "{1} has ended the conversion: the output is not complete.",
+    "{1} has ended the conversion of {2}: the output {3} is not complete.",
+    "{1} has ended the conversion of {2}: the output {3} is complete.",
+};
+static_assert(std::size(detailTexts) == NUMBER_OF_DETAIL_TEXTS);
 
 const CatalogueMessage* findCatalogueMessage(uint32_t code) {
   for (const CatalogueMessage& message : catalogueMessages)

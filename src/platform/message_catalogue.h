@@ -35,6 +35,3 @@ int messageNumber(const CatalogueMessage& message);
 
 // The text of a detail, in which {1} and so on are values. In translations it has its own number in the second set.
 const char* detailText(DetailText text);
-
-// How the tool is called; all of the help there is.
-extern const char* const usageText;

@@ -1,16 +1,13 @@
 #include "platform/message_service.h"
 
-#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <span>
 #include <string_view>
 
+#include "platform/composed_text.h"
 #include "platform/message_catalogue.h"
 #include "platform/message_details.h"
-#include "platform/message_translation.h"
 #include "platform/shown_text.h"
 
 // A text with its arguments, of which a file name of 4095 characters is the longest.
@@ -37,63 +34,22 @@ void zr_svc_routing(const char* routing, int32_t* status) {
   }
 }
 
-// Leaves room for the newline.
-static void append(char* line, std::string_view text) { appendHarmless(line, LINE_CAPACITY - 1, text); }
-
-static void appendNumber(char* line, int64_t number) {
-  constexpr size_t DIGITS = 24;
-  char digits[DIGITS];
-  snprintf(digits, sizeof digits, "%" PRId64, number);
-  append(line, digits);
-}
-
-// What a message says of an entry: its DN, and where in the input it stands.
-static void appendEntry(char* line, const MessageValue& entry);
-
-// Appends a text with the values put in where it says {1}, {2} and so on.
-static void appendWithValues(char* line, std::string_view text, std::span<const MessageValue> values) {
-  for (size_t brace = text.find('{'); brace != std::string_view::npos; brace = text.find('{')) {
-    append(line, text.substr(0, brace));
-    text.remove_prefix(brace + 1);
-    const size_t number = strtoul(text.data(), nullptr, 10);
-    const size_t closing = text.find('}');
-    text.remove_prefix(closing == std::string_view::npos ? text.size() : closing + 1);
-    if (number == 0 || number > values.size()) continue;
-    const MessageValue& value = values[number - 1];
-    if (value.kind == MessageValue::NUMBER) appendNumber(line, value.number);
-    if (value.kind == MessageValue::TEXT) append(line, value.text);
-    if (value.kind == MessageValue::ENTRY) appendEntry(line, value);
-  }
-  append(line, text);
-}
-
-static void appendEntry(char* line, const MessageValue& entry) {
-  const std::string_view dn = dnOfLine(entry.text);
-  append(line, dn.empty() ? textInLanguage(HIDDEN_DN) : dn);
-  const MessageValue number = entry.number;
-  if (entry.number > 0) appendWithValues(line, textInLanguage(LINE_OF_ENTRY), {&number, 1});
-}
-
-static void appendSubject(char* line, std::string_view subject) {
+static void appendSubject(ComposedText& line, std::string_view subject) {
   const std::string_view dn = dnOfLine(subject);
-  append(line, " Concerned: ");
-  append(line, dn.empty() ? "an entry whose DN cannot be shown" : dn);
+  const MessageValue shown = dn.empty() ? textOf(line, HIDDEN_SUBJECT) : dn;
+  appendText(line, CONCERNED, {&shown, 1});
 }
 
-static void appendReason(char* line, const char* introduction) {
-  if (messageReason[0] == '\0') return;
-  append(line, introduction);
-  append(line, messageReason);
-}
-
-static void appendSentence(char* line, DetailText sentence) {
+static void appendSentence(ComposedText& line, DetailText sentence) {
   if (sentence == NO_DETAIL) return;
   append(line, " ");
-  appendWithValues(line, textInLanguage(sentence), messageDetails.values);
+  appendText(line, sentence, messageDetails.values);
 }
 
 // Appends the text, in which its arguments stand already, and what belongs to it.
-static void appendMessage(char* line, const CatalogueMessage& message, const char* text) {
+static void appendMessage(ComposedText& line, const CatalogueMessage& message, const char* text) {
+  const bool hasReason = messageReason[0] != '\0';
+  const MessageValue reason = {messageReason, MessageValue::CAUSE};
   switch (message.addition) {
     case NO_ADDITION:
       append(line, text);
@@ -101,38 +57,55 @@ static void appendMessage(char* line, const CatalogueMessage& message, const cha
     case REASON:
     case REASON_AND_USAGE:
       append(line, text);
-      appendReason(line, ": ");
+      if (!hasReason) break;
+      append(line, ": ");
+      appendReason(line, messageReason, messageDetails.values);
       break;
     case SUBJECT:
       append(line, text);
       if (!messageSubject.empty()) appendSubject(line, messageSubject);
-      appendReason(line, " Reason: ");
+      if (hasReason) appendText(line, REASON_BEHIND, {&reason, 1});
       break;
     case SENTENCE_BEHIND:
       appendWithValues(line, text, messageDetails.values);
       appendSentence(line, messageDetails.sentence);
       break;
     case SENTENCE_IN_PLACE:
-      appendWithValues(line, messageDetails.sentence == NO_DETAIL ? text : textInLanguage(messageDetails.sentence),
-                       messageDetails.values);
+      if (messageDetails.sentence == NO_DETAIL)
+        appendWithValues(line, text, messageDetails.values);
+      else
+        appendText(line, messageDetails.sentence, messageDetails.values);
   }
   appendSentence(line, messageDetails.hint);
+  if (message.addition == REASON_AND_USAGE) appendUsage(line);
+}
+
+static void appendHead(ComposedText& line, const CatalogueMessage& message) {
+  append(line, "tqldif2v6: ");
+  appendNumber(line, message.code);
+  append(line, " ");
+  append(line, severityNames[message.severity]);
+  append(line, ": ");
 }
 
 void zr_printf_utf8(uint32_t code, ...) {
   const CatalogueMessage* message = findCatalogueMessage(code);
   if (message == nullptr) return;
-  static char text[TEXT_CAPACITY];
+  static char line[LINE_CAPACITY];
   va_list arguments;
   va_start(arguments, code);
-  vsnprintf(text, sizeof text, textInLanguage(*message), arguments);
+  // Leaves room for the newline.
+  composeText(line, sizeof line - 1, [&](ComposedText& composed) {
+    static char text[TEXT_CAPACITY];
+    va_list copy;
+    va_copy(copy, arguments);
+    vsnprintf(text, sizeof text, textOf(composed, *message), copy);
+    va_end(copy);
+    appendHead(composed, *message);
+    appendMessage(composed, *message, text);
+  });
   va_end(arguments);
-
-  static char line[LINE_CAPACITY];
-  snprintf(line, sizeof line, "tqldif2v6: %u %s: ", code, severityNames[message->severity]);
-  appendMessage(line, *message, text);
-  const size_t end = strlen(line);
-  snprintf(line + end, sizeof line - end, "\n%s", message->addition == REASON_AND_USAGE ? usageText : "");
+  memcpy(line + strlen(line), "\n", 2);
   FILE* route = routeOf(message->severity);
   fwrite(line, 1, strlen(line), route);
   fflush(route);

@@ -1,5 +1,6 @@
 #include "platform/message_translation.h"
 
+#include <libintl.h>
 #include <nl_types.h>
 
 #include <array>
@@ -57,14 +58,24 @@ bool takesSameArguments(const char* format, const char* otherFormat) {
 
 static nl_catd openCatalogue() {
   setlocale(LC_MESSAGES, "");
-  return catopen("tqldif2v6.cat", NL_CAT_LOCALE);
+  nl_catd opened = catopen("tqldif2v6.cat", NL_CAT_LOCALE);
+  setlocale(LC_MESSAGES, "C");  // strerror's texts are traced and compared
+  return opened;
+}
+
+static nl_catd catalogue() {
+  static nl_catd opened = openCatalogue();
+  return opened;
+}
+
+static bool hasCatalogue() {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how catopen says that there is none
+  return catalogue() != reinterpret_cast<nl_catd>(-1);
 }
 
 // Returns the translation of a text, or the text itself.
 static const char* translated(int set, int number, const char* text) {
-  static nl_catd catalogue = openCatalogue();
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): this is how catopen says that there is none
-  return catalogue == reinterpret_cast<nl_catd>(-1) ? text : catgets(catalogue, set, number, text);
+  return hasCatalogue() ? catgets(catalogue(), set, number, text) : text;
 }
 
 const char* textInLanguage(const CatalogueMessage& message) {
@@ -73,3 +84,27 @@ const char* textInLanguage(const CatalogueMessage& message) {
 }
 
 const char* textInLanguage(DetailText text) { return translated(2, text, detailText(text)); }
+
+// The locale in which the C library tells errors; null when there is none.
+static locale_t openErrorLocale() {
+  bind_textdomain_codeset("libc", "UTF-8");
+  return newlocale(LC_MESSAGES_MASK, "", locale_t());
+}
+
+// Only where the other texts are translated, too.
+static std::string_view errorInLanguage(std::string_view error) {
+  constexpr int LAST_ERROR = 133;  // of Linux
+  static const locale_t locale = hasCatalogue() ? openErrorLocale() : locale_t();
+  if (locale == locale_t()) return error;
+  for (int number = 1; number <= LAST_ERROR; ++number)
+    if (error == strerror(number)) return strerror_l(number, locale);
+  return error;
+}
+
+std::string_view reasonInLanguage(std::string_view reason) {
+  for (int text = NO_DETAIL + 1; text < NUMBER_OF_DETAIL_TEXTS; ++text) {
+    const auto detail = static_cast<DetailText>(text);
+    if (reason == detailText(detail)) return textInLanguage(detail);
+  }
+  return errorInLanguage(reason);
+}

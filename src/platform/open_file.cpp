@@ -12,15 +12,18 @@
 #include <string>
 
 #include "platform/file_operations.h"
+#include "platform/message_catalogue.h"
 #include "platform/message_details.h"
 
 // Whatever the input may be read by, and whatever a folder gives to new files: they hold credentials.
 static constexpr mode_t CREATED_FILE_PERMISSIONS = S_IRUSR | S_IWUSR;
 
 bool failWith(const char* reason) {
-  snprintf(messageReason, sizeof messageReason, "%s", reason != nullptr ? reason : strerror(errno));
+  snprintf(messageReason, sizeof messageReason, "%s", reason);
   return false;
 }
+
+bool failWith(DetailText reason) { return failWith(reason == NO_DETAIL ? strerror(errno) : detailText(reason)); }
 
 bool openPlace(const char* path, Place& place) {
   const char* slash = strrchr(path, '/');
@@ -40,28 +43,27 @@ static int openFlags(OpenMode mode, FileKind kind) {
   return flags;
 }
 
-// Says what is wrong with an open file of the given kind; null when nothing is.
-static const char* findObjection(int descriptor, FileKind kind) {
+// Returns false, with the reason in messageReason, when an open file is not of the given kind.
+static bool isOfKind(int descriptor, FileKind kind) {
   struct stat status;
-  if (kind == NAMED_BY_USER) return nullptr;
-  if (fstat(descriptor, &status) != 0) return strerror(errno);
-  if (kind == PRIVATE_FILE_OR_DEVICE && S_ISCHR(status.st_mode)) return nullptr;
-  if (!S_ISREG(status.st_mode)) return "not a regular file";
-  if (kind == REGULAR_FILE) return nullptr;
-  if (status.st_nlink > 1) return "the file has a second hard link";
-  if (status.st_uid != geteuid()) return "the file belongs to another user";
-  return nullptr;
+  if (kind == NAMED_BY_USER) return true;
+  if (fstat(descriptor, &status) != 0) return failWith();
+  if (kind == PRIVATE_FILE_OR_DEVICE && S_ISCHR(status.st_mode)) return true;
+  if (!S_ISREG(status.st_mode)) return failWith(NOT_REGULAR);
+  if (kind == REGULAR_FILE) return true;
+  if (status.st_nlink > 1) return failWith(SECOND_HARD_LINK);
+  return status.st_uid == geteuid() || failWith(OTHER_USERS_FILE);
 }
 
 static bool letBlockAgain(int descriptor) {
   const int flags = fcntl(descriptor, F_GETFL);
-  return flags >= 0 && fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0;
+  return (flags >= 0 && fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0) || failWith();
 }
 
 // Tells what can be done about it where an input may be read but not written.
 static void explainFailedOpening(const Place& place, OpenMode mode, FileKind kind) {
   if (errno == ELOOP && isPrivate(kind)) {
-    failWith("a symbolic link stands in its place");
+    failWith(SYMBOLIC_LINK);
     return;
   }
   failWith();
@@ -71,8 +73,7 @@ static void explainFailedOpening(const Place& place, OpenMode mode, FileKind kin
   if (descriptor < 0) return;
   close(descriptor);
   const size_t length = strlen(messageReason);
-  snprintf(messageReason + length, sizeof messageReason - length,
-           " (the input must be writable, although it is never changed)");
+  snprintf(messageReason + length, sizeof messageReason - length, "%s", detailText(INPUT_NOT_WRITABLE));
 }
 
 bool openHeldFile(const Place& place, OpenMode mode, FileKind kind, HeldFile& file) {
@@ -84,9 +85,7 @@ bool openHeldFile(const Place& place, OpenMode mode, FileKind kind, HeldFile& fi
     explainFailedOpening(place, mode, kind);
     return false;
   }
-  const char* objection = findObjection(file.descriptor, kind);
-  if (objection == nullptr && (kind == NAMED_BY_USER || letBlockAgain(file.descriptor))) return true;
-  failWith(objection);
+  if (isOfKind(file.descriptor, kind) && (kind == NAMED_BY_USER || letBlockAgain(file.descriptor))) return true;
   close(file.descriptor);
   file.descriptor = -1;
   return false;
@@ -130,7 +129,7 @@ bool isUnderName(const HeldFile& file, const char* path) {
   if (fstat(file.descriptor, &status) != 0) return failWith();
   if (!S_ISREG(status.st_mode)) return true;
   if (stat(path, &named) != 0) return failWith();
-  return isSame(status, named) || failWith("something else has replaced it");
+  return isSame(status, named) || failWith(REPLACED_BY_OTHERS);
 }
 
 bool lockFile(const HeldFile& file, const char* path) {
@@ -141,7 +140,7 @@ bool lockFile(const HeldFile& file, const char* path) {
   do {
     result = flock(file.descriptor, LOCK_EX | LOCK_NB);
   } while (result != 0 && errno == EINTR);
-  if (result != 0) return failWith(errno == EWOULDBLOCK ? "another run is using it" : nullptr);
+  if (result != 0) return failWith(errno == EWOULDBLOCK ? USED_BY_ANOTHER_RUN : NO_DETAIL);
   // A run that ends early takes away the empty file that it has made.
   return isUnderName(file, path);
 }

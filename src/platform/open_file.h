@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "platform/detail_texts.h"
+
 // Whom a file may belong to and what it may be.
 enum FileKind {
   NAMED_BY_USER,          // anything that opens, devices and pipes included
@@ -74,8 +76,6 @@ bool isInPlace(const Place& place, int descriptor);
 // messageReason.
 bool syncFile(const HeldFile& file);
 
-// The reason when a file is not what the run has made of it or found in it.
-inline constexpr char CHANGED_BY_OTHERS[] = "something else has changed it";
-
-// Keeps the reason of the last call that failed, which is errno's text unless another is given. Returns false.
-bool failWith(const char* reason = nullptr);
+// Keep the reason of the last call that failed, which is errno's text unless another is given. Return false.
+bool failWith(DetailText reason = NO_DETAIL);
+bool failWith(const char* reason);

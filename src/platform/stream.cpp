@@ -87,7 +87,7 @@ Stream* openStream(int descriptor, StreamMode mode) {
   Stream* stream = std::find_if(std::begin(streams), std::end(streams), [](const Stream& s) { return !s.isOpen; });
   off_t offset = 0;
   if (stream == std::end(streams)) {
-    failWith("too many files are open");
+    failWith(TOO_MANY_STREAMS);
   } else if (findPosition(descriptor, mode, offset)) {
     initialise(stream, descriptor, offset);
     if (takeSize(stream, mode)) return stream;
@@ -204,7 +204,7 @@ bool readOn(Stream* stream) {
   } while (count < 0 && errno == EINTR);
   const int64_t end = stream->windowStart + static_cast<int64_t>(stream->filled);
   if (count < 0 || (count == 0 && stream->isOfFixedSize && end < stream->size)) {
-    failWith(count == 0 ? CHANGED_BY_OTHERS : nullptr);
+    failWith(count == 0 ? CHANGED_BY_OTHERS : NO_DETAIL);
     stream->readHasFailed = true;
   }
   if (count <= 0) return false;

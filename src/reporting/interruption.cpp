@@ -8,7 +8,10 @@
 #include <csignal>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
+#include <span>
 
+#include "platform/composed_text.h"
 #include "platform/progress_line.h"
 #include "platform/shown_text.h"
 #include "reporting/run_state.h"
@@ -20,10 +23,14 @@ struct EndingSignal {
 
 static constexpr EndingSignal endingSignals[] = {{SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"}};
 
-// What is said of the run behind the signal's name. Put together beforehand: a handler may call little. Short enough to
-// be written to a pipe as a whole.
+// What is said of the run, by signal, before its output is complete and afterwards. Put together beforehand: a handler
+// may call little. Short enough to be written to a pipe as a whole.
 static constexpr size_t TEXT_SIZE = 2048;
-static char whatWasInterrupted[TEXT_SIZE] = " has ended the conversion: the output";
+struct Farewell {
+  char untilComplete[TEXT_SIZE];
+  char whenComplete[TEXT_SIZE];
+};
+static Farewell farewells[std::size(endingSignals)];
 
 static sigset_t setOfEndingSignals() {
   sigset_t signals;
@@ -32,21 +39,21 @@ static sigset_t setOfEndingSignals() {
   return signals;
 }
 
-static void append(char* line, const char* text) {
-  size_t end = strlen(line);
-  while (*text != '\0' && end + 1 < TEXT_SIZE) line[end++] = *text++;
-  line[end] = '\0';
+static void composeLine(char (&line)[TEXT_SIZE], DetailText text, std::span<const MessageValue> values) {
+  // Leaves room for the newline.
+  composeText(line, sizeof line - 1, [&](ComposedText& composed) {
+    append(composed, "tqldif2v6: ");
+    appendText(composed, text, values);
+  });
+  memcpy(line + strlen(line), "\n", 2);
 }
 
 // A line that could not be written at once is not worth a process that does not end.
-static void sayInterrupted(const char* signalName) {
+static void sayInterrupted(const Farewell& farewell) {
   pollfd standardError = {STDERR_FILENO, POLLOUT, 0};
   if (poll(&standardError, 1, 0) != 1) return;
   eraseProgressLine();
-  char line[TEXT_SIZE] = "tqldif2v6: ";
-  append(line, signalName);
-  append(line, whatWasInterrupted);
-  append(line, outputIsComplete != 0 ? " is complete.\n" : " is not complete.\n");
+  const char* const line = outputIsComplete != 0 ? farewell.whenComplete : farewell.untilComplete;
   if (write(STDERR_FILENO, line, strlen(line)) < 0) return;
 }
 
@@ -55,8 +62,8 @@ static void sayInterrupted(const char* signalName) {
 static void leaveWithoutWorkFile(int signalNumber) {
   if (workFileIsToBeRemoved != 0 && isInPlace(workFile.place, workFile.descriptor))
     unlinkat(workFile.place.folder, workFile.place.name, 0);
-  for (const EndingSignal& ending : endingSignals)
-    if (ending.number == signalNumber) sayInterrupted(ending.name);
+  for (size_t i = 0; i < std::size(endingSignals); ++i)
+    if (endingSignals[i].number == signalNumber) sayInterrupted(farewells[i]);
   signal(signalNumber, SIG_DFL);
   sigset_t one;
   sigemptyset(&one);
@@ -77,6 +84,10 @@ static void handle(int signalNumber) {
 }
 
 void prepareForSignals() {
+  for (size_t i = 0; i < std::size(endingSignals); ++i) {
+    const MessageValue signalName = endingSignals[i].name;
+    composeLine(farewells[i].untilComplete, INTERRUPTED_AT_FIRST, {&signalName, 1});
+  }
   for (const EndingSignal& ending : endingSignals) handle(ending.number);
   for (const int signalNumber : {SIGPIPE, SIGXFSZ}) signal(signalNumber, SIG_IGN);
   // No core in a file, and none in a program that takes them.
@@ -87,12 +98,16 @@ void prepareForSignals() {
 
 void nameFilesForSignals() {
   constexpr size_t NAME_SIZE = TEXT_SIZE * 2 / 5;
-  char text[TEXT_SIZE] = " has ended the conversion of ";
-  appendHarmless(text, strlen(text) + NAME_SIZE, input_ldif_filename);
-  append(text, ": the output ");
-  appendHarmless(text, strlen(text) + NAME_SIZE, output_ldif_filename);
+  char input[NAME_SIZE] = "";
+  char output[NAME_SIZE] = "";
+  appendHarmless(input, sizeof input, input_ldif_filename);
+  appendHarmless(output, sizeof output, output_ldif_filename);
   holdSignals();
-  memcpy(whatWasInterrupted, text, sizeof text);
+  for (size_t i = 0; i < std::size(endingSignals); ++i) {
+    const MessageValue values[] = {endingSignals[i].name, input, output};
+    composeLine(farewells[i].untilComplete, INTERRUPTED, values);
+    composeLine(farewells[i].whenComplete, INTERRUPTED_WHEN_COMPLETE, values);
+  }
   letSignalsThrough();
 }
 

@@ -7,6 +7,7 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "platform/composed_text.h"
 #include "platform/progress_line.h"
 
 using Clock = std::chrono::steady_clock;
@@ -16,30 +17,43 @@ static constexpr double SECONDS_BETWEEN_LINES = 0.5;
 
 // The phase that is being shown.
 struct Phase {
-  const char* name;
+  DetailText text;
   Clock::time_point begin;
   double shownAt;  // seconds from the begin to the last line
 };
 
 static double secondsOf(Clock::duration duration) { return std::chrono::duration<double>(duration).count(); }
 
+// A number as a text to put in.
+struct Digits {
+  char text[32];
+
+  Digits(const char* format, double number) { snprintf(text, sizeof text, format, number); }
+};
+
 static void show(const Phase& phase, double seconds, int64_t done, int64_t total) {
   constexpr double MEGABYTE = 1e6;
   constexpr size_t LINE_SIZE = 100;
   const auto whole = static_cast<double>(total);
   const double part = std::min(static_cast<double>(done), whole);
+  const Digits percent("%.0f", part * 100 / whole);
+  const Digits rate("%.1f", part / MEGABYTE / seconds);
+  const Digits secondsLeft("%.0f", seconds * (whole - part) / part);
+  const MessageValue values[] = {percent.text, rate.text, secondsLeft.text};
   char line[LINE_SIZE];
-  snprintf(line, sizeof line, "tqldif2v6: %s: %.0f %%, %.1f MB/s, %.0f s left", phase.name, part * 100 / whole,
-           part / MEGABYTE / seconds, seconds * (whole - part) / part);
+  composeText(line, sizeof line, [&](ComposedText& composed) {
+    append(composed, "tqldif2v6: ");
+    appendText(composed, phase.text, values);
+  });
   drawProgressLine(line);
 }
 
-void showProgress(const char* phase, int64_t done, int64_t total) {
+void showProgress(DetailText phase, int64_t done, int64_t total) {
   static const bool isTerminal = isatty(STDERR_FILENO) == 1;
-  static Phase current = {nullptr, {}, 0};
+  static Phase current = {NO_DETAIL, {}, 0};
   if (!isTerminal || done <= 0 || total <= 0) return;
   const Clock::time_point now = Clock::now();
-  if (current.name != phase) current = {phase, now, SECONDS_BEFORE_FIRST_LINE - SECONDS_BETWEEN_LINES};
+  if (current.text != phase) current = {phase, now, SECONDS_BEFORE_FIRST_LINE - SECONDS_BETWEEN_LINES};
   const double seconds = secondsOf(now - current.begin);
   if (seconds < current.shownAt + SECONDS_BETWEEN_LINES) return;
   current.shownAt = seconds;

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "platform/detail_texts.h"
+
 // Shows what is done of a phase, in bytes: percent, rate and time left. Only where standard error is a terminal, from
 // the second second of the phase on, and seldom enough to cost nothing.
-void showProgress(const char* phase, int64_t done, int64_t total);
+void showProgress(DetailText phase, int64_t done, int64_t total);

@@ -30,5 +30,5 @@ bool isInputUnchanged() {
   struct stat status;
   struct stat named;
   if (fstat(inputFile.descriptor, &status) != 0 || stat(input_ldif_filename, &named) != 0) return failWith();
-  return (isAsAtOpening(status) && isAsAtOpening(named)) || failWith("it has changed while it was read");
+  return (isAsAtOpening(status) && isAsAtOpening(named)) || failWith(CHANGED_WHILE_READ);
 }

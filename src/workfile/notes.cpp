@@ -114,7 +114,7 @@ static std::string_view readWorkText(uint64_t start, size_t length) {
         pread(workFile.descriptor, text + filled, length - filled, static_cast<off_t>(start + filled));
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
-      failWith(count == 0 ? CHANGED_BY_OTHERS : nullptr);
+      failWith(count == 0 ? CHANGED_BY_OTHERS : NO_DETAIL);
       exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
     }
     filled += static_cast<size_t>(count);

@@ -71,7 +71,7 @@ static void count(EntryKind kind, bool goesToOutput) {
 
 static void showProgressOfPreparation() {
   int64_t position = 0;
-  if (getPosition(ifp, &position) == 0) showProgress("preparation", position, inputSize());
+  if (getPosition(ifp, &position) == 0) showProgress(PROGRESS_OF_PREPARATION, position, inputSize());
 }
 
 static void prepareObject() {

@@ -79,9 +79,9 @@ TEST_F(MessageService, AddsTheReasonOfAFileFailure) {
 
 TEST_F(MessageService, AddsTheUsageToAUsageError) {
   strcpy(messageReason, "too few arguments");
-  EXPECT_EQ(
-      messagesOf([] { zr_printf_utf8(USAGE_ERROR); }),
-      std::string("tqldif2v6: 380928314 ERROR: The command line cannot be used: too few arguments\n") + usageText);
+  EXPECT_EQ(messagesOf([] { zr_printf_utf8(USAGE_ERROR); }),
+            std::string("tqldif2v6: 380928314 ERROR: The command line cannot be used: too few arguments\n") +
+                detailText(USAGE) + "\n");
 }
 
 TEST_F(MessageService, ShowsAsTheSubjectOnlyADn) {
