@@ -26,6 +26,8 @@ static bool isInEntryInAnyCase(Entry entry, const ColonText& text) {
                      [&](const Line& line) { return findInAnyCase(line, text) != NOT_FOUND; });
 }
 
+// Returns the line with a part of it replaced. What stands around that part, the line end included, stays byte for
+// byte.
 static Adjustment replaced(Entry entry, int32_t line, size_t place, size_t length, std::string_view replacement,
                            Texts& texts) {
   const std::string_view text = entry[static_cast<size_t>(line)].view();
@@ -34,10 +36,12 @@ static Adjustment replaced(Entry entry, int32_t line, size_t place, size_t lengt
 
 Adjustment convertVersion(Entry entry, Texts& texts) {
   static constexpr ColonText versionText = "version: ";
+  // As long as 5.1. Of a longer version the rest stays behind the new one.
   constexpr size_t VERSION_LENGTH = 3;
   const Found found = findInEntry(entry, versionText);
   if (found.line < 0) return {};
   const std::string_view line = entry[static_cast<size_t>(found.line)].view();
+  // The text that was found ends in the first of the blanks before the value; there may be more.
   const std::string_view value = behindSpaces(line.substr(found.place + versionText.text.size() - 1));
   const size_t length = std::min(withoutLineEnd(value).size(), VERSION_LENGTH);
   return replaced(entry, found.line, line.size() - value.size(), length, "6.0", texts);
@@ -65,6 +69,7 @@ Adjustment addDomainId(Entry entry, Texts& texts, Sink show) {
   static constexpr AttributeName principalName = "principalName";
   if (isInEntryInAnyCase(entry, tagText)) return {};
   const Attribute authority = valueOf(entry, authorityName, texts, show);
+  // The authority first: of a user without either it is what the message names.
   if (authority.line < 0) return {-1, {}, USER_WITHOUT_AUTHORITY};
   const Attribute name = valueOf(entry, principalName, texts, show);
   if (name.line < 0) return {-1, {}, USER_WITHOUT_NAME};
@@ -84,7 +89,10 @@ bool tightenOwnerNames(std::span<Line> entry, Texts& texts) {
   bool isAnyChanged = false;
   for (Line& line : entry) {
     const std::string_view view = line.view();
+    // Kept: in this letter case only. Of any other secDN line the blanks stay in the record; the owner is found without
+    // them all the same.
     if (findExactly(line, ownerText) == NOT_FOUND || !hasSpaceBesideComma(view)) continue;
+    // Without its newline, which comes behind what is left: the line can only become shorter.
     char* const text = makeRoom(texts, view.size());
     const size_t length = commaSpaceEater(text, view.copy(text, view.size() - 1));
     text[length] = '\n';

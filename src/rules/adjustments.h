@@ -33,7 +33,7 @@ Adjustment addDomainId(Entry entry, Texts& texts, Sink show);
 // The first "secuuid: " gets the new letter case.
 Adjustment renameUuid(Entry entry, Texts& texts);
 
-// Which entries get which of them, in this order.
+// Which of them an entry of a class gets, in this order.
 constexpr bool getsVersionAndDate(ObjectClass entryClass) { return entryClass == SECAUTHORITYINFO_OBJECTCLASS; }
 constexpr bool getsDomainId(ObjectClass entryClass) { return entryClass == SECUSER_OBJECTCLASS; }
 constexpr bool getsNewUuidName(ObjectClass entryClass) {

@@ -7,6 +7,7 @@
 
 // Returns a line from a place on. Only what ends it behind that place counts.
 static std::string_view withoutLineEnd(const Line& line, size_t place) {
+  // A value can begin behind a carriage return, where what is known of the line's end is of no use.
   if (place <= line.contentLength) return line.content().substr(place);
   return withoutLineEnd(line.view().substr(place));
 }
@@ -15,7 +16,9 @@ Attribute unfold(Entry entry, int32_t line, size_t place, Texts& texts) {
   const auto first = entry.begin() + line;
   const auto end = std::find_if_not(first + 1, entry.end(), isContinuation);
   Attribute attribute = {line, static_cast<int32_t>(end - entry.begin()), withoutLineEnd(*first, place)};
+  // The usual case: nothing is joined, so the text stays where it is.
   if (end - first == 1) return attribute;
+  // A little more than is needed: the blank that begins each piece is counted and not copied.
   size_t size = attribute.text.size();
   std::for_each(first + 1, end, [&](const Line& piece) { size += piece.contentLength; });
   char* const whole = makeRoom(texts, size);
@@ -57,7 +60,9 @@ static size_t findLine(Entry entry, size_t from, const AttributeName& name) {
 static Attribute findAttribute(Entry entry, const AttributeName& name, Texts& texts) {
   for (size_t i = findLine(entry, 0, name); i < entry.size(); i = findLine(entry, i + 1, name)) {
     const size_t place = findValue(entry[i], name.text);
+    // The bits have only said that the name may stand here.
     if (place == NOT_FOUND) continue;
+    // A line that is nothing but blanks behind the name, without a newline, has an empty value.
     const size_t value = std::min(entry[i].view().find_first_not_of(' ', place), size_t{entry[i].length});
     return unfold(entry, static_cast<int32_t>(i), value, texts);
   }

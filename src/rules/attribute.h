@@ -31,7 +31,8 @@ inline bool isContinuation(const Line& line) { return line.length > 0 && line.te
 // it.
 Attribute unfold(Entry entry, int32_t line, size_t place, Texts& texts);
 
-// The name of an attribute (without colon), and the bits of lines in which it may stand; one of the two is 0.
+// The name of an attribute (without colon), and the bits of lines in which it may stand: those of a known name, or of
+// the Bloom filter for another one. One of the two is 0.
 struct AttributeName {
   std::string_view text;
   uint32_t names;

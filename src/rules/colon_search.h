@@ -15,7 +15,7 @@ struct ColonText {
   std::string_view text;
   size_t colonAt;
   uint32_t name;    // bit of the known name before its colon; 0 for another name
-  uint64_t ending;  // bits of what stands before the colon
+  uint64_t ending;  // bits in a line's Bloom filter of what stands before the colon
 
   constexpr ColonText(std::string_view searched) : ColonText(searched, searched.find(':'), nameBit(searched)) {}
   constexpr ColonText(const char* searched) : ColonText(std::string_view(searched)) {}

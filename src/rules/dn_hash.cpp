@@ -16,6 +16,7 @@ struct HashKey {
 // Another one in each run, so that nobody can put DNs of one hash together beforehand.
 static HashKey drawKey() noexcept {
   HashKey key = {};
+  // Without waiting: early in the boot of a machine there may be no random bytes yet, and the process number has to do.
   if (getrandom(&key, sizeof key, GRND_NONBLOCK) != sizeof key) key.low = static_cast<uint64_t>(getpid());
   return key;
 }
@@ -47,6 +48,7 @@ static void take(HashState& state, uint64_t block) {
 }
 
 uint64_t hashOfDn(std::string_view dn) {
+  // The numbers are those of the published algorithm.
   HashState state = {hashKey.low ^ 0x736f6d6570736575, hashKey.high ^ 0x646f72616e646f6d,
                      hashKey.low ^ 0x6c7967656e657261, hashKey.high ^ 0x7465646279746573};
   uint64_t characters = 0;
@@ -55,9 +57,11 @@ uint64_t hashOfDn(std::string_view dn) {
     memcpy(&characters, dn.data() + i, sizeof characters);
     take(state, loweredCharacters(characters));
   }
+  // The rest, filled up with NULs.
   characters = 0;
   memcpy(&characters, dn.data() + i, dn.size() - i);
   take(state, loweredCharacters(characters));
+  // Tells a DN from the same one with NULs behind it.
   take(state, dn.size());
   state.c ^= 0xff;
   for (int round = 0; round < 3; ++round) mix(state);

@@ -37,7 +37,8 @@ inline constexpr DroppedText droppedTexts[] = {
     {"control:", {NEVER, NEVER, IN_ANY_CASE, NEVER, IN_ANY_CASE, NEVER}},
 };
 
-// What shows that one of the texts may stand in a line: the bits of known names, and the endings of others.
+// What shows that one of the texts may stand in a line: the bits of known names, and in the Bloom filter those of
+// others.
 struct DroppedNames {
   uint32_t names = 0;
   uint64_t endings = 0;

@@ -4,6 +4,8 @@
 
 void append(FirstLine& line, std::string_view piece) {
   piece = piece.substr(0, piece.find_first_of("\r\n"));
+  // What has been kept already is looked at, too: a comma and the blanks beside it may stand in two pieces of a folded
+  // line.
   for (const char character : piece) {
     if (character == ' ' && line.length > 0 && line.text[line.length - 1] == ',') continue;
     if (character == ',')
@@ -22,5 +24,6 @@ void normalise(FirstLine& line, std::string_view text) {
 }
 
 bool isEqual(const FirstLine& line, const FirstLine& other) {
+  // Of lines that were cut nobody knows how they go on, so they are not taken for one another.
   return line.isWhole && other.isWhole && line.view() == other.view();
 }

@@ -1,5 +1,5 @@
-// The first line of an entry as it is compared with another one: without what may differ between the input and what is
-// made of it.
+// The first line of an entry in the form in which it is compared with another: without anything that may differ between
+// the input and what becomes of it.
 #pragma once
 
 #include <cstddef>

@@ -33,7 +33,7 @@ constexpr uint32_t nameBit(std::string_view text) {
 }
 
 // Which known names may end in certain characters: found by the last four of them, or two of a short name, in any case.
-// Other texts may fall upon the same place.
+// Like a Bloom filter it can say yes to characters in which none of them ends, but never no to those of one.
 using NameTable = std::array<uint32_t, 1024>;
 
 // Of four characters, in the order of the machine. A letter's case does not matter, nor do some other characters.
@@ -60,7 +60,7 @@ constexpr NameTable makeNameTable() {
 inline constexpr NameTable shortNames = makeNameTable<true>();
 inline constexpr NameTable longNames = makeNameTable<false>();
 
-// Adds what is to be known of a colon to what is known of its line.
+// Adds what a colon tells to what is known of its line.
 inline void noteColon(Line& line, size_t colon) {
   line.firstColon = std::min(line.firstColon, static_cast<uint32_t>(colon));
   if (colon < 2) {

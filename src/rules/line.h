@@ -15,7 +15,7 @@ struct Line {
   uint32_t contentLength = 0;      // bytes up to its first carriage return or its newline
   uint32_t firstColon = NO_COLON;  // its place
   uint32_t names = 0;              // of the known names those that may end at one of its colons (known_names.h)
-  uint64_t endings = 0;            // endingBit of what stands before each of its colons
+  uint64_t endings = 0;            // Bloom filter: endingBit of what stands before each of its colons
 
   std::string_view view() const { return {text, length}; }
   std::string_view content() const { return {text, contentLength}; }
@@ -30,7 +30,7 @@ constexpr size_t LONGEST_LINE = 4095;
 // Lines of an entry that can be held; one of so many is copied as it stands.
 constexpr int32_t OBJECT_ARRAY_SIZE = 250000;
 
-// Looks a text through for everything that is to be known of it.
+// Looks through a text for everything that is to be known of it.
 Line scanLine(std::string_view text);
 
 // Returns the two characters before a colon as a number below 1,024, the same for both cases of a letter.
@@ -38,10 +38,11 @@ constexpr uint32_t pairOf(char lastButOne, char last) {
   return static_cast<unsigned char>(lastButOne) % 32U * 32U + static_cast<unsigned char>(last) % 32U;
 }
 
-// Returns their bit: a quick test of which names may end there.
+// Returns their bit in the Bloom filter of a line: a name whose bit is missing there ends at none of its colons, one
+// whose bit is set may.
 constexpr uint64_t endingBit(uint32_t pair) { return uint64_t{1} << ((pair ^ pair >> 5U) % 64U); }
 
-// The bits that a name (without colon) can have: a single character may end another name.
+// The bits that a name (without colon) can have: a single character has all, because it may end any other name.
 constexpr uint64_t endingBits(std::string_view name) {
   return name.size() < 2 ? ~uint64_t{0} : endingBit(pairOf(name[name.size() - 2], name.back()));
 }

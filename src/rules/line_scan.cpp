@@ -6,6 +6,7 @@
 #include "rules/known_names.h"
 #include "rules/places.h"
 
+// As many as a number has bits: the places of a character in a block are the bits of one number.
 constexpr size_t BLOCK_SIZE = 64;  // characters
 
 static inline BlockMasks masksOfWhole(const char* block) {
@@ -20,6 +21,7 @@ static inline BlockMasks masksOfWhole(const char* block) {
 }
 
 static BlockMasks behind(const BlockMasks& masks, size_t characters) {
+  // A number must not be shifted by all of its bits.
   if (characters == BLOCK_SIZE) return {};
   return {masks.colons >> characters, masks.newlines >> characters, masks.returns >> characters};
 }
@@ -28,10 +30,12 @@ static BlockMasks without(const BlockMasks& masks, uint64_t part) {
   return {masks.colons & ~part, masks.newlines & ~part, masks.returns & ~part};
 }
 
-// Of the last block of a text, which is looked through from where it ends: behind it nothing is found.
+// The masks of the last block of a text, which is read so that it ends where the text does: behind that nothing is
+// found.
 static BlockMasks masksOfLast(std::string_view text, size_t begin) {
   const size_t rest = text.size() - begin;
   if (text.size() >= BLOCK_SIZE) return behind(masksOfWhole(text.data() + text.size() - BLOCK_SIZE), BLOCK_SIZE - rest);
+  // A text shorter than a block is copied, because the memory behind it may not be ours to read.
   char padded[BLOCK_SIZE] = {};
   std::copy_n(text.data() + begin, rest, padded);
   return masksOfWhole(padded);
@@ -53,8 +57,8 @@ LineScan scanOf(std::string_view text) { return {text.data(), text.size(), 0, 0,
 
 static size_t firstOf(uint64_t places) { return static_cast<size_t>(std::countr_zero(places)); }
 
-// Notes what is found in a part of a block for a line. The block begins so far behind the line's begin; the number
-// wraps around where it begins before.
+// Notes for a line what stands in a part of a block. behindBegin is how far behind the line's beginning the block
+// begins; where it begins before the line, that number wraps around, and so does the sum.
 static inline void noteFound(Line& line, const BlockMasks& masks, size_t behindBegin, uint64_t part) {
   for (uint64_t colons = masks.colons & part; colons != 0; colons &= colons - 1)
     noteColon(line, behindBegin + firstOf(colons));
@@ -99,15 +103,18 @@ size_t takeOrdinaryLines(LineScan& scan, Line* lines, size_t room) {
       noteFound(line, masks, block - next, ~uint64_t{0});
       block += BLOCK_SIZE;
     }
+    // All bits up to the first newline, that one included; every bit where there is none.
     const uint64_t upToEnd = masks.newlines ^ (masks.newlines - 1);
     noteFound(line, masks, block - next, upToEnd);
     line.length = static_cast<uint32_t>(block + firstOf(masks.newlines) + 1 - next);
+    // A line that is not whole, or longer than lines are taken, is no ordinary one: the scan stays before it.
     if (masks.newlines == 0 || line.length > LONGEST_LINE) {
       goOnFrom(scan, next);
       return taken;
     }
     masks = without(masks, upToEnd);
     next += line.length;
+    // An empty line ends the entry. It is handed out as the last one, for the caller to see.
     goesOn = line.contentLength > 0;
     lines[taken++] = line;
   }
@@ -118,6 +125,7 @@ size_t takeOrdinaryLines(LineScan& scan, Line* lines, size_t room) {
 size_t takeEntryLines(LineScan& scan, bool mayHoldNul, Line* lines, size_t room) {
   size_t taken = 0;
   while (taken < room && scan.next < scan.length) {
+    // A NUL cuts its line short, which the quick way does not look for.
     const size_t ordinary = mayHoldNul ? 0 : takeOrdinaryLines(scan, lines + taken, room - taken);
     taken += ordinary;
     if (ordinary > 0) continue;

@@ -24,6 +24,7 @@ static bool isPresent(const Line& line) { return line.text != nullptr; }
 // Returns the attribute name of a line that has a colon, up to and including the first.
 static std::string_view attributeName(const Line& line) { return line.view().substr(0, size_t{line.firstColon} + 1); }
 
+// Kept: in these spellings only; in any other it is merged like an attribute.
 static bool isDn(const Line& line) { return attributeName(line) == "dn:" || attributeName(line) == "DN:"; }
 
 static constexpr uint32_t namesOfExcluded() {
@@ -32,7 +33,7 @@ static constexpr uint32_t namesOfExcluded() {
   return names;
 }
 
-// True for a line that is none of those that are treated in their own way.
+// False for the lines that may need a treatment of their own.
 static bool isOrdinary(const Line& line) {
   constexpr uint32_t NAMES = namesOfExcluded() | nameBit("dn:");
   return (line.names & NAMES) == 0;
@@ -43,6 +44,7 @@ static bool isExcluded(const Line& line) {
 }
 
 static void append(MergedEntry& merged, const Line& line) {
+  // Counts on where there is no room, so that the caller can tell.
   if (merged.count < merged.capacity) merged.lines[merged.count] = line;
   ++merged.count;
 }
@@ -52,7 +54,7 @@ static void move(Line& line, MergedEntry& merged) {
   line.text = nullptr;
 }
 
-// The second entry as the first one looks for matches in it. Long entries are looked through once for all names.
+// The second entry, prepared for the first one's search for matches. A long one is looked through once for all names.
 struct Matches {
   std::span<Line> lines;
   bool isIndexed = false;
@@ -62,6 +64,8 @@ struct Matches {
 
 static Matches prepareMatches(std::span<const Line> first, std::span<Line> second) {
   Matches matches = {.lines = second, .byName = {}};
+  // An entry of up to as many lines as a number has bits, which nearly all are, needs no index: a number says which of
+  // its lines have an ending.
   matches.isIndexed = second.size() > matches.holders.size();
   for (size_t i = 0; !matches.isIndexed && i < second.size(); ++i)
     for (uint64_t endings = second[i].endings; endings != 0; endings &= endings - 1)
@@ -78,11 +82,14 @@ static Matches prepareMatches(std::span<const Line> first, std::span<Line> secon
 static Line* findMatch(Matches& matches, std::string_view name) {
   if (matches.isIndexed) {
     std::vector<uint32_t>& holders = linesThatHold(matches.byName, name);
+    // A line that has been taken as a match stays gone, so it leaves the list for good: that keeps all the searches
+    // together in proportion to the size of the entries.
     while (!holders.empty() && !isPresent(matches.lines[holders.back()])) holders.pop_back();
     return holders.empty() ? nullptr : &matches.lines[holders.back()];
   }
   const ColonText text = ColonText::unknown(name);
   uint64_t holders = 0;
+  // A name of one character can have any ending, since another name may end in it; every other name has one.
   for (uint64_t endings = text.ending; endings != 0; endings &= endings - 1)
     holders |= matches.holders[static_cast<size_t>(std::countr_zero(endings))];
   for (; holders != 0; holders &= holders - 1) {
@@ -98,9 +105,11 @@ static void mergeLine(Line& line, Matches& matches, MergedEntry& merged) {
   if (match == nullptr) {
     move(line, merged);
   } else if (findInAnyCase(line, secAuthorityText) != NOT_FOUND) {
+    // Kept: of secAuthority the first entry's value counts; the second one's line is used up all the same.
     move(line, merged);
     match->text = nullptr;
   } else {
+    // Kept: the match takes the place of the line even if it is one that would have been left out by itself.
     move(*match, merged);
     line.text = nullptr;
   }
@@ -109,6 +118,7 @@ static void mergeLine(Line& line, Matches& matches, MergedEntry& merged) {
 static MergeProblem walkFirst(std::span<Line> first, Matches& matches, MergedEntry& merged) {
   for (Line& line : first) {
     if (line.firstColon == NO_COLON) return {&line, true};
+    // The bits of the names come first, because most lines have none of them and are spared the comparisons.
     if (!isOrdinary(line) && (findExactly(line, objectClassTexts) != NOT_FOUND || isDn(line)))
       move(line, merged);
     else if (isOrdinary(line) || !isExcluded(line))

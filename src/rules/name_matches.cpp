@@ -25,6 +25,8 @@ static uint32_t longestIn(const NameMatches& matches, uint32_t from, std::string
 static void linkNames(NameMatches& matches) {
   matches.shorter.resize(matches.names.size());
   for (uint32_t i = 0; i < matches.names.size(); ++i) {
+    // In this order the names in which a name ends stand before it, and the longest of them is its neighbour or one in
+    // which the neighbour ends.
     const uint32_t found = i == 0 ? 0 : longestIn(matches, i - 1, matches.names[i]);
     matches.shorter[i] = endsIn(matches.names[i], matches.names[found]) ? found : i;
   }
@@ -50,6 +52,8 @@ NameMatches findMatches(std::vector<std::string_view> names, Entry entry) {
   NameMatches matches = {std::move(names), {}, {}};
   matches.lines.resize(matches.names.size());
   linkNames(matches);
+  // From the last line to the first, so that the line that is wanted first stands at the end of each list, where taking
+  // it away costs nothing.
   for (size_t i = entry.size(); i > 0; --i) {
     const std::string_view line = entry[i - 1].view();
     for (size_t colon = entry[i - 1].firstColon; colon < line.size(); colon = line.find(':', colon + 1))

@@ -1,4 +1,4 @@
-// Where in an entry the attribute names of another one stand.
+// Where the attribute names of one entry stand in another.
 #pragma once
 
 #include <cstdint>

@@ -22,6 +22,7 @@ static bool isInDefaultDomain(std::string_view dn) {
 // Kept: a DN without a comma is taken whole, its line end included.
 Subdomain subdomainOf(NewDnOf what, std::string_view oldDn) {
   if (isInDefaultDomain(oldDn)) return {};
+  // An owner's DN begins with the component; that of a policy has one of its own before it.
   if (what != NEW_POLICY_DN) return {upToComma(oldDn), false};
   const size_t place = dostristr(oldDn, "secauthority");
   if (place == std::string_view::npos) return {{}, true};

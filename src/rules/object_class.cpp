@@ -44,6 +44,8 @@ static const ClassName* findBefore(const ClassName* end, std::string_view text) 
 
 static const ClassName* findClassName(std::string_view line) {
   const ClassName* found = std::end(classNames);
+  // Kept: of several names in the line it is not the first that counts, but the one that stands first in the table; so
+  // every blank is looked at.
   anyPlace(line, ' ', [&](size_t blank) {
     found = findBefore(found, line.substr(blank));
     return false;
@@ -52,6 +54,7 @@ static const ClassName* findClassName(std::string_view line) {
 }
 
 static bool isOfResCreds(std::string_view firstLine) {
+  // Kept: in these spellings only; in any other it is a container like others.
   return firstLine.find("cn=ResCreds") != NOT_FOUND || firstLine.find("cn=rescreds") != NOT_FOUND;
 }
 
@@ -59,6 +62,7 @@ ObjectClass classOf(Entry entry) {
   for (const Line& line : entry) {
     if (findExactly(line, objectClassTexts) == NOT_FOUND) continue;
     const ClassName* name = findClassName(line.view());
+    // An unknown class decides nothing: a later line may name a known one.
     if (name == nullptr) continue;
     const bool isResCreds = name->code == CONTAINER_OBJECTCLASS && isOfResCreds(entry[0].view());
     return isResCreds ? RESCREDS_CONTAINER : name->code;
@@ -77,6 +81,7 @@ bool goesStraightThrough(ObjectClass objectClass, std::string_view firstLine) {
     case CONTAINER_OBJECTCLASS:
       return true;
     case SECPOLICY_OBJECTCLASS:
+      // A policy of the whole domain belongs to no user.
       return holdsInAnyCase(firstLine, "cn=Policies,secAuthority=");
     default:
       return false;
@@ -97,6 +102,7 @@ EntryKind kindOf(ObjectClass objectClass, std::string_view firstLine) {
       return SECPOLICY_KIND;
     case RESCREDS_CONTAINER:
     case SECRESCREDS_OBJECTCLASS:
+      // Both wait for the final copy.
       return RESCREDS_KIND;
     default:
       return UNKNOWN_KIND;
@@ -115,6 +121,7 @@ ObjectClass classOfKind(EntryKind kind) {
     case SECPOLICY_KIND:
       return SECPOLICY_OBJECTCLASS;
     default:
+      // Maps of either side are of one class.
       return SECMAP_OBJECTCLASS;
   }
 }

@@ -33,6 +33,7 @@ static Owner ownerInFirstLine(const Line& line, size_t place, Side side, Texts& 
   owner.computed = dn;
   owner.saved = side == USER_SIDE ? tightened(dn, texts) : dn;
   owner.key = closed(owner.saved, texts);
+  // Mostly the line names its owner as it stands, and nothing is copied.
   const bool isUnchanged = owner.key.data() == dn.data();
   owner.firstLine = isUnchanged ? line.view() : joined({line.view().substr(0, place), owner.key}, texts);
   return owner;
@@ -44,6 +45,7 @@ static Owner ownerOfParts(const Line& firstLine, std::string_view dnLine, Side s
   owner.computed = dnLine.substr(0, dnLine.size() - 1);
   if (owner.computed.size() >= SAVED_DN_SIZE) return withProblem(OWNER_DN_TOO_LONG);
   owner.key = closed(dnLine, texts);
+  // With its newline it can be the one character too long.
   if (owner.key.size() >= SAVED_DN_SIZE) return withProblem(OWNER_DN_TOO_LONG);
   if (side == USER_SIDE) owner.key = tightened(owner.key, texts);
   owner.saved = owner.key;
@@ -82,6 +84,7 @@ static Owner ownerOfUsersEntry(Entry entry, Side side, Texts& texts, Sink show) 
   const Attribute dn = valueOf(entry, dnName, texts, show);
   if (authority.line < 0) return withProblem(USERS_ENTRY_WITHOUT_AUTHORITY);
   if (dn.line < 0) return withProblem(USERS_ENTRY_WITHOUT_DN);
+  // Kept: a value of base 64 comes with its second colon in front, and is cut to nothing by it.
   const std::string_view name = authority.text.substr(0, authority.text.find(':'));
   return ownerOfParts(entry[0], joined({"secAuthority=", name, ",", tightened(dn.text, texts), "\n"}, texts), side,
                       texts);
@@ -101,6 +104,7 @@ static Owner ownerOfMap(Entry entry, Side side, Texts& texts, Sink show) {
     owner.shownDn = dn.text;
     return owner;
   }
+  // From the name of the component on, wherever in the DN it stands.
   const std::string_view component = upToComma(dn.text.substr(authority));
   return ownerOfParts(entry[0], joined({component, ",", tightened(ownerDn.text, texts), "\n"}, texts), side, texts);
 }

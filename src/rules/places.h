@@ -1,4 +1,4 @@
-// Where in a text a character stands: found for many characters of the text at once.
+// Where a character stands in a text: many characters of the text are looked at at once.
 #pragma once
 
 #include <algorithm>

@@ -7,7 +7,7 @@
 #include "rules/line.h"
 #include "rules/text.h"
 
-// Its DN is that of the user below a component of its own.
+// Its DN is a component of its own in front of the user's.
 inline constexpr char CONTAINER_DN_BEGIN[] = "dn: cn=Policies,";
 inline std::string_view containerDnEnd(std::string_view newUserDn) {
   return behindSpaces(newUserDn.substr(newUserDn.find(':') + 1));

@@ -47,6 +47,7 @@ size_t dostristr(std::string_view haystack, std::string_view needle) {
   if (signAt != std::string_view::npos) return findAtSign(haystack, needle, signAt);
   const auto place = std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
                                  [](char one, char other) { return lowered(one) == lowered(other); });
+  // An empty needle is found at the beginning, even of an empty text.
   if (place == haystack.end() && !needle.empty()) return std::string_view::npos;
   return static_cast<size_t>(place - haystack.begin());
 }
@@ -58,6 +59,7 @@ std::string_view behindSpaces(std::string_view text) {
 std::string_view trimmed(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\n\v\f\r") + 1); }
 
 bool hasSpaceBesideComma(std::string_view text) {
+  // Asked before anything is copied: hardly any DN has such a blank.
   return anyPlace(text, ' ', [&](size_t space) {
     return text.substr(space + 1).starts_with(',') || (space > 0 && text[space - 1] == ',');
   });
@@ -68,6 +70,7 @@ size_t commaSpaceEater(char* text, size_t length) {
   for (size_t i = 0; i < length; ++i) {
     if (text[i] == ' ' && written > 0 && text[written - 1] == ',') continue;
     if (text[i] == ',')
+      // They have been written by the time the comma comes, and are taken back.
       while (written > 0 && text[written - 1] == ' ') --written;
     text[written++] = text[i];
   }
@@ -75,6 +78,7 @@ size_t commaSpaceEater(char* text, size_t length) {
 }
 
 size_t blankLine(char* line, size_t length) {
+  // Kept: a line of one character becomes one of two, so the file grows by one if it was its last.
   const size_t blanked = std::max<size_t>(length, 2);
   memset(line, ' ', blanked);
   line[blanked - 2] = '\r';

@@ -9,6 +9,8 @@
 static bool isWhole(Entry entry, size_t place) {
   const Line& line = entry[place];
   const bool isContinued = place + 1 < entry.size() && isContinuation(entry[place + 1]);
+  // Two characters behind the content are a carriage return and the newline; where there are more, text stands behind a
+  // carriage return, and has to go.
   return !isContinued && line.length - line.contentLength <= 2 && line.text[line.length - 1] == '\n';
 }
 
@@ -36,6 +38,7 @@ UnfoldedEntry unfoldLines(std::span<Line> entry, bool areTextsOurs, Texts& texts
   UnfoldedEntry unfolded = {0, true};
   for (size_t place = 0; place < entry.size();) {
     if (isContinuation(entry[place])) {
+      // It continues nothing: an entry begins with it.
       ++place;
       unfolded.isAsRead = false;
     } else if (isWhole(entry, place)) {
@@ -46,6 +49,7 @@ UnfoldedEntry unfoldLines(std::span<Line> entry, bool areTextsOurs, Texts& texts
       const Attribute attribute = unfold(entry, static_cast<int32_t>(place), 0, texts);
       const size_t length = attribute.text.size();
       const bool isAlone = static_cast<size_t>(attribute.nextLine) == place + 1;
+      // Nothing but a newline may have been added, and not to a piece so long that the two would be read as two lines.
       unfolded.isAsRead = unfolded.isAsRead && isAlone && length == entry[place].length && length < LONGEST_LINE;
       entry[unfolded.lines++] = unfoldedLine(attribute, texts);
       place = static_cast<size_t>(attribute.nextLine);
