@@ -21,8 +21,8 @@ static bool beginsWithDn(const CacheMatrix& matrix, int32_t slot) {
   return isSameInAnyCase(rowOf(matrix, slot).entryText().text.substr(0, TAG.size()), TAG);
 }
 
-// Returns the slot of the entry to which the lines in a row belong. A row with a first line that is no dn: line behind
-// one that is full holds the rest of an entry that was too long for its own.
+// Returns the slot of the entry to which the lines in a row belong. If the row before is full and the row's first line
+// is no dn: line, it holds the rest of an entry that was too long for its own row.
 static int32_t slotOfOwner(const CacheMatrix& matrix, int32_t slot) {
   while (slot > 0 && isFull(matrix, slot - 1) && !beginsWithDn(matrix, slot)) --slot;
   return slot;
@@ -48,10 +48,12 @@ static int32_t slotOfOwner(const CacheMatrix& matrix, int32_t slot) {
   exitForOverrun(matrix, firstLineOfObject());
 }
 
+// A line without a newline would run on into the one put behind it. One that is as long as lines are taken cannot: its
+// end is found by its length.
 static bool needsNul(const Line& line) { return line.length < LONGEST_LINE && line.text[line.length - 1] != '\n'; }
 
-// Has the lines stand where they stay for the pass: in the work file in memory, unless one has been changed. Returns
-// true when a NUL has been put behind one.
+// Sees to it that the lines stand where they stay for the pass. Those of the mapped work file do already, unless one of
+// them has been changed. Returns true when a NUL has been put behind a line.
 static bool keepObject() {
   if (isInWorkText(object[0].view())) return false;
   size_t size = 0;
@@ -71,11 +73,12 @@ static bool keepObject() {
   return hasNul;
 }
 
-// Puts the rest of an entry before what is left of the lines that stood in the row before.
+// Puts the rest of an entry in front of what is left of the lines that the row held before.
 static Row overwritten(const Row& row, const Row& rest) {
   if (rest.lines >= row.lines) return rest;
   EntryText left = row.entryText();
   for (int32_t passed = 0; passed < rest.lines; left.text.remove_prefix(nextLineIn(left).size()))
+    // Comments, which a left-over work file may hold, were not counted as lines when the row was filled either.
     if (left.text[0] != '#') ++passed;
   const auto length = static_cast<uint32_t>(rest.length + left.text.size());
   char* const text = makeRoom(gatheredTexts, length);
@@ -87,6 +90,7 @@ static Row overwritten(const Row& row, const Row& rest) {
 static void placeObject(const CacheMatrix& matrix, int32_t slot) {
   const bool hasNul = keepObject();
   for (int32_t first = 0; first < next_available_object_slot; first += matrix.columns, ++slot) {
+    // Kept: an entry has to end within the slots of the command line, although the tables could hold more rows.
     if (slot == *sideOf(matrix).limit) exitForFullTable(matrix);
     makeRoomForSlot(matrix.side, slot);
     const int32_t lines = std::min(matrix.columns, next_available_object_slot - first);
@@ -110,12 +114,14 @@ static void moveObject(const CacheMatrix& matrix, int32_t slot) {
   traceLine("%s():  FUNCTION ENTRY \n", matrix.moveFunction);
   if (isRowInUse(matrix, slot)) exitForOccupiedRow(matrix, slot);
   placeObject(matrix, slot);
+  // One entry, whatever number of rows it takes: that is what is compared with the number of slots.
   ++*matrix.occupied;
   if (&matrix == &secMapForSecUserMatrix && debug != 0) traceRow(matrix, slot);
   traceLine("%s():  FUNCTION EXIT \n", matrix.moveFunction);
 }
 
 bool placeUnseen(const CacheMatrix& matrix, int32_t slot, const Row& row) {
+  // A row that is full makes what stands behind it a part of the entry: placeObject has to look at that.
   if (isRowInUse(matrix, slot) || row.lines >= matrix.columns) return false;
   rowOf(matrix, slot) = row;
   ++*matrix.occupied;
@@ -155,8 +161,9 @@ static bool isInUse(const CacheSide& side, int32_t slot) {
   return slot < *side.nextSlot && (*side.dns)[slot].data() != nullptr;
 }
 
-// The lines of the entry that has run on are counted.
+// Keeps in mind an entry that has run on, with the number of its lines in all its rows.
 static void noteOverrun(const CacheMatrix& matrix, int32_t slot, int64_t lines, std::string_view firstLine) {
+  // Behind the last slot in use there was nothing to lose.
   if (!isInUse(sideOf(matrix), slot + 1)) return;
   Overrun& overrun = overrunOf(matrix);
   overrun.matrix = &matrix;
@@ -171,6 +178,8 @@ void forgetOverruns() {
 
 void complainOfMissingEntry(DetailText problem, int32_t slot, const CacheMatrix& missing, const CacheMatrix* present) {
   for (const Overrun& overrun : overruns) {
+    // Either the entry was in a row that the long one has taken, or the table counted the long one's rest, so that an
+    // entry had to wait and came too late.
     const bool hasTakenIt = overrun.matrix == &missing && slot > overrun.slot && slot <= overrun.lastSlot;
     if (overrun.matrix == nullptr || (!hasTakenIt && overrun.matrix != present)) continue;
     complainOfLength(overrun.firstLine, overrun.matrix->columns - 1);
@@ -189,6 +198,7 @@ static void releaseRow(const CacheMatrix& matrix, int32_t slot) {
   bool goesOn = true;
   for (int32_t next = slot; goesOn && isRowInUse(matrix, next); ++next) {
     lines += rowOf(matrix, next).lines;
+    // Asked before the row is emptied.
     goesOn = isFull(matrix, next);
     rowOf(matrix, next) = {};
   }

@@ -34,7 +34,8 @@ void freeSecMapForSecGroup(int32_t slot);
 
 // Complains of a slot that lacks the entry of one matrix and has one in another, or null where it has none. If the
 // missing entry has gone with an entry of another slot that had too many lines, it is that entry that is complained of;
-// so it is where the entry that is there came late because such an entry has kept its matrix's counter up.
+// it is complained of, too, where the entry that is there came late because the long one has kept its matrix's counter
+// up.
 void complainOfMissingEntry(DetailText problem, int32_t slot, const CacheMatrix& missing, const CacheMatrix* present);
 
 // Forgets the entries that had too many lines.

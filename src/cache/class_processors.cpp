@@ -56,6 +56,7 @@ static void traceMapSlotFound(Side side, int32_t slot) {
   if (side == USER_SIDE)
     traceLine(CONTINUED "secUser_dn = %.*s \n", SHOWN(dn));
   else
+    // Kept: the group's line ends with the newline of the DN, the user's has a blank and one more behind it.
     traceLine(CONTINUED "secGroup_dn = %.*s", SHOWN(dn));
 }
 
@@ -107,6 +108,7 @@ static void moveIntoSlot(Side side, int32_t slot, bool isNewSlot) {
       moveSecPolicyDataObjectFromObjectArrayToSecPolicyDataMatrix(slot);
       break;
     case SECPOLICY_OBJECTCLASS:
+      // Before the move, which empties the entry buffer.
       copySecPolicyDNFromObjectArrayToSecPolicyDNArray(slot);
       moveSecPolicyObjectFromObjectArrayToSecPolicyMatrix(slot);
       break;
@@ -131,6 +133,7 @@ static void blankOut(const ClassProcessor& processor, int32_t slot, bool isNewSl
               processor.function, processor.className);
   if (processor.dnEcho != nullptr && (!isNewSlot || processor.echoesDnOfSlotJustOpened))
     echoError(processor.dnEcho, SHOWN(ownerDn));
+  // If somebody else has changed the file, that is the reason to tell.
   requireUnchangedWorkFile();
   exitForEntryInFile(NOT_BLANKED, firstLine, temp_input_ldif_filename);
 }
@@ -145,6 +148,8 @@ static void stepOver(const ClassProcessor& processor) {
 
 static void requireOwnerDn(const ClassProcessor& processor, int32_t slot) {
   const CacheSide& slots = cacheSides[processor.side];
+  // The index finds slots by their DNs, so one without a DN would be a mistake of the run; it is told rather than
+  // followed.
   if ((*slots.dns)[slot].data() != nullptr) return;
   reportError("%s():  ERROR: %s at index %d is NULL.  EXITING. \n", processor.function, slots.dnName, slot);
   exitForObject(INCOMPLETE_DN);
@@ -153,6 +158,7 @@ static void requireOwnerDn(const ClassProcessor& processor, int32_t slot) {
 static void gatherIntoOwnersSlot(const ClassProcessor& processor, int32_t slot) {
   requireOwnerDn(processor, slot);
   if (processor.tracesSteps) traceMapSlotFound(processor.side, slot);
+  // Taken before the move, which empties the entry buffer; the text itself stays for the pass.
   const std::string_view firstLine = firstLineOfObject();
   moveIntoSlot(processor.side, slot, false);
   blankOut(processor, slot, false, firstLine);
@@ -161,6 +167,7 @@ static void gatherIntoOwnersSlot(const ClassProcessor& processor, int32_t slot) 
 static void gatherIntoNewSlot(const ClassProcessor& processor) {
   const CacheSide& slots = cacheSides[processor.side];
   const int32_t slot = *slots.nextSlot;
+  // The tables grow as slots are opened, so that a limit far beyond the number of owners costs nothing.
   makeRoomForSlot(processor.side, slot);
   (*slots.dns)[slot] = keepText(gatheredTexts, slots.savedDn);
   if (processor.tracesSteps) traceMapSlotOpened(slots, slot);
@@ -209,6 +216,7 @@ int32_t processSecMapObjectFromTempInputLDIFFile() {
   traceLine("processSecMapObjectFromTempInputLDIFFile():  FUNCTION ENTRY \n");
   traceLine("processSecMapObjectFromTempInputLDIFFile():  The object array is: \n");
   traceObjectArray();
+  // Both sides' maps are of one class; only the DN tells whose it is.
   if (isLineOfUser(firstLineOfObject())) {
     traceLine("processSecMapObjectFromTempInputLDIFFile():  secMap is associated with a secUser \n");
     settleObject(mapOfUserProcessor);
@@ -217,6 +225,7 @@ int32_t processSecMapObjectFromTempInputLDIFFile() {
     settleObject(mapOfGroupProcessor);
   }
   traceLine("processSecMapObjectFromTempInputLDIFFile():  FUNCTION EXIT. \n");
+  // Kept: shown once more, although it is empty if the entry has been gathered.
   traceLine("processSecMapObjectFromTempInputLDIFFile():  The object array is:\n");
   traceObjectArray();
   return 0;

@@ -18,7 +18,7 @@ struct DnTable {
 static constexpr DnTable dnTables[] = {
     {&secUser_dn, USER_SIDE}, {&secGroup_dn, GROUP_SIDE}, {&secPolicy_dn, USER_SIDE}};
 
-// Slots of the tables of each Side: how many there is room for, and how many of them have been begun.
+// For the tables of each Side: for how many slots there is room, and how many of them have been begun.
 static size_t capacities[2] = {0, 0};
 static size_t begun[2] = {0, 0};
 
@@ -32,6 +32,7 @@ std::string_view firstLineOfRow(const CacheMatrix& matrix, int32_t slot) {
 
 std::span<const Row> rowsOf(const CacheMatrix& matrix, int32_t slot) {
   int32_t end = slot;
+  // An entry goes on behind a full row for as long as there is anything.
   while (isRowInUse(matrix, end) && (end == slot || (*matrix.rows)[end - 1].lines == matrix.columns)) ++end;
   return {*matrix.rows + slot, *matrix.rows + end};
 }
@@ -40,6 +41,7 @@ std::span<Line> linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<
   size_t taken = 0;
   for (const Row& row : rowsOf(matrix, slot)) {
     const auto lines = static_cast<size_t>(row.lines);
+    // Never made smaller: the rooms are lent for one record after the other.
     if (taken + lines > room.size()) room.resize(taken + lines);
     LineScan scan = scanOf(row.entryText().text);
     taken += takeEntryLines(scan, row.mayHoldNul, room.data() + taken, lines);
@@ -50,6 +52,7 @@ std::span<Line> linesOfRow(const CacheMatrix& matrix, int32_t slot, std::vector<
 template <typename Element>
 static void growTable(Element*& table, size_t capacity) {
   table = static_cast<Element*>(
+      // Kept: the line speaks of the allocation at the start, whenever it is that a table cannot grow.
       reallocate(table, capacity * sizeof(Element), "allocateObjectCache():  malloc() failure.  EXITING. \n"));
 }
 
@@ -63,7 +66,9 @@ static void growTables(Side side, size_t capacity) {
 
 // Memory is only touched where slots are used.
 void makeRoomForSlot(Side side, int32_t slot) {
+  // An entry that runs on can need a slot further than the next one.
   const size_t wanted = static_cast<size_t>(slot) + 1;
+  // Doubled, so that a slot is moved about once in all.
   if (wanted > capacities[side]) growTables(side, std::max(wanted, capacities[side] * 2));
   for (; begun[side] < wanted; ++begun[side]) {
     for (const DnTable& table : dnTables)
@@ -79,6 +84,7 @@ static void traceLimits(const char* function) {
 }
 
 void allocateObjectCache() {
+  // The limit may be in the millions and hardly be used; the rest is made when it is needed.
   constexpr int32_t FIRST_SLOTS = 64;
   traceLine("\nallocateObjectCache():  FUNCTION ENTRY  \n");
   traceLimits("allocateObjectCache");
@@ -98,6 +104,7 @@ void initializeAllArrays() {
   for (const CacheMatrix& matrix : matrices) *matrix.occupied = 0;
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     const auto slots = static_cast<int32_t>(begun[side]);
+    // Begins the slots anew, which empties them.
     begun[side] = 0;
     makeRoomForSlot(side, slots - 1);
   }

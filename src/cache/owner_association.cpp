@@ -64,7 +64,9 @@ static void traceFoundSlot(Side side, int32_t slot) {
 static int32_t findSlot(Side side, std::string_view key) {
   const CacheSide& slots = cacheSides[side];
   traceLine("BEGIN SEARCH WITHIN %s ARRAY \n", slots.dnName);
+  // Among the slots of this pass only: owners of earlier ones have their records.
   const int32_t slot = findOwner(indexes[side], *slots.dns, *slots.nextSlot, key, hashOfDn(key));
+  // Kept: the user side does not show them.
   if (side == GROUP_SIDE) traceComparedDns(slot);
   if (slot == NO_SLOT) {
     traceLine("%s():  The %s DN WAS NOT FOUND  \n", slots.learnName, slots.upperCaseName);
@@ -78,6 +80,7 @@ static int32_t findSlot(Side side, std::string_view key) {
 
 // A map is one of either side.
 static EntryKind kindOnSide(Side side) {
+  // Whose map it is has been decided by whoever asks this side.
   if (objectClass == SECMAP_OBJECTCLASS) return side == USER_SIDE ? MAP_OF_USER_KIND : MAP_OF_GROUP_KIND;
   return kindOf(static_cast<ObjectClass>(objectClass), firstLineOfObject());
 }
@@ -91,6 +94,7 @@ static int32_t learnSlot(Side side) {
   traceLine("   The computed saved_secUser_dn is:  %.*s", SHOWN(owner.computed));
   if (side == USER_SIDE) traceLine("   Its strlen is:  %d \n", static_cast<int>(owner.computed.size()));
   copyBounded(slots.savedDn, SAVED_DN_SIZE, owner.saved);
+  // What is gathered begins with the normalised line.
   if (owner.firstLine.data() != object[0].text) setLineOfObject(0, owner.firstLine);
   return findSlot(side, owner.key);
 }
@@ -129,6 +133,7 @@ int32_t learnIndexOfAssociatedSecGroupDN() {
 
 bool isShutOut(Side side, uint64_t ownerHash) {
   const CacheSide& slots = cacheSides[side];
+  // The hash alone can only exclude an owner: where it is known, the entry has to be looked at.
   return *slots.nextSlot >= *slots.limit && !mayHoldOwner(indexes[side], *slots.dns, *slots.nextSlot, ownerHash);
 }
 

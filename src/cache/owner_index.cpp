@@ -8,6 +8,7 @@
 static int32_t find(const OwnerIndex& index, const std::string_view* dns, std::string_view key, uint64_t hash) {
   const auto [first, last] = index.slots.equal_range(hash);
   const auto found =
+      // Owners of one hash are told apart by their DNs.
       std::find_if(first, last, [&](const auto& owner) { return isSameInAnyCase(dns[owner.second], key); });
   return found != last ? found->second : NO_SLOT;
 }
@@ -16,6 +17,7 @@ static int32_t find(const OwnerIndex& index, const std::string_view* dns, std::s
 static void catchUp(OwnerIndex& index, const std::string_view* dns, int32_t count) {
   for (; index.indexed < count; ++index.indexed) {
     const std::string_view dn = dns[index.indexed];
+    // It is nobody's any more.
     if (dn.data() == nullptr) continue;
     const uint64_t hash = hashOfDn(dn);
     if (find(index, dns, dn, hash) == NO_SLOT) index.slots.emplace(hash, index.indexed);
