@@ -7,7 +7,7 @@
 #include "reporting/reporting.h"
 #include "rules/adjustments.h"
 
-// Makes a change and traces it, as the object and what is said of the line.
+// Makes a change and traces it: the kind of entry and of change are as the trace calls them.
 static void apply(const Adjustment& adjustment, const char* object0, const char* change) {
   if (adjustment.line < 0) return;
   setLineOfObject(adjustment.line, adjustment.text);
@@ -28,6 +28,7 @@ static void addInstallDate() {
 
 static void addDomainId() {
   const Adjustment adjustment = addDomainId(entryInObject(), objectTexts, traceSink());
+  // Kept: the two failures show the entry in lines of different wording.
   if (adjustment.problem == USER_WITHOUT_AUTHORITY) {
     reportError("tweekObjectInObjectArray():  obtainAttributeValueFromObjArray('secAuthority') failure.  EXITING. \n");
     echoError("object is:  %.*s\n", SHOWN(textOrNull(firstLineOfObject())));
@@ -44,6 +45,7 @@ static void addDomainId() {
 int32_t tweekObjectInObjectArray() {
   traceLine("tweekObjectInObjectArray():  FUNCTION ENTRY \n");
   const auto entryClass = static_cast<ObjectClass>(objectClass);
+  // In this order the changes are traced.
   if (getsVersionAndDate(entryClass)) {
     apply(convertVersion(entryInObject(), objectTexts), "secAuthorityInfo", "converted version attribute");
     addInstallDate();

@@ -15,6 +15,7 @@
 static int32_t writeLines() {
   for (const Line& line : entryInObject())
     if (!isDropped(line, REMAINING) && writeText(ofp, line.text, line.length) != 0) return -1;
+  // Entry by entry, so that none is blanked out of the work file before it is in the output.
   return flushStream(ofp);
 }
 
@@ -28,6 +29,8 @@ static void traceObjectRead() {
 }
 
 static void requireResCreds() {
+  // All that users and groups had has been gathered by now. What else there is comes from a file that no preparation
+  // pass has written.
   determineTheObjectsObjectClass();
   if (objectClass == RESCREDS_CONTAINER || objectClass == SECRESCREDS_OBJECTCLASS) return;
   reportError(
@@ -43,10 +46,12 @@ static int32_t copyObject() {
     traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
     return -1;
   }
+  // The message names the entry, which the buffer does not hold any longer by then.
   const size_t length = firstLineOfObject().copy(tempString, sizeof tempString);
   freeObject();
   if (writeText(ofp, "\n") != 0 || flushStream(ofp) != 0) {
     traceLine("copyRemainingObjectsToOutputLDIFFile():  fputs() failed with rc=%d \n", -1);
+    // A reader that has gone, and a file that somebody has changed, are told even here.
     if (isSpoiltByOthers(ofp)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
     exitInSilence();  // Kept: without a message.
   }
@@ -71,6 +76,7 @@ static bool readNextObject() {
 }
 
 static bool loadNextObject(uint32_t& next) {
+  // Taken by a pass.
   while (next < noteCount && notes[next].isTaken != 0) ++next;
   if (next == noteCount) return false;
   loadNotedObject(notes[next++]);
@@ -85,8 +91,10 @@ void copyRemainingObjectsToOutputLDIFFile() {
     traceLine("                 EXITING \n");
     exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
   }
+  // By the notes as long as there are any, otherwise by reading.
   uint32_t next = 0;
   while (areNotesComplete ? loadNextObject(next) : readNextObject())
+    // Kept: without a message. The closing of the output meets the failed write again and tells it.
     if (copyObject() != 0) return;
   if (readFailed(tifp)) exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);  // while blanking out
   traceLine(

@@ -37,12 +37,14 @@ void forgetNotes() {
 
 static bool makeRoomForNote() {
   const size_t size = (size_t{noteCount} + 1) * sizeof(Note);
+  // The plan numbers the notes in 32 bits.
   if (noteCount == UINT32_MAX || !growScratchMemory(memory, size, workFile.place.folder)) return false;
   notes = reinterpret_cast<Note*>(memory.data);
   return true;
 }
 
 static void noteOwner(Note& note, EntryKind kind) {
+  // The final copy takes the one, and the other ends the run: neither has an owner to look for.
   if (kind == RESCREDS_KIND || kind == UNKNOWN_KIND) return;
   const Owner owner = ownerOf(entryInObject(), kind, objectTexts, nullptr);
   note.hasOwner = owner.problem == NO_DETAIL ? 1 : 0;
@@ -58,6 +60,7 @@ void noteObject(EntryKind kind, const ObjectExtent& extent) {
   if (!areNotesComplete) return;
   const auto start = static_cast<uint64_t>(extent.begin);
   const uint64_t terminator = static_cast<uint64_t>(extent.end) - start - extent.linesLength;
+  // A work file or an entry of such a size is so rare that the run does without notes then.
   const bool fits = start < START_LIMIT && terminator < TERMINATOR_LIMIT && extent.linesLength <= UINT32_MAX;
   if (!fits || !makeRoomForNote()) {
     forgetNotes();
@@ -67,6 +70,7 @@ void noteObject(EntryKind kind, const ObjectExtent& extent) {
   note.start = start % START_LIMIT;
   note.terminator = terminator % TERMINATOR_LIMIT;
   note.length = static_cast<uint32_t>(extent.linesLength);
+  // The exact number matters only up to the columns of a row.
   note.lines = std::min(static_cast<uint32_t>(next_available_object_slot), MANY_LINES) % (MANY_LINES + 1);
   note.kind = kind % (1U << KIND_BITS);
   note.hasComments = extent.hasComments ? 1 : 0;
@@ -74,7 +78,7 @@ void noteObject(EntryKind kind, const ObjectExtent& extent) {
   notes[noteCount++] = note;
 }
 
-// A line that ends with the file, and one that is cut short by a NUL, are not blanked out as they stand.
+// True for an entry that cannot be blanked out as it stands: a line ends with the file, or is cut short by a NUL.
 static bool isOdd(const ObjectExtent& extent, int32_t result) {
   const std::string_view last = object[next_available_object_slot - 1].view();
   return extent.hasOddLines || (result != 0 && last.back() != '\n');
@@ -93,7 +97,9 @@ void noteWorkFile() {
     const int32_t result = readLinesOfObject(tifp, true, extent);
     extent.end = requirePosition(tifp);
     if (extent.hasChangetype) changetypeSeen = 1;
+    // Nothing but blank lines has come: this is the end.
     if (next_available_object_slot == 0 && !extent.hasOddLines) break;
+    // A note must stand for what a pass would read: with anything odd, all passes read the file.
     if (next_available_object_slot == 0 || result == OBJECT_COPIED_TO_OUTPUT || isOdd(extent, result)) {
       forgetNotes();
       break;
@@ -112,6 +118,7 @@ static std::string_view readWorkText(uint64_t start, size_t length) {
   for (size_t filled = 0; filled < length;) {
     const ssize_t count =
         pread(workFile.descriptor, text + filled, length - filled, static_cast<off_t>(start + filled));
+    // A signal that does not end the run only interrupts the call.
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
       failWith(count == 0 ? CHANGED_BY_OTHERS : NO_DETAIL);
@@ -126,8 +133,10 @@ void loadNotedObject(Note& note) {
   freeObject();
   notedObject = &note;
   std::string_view text = workText(note.start, note.length);
+  // The file could not be mapped.
   if (text.empty()) text = readWorkText(note.start, note.length);
   appendLinesToObject(text);
+  // What was noted had lines: if none is left, somebody else has changed the file.
   if (next_available_object_slot > 0) return;
   failWith(CHANGED_BY_OTHERS);
   exitWithMessage(OBJECT_NOT_READ, temp_input_ldif_filename);
@@ -137,6 +146,7 @@ void loadNotedObject(Note& note) {
 static bool blankTakenObjects() {
   Stream* stream = nullptr;
   bool isBlanked = true;
+  // So that the deletion below goes into the file and not into a note.
   notedObject = nullptr;
   for (uint32_t i = 0; isBlanked && i < noteCount; ++i) {
     if (notes[i].isTaken == 0) continue;
@@ -150,13 +160,16 @@ static bool blankTakenObjects() {
 void giveUpNotes() {
   const bool isBlanked = blankTakenObjects();
   forgetNotes();
+  // Nothing refers to it between two passes. From now on the file is changed while it is read.
   unmapWorkFile();
   if (!isBlanked) exitWithMessage(WRITE_FAILED, temp_input_ldif_filename);
 }
 
 const char* settleWorkFile() {
+  // The failure that is about to be told has its own reason, which must not be lost to a second one.
   char reason[sizeof messageReason];
   memcpy(reason, messageReason, sizeof reason);
+  // Nothing is written to a file that somebody else has taken over or cut.
   if (!isWorkFileAsItWasLeft()) return temp_input_ldif_filename;
   if (!blankTakenObjects()) messageDetails.hint = GATHERED_ENTRIES_NOT_BLANKED;
   memcpy(messageReason, reason, sizeof reason);

@@ -1,5 +1,5 @@
-// What is known of every entry of the work file, so that a pass touches only those that it gathers. Kept only while it
-// is known of all of them, and not while tracing, when every step has to be shown: then the file is read.
+// What is known of every entry of the work file, so that a pass touches only those that it gathers. It is kept only as
+// long as it is complete, and not while tracing, when every step has to be shown: without it the file is read.
 #pragma once
 
 #include <cstdint>
@@ -57,13 +57,13 @@ void giveUpNotes();
 // Gives back what the notes occupy.
 void forgetNotes();
 
-// Notes all entries of the work file, which have not been noted while it was written, by reading it once.
+// Notes all entries of the work file by reading it once, where they could not be noted while it was written.
 void noteWorkFile();
 
 // Fills the entry buffer with the entry of a note.
 void loadNotedObject(Note& note);
 
-// For a run that fails: blanks out what has been taken, which could be put off until now. Where that fails, too, a hint
+// For a run that fails: blanks out what has been taken, which has been put off until now. If that fails as well, a hint
 // is added to the message. Returns the name of the work file when it could not be read, which is then why the run
 // fails, and null otherwise.
 const char* settleWorkFile();

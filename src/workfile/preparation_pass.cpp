@@ -25,6 +25,7 @@ static void stopOnFailure(int32_t result, const char* fileName) {
 
 static void writeObject(Stream* stream, const char* fileName, Road road) {
   stopOnFailure(writeLines(stream, entryInObject(), road), fileName);
+  // Ends the entry, whether or not the input had a blank line there.
   stopOnFailure(writeText(stream, "\n"), fileName);
 }
 
@@ -42,6 +43,7 @@ static void noteWrittenObject(EntryKind kind, int64_t begin, int64_t end, bool i
     return;
   }
   const Entry entry = entryInObject();
+  // A pass that reads the file would see it; one that goes by the notes may never look at this entry.
   if (std::any_of(entry.begin(), entry.end(), holdsChangetype)) changetypeSeen = 1;
   noteObject(isAsRead ? kind : kindOf(classOf(entry), firstLineOfObject()),
              {.begin = begin, .linesLength = static_cast<size_t>(end - begin) - 1, .end = end});
@@ -55,6 +57,7 @@ static void writeObjectToOutput() {
 
 static void writeObjectToWorkFile(EntryKind kind) {
   const int64_t begin = endOfWorkFile();
+  // First of all: a folded DN has its commas and the blanks beside them in different lines.
   const bool isUnfolded = !unfoldObject();
   const bool isTightened = tightenOwnerNames({object, static_cast<size_t>(next_available_object_slot)}, objectTexts);
   writeObject(tifp, temp_input_ldif_filename, INTO_WORK_FILE);
@@ -66,6 +69,7 @@ static_assert(COUNTED_CLASSES == NUMBER_OF_OBJECTCLASSES);
 static void count(EntryKind kind, bool goesToOutput) {
   const auto entryClass = static_cast<size_t>(objectClass);
   ++(goesToOutput ? runCounts.intoOutput : runCounts.intoWorkFile)[entryClass];
+  // The Users entries are of the same class, but make no users: the number of passes is told from these alone.
   if (kind == SECUSER_KIND) ++runCounts.ownUserEntries;
 }
 
@@ -76,10 +80,12 @@ static void showProgressOfPreparation() {
 
 static void prepareObject() {
   determineTheObjectsObjectClass();
+  // With its folding undone: what tells the kind may stand across two lines.
   const std::string_view dnLine = obtainAttributeFromObjectArray(0);
   const auto entryClass = static_cast<ObjectClass>(objectClass);
   const bool goesToOutput = goesStraightThrough(entryClass, dnLine);
   const EntryKind kind = kindOf(entryClass, dnLine);
+  // Behind the question of class and kind, which are those of the entry as it was in the input.
   tweekObjectInObjectArray();
   count(kind, goesToOutput);
   if (goesToOutput)
@@ -96,13 +102,14 @@ static void prepareAllObjects() {
       ++runCounts.intoOutput[UNINTERESTING_OBJECTCLASS];
       continue;
     }
+    // The last entry, too, comes with the result that tells the end of the file.
     if (result != 0 && next_available_object_slot == 0) return;
     if (readFailed(ifp)) return;  // the entry is not whole
     prepareObject();
   }
 }
 
-// What was in the output before goes only now, when everything that the run needs is open.
+// The old contents of the output go only now, when everything that the run needs is open.
 static void beginOutput() {
   if (cutFile(outputFile.descriptor))
     ofp = openStream(duplicateDescriptor(outputFile.descriptor), STREAM_FROM_BEGINNING);
@@ -116,19 +123,22 @@ int32_t copyOriginalInputFileToTempInputFile() {
   traceLine("copyOriginalInputFileToTempInputFile():  TURNING DEBUG TRACING OFF \n");
   traceLine("copyOriginalInputFileToTempInputFile():  FUNCTION ENTRY \n");
   traceLine("copyOriginalInputFileToTempInputFile():  The temporary input file name = %s \n", temp_input_ldif_filename);
+  // Kept: nothing of the preparation is traced but its beginning and end.
   debug = 0;
+  // The output last, because opening it as a stream cuts it.
   beginInput();
   openWorkFileForAppending(debugBefore != 0);
   beginOutput();
   beginNotes();
+  // Entries that an earlier run has left are not known, and a traced run shows every step.
   areNotesComplete = debugBefore == 0 && runCounts.bytesOfEarlierWorkFile <= 0;
 
   prepareAllObjects();
 
   const bool couldBeRead = !readFailed(ifp);
-  // Asked even if a read has failed: then this is why.
+  // Asked even if a read has failed: a change by somebody else is then the reason.
   const bool isRead = isInputUnchanged() && couldBeRead;
-  // Only read, so that nothing of it can be lost; what the failed read had to say is needed still.
+  // The input is only read, so its closing can lose nothing; but the reason of a read that failed is still needed.
   if (closeStream(ifp) != 0 && isRead) messageReason[0] = '\0';
   stopOnFailure(closeAppendedWorkFile(), temp_input_ldif_filename);
   stopOnFailure(flushStream(ofp), output_ldif_filename);

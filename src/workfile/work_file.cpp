@@ -38,7 +38,7 @@ int64_t sizeOfEarlierWorkFile() {
   return workFile.descriptor >= 0 && fstat(workFile.descriptor, &status) == 0 ? status.st_size : -1;
 }
 
-// Whatever has been laid there since the run has begun was not announced, and is not converted.
+// A file that has been laid there since the run began has not been announced, and is not converted.
 static bool createWorkFile() {
   if (earlierProblem[0] != '\0') return failWith(earlierProblem);
   if (!openHeldFile(placeOfWorkFile(), OPEN_OR_CREATE, PRIVATE_FILE, workFile)) return false;
@@ -50,12 +50,14 @@ static bool isEarlierWorkFileUnchanged() {
 }
 
 void openWorkFileForAppending(bool isTracing) {
+  // A signal between the making of the file and the note that it has to be removed would leave it behind.
   holdSignals();
   const bool isReady = workFile.descriptor < 0 ? createWorkFile() : isEarlierWorkFileUnchanged();
   if (isReady) tifp = openStream(duplicateDescriptor(workFile.descriptor), STREAM_AT_END);
   workFileIsToBeRemoved = tifp != nullptr && !isTracing ? 1 : 0;
   letSignalsThrough();
   if (tifp != nullptr) return;
+  // What could not be used must not be taken for an earlier run's by the next one.
   removeEmptyFile(workFile);
   exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);
 }
@@ -67,6 +69,7 @@ void openWorkFileForAppending(bool isTracing) {
 
 int32_t closeAppendedWorkFile() {
   getPosition(tifp, &workFileLength);  // cannot fail: it has been positioned at its end
+  // If it could not be written, the caller says so.
   if (flushStream(tifp) == 0 && !hasItsSize(tifp)) exitForChange();
   return closeStream(tifp);
 }
@@ -110,6 +113,7 @@ static void takeLength() {
 void requireUnchangedWorkFile() {
   takeLength();
   if (isUnderItsName() && isAsItWasLeft(workFile.descriptor)) return;
+  // errno is 0 unless a call has failed: a file that is gone has a message of its own.
   if (errno != ENOENT) exitForChange();
   reportError("main():  ERROR:  The work file is gone.  EXITING. \n");
   exitWithMessage(FILE_NOT_OPENED, temp_input_ldif_filename);

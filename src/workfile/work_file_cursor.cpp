@@ -21,12 +21,14 @@ FilePosition requirePosition(const Stream* stream) {
 void requireMoveTo(Stream* stream, FilePosition position) { exitUnlessSet("fsetpos()", setPosition(stream, position)); }
 
 static int32_t readObject(Stream* stream) {
+  // All that has been taken is blank lines by now, in a late pass most of the file.
   skipBlankLines(stream, NEXT_LINE_SIZE - 1);
   lastObjectExtent = {};
   lastObjectExtent.readFrom = filePositionBeforeReadingObject;
   const int32_t result = readLinesOfObject(stream, false, lastObjectExtent);
   lastObjectExtent.end = requirePosition(stream);
   if (lastObjectExtent.hasChangetype) changetypeSeen = 1;
+  // The stream is put back and then moved on, and its window with it: the lines must not depend on it.
   keepObjectApart();
   return readFailed(stream) ? OBJECT_NOT_READABLE : result;
 }
@@ -88,6 +90,7 @@ static int32_t positionCallFailed(const char* call, int32_t rc) {
 static int32_t blankOutNextLine(Stream* stream, int64_t lineStart) {
   const int32_t rc = setPosition(stream, lineStart);
   if (rc != 0) return positionCallFailed("fsetpos()", rc);
+  // Kept: a line with a NUL is blanked up to it only, and the rest of it is another line from then on.
   nextLine[blankLine(nextLine, strlen(nextLine))] = '\0';
   return writeText(stream, nextLine);
 }
@@ -98,10 +101,12 @@ static int32_t blankOutObject(Stream* stream) {
     int64_t lineStart = 0;
     const int32_t rc = getPosition(stream, &lineStart);
     if (rc != 0) return positionCallFailed("fgetpos()", rc);
+    // The end of the file ends the entry, too.
     if (getNextLine(nextLine, stream) != 0) return 0;
     if (!isBlankLine(nextLine)) {
       ++lines;
       if (blankOutNextLine(stream, lineStart) != 0) return -1;
+      // Blank lines before the entry do not end it.
     } else if (lines > 0) {
       return 0;
     }
@@ -111,9 +116,11 @@ static int32_t blankOutObject(Stream* stream) {
 int32_t deleteNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   traceLine("deleteNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
   const int32_t debugBefore = debug;
+  // Kept: the lines are not traced one by one while they are blanked out.
   debug = 0;
   int32_t result = 0;
   if (notedObject != nullptr)
+    // The file is changed only if the run fails, just before it says so: a run that succeeds removes it anyway.
     notedObject->isTaken = 1;
   else
     result = blankOutObject(stream);
@@ -144,6 +151,7 @@ static void traceSteppedLine(bool isBlank, int32_t lines) {
 
 static void stepOverObject(Stream* stream) {
   FilePosition position = 0;
+  // Where the entry that has just been read ends is known, unless odd lines make stepping over differ from reading.
   const bool isLastNext = lastObjectExtent.end > 0 && !lastObjectExtent.hasOddLines &&
                           getPosition(stream, &position) == 0 && position == lastObjectExtent.readFrom;
   if (debug == 0 && isLastNext) {
@@ -171,7 +179,9 @@ static void rememberFirstStepOver(FilePosition position) {
 
 int32_t stepOverNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
   traceLine("stepOverNextObjectFromTemporaryInputLDIFFile():  FUNCTION ENTRY  \n");
+  // The next pass need not know where to begin: it goes by the notes.
   if (notedObject != nullptr) return 0;
+  // The first one of a pass: there the next pass begins.
   if (hasTheStepOverFilePositionBeenInitialized == 0) {
     FilePosition position = 0;
     const int32_t rc = getPosition(stream, &position);

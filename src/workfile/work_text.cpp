@@ -11,11 +11,12 @@
 static char* text = nullptr;  // null while it is not mapped
 static size_t textLength = 0;
 
-// What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at. That is always in a
-// step of our own, never within a function of the C library that holds a lock, so that the run can end here as
+// Looking at what somebody else has cut off, or at what the disk cannot read, raises a signal. That always happens in a
+// step of our own, never within a function of the C library that holds a lock, so the run can end here as it can
 // anywhere.
 static void exitForLostText(int signalNumber, siginfo_t* info, void*) {
   const auto* const place = static_cast<const char*>(info->si_addr);
+  // A second fault, while this one is being told, ends the process.
   signal(signalNumber, SIG_DFL);
   if (text == nullptr || place < text || place >= text + textLength) return;  // it is raised once more
   failWith(CHANGED_BY_OTHERS);
@@ -31,6 +32,7 @@ static void prepareForLostPages() {
 }
 
 bool mapWorkFile() {
+  // Nothing cannot be mapped, and more than can be addressed cannot either.
   if (workFileLength == 0 || static_cast<uint64_t>(workFileLength) > SIZE_MAX) return false;
   const auto length = static_cast<size_t>(workFileLength);
   void* const mapped = mmap(nullptr, length, PROT_READ, MAP_SHARED, workFile.descriptor, 0);

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-// Brings the work file into memory as it is on the disk. Returns false when that is not possible: then it is read.
-// Where some of it cannot be had any more, looking at it ends the run with OBJECT_NOT_READ.
+// Maps the work file into memory. Returns false when that is not possible: then it is read. Looking at a part that has
+// been lost since ends the run with OBJECT_NOT_READ.
 bool mapWorkFile();
 void unmapWorkFile();
 
