@@ -17,6 +17,7 @@ static std::string_view obtainByIndex(const char* function, int32_t index, size_
   traceLine("\n%s():  FUNCTION ENTRY \n", function);
   traceLine("    Seeking the attribute at index %d \n", index);
   traceLine("    object[%d] = %.*s \n", index, SHOWN(line.view()));
+  // What it continues is not in the entry. A comment that was folded leaves its other lines behind like this.
   if (isContinuation(line)) {
     reportError("%s():  ERROR:  The object at the specified index is a 'continuation' line.  Exiting. \n", function);
     echoError("%s():  object = %.*s\n", function, SHOWN(line.view()));
@@ -24,6 +25,7 @@ static std::string_view obtainByIndex(const char* function, int32_t index, size_
   }
   const Attribute attribute = unfold(entryInObject(), index, place, objectTexts);
   traceLine("%s(): \n", function);
+  // Kept: the index is that of the line behind the attribute.
   traceLine("   The attribute at index %d returned is:   %.*s \n", attribute.nextLine, SHOWN(attribute.text));
   traceLine("%s():  FUNCTION EXIT \n", function);
   return attribute.text;
@@ -34,6 +36,7 @@ std::string_view obtainAttributeFromObjectArray(int32_t index) {
 }
 
 std::string_view obtainAttributeValueFromObjectArray(int32_t index) {
+  // Of a line without a colon the value is empty.
   const size_t colon = std::min(object[index].firstColon, object[index].length);
   return obtainByIndex("obtainAttributeValueFromObjectArray", index, colon);
 }

@@ -58,8 +58,10 @@ void complain(DetailText problem, std::string_view firstLine) { complain(problem
 void complainOfDouble(std::string_view firstLine, std::string_view earlierFirstLine) {
   MessageValue entry = entryOf(firstLine);
   MessageValue earlier = entryOf(earlierFirstLine, keptEarlierLine);
+  // Looked for by the same DN, both would be found where the first of them stands.
   if (isSameFirstLine(firstLine, earlierFirstLine)) {
     const EntryLines lines = linesOfEntries(firstLine);
+    // The entry that fails is the one that came later.
     entry.number = lines.second != 0 ? lines.second : lines.first;
     earlier.number = lines.second != 0 ? lines.first : 0;
   }

@@ -7,8 +7,8 @@
 #include "platform/message_details.h"
 
 // Fills in what the next PROCESSING_FAILED or ROW_ALREADY_OCCUPIED says. The first lines are those of the entries in
-// memory, empty for one that is not known. The input is read once
-// more to find the lines; where that fails the message does without them.
+// memory, empty for one that is not known. The input is read once more to find the lines; where that fails, the message
+// does without them.
 void complain(DetailText problem, std::string_view firstLine);
 
 // The same of a second entry of one owner and kind, and the earlier one.

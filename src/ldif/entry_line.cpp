@@ -17,6 +17,7 @@ struct Walk {
 // Reads the next line, or piece of a line, as the preparation pass does. Returns false at the end.
 static bool readLine(Walk& walk, std::string_view& line) {
   const std::string_view read = readLine(walk.stream, NEXT_LINE_SIZE - 1);
+  // Of a long line only the last piece has the newline, and counts.
   if (read.ends_with('\n')) ++walk.line;
   line = read.substr(0, read.find('\0'));
   return !read.empty();
@@ -31,6 +32,7 @@ static int64_t readEntry(Walk& walk, FirstLine& first) {
   first.clear();
   for (int64_t number = walk.line; readLine(walk, line); number = walk.line) {
     if (isBlankLine(line) && begin != 0) break;
+    // A comment is passed over even within a folded line.
     if (isBlankLine(line) || line[0] == '#') continue;
     if (begin == 0) {
       begin = number;
@@ -45,11 +47,13 @@ static int64_t readEntry(Walk& walk, FirstLine& first) {
 }
 
 static Walk openWalk() {
+  // A message that cannot tell the line does without.
   if (inputFile.descriptor < 0) return {nullptr, 1};
   return {openStream(duplicateDescriptor(inputFile.descriptor), STREAM_FROM_BEGINNING), 1};
 }
 
 int64_t lineOfEntry(int64_t ordinal) {
+  // Static, as those below are: it may be for want of memory that the run fails.
   static FirstLine unused;
   Walk walk = openWalk();
   int64_t line = 0;

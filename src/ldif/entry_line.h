@@ -13,7 +13,7 @@ struct EntryLines {
   int64_t second = 0;  // of the second
 };
 
-// Returns the lines in which entries begin that have the given first line, whatever blanks stand beside its commas. The
+// Returns the lines in which entries with the given first line begin, whatever blanks stand beside its commas. The
 // first line is that of an entry in memory.
 EntryLines linesOfEntries(std::string_view firstLine);
 

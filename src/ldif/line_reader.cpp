@@ -7,6 +7,7 @@ std::string_view readNextLine(Stream* stream) {
 
 int32_t getNextLine(char* buffer, Stream* stream) {
   const std::string_view line = readNextLine(stream);
+  // What stands behind a NUL has been read, but is no part of the line.
   buffer[upToNul(stream, line).copy(buffer, line.size())] = '\0';
   return line.empty() ? -1 : 0;
 }

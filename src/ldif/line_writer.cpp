@@ -5,6 +5,8 @@
 int32_t writeLines(Stream* stream, Entry lines, Road road) {
   size_t size = 0;
   for (const Line& line : lines) size += line.length;
+  // Room for all lines is asked for once, dropped ones included; where the stream has it, the lines are put there
+  // without another question.
   char* const room = roomFor(stream, size);
   char* to = room;
   for (const Line& line : lines) {

@@ -26,10 +26,12 @@ void appendLinesToObject(std::string_view text) {
   Line* const lines = object + next_available_object_slot;
   const size_t taken = takeEntryLines(scan, false, lines, static_cast<size_t>(std::end(object) - lines));
   next_available_object_slot = std::min(next_available_object_slot + static_cast<int32_t>(taken), OBJECT_ARRAY_SIZE);
+  // What came behind, if anything did, had no room.
   if (lines + taken == std::end(object)) requireRoomForLine();
 }
 
 void setLineOfObject(int32_t slot, std::string_view text) {
+  // Behind the last line stands a new one.
   if (slot == next_available_object_slot)
     appendLineToObject(scanLine(text));
   else
@@ -49,6 +51,7 @@ void traceObject() {
 
 // Reading on may move what has been read.
 static void moveLines(const char* from, const char* to) {
+  // Pointers into memory that is gone can only be taken as numbers.
   if (from == to) return;
   for (int32_t i = 0; i < next_available_object_slot; ++i)
     object[i].text = to + (reinterpret_cast<uintptr_t>(object[i].text) - reinterpret_cast<uintptr_t>(from));
@@ -60,8 +63,8 @@ static int64_t positionOf(const Stream* stream) {
   return position;
 }
 
-// Reads the next line, or piece of a line, NULs included; a line of no length at the end of the file or when the read
-// fails. The scan is that of what has been read and not handed out.
+// Reads the next line, or piece of a line, NULs included; at the end of the file, or when the read fails, a line of no
+// length. The scan covers what has been read and not been handed out yet.
 static void readNextObjectLine(Stream* stream, LineScan& scan, Line& line) {
   takeLine(scan, line);
   while (line.length < LONGEST_LINE && (line.length == 0 || line.text[line.length - 1] != '\n')) {
@@ -72,6 +75,7 @@ static void readNextObjectLine(Stream* stream, LineScan& scan, Line& line) {
       line = {};  // not the part of a line that came before
       return;
     }
+    // More has been read, and what had been read may have moved: the scan begins anew with this line.
     scan = scanOf(unreadText(stream));
     takeLine(scan, line);
     if (!isMore) break;
@@ -80,11 +84,13 @@ static void readNextObjectLine(Stream* stream, LineScan& scan, Line& line) {
   countLines(1);
 }
 
-// Takes what there is of the entry in the stream's memory and can be taken as it stands. The last line may be blank.
+// Takes the lines of the entry that are in the stream's memory and need no further look. The last one may be blank.
 static void readOrdinaryLines(Stream* stream, LineScan& scan, ObjectExtent& extent) {
+  // A NUL cuts its line short: from the first one on each line is looked at by itself.
   if (hasMetNul(stream)) return;
   const size_t from = scan.next;
   const int32_t first = next_available_object_slot;
+  // One place is left free, so that the line that fills the buffer is met below.
   const auto room = static_cast<size_t>(std::max(OBJECT_ARRAY_SIZE - 1 - first, 0));  // the last one is not ordinary
   const size_t taken = takeOrdinaryLines(scan, object + first, room);
   next_available_object_slot += static_cast<int32_t>(taken);
@@ -101,6 +107,7 @@ int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& exte
   for (;;) {
     readOrdinaryLines(stream, scan, extent);
     Line* line = object + next_available_object_slot;
+    // The last of the ordinary lines may be blank. It is taken back, and ends the entry.
     if (next_available_object_slot > 0 && isBlankLine(line[-1].view()))
       line = object + --next_available_object_slot;
     else
@@ -109,12 +116,15 @@ int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& exte
     const std::string_view text = upToNul(stream, line->view());
     if (isBlankLine(text)) {
       extent.linesLength = static_cast<size_t>(positionOf(stream) - extent.begin) - length;
+      // Nothing more could be read, for whatever reason.
       if (length == 0) return -1;
       if (next_available_object_slot > 0) return 0;
       extent.hasOddLines = true;
+      // A blank line before the entry, which need not be held.
       holdText(stream);
       continue;
     }
+    // What stands behind a NUL is no part of the line.
     if (text.size() != length) {
       *line = scanLine(text);
       extent.hasOddLines = true;
@@ -126,12 +136,14 @@ int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& exte
     }
     requireRoomForLine();
     ++next_available_object_slot;
+    // The preparation pass copies such an entry as it stands; a pass, which should not meet one, ends the run.
     if (stopsWhenFull && next_available_object_slot == OBJECT_ARRAY_SIZE) return OBJECT_COPIED_TO_OUTPUT;
   }
 }
 
 void keepObjectApart() {
   size_t size = 0;
+  // All into one piece of memory, in their order: rows take an entry as one text.
   for (const Line& line : entryInObject()) size += line.length;
   char* text = makeRoom(objectTexts, size);
   for (int32_t i = 0; i < next_available_object_slot; ++i) {
@@ -153,6 +165,7 @@ static void rewindTo(Stream* stream, int64_t position) {
 int32_t getNextObject(Stream* stream) {
   traceLine("getNextObject():  FUNCTION ENTRY  \n");
   freeObject();
+  // Nothing refers any more to the lines of the last entry.
   giveUpHold(stream);
   int64_t filePositionBeforeObject = 0;
   const int32_t rc = getPosition(stream, &filePositionBeforeObject);
@@ -165,6 +178,7 @@ int32_t getNextObject(Stream* stream) {
   ObjectExtent extent;
   const int32_t result = readLinesOfObject(stream, true, extent);
   if (result == OBJECT_COPIED_TO_OUTPUT) {
+    // The copy reads it once more, and needs no memory for it.
     rewindTo(stream, filePositionBeforeObject);
     freeObject();
     moveNextObjectToOutputLDIFFile();
@@ -191,6 +205,8 @@ static int32_t piecesOf(const Line& line) {
 
 static void splitLongLines(int32_t pieces) {
   int32_t to = pieces;
+  // From the end, because pieces stand further behind than the lines they come from. Where the two meet no line before
+  // was split.
   for (int32_t slot = next_available_object_slot - 1; to != slot + 1; --slot) {
     const Line line = object[slot];
     for (int32_t piece = piecesOf(line) - 1; piece >= 0; --piece)
@@ -204,6 +220,7 @@ bool splitObjectAsRead() {
   for (const Line& line : entryInObject()) pieces += piecesOf(line);
   if (pieces > OBJECT_ARRAY_SIZE) return false;
   if (pieces != next_available_object_slot) splitLongLines(static_cast<int32_t>(pieces));
+  // A piece that begins like a comment, or is blank, would not come back as a line of the entry.
   return std::none_of(entryInObject().begin(), entryInObject().end(),
                       [](const Line& line) { return line.text[0] == '#' || isBlankLine(line.view()); });
 }

@@ -19,6 +19,7 @@ static void writeTerminatingBlankLine() {
 }
 
 static void writeLine(std::string_view line) {
+  // A piece of a long line is looked at as if it were a line of its own.
   if (isDropped(scanLine(line), OVERSIZED)) return;
   traceLine("moveNextObjectToOutputLDIFFile():  Writing this line to the output LDIF file. \n");
   requireWritten(writeText(ofp, line.data(), line.size()));
@@ -30,8 +31,10 @@ void moveNextObjectToOutputLDIFFile() {
   for (;;) {
     const std::string_view read = readNextLine(ifp);
     if (read.empty()) break;
+    // The empty rest of a line that begins with a NUL ends the entry like a blank line.
     const std::string_view line = upToNul(ifp, read);
     traceLine("\nmoveNextObjectToOutputLDIFFile():  THE LINE READ WAS: %.*s   \n", SHOWN(line));
+    // Blank lines and comments before the entry belong to none and are left out.
     if (isBlankLine(line) && started) {
       writeTerminatingBlankLine();
       break;
@@ -45,6 +48,7 @@ void moveNextObjectToOutputLDIFFile() {
       writeLine(line);
     }
   }
+  // A write that fails is to be told before anything is read after this entry.
   requireWritten(flushStream(ofp));
   traceLine("moveNextObjectToOutputLDIFFile():  FUNCTION EXIT   \n");
 }
