@@ -18,9 +18,10 @@ static int32_t writeFailed(const char* function) {
   return -1;
 }
 
-// Writes what mergeObjects has put into the entry buffer, but for its old dn: line, empties the buffer and ends
-// the record. Returns 0 or -1.
+// Writes what mergeObjects has put into the entry buffer, without its old dn: line, empties the buffer and ends the
+// record. Returns 0 or -1.
 static int32_t writeMergedObject(Stream* stream) {
+  // The old dn: line stays behind; the new one is in the output.
   if (writeLines(stream, entryInObject().subspan(1), MERGED) != 0) return -1;
   freeObject();
   return writeText(stream, "\n");
@@ -35,6 +36,7 @@ static void requireDn(std::string_view dn, const char* function, const char* dnN
                       const CacheMatrix& matrix) {
   if (dn.data() != nullptr) return;
   traceLine("%s():  ERROR:  %s[%d] is NULL.  EXITING.  \n", function, dnName, slot);
+  // Kept: without the blanks before the newline that the trace has.
   echoError("%s():  ERROR:  %s[%d] is NULL.  EXITING.\n", function, dnName, slot);
   exitForEntry(INCOMPLETE_DN, firstLineOfRow(matrix, slot));
 }
@@ -44,11 +46,14 @@ static int32_t writeView(Stream* stream, std::string_view text) { return writeTe
 int32_t writeSecGroupAddToOutputFile(int32_t slot, Stream* stream) {
   traceLine("writeSecGroupAddToOutputFile():  FUNCTION ENTRY \n");
   requireDn(secGroup_dn[slot], "writeSecGroupAddToOutputFile", "secGroup_dn", slot, secGroupMatrix);
+  // Kept: the DN is written before it is known whether the rest is there. A run that ends for want of it leaves the DN
+  // in the output.
   if (writeView(stream, secGroup_dn[slot]) != 0) return writeFailed("writeSecGroupAddToOutputFile");
   const bool hasOwn = isRowInUse(secGroupMatrix, slot);
   if (!hasOwn || !isRowInUse(secMapForSecGroupMatrix, slot)) {
     reportError("writeSecGroupAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n");
     if (!hasOwn)
+      // Without both there would be no slot.
       complainOfMissingEntry(GROUP_WITHOUT_OWN_ENTRY, slot, secGroupMatrix, &secMapForSecGroupMatrix);
     else
       complainOfMissingEntry(GROUP_WITHOUT_MAP, slot, secMapForSecGroupMatrix, &secGroupMatrix);
@@ -65,6 +70,7 @@ int32_t writeSecGroupAddToOutputFile(int32_t slot, Stream* stream) {
 static void mergeWithUsersObject(int32_t slot) {
   traceLine("SECUSER_MATRIX_NUMBER_OF_COLUMNS = %d \n", SECUSER_MATRIX_NUMBER_OF_COLUMNS);
   std::vector<Line>& partiallyMergedSecUser = ownLines;
+  // Put aside, because the merge fills the entry buffer anew.
   partiallyMergedSecUser.assign(object, object + next_available_object_slot);
   mergeObjects(linesOfRow(usersSecUserMatrix, slot, otherLines), partiallyMergedSecUser);
 }
@@ -76,6 +82,7 @@ int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
   const bool hasOwn = isRowInUse(secUserMatrix, slot);
   if (!hasOwn || !isRowInUse(secMapForSecUserMatrix, slot)) {
     reportError("writeSecUserAddToOutputFile():  ERROR:  Passing a NULL pointer to mergeObjects() \n");
+    // Kept: a group's entries are not shown.
     reportError("secUser_matrix = %.*s\n", SHOWN(textOrNULL(firstLineOfRow(secUserMatrix, slot))));
     reportError("secMap_for_secUser_matrix = %.*s\n", SHOWN(textOrNULL(firstLineOfRow(secMapForSecUserMatrix, slot))));
     if (!hasOwn)
@@ -84,6 +91,7 @@ int32_t writeSecUserAddToOutputFile(int32_t slot, Stream* stream) {
       complainOfMissingEntry(USER_WITHOUT_MAP, slot, secMapForSecUserMatrix, &secUserMatrix);
     exitWithMessage(PROCESSING_FAILED);
   }
+  // In this order: the Users entry comes first in what they make, and its values are those of the other two.
   mergeWithMap(secUserMatrix, secMapForSecUserMatrix, slot);
   if (isRowInUse(usersSecUserMatrix, slot)) mergeWithUsersObject(slot);
   if (writeMergedObject(stream) != 0) return writeFailed("writeSecUserAddToOutputFile");
@@ -104,6 +112,7 @@ int32_t writePolicyContainerAddToOutputFile(int32_t slot) {
   traceLine("writePolicyContainerAddToOutputFile():  FUNCTION ENTRY \n");
   requireDn(secUser_dn[slot], "writePolicyContainerAddToOutputFile", "secUser_dn", slot, secUserMatrix);
   composeContainerDn(slot);
+  // Kept: one entry of the work file with a changetype gives every container one.
   const char* lines[] = {tempString, changetypeSeen == 1 ? containerLines[0] : "", containerLines[1], containerLines[2],
                          containerLines[3]};
   int number = 0;
@@ -124,6 +133,7 @@ static int32_t writePolicyLines(int32_t slot, Stream* stream) {
 
 int32_t writeSecPolicyAddToOutputFile(int32_t slot, Stream* stream) {
   traceLine("writeSecPolicyAddToOutputFile():  FUNCTION ENTRY \n");
+  // There is a DN but no row where the policy has gone with a long one of the slot before (see releaseRow).
   if (!isRowInUse(secPolicyMatrix, slot)) {
     traceLine("writeSecPolicyAddToOutputFile():  FUNCTION EXIT1 \n");
     return 0;

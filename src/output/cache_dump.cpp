@@ -5,6 +5,7 @@
 
 // Dumps a row; an empty one as it is given.
 static void dumpRow(const CacheMatrix& matrix, int32_t slot, const char* empty) {
+  // Kept: blanks and newlines differ here, too.
   if (!isRowInUse(matrix, slot)) {
     traceLine(empty, slot);
     return;
@@ -17,6 +18,7 @@ static void dumpRow(const CacheMatrix& matrix, int32_t slot, const char* empty) 
 }
 
 static void dumpDn(const char* name, std::string_view dn, int32_t slot, const char* missing) {
+  // Kept: what is shown in place of a missing one differs from table to table.
   if (dn.data() != nullptr)
     traceLine("\ndumpData() - %s[%d] = %.*s \n", name, slot, SHOWN(dn));
   else
@@ -54,6 +56,7 @@ static void dumpUsers() {
   traceLine("\ndumpData() - numberOfSecPolicyObjectsInObjectCache        = %d \n",
             numberOfSecPolicyObjectsInObjectCache);
   traceLine("\ndumpData() - next_available_secUser_dn_slot               = %d \n", next_available_secUser_dn_slot);
+  // Before the writing the slots in use are the first ones, behind it there are none.
   for (int32_t slot = 0; slot < secUser_dn_count; ++slot) dumpUser(slot);
 }
 
@@ -68,12 +71,14 @@ static void dumpGroups() {
 }
 
 void dumpData() {
+  // Leaves the walk over all slots to a run that shows it.
   if (debug == 0) return;
   traceLine("\n\n\n/*************************************************************/ \n");
   traceLine("\ndumpData():  FUNCTION ENTRY \n");
   traceLine("/************* THE DATA BELOW IS THE DATA BEFORE *************/ \n");
   traceLine("/************* IT HAS BEEN MODIFIED OR COPIED TO *************/ \n");
   traceLine("/************* THE OUTPUT FILE.                  *************/ \n");
+  // Kept: said of the dump behind the writing, too.
   dumpUsers();
   traceLine("/*************** END   DUMP OF USER  DATA ABOVE **************/ \n");
   traceLine("/*************** BEGIN DUMP OF GROUP DATA BELOW **************/ \n");

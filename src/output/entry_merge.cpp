@@ -19,6 +19,7 @@ static std::string_view firstLineOf(Entry entry) { return entry.empty() ? std::s
 [[noreturn]] static void exitForMissingColon(const MergeProblem& problem, std::string_view dnLine) {
   reportError("mergeObjects():  Colon missing from attribute definition. EXITING. \n");
   traceLine("                 The input file could be corrupt.                  \n");
+  // Kept: the two entries' lines are echoed in different words.
   const char* const echo = problem.isInFirst ? "mergeObjects():  attributeClone = %.*s\n" : "attributeClone =  %.*s\n";
   echoError(echo, SHOWN(problem.line->view()));
   exitForEntry(LINE_WITHOUT_COLON, dnLine);
@@ -29,6 +30,7 @@ static void traceUnmerged(Entry input, const char* header, const char* name) {
   traceLine("%s", header);
   traceLine("                   CHECK THESE FOR ERRRORS. \n");
   for (size_t i = 0; i < input.size(); ++i)
+    // Kept: lines that are left out on purpose count as unmerged.
     if (input[i].text != nullptr)
       traceLine("                  %s[%d] = %.*s ", name, static_cast<int>(i), SHOWN(input[i].view()));
 }
@@ -36,11 +38,14 @@ static void traceUnmerged(Entry input, const char* header, const char* name) {
 void mergeObjects(std::span<Line> inputObject1, std::span<Line> inputObject2) {
   traceLine("mergeObjects():  FUNCTION ENTRY \n");
   if (inputObject1.empty() || inputObject2.empty()) exitForEmptyInput(inputObject1, inputObject2);
+  // The merge takes the lines away, and a failure still has to name the entries.
   const std::string_view dnLine1 = inputObject1[0].view();
   const std::string_view dnLine2 = inputObject2[0].view();
+  // Neither entry stands in the buffer any more (see mergeWithUsersObject).
   freeObject();
   MergedEntry merged = {object, OBJECT_ARRAY_SIZE};
   const MergeProblem problem = mergeEntries(inputObject1, inputObject2, merged);
+  // The merge counts on without room, so as to find what is wrong with the entries first.
   next_available_object_slot = std::min(merged.count, OBJECT_ARRAY_SIZE);
   if (merged.count > OBJECT_ARRAY_SIZE) appendLineToObject({});  // ends the run
   if (problem.line != nullptr) exitForMissingColon(problem, problem.isInFirst ? dnLine1 : dnLine2);

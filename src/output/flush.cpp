@@ -20,11 +20,12 @@ static int32_t reportFailure(const char* step, const char* dnName, std::string_v
   return -1;
 }
 
-// The name is what a new DN can lack.
+// A new DN fails for want of the name.
 static int32_t userNameFailure(const char* step, int32_t slot) {
   if (isRowInUse(secUserMatrix, slot)) {
     complain(USER_WITHOUT_NAME, firstLineOfRow(secUserMatrix, slot));
   } else {
+    // The owner is named by the first of its entries that is there.
     const CacheMatrix* other = nullptr;
     for (const CacheMatrix* matrix :
          {&secMapForSecUserMatrix, &usersSecUserMatrix, &secPolicyMatrix, &secPolicyDataMatrix})
@@ -59,6 +60,7 @@ static int32_t writePolicy(int32_t slot) {
   if (writePolicyContainerAddToOutputFile(slot) != 0)
     return userWriteFailure("writePolicyContainerAddToOutputFile", slot);
   if (writeSecPolicyAddToOutputFile(slot, ofp) != 0) return userWriteFailure("writeSecPolicyAddToOutputFile", slot);
+  // A container alone is no policy.
   if (isThere) ++runCounts.policies;
   return 0;
 }
@@ -67,7 +69,9 @@ static int32_t flushUser(int32_t slot) {
   if (createNewSecUserDN(slot) != 0) return userNameFailure("createNewSecUserDN", slot);
   if (writeSecUserAddToOutputFile(slot, ofp) != 0) return userWriteFailure("writeSecUserAddToOutputFile", slot);
   ++runCounts.users;
+  // By the DN, which outlives the row (see writePolicy).
   if (secPolicy_dn[slot].data() != nullptr && writePolicy(slot) != 0) return -1;
+  // Only now: the writers find names and lines in the slot's other rows.
   freeSecUserDN(slot);
   freeSecUser(slot);
   freeUsersSecUser(slot);
@@ -75,7 +79,9 @@ static int32_t flushUser(int32_t slot) {
   freeSecMapForSecUser(slot);
   freeSecPolicyDN(slot);
   freeSecPolicy(slot);
+  // The record is written: nothing refers to them any more.
   newDns.release();
+  // Last, because it tells how many slots are still to be written.
   --secUser_dn_count;
   return 0;
 }
@@ -97,7 +103,7 @@ static void traceBanner(const char* text) {
             secUser_dn_count, secGroup_dn_count);
 }
 
-// Has the texts of a slot that will be written soon brought near, since they can lie anywhere in the work file.
+// Has the processor fetch the texts of a slot that will be written soon: they can lie anywhere in the work file.
 static void fetchSlot(int32_t slot) {
   constexpr size_t CACHE_LINE = 64;  // bytes
   for (const CacheMatrix* matrix : {&secUserMatrix, &secMapForSecUserMatrix, &usersSecUserMatrix}) {
@@ -112,15 +118,19 @@ int32_t copyAllAccumulatedDataToOutputFile() {
   traceLine("\n                                       Calling dumpData() first to learn \n");
   traceLine("                                       what data will be copied.  \n");
   dumpData();
+  // Near enough to be still in the processor's cache when its turn comes.
   constexpr int32_t AHEAD = 2;  // slots
+  // Slots are in use from the first on without a gap, and counted down as they are written.
   for (int32_t slot = 0; secUser_dn_count != 0; ++slot) {
     fetchSlot(slot + AHEAD);
     if (flushUser(slot) != 0) return -1;
   }
+  // Behind all users, which is the order of the output.
   for (int32_t slot = 0; secGroup_dn_count != 0; ++slot)
     if (flushGroup(slot) != 0) return -1;
   next_available_secUser_dn_slot = 0;
   next_available_secGroup_dn_slot = 0;
+  // All rows are empty, so nothing refers to them any more.
   gatheredTexts.release();
   forgetOwnersOfPass();
   traceLine("copyAllAccumulatedDataToOutputFile() - Calling dumpData() last to verify \n");

@@ -19,11 +19,14 @@ static int32_t extractName(const CacheMatrix& matrix, int32_t slot, char* name, 
   std::string_view found;
   for (const Row& row : rowsOf(matrix, slot)) {
     LineScan scan = scanOf(row.entryText().text);
+    // One line after the other, and none behind the name: the others are not needed yet.
     for (Line line; found.data() == nullptr && takeEntryLines(scan, row.mayHoldNul, &line, 1) == 1;)
       found = nameIn(line, matrix.side);
   }
+  // With its line end, which it loses below: 1,022 characters and a newline still fit.
   if (found.size() >= NAME_SIZE) exitForLongValue(function, NAME_TOO_LONG, firstLineOfRow(matrix, slot));
   copyBounded(name, NAME_SIZE, withoutLineEnd(found));
+  // An empty name is none.
   return name[0] != '\0' ? 0 : -1;
 }
 
@@ -48,6 +51,7 @@ int32_t learnCNFromSecGroupObject(int32_t slot) {
     traceLine("learnCNFromSecGroupObject():  FUNCTION EXIT \n");
     return 0;
   }
+  // Kept: the same text is traced and echoed here, for a user's name two.
   reportError("learnCNFromSecGroupObject():  ERROR: secGroup cn could not be found. \n");
   traceLine("                              The input file may be corrupt.\n");
   echoError("secGroup is: %.*s\n", SHOWN(textOrNull(firstLineOfRow(secGroupMatrix, slot))));
@@ -73,6 +77,7 @@ static void storeNewDn(NewDnOf what, int32_t slot, std::string_view& dn, const c
   const DnBuilder& builder = builders[what];
   traceLine("%s():  The old dn is:  %.*s", builder.function, SHOWN(dn));
   const NewDn newDn = replaceDn(what, name, dn, newDns);
+  // Only a policy can lack it: an owner's DN begins with it.
   if (newDn.problem == POLICY_WITHOUT_AUTHORITY) exitForMissingAuthority(slot, dn);
   if (newDn.problem != NO_DETAIL)
     exitForLongValue(builder.function, newDn.problem, firstLineOfRow(*builder.matrix, slot));
@@ -94,7 +99,7 @@ int32_t createNewSecUserDN(int32_t slot) {
   return 0;
 }
 
-// Of an entry that does not begin with its DN part of a value may stand in place of it.
+// If an entry does not begin with its DN, part of a value may stand in its place, and is not shown.
 static std::string_view shownDn(std::string_view dn) {
   if (dn.data() == nullptr) return "null";
   return asDn(dn).empty() ? "a DN that cannot be shown" : dn;
@@ -116,10 +121,12 @@ int32_t createNewSecGroupDN(int32_t slot) {
 
 int32_t createNewSecPolicyDN(int32_t slot) {
   traceLine("createNewSecPolicyDN():  FUNCTION ENTRY \n");
+  // There is nothing to rename.
   if (secPolicy_dn[slot].data() == nullptr) {
     traceLine("createNewSecPolicyDN():  FUNCTION EXIT1 \n");
     return 0;
   }
+  // Kept: found once more, although the user's DN has just been made with it; the trace shows both.
   if (learnPrincipalNameFromSecUserObject(slot) != 0) {
     traceLine("createNewSecPolicyDN():  learnPrincipalNameFromSecUserObject FAILED.  Returning ERROR. \n");
     echoError("createNewSecPolicyDN():  learnPrincipalNameFromSecUserObject FAILED. ERROR. \n");
