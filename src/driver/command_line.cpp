@@ -21,6 +21,7 @@ static void copyName(char* buffer, size_t size, const char* name) {
 }
 
 static int32_t readSlotCount(const char* argument) {
+  // Kept: what stands behind the digits is not looked at. A number too large for strtol comes as the largest there is.
   const long count = strtol(argument, nullptr, 10);
   if (count < 1) exitWithUsageError(SLOT_COUNT_TOO_SMALL);
   if (count > INT32_MAX) exitWithUsageError(SLOT_COUNT_TOO_LARGE);
@@ -28,8 +29,10 @@ static int32_t readSlotCount(const char* argument) {
 }
 
 void readCommandLine(int argumentCount, char* const* arguments) {
+  // The first argument that is wrong is the one that is told.
   if (argumentCount <= MAX_SECGROUP_SLOTS || argumentCount > TRACE_FILE + 1)
     exitWithUsageError(WRONG_NUMBER_OF_ARGUMENTS);
+  // Room is left for the ending of the work file, which is put together from this name.
   copyName(input_ldif_filename, sizeof input_ldif_filename - strlen(WORK_FILE_ENDING), arguments[INPUT]);
   copyName(output_ldif_filename, sizeof output_ldif_filename, arguments[OUTPUT]);
   copyName(temp_input_ldif_filename, sizeof temp_input_ldif_filename, input_ldif_filename);
@@ -37,5 +40,6 @@ void readCommandLine(int argumentCount, char* const* arguments) {
   max_number_of_secuser_slots = readSlotCount(arguments[MAX_SECUSER_SLOTS]);
   max_number_of_secgroup_slots = readSlotCount(arguments[MAX_SECGROUP_SLOTS]);
   debug = argumentCount > TRACE_FILE ? 1 : 0;
+  // A fifth argument switches tracing on, whatever it is.
   if (debug != 0) copyName(debugFileName, sizeof debugFileName, arguments[TRACE_FILE]);
 }

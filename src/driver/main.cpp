@@ -35,7 +35,7 @@ static void routeMessages() {
   for (char* route : {errorRoute, warningRoute, noticeRoute}) zr_svc_routing(route, &status);
 }
 
-// What was in the trace before goes only now, when no other run can be using it.
+// The old contents of the trace go only now, when no other run can be using it.
 static void beginTrace() {
   if (debug == 0) return;
   if (!cutFile(traceFile.descriptor)) exitWithMessage(FILE_NOT_OPENED, debugFileName);
@@ -51,6 +51,7 @@ static void showInput(void (*show)(const char* format, ...)) {
 }
 
 static void announceStart() {
+  // Set to nothing counts as set.
   if (getenv("DEBUG_ERROR") != nullptr) {
     debugError = 1;
     echoError("DEBUG_ERROR flag is on................ \n");
@@ -100,11 +101,13 @@ static void preserveWorkFile() {
   traceLine("\nmain():  The temporary input ldif file has been created.  \n");
   traceLine("         BEGIN MAIN PROCESSING LOOP.                      \n");
   constexpr char COMMAND[] = "cp %s TEMPORARY_INPUT_LDIF_FILE  \n";
+  // No shell runs it. The name is shown as it is, blanks and all.
   if (snprintf(systemCommand, sizeof systemCommand, COMMAND, temp_input_ldif_filename) < 0) systemCommand[0] = '\0';
   traceLine("main():  Preserve a copy of the temporary input file  \n");
   traceLine("         The system command to be executed is:    %s  \n", systemCommand);
   if (copyFile(workFile.descriptor, PRESERVED_WORK_FILE, preservedWorkFile) != 0)
     traceLine("main():  The copy could not be made:  %s  \n", messageReason);
+  // The failure has been traced, and must not turn up as the reason of another one.
   messageReason[0] = '\0';
 }
 
@@ -119,8 +122,10 @@ static void writeLastGatheredData() {
   traceLine("\nmain():  Returned from copyAllAccumulatedDataToOutputFile() at EXIT label \n");
 }
 
-// From here on a machine that loses its power loses nothing of the output.
+// Behind this the output survives a loss of power.
 static void completeOutput() {
+  // In this order: only what has been written out can have its size, and only the file under the output's name is worth
+  // waiting for.
   const bool isWritten =
       flushStream(ofp) == 0 && hasItsSize(ofp) && isUnderName(outputFile, output_ldif_filename) && syncFile(outputFile);
   if (!isWritten || closeStream(ofp) != 0) exitWithMessage(WRITE_FAILED, output_ldif_filename);
@@ -142,7 +147,9 @@ static void endRun() {
   if (tifp != nullptr) closeWorkFile();
   copyRemainingObjectsToOutputLDIFFile();
   completeOutput();
+  // A traced run keeps it to be looked at.
   const bool workFileIsGone = debug != 0 || removeWorkFile();
+  // From here on the name may be another run's.
   workFileIsToBeRemoved = 0;
   unmapWorkFile();
   forgetNotes();
@@ -152,6 +159,7 @@ static void endRun() {
   if (tfp != nullptr) fclose(tfp);
 }
 
+// Called by operator new, so that no allocation need be asked whether it has succeeded.
 static void exitForWantOfMemory() {
   traceLine("main():  malloc() failure.  EXITING. \n");
   exitWithMessage(MEMORY_EXHAUSTED);
@@ -160,14 +168,17 @@ static void exitForWantOfMemory() {
 int main(int argumentCount, char* arguments[]) {
   if (!openMissingStandardStreams()) return -1;  // there is nowhere to say so
   prepareForSignals();
+  // They are called in the reverse order: what has been written reaches its files before anything is shown.
   atexit(eraseProgressLine);
   atexit(closeAllStreams);
   routeMessages();
   std::set_new_handler(exitForWantOfMemory);
   readCommandLine(argumentCount, arguments);
+  // As soon as the names are known: the opening of a pipe may wait for long.
   nameFilesForSignals();
   openFilesOfRun();
   announceStart();
+  // Kept: what is wrong with the output is told only behind the list of what has been given.
   requireOpenOutput();
   prepare();
   preserveWorkFile();

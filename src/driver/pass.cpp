@@ -13,18 +13,20 @@
 #include "workfile/work_file.h"
 #include "workfile/work_file_cursor.h"
 
-// How many passes it will be: as many as the side needs that needs more, and one that finds the resource credentials
-// alone. An earlier run's work file, whose entries are not known, can make more.
+// How many passes there will be: as many as the side needs that needs more of them, and one that finds nothing but the
+// resource credentials. An earlier run's work file, whose entries are not known, can make it more.
 static int64_t expectedPasses() {
   const auto passesFor = [](int64_t owners, int64_t slots) { return (owners + slots - 1) / slots; };
   const auto& entries = runCounts.intoWorkFile;
   const int64_t gathering = std::max(passesFor(runCounts.ownUserEntries, max_number_of_secuser_slots),
                                      passesFor(entries[SECGROUP_OBJECTCLASS], max_number_of_secgroup_slots));
   const bool hasCredentials = entries[RESCREDS_CONTAINER] + entries[SECRESCREDS_OBJECTCLASS] > 0;
+  // Never fewer than there have been: an owner can need a second pass.
   return std::max(runCounts.passes, gathering + (hasCredentials ? 1 : 0));
 }
 
 void announcePass() {
+  // A pass that meets no entry is not announced: the last one, which only finds that all is done.
   if (!isPassAnnounced) issueMessage(PASS_UNDER_WAY, {.values = {runCounts.passes, expectedPasses()}});
   isPassAnnounced = true;
 }
@@ -64,6 +66,7 @@ static constexpr const char* steppedOverNames[UNKNOWN_KIND] = {
 
 // Gathers the entry, or leaves it when it has no place in this pass.
 static void dispatchObject(EntryKind kind) {
+  // Kept: while the table of its kind is full an entry waits, even if its owner has a slot already.
   if (isOpen(kind)) {
     processObject();
   } else if (stepOverNextObjectFromTemporaryInputLDIFFile(tifp) != 0) {
@@ -82,6 +85,7 @@ void countGathered(EntryKind kind, int64_t bytes) {
 
 bool settleObjectOfKind(EntryKind kind, int64_t bytes) {
   dispatchObject(kind);
+  // Gathering empties the entry buffer: what is still in it has been left.
   if (next_available_object_slot != 0) return false;
   countGathered(kind, bytes);
   return true;
@@ -89,6 +93,7 @@ bool settleObjectOfKind(EntryKind kind, int64_t bytes) {
 
 bool settleObject(int64_t bytes) {
   determineTheObjectsObjectClass();
+  // Resource credentials are left to the final copy: for them alone no further pass is made.
   if (objectClass != RESCREDS_CONTAINER && objectClass != SECRESCREDS_OBJECTCLASS) atLeastOneObjectProcessed = 1;
   return settleObjectOfKind(requireKindOfObject(), bytes);
 }
@@ -116,6 +121,7 @@ static void resumeWhereLastPassStepped() {
 // Reads and settles the next entry. Returns false behind the last one.
 static bool settleNextObject() {
   const int32_t result = getNextObjectFromTemporaryInputLDIFFile(tifp);
+  // The last entry comes with the result for the end of the file, too.
   if (result == -1 && next_available_object_slot == 0) return false;
   announcePass();
   if (result != 0 && result != -1) {

@@ -30,6 +30,7 @@ static void requireProgress() {
 
 static int64_t percentOfWorkFileDone() {
   constexpr int64_t ALL = 100;
+  // All of nothing is done.
   if (runCounts.bytesOfWorkFile == 0) return ALL;
   // An entry of an odd work file from an earlier run can be read more than once.
   return std::min(runCounts.bytesGathered * ALL / runCounts.bytesOfWorkFile, ALL);
@@ -41,6 +42,7 @@ static void writeGatheredData() {
   if (copyAllAccumulatedDataToOutputFile() != 0) {
     reportError(
         "main():  ERROR:  Failed to copy all accumulated data to the temporary output LDIF file.  EXITING.  \n");
+    // Then it is the output that is to be named, and not the entry that was being written.
     if (isSpoiltByOthers(ofp)) exitWithMessage(WRITE_FAILED, output_ldif_filename);
     exitWithMessage(PROCESSING_FAILED);
   }
@@ -49,9 +51,11 @@ static void writeGatheredData() {
 
 // Puts off what can be put off, as long as every entry is known.
 static void prepareNotes() {
+  // A traced run shows how it reads the file.
   if (tfp != nullptr) return;
   if (!areNotesComplete) noteWorkFile();
   if (!areNotesComplete) return;
+  // If it cannot be mapped, each entry is read when it is needed.
   mapWorkFile();
   stepBeforeFailure = settleWorkFile;
 }
@@ -62,6 +66,7 @@ static void makePass() {
     walkPlannedEntries();
   else
     walkWorkFile();
+  // Before a record is made of what it held.
   requireUnchangedWorkFile();
   traceLine(
       "\nmain():  getNextObjectFromTemporaryInputLDIFFile() has reached the end of the temporary input LDIF file. \n");
@@ -71,6 +76,7 @@ static void makePass() {
 void makePasses() {
   prepareNotes();
   atLeastOneObjectProcessed = 1;
+  // Kept: a pass that finds nothing more to gather ends the loop, so there is one more than are needed.
   while (atLeastOneObjectProcessed == 1) {
     traceLine("main():  Beginning new iteration of outer loop to make another pass on the input file. \n");
     atLeastOneObjectProcessed = 0;

@@ -42,7 +42,7 @@ void forgetPlan() {
 
 static bool isToBeGathered(const Note& note) { return note.isTaken == 0 && note.kind != RESCREDS_KIND; }
 
-// How many of the first notes need not be looked at any more: none of them is left, or to be gathered.
+// How many notes from the first on need no further look, because none of them is left, or to be gathered.
 static uint32_t notLeft = 0;
 static uint32_t notToBeGathered = 0;
 
@@ -64,7 +64,7 @@ static bool beginRanks(OwnerRanks& ranks, size_t places) {
   return true;
 }
 
-// The sides are kept apart by a bit of the hash.
+// One bit of the hash tells the sides apart.
 static uint64_t hashOf(const Note& note) {
   return sideOf(static_cast<EntryKind>(note.kind)) == USER_SIDE ? note.ownerHash | 1U : note.ownerHash & ~uint64_t{1};
 }
@@ -93,6 +93,7 @@ int32_t plannedSlotOf(const Note& note) { return static_cast<int32_t>(note.rank 
 // Returns false when the places do not suffice for all owners: a quarter has to stay free.
 static bool rankOwners(OwnerRanks& ranks) {
   passCount = 0;
+  // The table may be larger than the processor's cache, and the hashes lead all over it.
   constexpr ptrdiff_t AHEAD = 16;  // notes whose place is fetched before it is needed
   for (Note* note = notes; note != notes + noteCount; ++note) {
     if (notes + noteCount - note > AHEAD) __builtin_prefetch(&ranks.places[placeOf(ranks, hashOf(note[AHEAD]))]);
@@ -104,7 +105,8 @@ static bool rankOwners(OwnerRanks& ranks) {
   return true;
 }
 
-// An owner has some four entries; where there are fewer, there are more owners than expected.
+// There is room for owners of four entries each, as is usual; where they have fewer, there are more owners, and the
+// table is made anew, twice as large.
 static bool rankAllOwners() {
   OwnerRanks ranks;
   size_t places = 1024;
@@ -125,6 +127,8 @@ static bool sortNotes() {
   uint32_t* const begin = begins();
   std::fill_n(begin, passCount + 2, 0);
   for (uint32_t i = 0; i < noteCount; ++i)
+    // Counted two places on: summed up, a pass finds its begin one place on, and by being filled moves that to its end,
+    // which is where the next pass begins.
     if (isToBeGathered(notes[i])) ++begin[passOf(notes[i]) + 2];
   for (uint32_t pass = 2; pass < passCount + 2; ++pass) begin[pass] += begin[pass - 1];
   for (uint32_t i = 0; i < noteCount; ++i)

@@ -42,7 +42,7 @@ static void openSlot(const CacheSide& slots, std::string_view dn) {
   ++*slots.count;
 }
 
-// The entry as it is gathered: its text with the first line as it is normalised.
+// The row of an entry: its text, with the normalised first line in place of its own.
 static Row rowOf(const Note& note, std::string_view text, std::string_view firstLine) {
   const auto lines = static_cast<int16_t>(note.lines);
   if (note.isNormal != 0) return {text.data(), note.length, lines, false};
@@ -53,8 +53,8 @@ static Row rowOf(const Note& note, std::string_view text, std::string_view first
   return {changed, static_cast<uint32_t>(length), lines, false};
 }
 
-// Gathers an entry as it is planned without looking at more of it than its note leaves open. An entry that runs on into
-// other rows is looked at.
+// Gathers an entry as planned, and looks only at what its note leaves open. Returns false for an entry that has to be
+// looked at: one that runs on into other rows, for instance.
 static bool gatherUnseen(Note& note) {
   const EntryKind kind = kindOf(note);
   const std::string_view text = workText(note.start, note.length);
@@ -114,6 +114,8 @@ void walkPlannedEntries() {
   atLeastOneObjectProcessed = 1;
   for (const uint32_t number : notesOfNextPass()) {
     if (gatherAsPlanned(notes[number])) continue;
+    // The entry that did not fit has changed what the later ones will find: the plan holds no more, neither for this
+    // pass nor for the next.
     rejectPlan();
     walkNotes(number + 1);
     return;

@@ -47,6 +47,7 @@ static bool isPlayedTwice(const Role& role, const Role& other) {
   struct stat otherStatus;
   const bool exists = statusOf(role, status);
   const bool otherExists = statusOf(other, otherStatus);
+  // What is open is compared as it is: its name may lead to something else by now.
   return exists && otherExists ? isSame(status, otherStatus) : isSameFile(role.name, other.name);
 }
 
@@ -77,12 +78,13 @@ static const Role* findRoleOfStream(int descriptor) {
   return nullptr;
 }
 
-// What is shown would get into the file: not even the message that says so may.
+// What is shown would get into the file, and not even the message that says so may.
 static void routeErrorsAround(const Role* outputRole, const Role* errorRole) {
   if (errorRole == nullptr) return;
   char route[] = "ERROR:STDOUT";
   int32_t status = 0;
   zr_svc_routing(route, &status);
+  // Where the run must not show anything in either stream, it ends without a word.
   const int nullDevice = outputRole != nullptr ? open("/dev/null", O_RDWR | O_CLOEXEC) : -1;
   if (nullDevice >= 0) dup2(nullDevice, STDOUT_FILENO);
 }
@@ -96,7 +98,7 @@ static void requireStreamsApart() {
 }
 
 // A run must never destroy its own input, nor write two things into one file. Asked before anything is opened, so that
-// nothing is made in vain, and of the open files, since names can be given to other files at any time.
+// no file is made in vain, and again of the open files, because a name can be given to another file at any time.
 static void requireDistinctFiles() {
   const auto played = rolesOfRun();
   for (size_t i = 0; i < played.size(); ++i)
@@ -123,6 +125,7 @@ static void openInput() {
     if (!lockFile(inputFile, input_ldif_filename)) exitForFile(input_ldif_filename);
     if (!holdEarlierWorkFile()) exitForFile(temp_input_ldif_filename);
   } else {
+    // Told where the input is needed, behind the first notices (workfile/input_file.cpp).
     keepProblem(inputProblem);
   }
 }
@@ -135,6 +138,7 @@ static void openTrace() {
 }
 
 static void openOutput() {
+  // Told in requireOpenOutput.
   if (!openOrCreateByPath(output_ldif_filename, OPEN_TO_WRITE, outputFile)) keepProblem(outputProblem);
 }
 
@@ -144,6 +148,7 @@ void openFilesOfRun() {
   openTrace();
   openOutput();
   requireDistinctFiles();
+  // Behind the question of roles: a file that plays two of them would seem to be used by another run.
   if (outputFile.descriptor >= 0 && !lockFile(outputFile, output_ldif_filename)) exitForFile(output_ldif_filename);
   if (traceFile.descriptor >= 0 && !lockFile(traceFile, debugFileName)) exitForFile(debugFileName);
 }
