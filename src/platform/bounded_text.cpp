@@ -10,5 +10,6 @@ bool copyBounded(char* buffer, size_t size, std::string_view text) {
 
 bool appendBounded(char* buffer, size_t size, std::string_view text) {
   const size_t length = strlen(buffer);
+  // What the text that is there leaves of the buffer holds the NUL, too.
   return copyBounded(buffer + length, size - length, text);
 }

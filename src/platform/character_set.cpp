@@ -84,8 +84,10 @@ void convertText(iconv_t conversion, char* buffer, size_t size) {
   beginConversion(conversion);
   Part source = {buffer, strlen(buffer)};
   Part target = {converted, std::min(size, CAPACITY) - RESERVE};
+  // Up to a character that the character set lacks, then its bytes, and on behind it.
   while (source.length > 0) {
     const int problem = convert(conversion, source, target);
+    // Without room the rest is cut off.
     if (problem == 0 || problem == E2BIG || !showBytes(conversion, source, target)) break;
   }
   target.length += RESERVE - 1;

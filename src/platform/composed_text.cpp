@@ -22,6 +22,7 @@ void appendNumber(ComposedText& composed, int64_t number) {
 static std::string_view choose(ComposedText& composed, std::string_view translation, std::string_view english) {
   if (!composed.isInLanguage || translation == english) return english;
   composed.isTranslated = true;
+  // One text that cannot be shown takes the others with it: half a message in another language helps nobody.
   composed.isRepresentable = composed.isRepresentable && isRepresentable(conversionForTerminal(), translation);
   return translation;
 }
@@ -38,6 +39,7 @@ std::string_view textOf(ComposedText& composed, DetailText text) {
 static void appendEntry(ComposedText& composed, const MessageValue& entry) {
   const std::string_view dn = dnOfLine(entry.text);
   append(composed, dn.empty() ? textOf(composed, HIDDEN_DN) : dn);
+  // Without a number for an entry that the input does not hold, or that was not found there again.
   const MessageValue line = entry.number;
   if (entry.number > 0) appendText(composed, LINE_OF_ENTRY, {&line, 1});
 }
@@ -65,6 +67,8 @@ void appendWithValues(ComposedText& composed, std::string_view text, std::span<c
     append(composed, text.substr(0, brace));
     text.remove_prefix(brace + 1);
     const size_t number = strtoul(text.data(), nullptr, 10);
+    // A translation with a number that there is no value for, or with a brace too few, loses a place and breaks
+    // nothing.
     const size_t closing = text.find('}');
     text.remove_prefix(closing == std::string_view::npos ? text.size() : closing + 1);
     if (number > 0 && number <= values.size()) appendValue(composed, values[number - 1]);
@@ -78,6 +82,7 @@ void appendText(ComposedText& composed, DetailText text, std::span<const Message
 
 void appendReason(ComposedText& composed, std::string_view reason, std::span<const MessageValue> values) {
   const std::string_view addition = detailText(INPUT_NOT_WRITABLE);
+  // The opening of the input has put two texts together.
   const bool hasAddition = reason.ends_with(addition);
   if (hasAddition) reason.remove_suffix(addition.size());
   appendWithValues(composed, choose(composed, reasonInLanguage(reason), reason), values);
@@ -90,6 +95,7 @@ void appendUsage(ComposedText& composed) {
 }
 
 bool finishComposedText(const ComposedText& composed) {
+  // English messages are the same bytes in every locale.
   if (!composed.isTranslated) return true;
   if (composed.isRepresentable) convertText(conversionForTerminal(), composed.buffer, composed.size);
   return composed.isRepresentable;

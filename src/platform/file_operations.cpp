@@ -12,6 +12,7 @@
 #include "platform/stream.h"
 
 static int32_t copyContents(Stream* source, Stream* destination) {
+  // Line by line, or in pieces of a longer one: where the pieces are cut makes no difference to the copy.
   constexpr size_t PART_SIZE = 4096;
   for (;;) {
     const std::string_view part = readLine(source, PART_SIZE);
@@ -22,9 +23,11 @@ static int32_t copyContents(Stream* source, Stream* destination) {
 }
 
 static int32_t copyBetween(int from, int to) {
+  // On descriptors of their own, so that closing the streams leaves the run's files open, and locked.
   Stream* source = openStream(duplicateDescriptor(from), STREAM_OF_FIXED_SIZE);
   Stream* destination = source == nullptr ? nullptr : openStream(duplicateDescriptor(to), STREAM_FROM_BEGINNING);
   int32_t result = destination == nullptr ? -1 : copyContents(source, destination);
+  // Its last writes are made only now.
   if (closeStream(destination) != 0) result = -1;
   closeStream(source);
   return result;
@@ -48,6 +51,7 @@ int32_t copyFile(int descriptor, const char* to, HeldFile& copy) {
 }
 
 std::filesystem::path resolvedPath(std::filesystem::path path) {
+  // As many as the system follows itself; links that lead in a circle end here.
   constexpr int MAXIMUM_LINKS = 40;
   std::error_code error;
   for (int link = 0; link < MAXIMUM_LINKS && std::filesystem::is_symlink(path, error); ++link) {
@@ -72,7 +76,9 @@ bool isSameFile(const char* name, const char* otherName) {
   struct stat otherStatus;
   const bool exists = stat(name, &status) == 0;
   const bool otherExists = stat(otherName, &otherStatus) == 0;
+  // A file that is there is none that is still to be made.
   if (exists != otherExists) return false;
+  // An empty name leads nowhere, and so is the same as no other.
   if (!exists) return *name != '\0' && leadToOneFile(resolvedPath(name), resolvedPath(otherName));
   return S_ISREG(status.st_mode) && isSame(status, otherStatus);
 }

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+// In the order of their codes, which is that of their numbers in translations.
 static constexpr CatalogueMessage catalogueMessages[] = {
     {380928300, SEVERITY_ERROR, SUBJECT,
      "Memory is exhausted. Give the conversion more memory or smaller slot counts."},
@@ -33,10 +34,13 @@ static constexpr CatalogueMessage catalogueMessages[] = {
      "entries copied as they were {5}. Not written: policy data {6}."},
 };
 
+// Ends that many sentences have in common: what has become of the run, and what to do.
 #define STOPPED ", and the conversion has stopped. "
 #define ADD_ATTRIBUTE STOPPED "Add the attribute or remove the "
 #define START_AGAIN STOPPED "Make room or mend the disk, remove the work file and start again."
 
+// By DetailText. A text that is put behind another begins with a blank. The reasons are no sentences: they stand behind
+// a colon or in brackets.
 static constexpr const char* detailTexts[] = {
     "",
     "whose DN cannot be shown",
@@ -119,6 +123,7 @@ static constexpr const char* detailTexts[] = {
     "environment: DEBUG_ERROR, set to anything, shows the details of an error on standard output\n"
     "exit status: 0 when the conversion is complete, 255 on any failure",
 
+    // Short, since terminals may be narrow.
     "preparation: {1} %, {2} MB/s, {3} s left",
     "passes: {1} %, {2} MB/s, {3} s left",
 

@@ -18,6 +18,7 @@ static constexpr size_t LINE_CAPACITY = size_t{128} * 1024;
 static FILE* routes[NUMBER_OF_SEVERITIES];  // null: not routed yet
 
 static FILE* routeOf(Severity severity) {
+  // A failure may come before main has routed anything, and a test routes nothing.
   if (routes[severity] != nullptr) return routes[severity];
   return severity == SEVERITY_NOTICE ? stdout : stderr;
 }
@@ -25,6 +26,7 @@ static FILE* routeOf(Severity severity) {
 void zr_svc_routing(const char* routing, int32_t* status) {
   *status = 1;
   for (int severity = 0; severity < NUMBER_OF_SEVERITIES; ++severity) {
+    // Behind the name comes the destination, and nothing else.
     const size_t length = strlen(severityNames[severity]);
     if (strncmp(routing, severityNames[severity], length) != 0) continue;
     const bool toOutput = strcmp(routing + length, ":STDOUT") == 0;
@@ -37,6 +39,7 @@ void zr_svc_routing(const char* routing, int32_t* status) {
 static void appendSubject(ComposedText& line, std::string_view subject) {
   const std::string_view dn = dnOfLine(subject);
   const MessageValue shown = dn.empty() ? textOf(line, HIDDEN_SUBJECT) : dn;
+  // A damaged entry may have something else in place of its DN, and that is not shown.
   appendText(line, CONCERNED, {&shown, 1});
 }
 
@@ -91,6 +94,7 @@ static void appendHead(ComposedText& line, const CatalogueMessage& message) {
 void zr_printf_utf8(uint32_t code, ...) {
   const CatalogueMessage* message = findCatalogueMessage(code);
   if (message == nullptr) return;
+  // Static, since the message may be about memory.
   static char line[LINE_CAPACITY];
   va_list arguments;
   va_start(arguments, code);
@@ -98,6 +102,7 @@ void zr_printf_utf8(uint32_t code, ...) {
   composeText(line, sizeof line - 1, [&](ComposedText& composed) {
     static char text[TEXT_CAPACITY];
     va_list copy;
+    // The text may be put together a second time, in English.
     va_copy(copy, arguments);
     vsnprintf(text, sizeof text, textOf(composed, *message), copy);
     va_end(copy);
@@ -107,6 +112,7 @@ void zr_printf_utf8(uint32_t code, ...) {
   va_end(arguments);
   memcpy(line + strlen(line), "\n", 2);
   FILE* route = routeOf(message->severity);
+  // In one piece, so that another process on the same terminal does not come in between.
   fwrite(line, 1, strlen(line), route);
   fflush(route);
 }

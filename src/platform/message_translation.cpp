@@ -40,8 +40,10 @@ static Arguments argumentsOf(const char* format) {
     const size_t position = readPosition(format);
     const size_t index = position > 0 ? position - 1 : inOrder;
     ++(position > 0 ? byPosition : inOrder);
+    // They only say how the argument is shown. A star would take one of its own, and is refused.
     format += strspn(format, "-+ #0123456789.");
     const bool isKnown = *format == 's' || *format == 'd';
+    // What a format means that mixes both ways of counting is left open by the standard.
     if (!isKnown || index >= MAXIMUM_ARGUMENTS || (inOrder > 0 && byPosition > 0)) return {{}, false};
     char& conversion = arguments.conversions[index];
     if (conversion != 0 && conversion != *format) return {{}, false};
@@ -80,6 +82,7 @@ static const char* translated(int set, int number, const char* text) {
 
 const char* textInLanguage(const CatalogueMessage& message) {
   const char* text = translated(1, messageNumber(message), message.text);
+  // A catalogue can be anybody's: a format that takes other arguments would read what was not given.
   return takesSameArguments(text, message.text) ? text : message.text;
 }
 
@@ -87,6 +90,7 @@ const char* textInLanguage(DetailText text) { return translated(2, text, detailT
 
 // The locale in which the C library tells errors; null when there is none.
 static locale_t openErrorLocale() {
+  // In UTF-8 as all translations are, whatever the terminal shows.
   bind_textdomain_codeset("libc", "UTF-8");
   return newlocale(LC_MESSAGES_MASK, "", locale_t());
 }
@@ -96,6 +100,7 @@ static std::string_view errorInLanguage(std::string_view error) {
   constexpr int LAST_ERROR = 133;  // of Linux
   static const locale_t locale = hasCatalogue() ? openErrorLocale() : locale_t();
   if (locale == locale_t()) return error;
+  // A reason is kept as a text, through several hands, so its number has to be found again.
   for (int number = 1; number <= LAST_ERROR; ++number)
     if (error == strerror(number)) return strerror_l(number, locale);
   return error;

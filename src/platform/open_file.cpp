@@ -30,6 +30,7 @@ bool openPlace(const char* path, Place& place) {
   const std::string folder = slash == nullptr ? "." : std::string(path, slash + 1);
   place.name = slash == nullptr ? path : slash + 1;
   if (slash != nullptr && slash[1] == '\0') place.name = ".";  // the folder itself, which can be no file
+  // As a place only, which needs no right to read the folder.
   place.folder = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   return place.folder >= 0 || failWith();
 }
@@ -37,8 +38,10 @@ bool openPlace(const char* path, Place& place) {
 static bool isPrivate(FileKind kind) { return kind == PRIVATE_FILE || kind == PRIVATE_FILE_OR_DEVICE; }
 
 static int openFlags(OpenMode mode, FileKind kind) {
+  // A terminal that is named as a file must not become the terminal of the process.
   int flags = (mode == OPEN_TO_WRITE ? O_WRONLY : O_RDWR) | O_CLOEXEC | O_NOCTTY;
   if (isPrivate(kind)) flags |= O_NOFOLLOW;
+  // Where no pipe is wanted, one must not make the opening wait for its other end.
   if (kind != NAMED_BY_USER) flags |= O_NONBLOCK;
   return flags;
 }
@@ -62,6 +65,7 @@ static bool letBlockAgain(int descriptor) {
 
 // Tells what can be done about it where an input may be read but not written.
 static void explainFailedOpening(const Place& place, OpenMode mode, FileKind kind) {
+  // That is how O_NOFOLLOW says that there is one.
   if (errno == ELOOP && isPrivate(kind)) {
     failWith(SYMBOLIC_LINK);
     return;
@@ -69,6 +73,7 @@ static void explainFailedOpening(const Place& place, OpenMode mode, FileKind kin
   failWith();
   const bool isForbidden = errno == EACCES || errno == EROFS || errno == EPERM || errno == ETXTBSY;
   if (kind != REGULAR_FILE || mode != OPEN_FOR_UPDATE || !isForbidden) return;
+  // If it can be read, the user may wonder why it must be written to.
   const int descriptor = openat(place.folder, place.name, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
   if (descriptor < 0) return;
   close(descriptor);
@@ -79,6 +84,7 @@ static void explainFailedOpening(const Place& place, OpenMode mode, FileKind kin
 bool openHeldFile(const Place& place, OpenMode mode, FileKind kind, HeldFile& file) {
   const int flags = openFlags(mode, kind);
   file = {openat(place.folder, place.name, flags), false, place};
+  // In a step of its own, so that it is known whose file it is: if another run makes it first, this fails.
   if (file.descriptor < 0 && errno == ENOENT && mode != OPEN_FOR_UPDATE)
     file = {openat(place.folder, place.name, flags | O_CREAT | O_EXCL, CREATED_FILE_PERMISSIONS), true, place};
   if (file.descriptor < 0) {
@@ -114,6 +120,7 @@ bool openOrCreateByPath(const char* path, OpenMode mode, HeldFile& file) {
     if (openHeldFile(place, mode, NAMED_BY_USER, file)) return true;
     const bool isThereNow = errno == EEXIST;
     closeHeldFile(file);
+    // If it has been made meanwhile, it can be opened the next time round.
     if (!isThereNow) return false;
   }
   return false;
@@ -138,6 +145,7 @@ bool lockFile(const HeldFile& file, const char* path) {
   if (!S_ISREG(status.st_mode)) return true;
   int result;
   do {
+    // A signal that does not end the run may interrupt it.
     result = flock(file.descriptor, LOCK_EX | LOCK_NB);
   } while (result != 0 && errno == EINTR);
   if (result != 0) return failWith(errno == EWOULDBLOCK ? USED_BY_ANOTHER_RUN : NO_DETAIL);
@@ -148,6 +156,7 @@ bool lockFile(const HeldFile& file, const char* path) {
 bool cutFile(int descriptor) {
   struct stat status;
   if (fstat(descriptor, &status) != 0) return failWith();
+  // What is no file has nothing to cut.
   return !S_ISREG(status.st_mode) || ftruncate(descriptor, 0) == 0 || failWith();
 }
 
@@ -190,5 +199,6 @@ bool syncFile(const HeldFile& file) {
   if (fstat(file.descriptor, &status) != 0) return failWith();
   if (!S_ISREG(status.st_mode)) return true;
   if (syncDescriptor(file.descriptor) != 0) return failWith();
+  // The entry of a file that was there before is on the disk already.
   return !file.isNew || syncFolder(file);
 }

@@ -26,6 +26,7 @@ void drawProgressLine(const char* text) {
   const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
   char line[LINE_SIZE];
   snprintf(line, sizeof line, "\r%.*s" ERASE_TO_END, std::min(isKnown ? size.ws_col - 1 : WIDTH, WIDTH), text);
+  // Before it is drawn: a signal that comes in between may take away nothing, but leaves nothing behind.
   isDrawn = 1;
   write(line);
 }

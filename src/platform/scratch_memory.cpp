@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+// Enough for the notes of some ten thousand entries.
 static constexpr size_t FIRST_SIZE = size_t{256} * 1024;
 static constexpr size_t SIZE_WITHOUT_FILE = size_t{8} * 1024 * 1024;  // up to here no file is made
 
@@ -21,14 +22,18 @@ static char* map(int descriptor, size_t size) {
 
 bool growScratchMemory(ScratchMemory& memory, size_t size, int folder) {
   if (size <= memory.size) return true;
+  // Doubled, so that what is in memory is copied about once in all.
   const size_t wanted = std::max({size, memory.size * 2, FIRST_SIZE});
+  // Once, when it outgrows the bound; from then on it stays in the file.
   const bool movesToFile = memory.descriptor < 0 && wanted > SIZE_WITHOUT_FILE;
   const int descriptor = movesToFile ? openat(folder, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600) : memory.descriptor;
   char* const data = movesToFile && descriptor < 0 ? nullptr : map(descriptor, wanted);
+  // What there was stays as it is, and the caller does without more.
   if (data == nullptr) {
     if (movesToFile && descriptor >= 0) close(descriptor);
     return false;
   }
+  // A file that is mapped once more shows what is in it by itself.
   const bool isNewPlace = movesToFile || descriptor < 0;
   if (memory.data != nullptr && isNewPlace) std::copy_n(memory.data, memory.size, data);
   if (memory.data != nullptr) munmap(memory.data, memory.size);

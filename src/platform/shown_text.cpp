@@ -21,6 +21,7 @@ static constexpr Utf8Form utf8Forms[] = {{0x80, 0x00, 1, 0x0, 0x7f},
                                          {0xf8, 0xf0, 4, 0x10000, 0x10ffff}};
 
 static bool isShowable(char32_t character) {
+  // DEL and those behind it are control characters, too: some terminals obey them.
   const bool isControl = character < U' ' || (character >= 0x7f && character <= 0x9f);
   const bool isSurrogate = character >= 0xd800 && character <= 0xdfff;
   return !isControl && !isSurrogate;
@@ -40,6 +41,7 @@ static size_t showableLength(std::string_view text) {
     if ((byte & ~unsigned{PAYLOAD}) != 0x80U) return 0;
     character = character << static_cast<unsigned>(PAYLOAD_BITS) | (byte & PAYLOAD);
   }
+  // A character in a longer form than it needs is no UTF-8, and could be a control character in disguise.
   const bool isInForm = character >= form->lowest && character <= form->highest;
   return isInForm && isShowable(character) ? form->length : 0;
 }
@@ -53,6 +55,7 @@ void appendHarmless(char* buffer, size_t size, std::string_view text, Newlines n
     if (length > 0) {
       end += text.copy(buffer + end, length);
     } else {
+      // One byte after the other: what follows may be the beginning of a character.
       end += static_cast<size_t>(snprintf(buffer + end, size - end, "\\x%02X", static_cast<unsigned char>(text[0])));
     }
     text.remove_prefix(std::max<size_t>(length, 1));
@@ -82,12 +85,14 @@ static bool isComponent(std::string_view component) {
   const size_t equals = component.find('=');
   if (equals == std::string_view::npos || !isAttributeType(withoutSpaces(component.substr(0, equals)))) return false;
   const std::string_view value = withoutSpaces(component.substr(equals + 1));
+  // Two equals signs in a row end base 64, and begin no value.
   return !value.empty() && value.front() != '=';
 }
 
 // Returns where the first component of the DN ends.
 static size_t endOfComponent(std::string_view dn) {
   size_t end = 0;
+  // A backslash takes what follows it into the value.
   while (end < dn.size() && dn[end] != ',' && dn[end] != ';') end += dn[end] == '\\' ? 2U : 1U;
   return std::min(end, dn.size());
 }

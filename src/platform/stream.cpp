@@ -46,6 +46,7 @@ struct Stream {
 
 static constexpr size_t NO_HOLD = SIZE_MAX;
 
+// A fixed number, so that opening one cannot fail for want of memory.
 static Stream streams[MAXIMUM_STREAMS];
 
 int duplicateDescriptor(int descriptor) {
@@ -77,6 +78,7 @@ static bool findPosition(int descriptor, StreamMode mode, off_t& offset) {
 static bool takeSize(Stream* stream, StreamMode mode) {
   struct stat status;
   if (fstat(stream->descriptor, &status) != 0) return failWith();
+  // What is no regular file has no size to keep to.
   if (S_ISREG(status.st_mode)) stream->size = status.st_size;
   stream->isOfFixedSize = mode == STREAM_OF_FIXED_SIZE;
   return true;
@@ -110,6 +112,7 @@ bool isSpoiltByOthers(const Stream* stream) { return stream->isSpoiltByOthers; }
 
 // Writes the pending bytes. They are given up when it fails: the stream then stays failed.
 static void writePending(Stream* stream) {
+  // Writing behind what somebody else has cut off would fill the gap with NULs.
   if (stream->dirtyBegin < stream->dirtyEnd && !hasItsSize(stream))
     stream->writeHasFailed = stream->isSpoiltByOthers = true;
   while (stream->dirtyBegin < stream->dirtyEnd && !stream->writeHasFailed) {
@@ -123,6 +126,7 @@ static void writePending(Stream* stream) {
       if (stream->size >= 0) stream->size = std::max<int64_t>(stream->size, offset + written);
     } else if (written == 0 || errno != EINTR) {
       failWith();
+      // A reader who has gone is no failing machine.
       stream->isSpoiltByOthers = errno == EPIPE;
       stream->writeHasFailed = true;
     }
@@ -138,6 +142,7 @@ int32_t flushStream(Stream* stream) {
 int32_t closeStream(Stream*& stream) {
   if (stream == nullptr) return 0;
   int32_t result = flushStream(stream);
+  // Some file systems tell only here that a write has failed.
   if (close(stream->descriptor) != 0 && result == 0) {
     failWith();
     result = -1;
@@ -184,9 +189,11 @@ void giveUpHold(Stream* stream) {
 // Moves the window on so that more bytes follow the cursor. Returns false at the end of the file or when the
 // read fails.
 bool readOn(Stream* stream) {
+  // What is read next may be what has been written and is still pending.
   writePending(stream);
   if (stream->readHasFailed) return false;
   if (stream->filled > KEPT_SIZE) {
+    // Neither what is still to be read nor what is held.
     const size_t dropped = std::min({stream->filled - KEPT_SIZE, stream->cursor, stream->hold});
     if (dropped > 0) memmove(stream->window, stream->window + dropped, stream->filled - dropped);
     stream->windowStart += static_cast<int64_t>(dropped);
@@ -196,6 +203,7 @@ bool readOn(Stream* stream) {
   }
   if (stream->filled == stream->capacity) growWindow(stream);
   const size_t wanted = std::min(stream->readSize, stream->capacity - stream->filled);
+  // Behind a jump little may be wanted; whoever reads on wants more.
   stream->readSize = std::min(stream->readSize * 2, WINDOW_SIZE);
   ssize_t count;
   do {
@@ -203,12 +211,14 @@ bool readOn(Stream* stream) {
                   stream->windowStart + static_cast<int64_t>(stream->filled));
   } while (count < 0 && errno == EINTR);
   const int64_t end = stream->windowStart + static_cast<int64_t>(stream->filled);
+  // The end of the file before its known size means that somebody has cut it.
   if (count < 0 || (count == 0 && stream->isOfFixedSize && end < stream->size)) {
     failWith(count == 0 ? CHANGED_BY_OTHERS : NO_DETAIL);
     stream->readHasFailed = true;
   }
   if (count <= 0) return false;
   const auto size = static_cast<size_t>(count);
+  // Once there has been one, lines are searched for others; in nearly all files there is none.
   stream->hasMetNul = stream->hasMetNul || memchr(stream->window + stream->filled, '\0', size) != nullptr;
   stream->filled += size;
   return true;
@@ -233,6 +243,7 @@ static const char* findNonBlank(const char* from, const char* end) {
   constexpr char SPACES[] = "        ";
   constexpr ptrdiff_t STEP = sizeof SPACES - 1;
   for (;; ++from) {
+    // Entries that have been taken are long runs of spaces.
     while (end - from >= STEP && memcmp(from, SPACES, STEP) == 0) from += STEP;
     if (from == end || (*from != ' ' && *from != '\r' && *from != '\n')) return from;
   }
@@ -272,6 +283,7 @@ static void makeRoom(Stream* stream) {
   const size_t behindPage = static_cast<size_t>(stream->windowStart + static_cast<int64_t>(stream->cursor)) % PAGE_SIZE;
   const bool canStay =
       stream->hasPositions && stream->dirtyEnd == stream->cursor && stream->dirtyBegin + behindPage < stream->dirtyEnd;
+  // The bytes since the last whole page.
   const size_t rest = canStay ? behindPage : 0;
   stream->dirtyEnd -= rest;
   writePending(stream);
@@ -282,6 +294,7 @@ static void makeRoom(Stream* stream) {
 
 char* roomFor(Stream* stream, size_t length) {
   if (length > stream->capacity - stream->cursor && length <= stream->capacity) makeRoom(stream);
+  // A text that the window cannot hold at all is written in parts, by writeText.
   return length > stream->capacity - stream->cursor || stream->writeHasFailed ? nullptr
                                                                               : stream->window + stream->cursor;
 }
@@ -296,6 +309,7 @@ void passWritten(Stream* stream, size_t length) {
 
 int32_t writeText(Stream* stream, const char* text, size_t length) {
   while (length > 0 && !stream->writeHasFailed) {
+    // The window is written out when it is full, and not before: a system call for each.
     if (stream->cursor == stream->capacity) makeRoom(stream);
     const size_t part = std::min(length, stream->capacity - stream->cursor);
     memcpy(stream->window + stream->cursor, text, part);
@@ -317,6 +331,7 @@ int32_t getPosition(const Stream* stream, int64_t* position) {
 int32_t setPosition(Stream* stream, int64_t position) {
   if (!stream->hasPositions || position < 0) return -1;
   giveUpHold(stream);
+  // Mostly it is a short way back, to what is still in the window.
   const int64_t inWindow = position - stream->windowStart;
   if (inWindow >= 0 && inWindow <= static_cast<int64_t>(stream->filled)) {
     stream->cursor = static_cast<size_t>(inWindow);

@@ -51,8 +51,10 @@ static void composeLine(char (&line)[TEXT_SIZE], DetailText text, std::span<cons
 // A line that could not be written at once is not worth a process that does not end.
 static void sayInterrupted(const Farewell& farewell) {
   pollfd standardError = {STDERR_FILENO, POLLOUT, 0};
+  // A terminal that has been stopped would keep the process waiting.
   if (poll(&standardError, 1, 0) != 1) return;
   eraseProgressLine();
+  // Asked at the last moment: only the work file may be left to remove.
   const char* const line = outputIsComplete != 0 ? farewell.whenComplete : farewell.untilComplete;
   if (write(STDERR_FILENO, line, strlen(line)) < 0) return;
 }
@@ -68,6 +70,7 @@ static void leaveWithoutWorkFile(int signalNumber) {
   sigset_t one;
   sigemptyset(&one);
   sigaddset(&one, signalNumber);
+  // Sent once more and let through, so that whoever has started the run sees which signal has ended it.
   kill(getpid(), signalNumber);
   sigprocmask(SIG_UNBLOCK, &one, nullptr);
   _exit(-1);  // the first process of a container is not ended by a signal
@@ -76,6 +79,7 @@ static void leaveWithoutWorkFile(int signalNumber) {
 static void handle(int signalNumber) {
   struct sigaction action = {};
   sigaction(signalNumber, nullptr, &action);
+  // As nohup leaves it, for one.
   if (action.sa_handler == SIG_IGN) return;
   action.sa_handler = leaveWithoutWorkFile;
   action.sa_flags = 0;
@@ -85,6 +89,7 @@ static void handle(int signalNumber) {
 
 void prepareForSignals() {
   for (size_t i = 0; i < std::size(endingSignals); ++i) {
+    // Before the names of the files are known the output cannot be complete.
     const MessageValue signalName = endingSignals[i].name;
     composeLine(farewells[i].untilComplete, INTERRUPTED_AT_FIRST, {&signalName, 1});
   }

@@ -10,12 +10,14 @@
 #include "platform/shown_text.h"
 
 static void writeLine(FILE* stream, const char* format, va_list arguments) {
+  // The caller may be about to tell the reason of a failed call.
   const int savedErrno = errno;
   vfprintf(stream, format, arguments);
   fflush(stream);
   errno = savedErrno;
 }
 
+// The brackets keep the macro of this name away.
 void(traceLine)(const char* format, ...) {
   if (debug == 0 || tfp == nullptr) return;
   va_list arguments;
@@ -27,6 +29,7 @@ void(traceLine)(const char* format, ...) {
 static void writeHarmlessly(const char* format, va_list arguments) {
   constexpr size_t TEXT_SIZE = size_t{128} * 1024;
   const int savedErrno = errno;
+  // Static, because it is called when memory is exhausted, too.
   static char text[TEXT_SIZE];
   static char shown[TEXT_SIZE];
   vsnprintf(text, sizeof text, format, arguments);
@@ -58,6 +61,7 @@ void reportError(const char* format, ...) {
   va_start(arguments, format);
   if (debug != 0 && tfp != nullptr) {
     va_list copy;
+    // Arguments can be walked through only once.
     va_copy(copy, arguments);
     writeLine(tfp, format, copy);
     va_end(copy);
@@ -66,6 +70,7 @@ void reportError(const char* format, ...) {
   va_end(arguments);
 }
 
+// The brackets name the function, not the macro.
 Sink traceSink() { return debug == 0 ? nullptr : (traceLine); }
 
 std::string_view textOrNull(std::string_view text) { return text.data() != nullptr ? text : "null"; }
@@ -75,6 +80,7 @@ std::string_view textOrNULL(std::string_view text) { return text.data() != nullp
 void concerning(std::string_view dn) { messageSubject = dn; }
 
 void issueMessage(MessageCode code, const MessageDetails& details) {
+  // A message begins on a line of its own.
   eraseProgressLine();
   messageDetails = details;
   zr_printf_utf8(code);
@@ -93,6 +99,7 @@ static void prepareFailure() {
   stepBeforeFailure = nullptr;  // it can fail, too
   const char* const unreadable = step != nullptr ? step() : nullptr;
   if (unreadable == nullptr) return;
+  // In place of the failure that was to be told, which has come of it.
   zr_printf_utf8(OBJECT_NOT_READ, unreadable);
   exit(-1);
 }
