@@ -113,8 +113,8 @@ static void traceRow(const CacheMatrix& matrix, int32_t slot) {
 static void moveObject(const CacheMatrix& matrix, int32_t slot) {
   traceLine("%s():  FUNCTION ENTRY \n", matrix.moveFunction);
   if (isRowInUse(matrix, slot)) exitForOccupiedRow(matrix, slot);
-  placeObject(matrix, slot);
   // One entry, whatever number of rows it takes: that is what is compared with the number of slots.
+  placeObject(matrix, slot);
   ++*matrix.occupied;
   if (&matrix == &secMapForSecUserMatrix && debug != 0) traceRow(matrix, slot);
   traceLine("%s():  FUNCTION EXIT \n", matrix.moveFunction);

@@ -177,8 +177,8 @@ int main(int argumentCount, char* arguments[]) {
   // As soon as the names are known: the opening of a pipe may wait for long.
   nameFilesForSignals();
   openFilesOfRun();
-  announceStart();
   // Kept: what is wrong with the output is told only behind the list of what has been given.
+  announceStart();
   requireOpenOutput();
   prepare();
   preserveWorkFile();

@@ -119,8 +119,8 @@ int32_t readLinesOfObject(Stream* stream, bool stopsWhenFull, ObjectExtent& exte
       // Nothing more could be read, for whatever reason.
       if (length == 0) return -1;
       if (next_available_object_slot > 0) return 0;
-      extent.hasOddLines = true;
       // A blank line before the entry, which need not be held.
+      extent.hasOddLines = true;
       holdText(stream);
       continue;
     }

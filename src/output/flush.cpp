@@ -120,12 +120,11 @@ int32_t copyAllAccumulatedDataToOutputFile() {
   dumpData();
   // Near enough to be still in the processor's cache when its turn comes.
   constexpr int32_t AHEAD = 2;  // slots
-  // Slots are in use from the first on without a gap, and counted down as they are written.
+  // Users before groups. Slots are in use from the first on without a gap, and counted down as they are written.
   for (int32_t slot = 0; secUser_dn_count != 0; ++slot) {
     fetchSlot(slot + AHEAD);
     if (flushUser(slot) != 0) return -1;
   }
-  // Behind all users, which is the order of the output.
   for (int32_t slot = 0; secGroup_dn_count != 0; ++slot)
     if (flushGroup(slot) != 0) return -1;
   next_available_secUser_dn_slot = 0;

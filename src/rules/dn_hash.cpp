@@ -57,11 +57,10 @@ uint64_t hashOfDn(std::string_view dn) {
     memcpy(&characters, dn.data() + i, sizeof characters);
     take(state, loweredCharacters(characters));
   }
-  // The rest, filled up with NULs.
+  // The rest, filled up with NULs; the length tells it from a DN that ends in NULs.
   characters = 0;
   memcpy(&characters, dn.data() + i, dn.size() - i);
   take(state, loweredCharacters(characters));
-  // Tells a DN from the same one with NULs behind it.
   take(state, dn.size());
   state.c ^= 0xff;
   for (int round = 0; round < 3; ++round) mix(state);
