@@ -1,5 +1,5 @@
-// One pass over the work file, in one of two ways that come to the same: reading the file, which shows every step and
-// remembers nothing, and by a plan, which touches only what the pass gathers.
+// One pass over the work file, in one of two ways with the same result: by reading the file, which shows every step and
+// remembers nothing, or by a plan, which touches only what the pass gathers.
 #pragma once
 
 #include <cstdint>

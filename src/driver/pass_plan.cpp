@@ -7,7 +7,7 @@
 #include "reporting/run_state.h"
 #include "workfile/notes.h"
 
-// The number of an owner in the order in which the entries show them.
+// The number of an owner in the order in which owners appear among the entries.
 struct OwnerRank {
   uint64_t hash;  // of its DN
   uint32_t rank;  // from 1; 0 where the place is free
@@ -105,8 +105,8 @@ static bool rankOwners(OwnerRanks& ranks) {
   return true;
 }
 
-// There is room for owners of four entries each, as is usual; where they have fewer, there are more owners, and the
-// table is made anew, twice as large.
+// The first table has room for all owners if they have the usual four entries each. Where they have fewer, there are
+// more owners, and a table twice as large is made.
 static bool rankAllOwners() {
   OwnerRanks ranks;
   size_t places = 1024;

@@ -6,12 +6,12 @@
 
 #include "workfile/notes.h"
 
-// Sees to it that there is a plan of the passes to come. They open slots for the owners in the order in which the
-// entries that are left show them, each pass for as many as a side has slots; so the number of an owner in this order
-// tells its pass. Returns false, the notes being given up, when there is no room for a plan.
+// Sees to it that there is a plan of the passes to come. They open slots for the owners in the order in which these
+// appear among the entries that are left, each pass for as many as a side has slots; so the number of an owner in this
+// order tells its pass. Returns false, the notes being given up, when there is no room for a plan.
 bool planPasses();
 
-// Has the next planPasses make a new plan: the entries that are left are others than planned.
+// Makes the next planPasses plan anew, because other entries are left than those planned for.
 void rejectPlan();
 
 // Gives back what the plan occupies.

@@ -84,7 +84,8 @@ static bool gatherUnseen(Note& note) {
 }
 
 // Gathers the entry of a note. Returns false when it did not come as planned: it had to be left, or its owner had no
-// slot although it has shown before, or has one already, or one that the owner's other entries will not find.
+// slot although an earlier entry should have opened one, or had one too early, or got one that its other entries will
+// not find.
 static bool gatherAsPlanned(Note& note) {
   if (gatherUnseen(note)) return true;
   const int32_t slotsBefore = slotsInUse();

@@ -63,7 +63,7 @@ static void giveUpNewFiles() {
   exitWithMessage(USAGE_ERROR);
 }
 
-// As much of a name as is shown of it where the usage follows.
+// As much of a name is shown where the usage follows.
 static constexpr size_t LONGEST_NAME = 400;
 static std::string_view cut(const char* name, size_t length) { return {name, strnlen(name, length)}; }
 

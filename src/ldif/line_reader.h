@@ -11,11 +11,11 @@
 constexpr size_t NEXT_LINE_SIZE = LONGEST_LINE + 1;  // bytes, closing NUL included
 
 // The line that getNextLine has read last, its newline included; valid until the next one. A physical line of more than
-// 4095 characters arrives in pieces, each a line of its own; a NUL in the file ends the line as far as every user
-// of it can see.
+// 4095 characters arrives in pieces, each a line of its own; a NUL in the file ends the line for all who use
+// it.
 inline char nextLine[NEXT_LINE_SIZE];
 
-// Counts the attempts to read a line, those at the end of a file included, but for lines that are skipped in one go.
+// Counts the attempts to read a line, including those at the end of a file, but not lines that are skipped in one go.
 // For the debugger.
 inline int32_t lineNum = 0;
 

@@ -103,7 +103,7 @@ static void traceBanner(const char* text) {
             secUser_dn_count, secGroup_dn_count);
 }
 
-// Has the processor fetch the texts of a slot that will be written soon: they can lie anywhere in the work file.
+// Makes the processor fetch the texts of a slot that will be written soon: they can lie anywhere in the work file.
 static void fetchSlot(int32_t slot) {
   constexpr size_t CACHE_LINE = 64;  // bytes
   for (const CacheMatrix* matrix : {&secUserMatrix, &secMapForSecUserMatrix, &usersSecUserMatrix}) {

@@ -30,7 +30,7 @@ iconv_t conversionForTerminal() {
 
 static void beginConversion(iconv_t conversion) { iconv(conversion, nullptr, nullptr, nullptr, nullptr); }
 
-// What iconv reads and writes on, and how much of it there is.
+// A place where iconv goes on reading or writing, and how many bytes there are from there on.
 struct Part {
   char* text;
   size_t length;

@@ -35,9 +35,9 @@ void appendUsage(ComposedText& composed);
 // Brings a text that is composed into the character set. Returns false when it is to be composed in English.
 bool finishComposedText(const ComposedText& composed);
 
-// Has a function put a text together in a buffer: in the user's language, or a second time and all in English when one
-// of its parts cannot be shown in the terminal's character set. An English text is shown as it stands; in any other,
-// all that is put in is converted, too.
+// Calls a function that puts a text together in a buffer: in the user's language, and a second time, all in English, if
+// one of its parts cannot be shown in the terminal's character set. An English text is shown as it stands; in any
+// other, all that is put in is converted, too.
 template <typename Compose>
 void composeText(char* buffer, size_t size, Compose compose) {
   for (const bool isInLanguage : {true, false}) {

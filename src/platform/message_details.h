@@ -39,7 +39,7 @@ struct MessageValue {
 constexpr size_t MAXIMUM_MESSAGE_VALUES = 10;
 
 struct MessageDetails {
-  DetailText sentence = NO_DETAIL;  // of a notice what follows its text, of an error what stands in place of it
+  DetailText sentence = NO_DETAIL;  // follows the text of a notice, and takes the place of that of an error
   DetailText hint = NO_DETAIL;      // what follows, in a sentence of its own
   std::array<MessageValue, MAXIMUM_MESSAGE_VALUES> values = {};
 };

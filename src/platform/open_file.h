@@ -8,7 +8,7 @@
 
 #include "platform/detail_texts.h"
 
-// Whom a file may belong to and what it may be.
+// What a file may be, and to whom it may belong.
 enum FileKind {
   NAMED_BY_USER,          // anything that opens, devices and pipes included
   REGULAR_FILE,           // a regular file, found through links too

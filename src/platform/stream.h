@@ -22,9 +22,10 @@ constexpr size_t MAXIMUM_STREAMS = 8;
 // Returns another descriptor of the open file, or -1 with the reason in messageReason.
 int duplicateDescriptor(int descriptor);
 
-// Makes a stream of an open file, which it takes over. Returns null with the reason in messageReason when the
-// descriptor is negative, whose own reason stays, when the file cannot be positioned although it is one that could, or
-// when the stream is one too many. Takes no memory from the heap. The caller closes it with closeStream.
+// Makes a stream of an open file, which it takes over. Returns null, with the reason in messageReason, when the file
+// cannot be positioned although files of its kind can, when the stream is one too many, and when the descriptor is
+// negative: then the reason is that of whoever could not open it. Takes no memory from the heap. The caller closes it
+// with closeStream.
 Stream* openStream(int descriptor, StreamMode mode);
 
 // Writes what is pending. Returns 0, or -1 when this or any earlier write to the stream failed, with the
@@ -50,16 +51,16 @@ std::string_view unreadText(const Stream* stream);
 // Reads more behind it, which may move it. Returns false at the end of the file or when the read fails.
 bool readOn(Stream* stream);
 
-// Hands out so much of it.
+// Hands out the first so many bytes of it.
 void passOver(Stream* stream, size_t length);
 
 // True once a NUL has been read.
 bool hasMetNul(const Stream* stream);
 
-// Returns a line that has been read up to its first NUL.
+// Returns a line, which has been read, up to its first NUL.
 std::string_view upToNul(const Stream* stream, std::string_view line);
 
-// Keeps what stands from the stream's position on in memory, however much is read, until the hold is given up or the
+// Keeps in memory what stands from the stream's position on, however much is read, until the hold is given up or the
 // position is set. Ends in bad_alloc when memory does not suffice.
 void holdText(Stream* stream);
 void giveUpHold(Stream* stream);
@@ -75,7 +76,7 @@ void skipBlankLines(Stream* stream, size_t limit);
 // True once a write has failed because of somebody else: the reader of a pipe has left, or a file has been changed.
 bool isSpoiltByOthers(const Stream* stream);
 
-// Returns false, with the reason in messageReason, when a regular file has not the size that the stream has given it.
+// Returns false, with the reason in messageReason, when a regular file is not of the size that the stream has given it.
 bool hasItsSize(const Stream* stream);
 
 // Returns the size that a regular file has been given by what was written to it; -1 for another file.
@@ -89,8 +90,8 @@ bool readFailed(const Stream* stream);
 int32_t writeText(Stream* stream, const char* text, size_t length);
 int32_t writeText(Stream* stream, const char* text);  // a NUL-terminated text
 
-// Returns where in memory so many bytes stand that are written next; null when they do not fit there at once or a write
-// to the stream has failed. Whoever has put them there passes over as many of them as are to be written.
+// Returns where in memory the next bytes to be written go, so many of them; null when they do not fit there at once or
+// a write to the stream has failed. The caller puts them there and passes over as many as are to be written.
 char* roomFor(Stream* stream, size_t length);
 void passWritten(Stream* stream, size_t length);
 

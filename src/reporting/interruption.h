@@ -9,10 +9,10 @@
 // input.
 void prepareForSignals();
 
-// Has what is said name the input and the output, as the command line gives them.
+// Adds the names of the input and the output, as the command line gives them, to what is said.
 void nameFilesForSignals();
 
-// Holds these three back, so that none arrives between two steps that belong together, and lets those through again
-// that were not held back before.
+// Hold these three back, so that none arrives between two steps that belong together, and let through again those that
+// were not held back before.
 void holdSignals();
 void letSignalsThrough();

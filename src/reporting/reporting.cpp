@@ -99,7 +99,7 @@ static void prepareFailure() {
   stepBeforeFailure = nullptr;  // it can fail, too
   const char* const unreadable = step != nullptr ? step() : nullptr;
   if (unreadable == nullptr) return;
-  // In place of the failure that was to be told, which has come of it.
+  // The failure that was to be told is a consequence of this one, which is told in its place.
   zr_printf_utf8(OBJECT_NOT_READ, unreadable);
   exit(-1);
 }

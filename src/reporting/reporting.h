@@ -21,13 +21,13 @@ inline int32_t debugError = 0;
 // The trace stream, open for the whole run when a trace file is named; null otherwise.
 inline FILE* tfp = nullptr;
 
-// Writes to the trace, and flushes it; does nothing while debug is 0. Leaves errno alone. A macro for its callers,
-// because without tracing a run passes by the places that trace some forty times an entry.
+// Writes to the trace, and flushes it; does nothing while debug is 0. Leaves errno alone. A macro for its callers: a
+// run that does not trace comes to some forty such places with every entry.
 [[gnu::format(printf, 1, 2)]] void traceLine(const char* format, ...);
 #define traceLine(...) (debug == 0 ? static_cast<void>(0) : traceLine(__VA_ARGS__))
 
-// Writes to standard output, and flushes it. Control characters other than newlines, and what is no UTF-8, are shown as
-// \xNN. A text beyond 128 KiB is cut.
+// Writes to standard output, and flushes it. Control characters other than newlines, and bytes that are not UTF-8, are
+// shown as \xNN. A text beyond 128 KiB is cut.
 [[gnu::format(printf, 1, 2)]] void printHarmlessly(const char* format, ...);
 
 // The same, but does nothing while debugError is 0.
@@ -43,8 +43,8 @@ Sink traceSink();
 std::string_view textOrNull(std::string_view text);
 std::string_view textOrNULL(std::string_view text);
 
-// Says which entry (its dn: line) the failure of a position call concerns that the next message reports. The text is
-// only lent, and must stay valid until then; an empty one takes it back.
+// Names the entry (its dn: line) that the next message concerns, if it reports the failure of a position call. The text
+// is only lent, and must stay valid until then; an empty one takes it back.
 void concerning(std::string_view dn);
 
 // Issues a notice, or an error that the run survives, with its details.

@@ -30,7 +30,7 @@ inline char debugFileName[DEBUG_FILE_NAME_SIZE];       // the trace file; empty 
 inline char systemCommand[FILE_NAME_SIZE];
 
 // The files that the run holds, and its locks on them, from its start to its end; the work file from the preparation
-// pass on, the copy of it from when it is made. A descriptor of -1 for those that are not open.
+// pass on, its copy from the moment it is made. Those that are not open have a descriptor of -1.
 inline HeldFile inputFile;
 inline HeldFile outputFile;
 inline HeldFile traceFile;
@@ -40,7 +40,7 @@ inline HeldFile preservedWorkFile;
 // Why the input could not be opened; empty when it was.
 inline char inputProblem[sizeof messageReason];
 
-// How long the preparation pass has made the work file, in bytes; it stays so.
+// The length of the work file as the preparation pass has left it, in bytes; the passes do not change it.
 inline int64_t workFileLength = 0;
 
 // How many users and groups one pass may gather; at least 1 each.

@@ -17,7 +17,7 @@ struct Attribute {
   std::string_view text;
 };
 
-// The name of a line's own attribute: what stands before its first colon; of a line without one all of it.
+// The name of a line's own attribute: what stands before its first colon, or all of a line without one.
 inline std::string_view ownName(const Line& line) {
   return line.firstColon == NO_COLON ? line.content() : line.view().substr(0, line.firstColon);
 }

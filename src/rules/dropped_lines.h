@@ -53,7 +53,7 @@ constexpr DroppedNames namesOfDropped() {
   return all;
 }
 
-// True when one of the texts stands in the line as it has to on this road.
+// True when one of the texts stands in the line in a letter case that counts on this road.
 bool holdsDroppedText(const Line& line, Road road);
 
 // True when the line is left out on this road.

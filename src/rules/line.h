@@ -30,7 +30,7 @@ constexpr size_t LONGEST_LINE = 4095;
 // Lines of an entry that can be held; one of so many is copied as it stands.
 constexpr int32_t OBJECT_ARRAY_SIZE = 250000;
 
-// Looks through a text for everything that is to be known of it.
+// Finds out everything about a text that a Line says.
 Line scanLine(std::string_view text);
 
 // Returns the two characters before a colon as a number below 1,024, the same for both cases of a letter.

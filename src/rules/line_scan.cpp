@@ -45,7 +45,7 @@ static inline BlockMasks masksOf(std::string_view text, size_t begin) {
   return text.size() - begin >= BLOCK_SIZE ? masksOfWhole(text.data() + begin) : masksOfLast(text, begin);
 }
 
-// Has the scan go on from a place.
+// Makes the scan go on from a place.
 static void goOnFrom(LineScan& scan, size_t place) {
   const size_t before = place % BLOCK_SIZE;
   scan.next = place;

@@ -9,9 +9,9 @@
 
 struct UnfoldedEntry {
   size_t lines;   // those that are left, from the first place on
-  bool isAsRead;  // they are those that have been read but for their line ends
+  bool isAsRead;  // but for their line ends they are the lines that have been read
 };
 
-// Gives the lines of an entry that form, in place. Texts that lie in memory of our own may be changed there; others are
-// copied where they have to change.
+// Brings the lines of an entry into that form, in place. Texts in memory of our own may be changed there; others are
+// copied if they have to change.
 UnfoldedEntry unfoldLines(std::span<Line> entry, bool areTextsOurs, Texts& texts);

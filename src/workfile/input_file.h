@@ -1,4 +1,4 @@
-// The input as a file: read once, and not to be changed by anybody meanwhile.
+// The input as a file: read once, while nobody may change it.
 #pragma once
 
 #include <cstdint>

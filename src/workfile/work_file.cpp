@@ -105,7 +105,7 @@ static bool isUnderItsName() {
   return isSame(named, status) || failWith(CHANGED_BY_OTHERS);
 }
 
-// Kept: a last line of one character that has no newline is blanked out to two, which the file then has more.
+// Kept: a last line of one character without a newline is blanked out to two, so the file grows by one.
 static void takeLength() {
   if (tifp != nullptr && flushStream(tifp) == 0) workFileLength = std::max(workFileLength, sizeGiven(tifp));
 }

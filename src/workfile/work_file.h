@@ -13,9 +13,9 @@ bool holdEarlierWorkFile();
 // Returns the size of the work file that an earlier run has left, or -1 when there is none.
 int64_t sizeOfEarlierWorkFile();
 
-// Makes tifp, for appending to the work file of an earlier run or to a new one, which is locked. No signal finds the
-// work file there and not yet marked as the run's own. Ends the run with FILE_NOT_OPENED when it cannot be opened or
-// something else has been laid in its place or has changed it.
+// Makes tifp, for appending to the work file of an earlier run or to a new one, which is locked. A signal finds the
+// work file either not yet there or marked as the run's own. Ends the run with FILE_NOT_OPENED when it cannot be opened
+// or something else has been laid in its place or has changed it.
 void openWorkFileForAppending(bool isTracing);
 
 // Closes tifp behind the preparation pass and remembers how long the file has become. Returns 0, or -1 when something
@@ -26,8 +26,8 @@ int32_t closeAppendedWorkFile();
 // be opened. Ends the run with OBJECT_NOT_READ when it is not what the preparation pass has left.
 bool reopenWorkFile();
 
-// Returns false, with the reason in messageReason, when the work file has not the length that the preparation pass has
-// given it.
+// Returns false, with the reason in messageReason, when the work file is not of the length that the preparation pass
+// has given it.
 bool isWorkFileAsItWasLeft();
 
 // Ends the run with OBJECT_NOT_READ when something else has changed the work file, or put another one in its place, and
