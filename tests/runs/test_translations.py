@@ -53,6 +53,7 @@ def texts_of(catalogue):
 def embedded_texts():
     """The same of the texts that the tool brings along, as its source writes them: in pieces, some of them by name."""
     source = (project / "src" / "platform" / "message_catalogue.cpp").read_text(encoding="utf-8")
+    source = re.sub(r"^ *//.*\n", "", source, flags=re.MULTILINE)
     messages = re.findall(r"\{3809283\d\d, \w+, \w+,([^{}]*(?:\{\d+\}[^{}]*)*)\}", source)
     details = re.search(r"detailTexts\[\] = \{\n(.*?)\n\};", source, re.DOTALL)[1]
     details = re.split(r",\n+ +(?=\")", details)
