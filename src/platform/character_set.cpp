@@ -58,22 +58,20 @@ bool isRepresentable(iconv_t conversion, std::string_view text) {
   return problem == 0;
 }
 
-// Shows the bytes of the first character of the source, which the character set lacks, and moves behind it. Returns
-// false for want of room, with no byte shown in part.
-static bool showBytes(iconv_t conversion, Part& source, Part& target) {
+// Shows the first byte of the source, which belongs to a character that the character set lacks, and moves behind it.
+// Returns false for want of room, with nothing of the byte shown.
+static bool showByte(iconv_t conversion, Part& source, Part& target) {
   constexpr size_t SHOWN_SIZE = 5;  // \xNN
-  do {
-    char shown[SHOWN_SIZE];
-    snprintf(shown, sizeof shown, "\\x%02X", static_cast<unsigned char>(*source.text));
-    Part escape = {shown, strlen(shown)};
-    const Part before = target;
-    if (convert(conversion, escape, target) != 0) {
-      target = before;
-      return false;
-    }
-    ++source.text;
-    --source.length;
-  } while (source.length > 0 && (static_cast<unsigned char>(*source.text) & 0xc0U) == 0x80U);
+  char shown[SHOWN_SIZE];
+  snprintf(shown, sizeof shown, "\\x%02X", static_cast<unsigned char>(*source.text));
+  Part escape = {shown, strlen(shown)};
+  const Part before = target;
+  if (convert(conversion, escape, target) != 0) {
+    target = before;
+    return false;
+  }
+  ++source.text;
+  --source.length;
   return true;
 }
 
@@ -84,11 +82,11 @@ void convertText(iconv_t conversion, char* buffer, size_t size) {
   beginConversion(conversion);
   Part source = {buffer, strlen(buffer)};
   Part target = {converted, std::min(size, CAPACITY) - RESERVE};
-  // Up to a character that the character set lacks, then its bytes, and on behind it.
+  // Up to a character that the character set lacks, then its bytes one by one, none of which is a character, and on.
   while (source.length > 0) {
     const int problem = convert(conversion, source, target);
     // Without room the rest is cut off.
-    if (problem == 0 || problem == E2BIG || !showBytes(conversion, source, target)) break;
+    if (problem == 0 || problem == E2BIG || !showByte(conversion, source, target)) break;
   }
   target.length += RESERVE - 1;
   iconv(conversion, nullptr, nullptr, &target.text, &target.length);

@@ -82,6 +82,8 @@ TEST_F(German, GivesWayToEnglishAsAWhole) {
   setenv("LC_ALL", "C", 1);
   strcpy(messageReason, "");
   EXPECT_SHOWN(issue(WRITE_FAILED, "a"), ": Das Schreiben in die Datei a ist gescheitert\n$");
+  failWith(TOO_MANY_STREAMS);  // has no umlaut, but the message has one
+  EXPECT_SHOWN(issue(FILE_NOT_OPENED, "a"), ": The file a could not be opened: too many files are open\n$");
   failWith(CHANGED_BY_OTHERS);  // of which alone the translation has an umlaut
   EXPECT_SHOWN(issue(WRITE_FAILED, "\u00e4"), ": Writing to the file \u00e4 failed: something else has changed it\n$");
 }
