@@ -63,7 +63,9 @@ std::string_view recordAt(SurveyedFile& file, uint64_t place) {
   return text.substr(0, recordLength(text));
 }
 
-static size_t firstPlace(const OutputRecords& records, uint64_t hash) { return hash & (records.places.size() - 1); }
+static size_t firstPlace(const OutputRecords& records, uint64_t hash) {
+  return static_cast<size_t>(hash) & (records.places.size() - 1);
+}
 
 static void insert(OutputRecords& records, const OutputRecord& record) {
   size_t place = firstPlace(records, record.hash);

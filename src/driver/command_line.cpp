@@ -21,8 +21,8 @@ static void copyName(char* buffer, size_t size, const char* name) {
 }
 
 static int32_t readSlotCount(const char* argument) {
-  // Kept: what stands behind the digits is not looked at. A number too large for strtol comes as the largest there is.
-  const long count = strtol(argument, nullptr, 10);
+  // Kept: what stands behind the digits is not looked at. A number too large for strtoll comes as the largest there is.
+  const long long count = strtoll(argument, nullptr, 10);
   if (count < 1) exitWithUsageError(SLOT_COUNT_TOO_SMALL);
   if (count > INT32_MAX) exitWithUsageError(SLOT_COUNT_TOO_LARGE);
   return static_cast<int32_t>(count);

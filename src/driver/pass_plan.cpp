@@ -69,7 +69,7 @@ static uint64_t hashOf(const Note& note) {
   return sideOf(static_cast<EntryKind>(note.kind)) == USER_SIDE ? note.ownerHash | 1U : note.ownerHash & ~uint64_t{1};
 }
 
-static size_t placeOf(const OwnerRanks& ranks, uint64_t hash) { return (hash >> 1U) & ranks.mask; }
+static size_t placeOf(const OwnerRanks& ranks, uint64_t hash) { return static_cast<size_t>(hash >> 1U) & ranks.mask; }
 
 // Returns the owner's rank, from 0.
 static uint32_t rankOf(OwnerRanks& ranks, Note& note) {

@@ -1,6 +1,7 @@
 #include "ldif/object_buffer.h"
 
 #include <algorithm>
+#include <cinttypes>
 
 #include "ldif/complaint.h"
 #include "ldif/line_reader.h"
@@ -173,7 +174,7 @@ int32_t getNextObject(Stream* stream) {
     traceLine("getNextObject():  fgetpos() failed with rc = %d (dec)  \n", rc);
     exitWithMessage(POSITION_CALL_FAILED, "fgetpos()", rc);
   }
-  traceLine("getNextObject():  filePositionBeforeReadingObject = %ld  \n", static_cast<long>(filePositionBeforeObject));
+  traceLine("getNextObject():  filePositionBeforeReadingObject = %" PRId64 "  \n", filePositionBeforeObject);
 
   ObjectExtent extent;
   const int32_t result = readLinesOfObject(stream, true, extent);

@@ -262,8 +262,8 @@ static bool needsOrigins(const ReadEntry& entry, const PreparedEntry& prepared) 
                      [](const Line& line) { return line.length == LONGEST_LINE || losesEnd(line); });
 }
 
-static uint64_t bytesOf(Entry lines, bool areDropped) {
-  uint64_t bytes = 1;
+static size_t bytesOf(Entry lines, bool areDropped) {
+  size_t bytes = 1;
   for (const Line& line : lines)
     if (!areDropped || !isDropped(line, STRAIGHT_THROUGH)) bytes += line.length;
   return bytes;

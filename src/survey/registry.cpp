@@ -8,7 +8,7 @@ static uint64_t withSide(uint64_t hash, Side side) { return side == USER_SIDE ? 
 
 // The lowest bit says the side, and would leave every second place empty.
 static size_t firstPlace(const Registry& registry, uint64_t hash) {
-  return (hash >> 1U) & (registry.places.size() - 1);
+  return static_cast<size_t>(hash >> 1U) & (registry.places.size() - 1);
 }
 
 static void growPlaces(Registry& registry) {

@@ -59,6 +59,7 @@ bool isWhole(const SurveyedFile& file) { return file.windowLength == file.size; 
 
 // The address space can be smaller than expected, too.
 static bool map(SurveyedFile& file, uint64_t begin, uint64_t length) {
+  if (length > PTRDIFF_MAX) return false;  // longer than a text can be
   void* const data =
       mmap(nullptr, static_cast<size_t>(length), PROT_READ, MAP_SHARED, file.descriptor, static_cast<off_t>(begin));
   if (data == MAP_FAILED) return false;
@@ -105,7 +106,7 @@ bool isUnchanged(const SurveyedFile& file) {
 int64_t linesBefore(SurveyedFile& file, uint64_t place) {
   // What is counted again for each line that is shown is half a step; the sums take two bytes for a kilobyte of the
   // file.
-  constexpr size_t STEP = size_t{4} * 1024;
+  constexpr uint64_t STEP = uint64_t{4} * 1024;
   std::vector<int64_t>& counts = file.lineCounts;
   if (counts.empty()) counts.push_back(0);
   while (place / STEP >= counts.size()) {
@@ -115,5 +116,5 @@ int64_t linesBefore(SurveyedFile& file, uint64_t place) {
   const uint64_t begin = place / STEP * STEP;
   const auto length = static_cast<size_t>(place - begin);
   const std::string_view rest = textFrom(file, begin, length).substr(0, length);
-  return counts[place / STEP] + std::count(rest.begin(), rest.end(), '\n');
+  return counts[static_cast<size_t>(place / STEP)] + std::count(rest.begin(), rest.end(), '\n');
 }

@@ -1,5 +1,6 @@
 #include "workfile/work_file_cursor.h"
 
+#include <cinttypes>
 #include <cstring>
 
 #include "ldif/line_reader.h"
@@ -39,10 +40,10 @@ static void traceRestoredPosition(Stream* stream, int32_t readResult) {
     traceLine("getNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = %d (dec)  \n", readResult);
     return;
   }
-  filePositionAfterReadingObject_ftell = static_cast<long>(filePositionAfterReadingObject);
-  traceLine("getNextObjectFromTemporaryInputLDIFFile():  filePositionBeforeReadingObject = %ld  \n",
+  filePositionAfterReadingObject_ftell = filePositionAfterReadingObject;
+  traceLine("getNextObjectFromTemporaryInputLDIFFile():  filePositionBeforeReadingObject = %" PRId64 "  \n",
             filePositionBeforeReadingObject_ftell);
-  traceLine("                                            filePositionAfterReadingObject = %ld  \n",
+  traceLine("                                            filePositionAfterReadingObject = %" PRId64 "  \n",
             filePositionAfterReadingObject_ftell);
   traceLine(
       "                                            THESE VALUES SHOULD BE EQUAL SINCE THIS FUNCTION RESTORES THE FILE    \n");
@@ -59,8 +60,8 @@ int32_t getNextObjectFromTemporaryInputLDIFFile(Stream* stream) {
     traceLine("getNextObjectFromTemporaryInputLDIFFile():  fgetpos() failed with rc = %d (dec)  \n", rc);
     exitWithMessage(POSITION_CALL_FAILED, "fgetpos()", rc);
   }
-  filePositionBeforeReadingObject_ftell = static_cast<long>(filePositionBeforeReadingObject);
-  traceLine("getNextObjectFromTemporaryInputLDIFFile():  filePositionBeforeReadingObject = %ld  \n",
+  filePositionBeforeReadingObject_ftell = filePositionBeforeReadingObject;
+  traceLine("getNextObjectFromTemporaryInputLDIFFile():  filePositionBeforeReadingObject = %" PRId64 "  \n",
             filePositionBeforeReadingObject_ftell);
 
   rc = readObject(stream);
@@ -173,7 +174,7 @@ static void stepOverObject(Stream* stream) {
 
 static void rememberFirstStepOver(FilePosition position) {
   filePositionOfFirstObjectSteppedOver = position;
-  filePositionOfFirstObjectSteppedOver_ftell = static_cast<long>(position);
+  filePositionOfFirstObjectSteppedOver_ftell = position;
   hasTheStepOverFilePositionBeenInitialized = 1;
 }
 

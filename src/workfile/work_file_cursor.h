@@ -14,9 +14,9 @@ using FilePosition = int64_t;
 // Where the entry read last, or the blank lines before it, begins; and, while tracing, where the stream stood
 // after the read had put it back. The _ftell twins are what the trace shows.
 inline FilePosition filePositionBeforeReadingObject = 0;
-inline long filePositionBeforeReadingObject_ftell = 0;
+inline int64_t filePositionBeforeReadingObject_ftell = 0;
 inline FilePosition filePositionAfterReadingObject = 0;
-inline long filePositionAfterReadingObject_ftell = 0;
+inline int64_t filePositionAfterReadingObject_ftell = 0;
 
 // Where the entry read last stands, so that it can be blanked out or stepped over without being read once more.
 inline ObjectExtent lastObjectExtent = {};
@@ -24,7 +24,7 @@ inline ObjectExtent lastObjectExtent = {};
 // Where the first entry stepped over in this pass, or the blank lines before it, begins: the next pass starts
 // there. Valid while the flag is 1; the run driver reads the position and clears the flag.
 inline FilePosition filePositionOfFirstObjectSteppedOver = 0;
-inline long filePositionOfFirstObjectSteppedOver_ftell = 0;
+inline int64_t filePositionOfFirstObjectSteppedOver_ftell = 0;
 inline int32_t hasTheStepOverFilePositionBeenInitialized = 0;
 
 // getNextObjectFromTemporaryInputLDIFFile's result when the file cannot be read.

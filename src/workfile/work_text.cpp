@@ -33,7 +33,7 @@ static void prepareForLostPages() {
 
 bool mapWorkFile() {
   // Nothing cannot be mapped, and more than can be addressed cannot either.
-  if (workFileLength == 0 || static_cast<uint64_t>(workFileLength) > SIZE_MAX) return false;
+  if (workFileLength == 0 || workFileLength > PTRDIFF_MAX) return false;
   const auto length = static_cast<size_t>(workFileLength);
   void* const mapped = mmap(nullptr, length, PROT_READ, MAP_SHARED, workFile.descriptor, 0);
   if (mapped == MAP_FAILED) return false;
@@ -52,6 +52,6 @@ bool isInWorkText(std::string_view part) {
   return text != nullptr && part.data() >= text && part.data() < text + textLength;
 }
 
-std::string_view workText(uint64_t start, uint64_t length) {
+std::string_view workText(uint64_t start, size_t length) {
   return text == nullptr ? std::string_view() : std::string_view(text + start, length);
 }

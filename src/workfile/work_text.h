@@ -1,6 +1,7 @@
 // The text of the work file in memory, for the passes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -13,4 +14,4 @@ void unmapWorkFile();
 bool isInWorkText(std::string_view text);
 
 // Returns a part of the work file: in memory, or nothing while it is not mapped.
-std::string_view workText(uint64_t start, uint64_t length);
+std::string_view workText(uint64_t start, size_t length);
