@@ -105,31 +105,38 @@ std::string outputOfDescriptor(int descriptor, FILE* stream, const std::function
 }  // namespace
 
 // A build whose allocations are the tests' to let fail: what is linked calls these in place of the real ones.
+#if SIZE_MAX > UINT32_MAX
+#define REAL(wide, narrow) __real_##wide
+#define WRAP(wide, narrow) __wrap_##wide
+#else
+#define REAL(wide, narrow) __real_##narrow
+#define WRAP(wide, narrow) __wrap_##narrow
+#endif
 extern "C" {
-void* __real__Znwm(size_t size);
-void* __real__Znam(size_t size);
+void* REAL(_Znwm, _Znwj)(size_t size);
+void* REAL(_Znam, _Znaj)(size_t size);
 void* __real_realloc(void* block, size_t size);
-void* __real_mmap(void* address, size_t length, int protection, int flags, int descriptor, off_t offset);
-ssize_t __real_pread(int descriptor, void* buffer, size_t size, off_t offset);
+void* REAL(mmap, mmap64)(void* address, size_t length, int protection, int flags, int descriptor, off_t offset);
+ssize_t REAL(pread, pread64)(int descriptor, void* buffer, size_t size, off_t offset);
 
-void* __wrap__Znwm(size_t size) {
+void* WRAP(_Znwm, _Znwj)(size_t size) {
   if (takeFailureOfMemory(failingAllocation)) std::get_new_handler()();
-  return __real__Znwm(size);
+  return REAL(_Znwm, _Znwj)(size);
 }
-void* __wrap__Znam(size_t size) {
+void* WRAP(_Znam, _Znaj)(size_t size) {
   if (takeFailureOfMemory(failingAllocation)) std::get_new_handler()();
-  return __real__Znam(size);
+  return REAL(_Znam, _Znaj)(size);
 }
 void* __wrap_realloc(void* block, size_t size) {
   return takeFailureOfMemory(failingReallocation) ? nullptr : __real_realloc(block, size);
 }
-void* __wrap_mmap(void* address, size_t length, int protection, int flags, int descriptor, off_t offset) {
-  if (!takeFailure(failingMapping)) return __real_mmap(address, length, protection, flags, descriptor, offset);
+void* WRAP(mmap, mmap64)(void* address, size_t length, int protection, int flags, int descriptor, off_t offset) {
+  if (!takeFailure(failingMapping)) return REAL(mmap, mmap64)(address, length, protection, flags, descriptor, offset);
   errno = ENOMEM;
   return reinterpret_cast<void*>(-1);
 }
-ssize_t __wrap_pread(int descriptor, void* buffer, size_t size, off_t offset) {
-  if (!takeFailure(failingRead)) return __real_pread(descriptor, buffer, size, offset);
+ssize_t WRAP(pread, pread64)(int descriptor, void* buffer, size_t size, off_t offset) {
+  if (!takeFailure(failingRead)) return REAL(pread, pread64)(descriptor, buffer, size, offset);
   errno = EIO;
   return -1;
 }
