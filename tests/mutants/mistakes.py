@@ -147,7 +147,7 @@ mistakes = [
 
     # driver
     ("slot count may be octal", "driver/command_line.cpp",
-     "strtol(argument, nullptr, 10)", "strtol(argument, nullptr, 0)"),
+     "strtoll(argument, nullptr, 10)", "strtoll(argument, nullptr, 0)"),
     ("slot count of 0 is accepted", "driver/command_line.cpp", "count < 1", "count < 0"),
     ("slot count wraps around", "driver/command_line.cpp", "if (count > INT32_MAX)", "if (false)"),
     ("three arguments are enough", "driver/command_line.cpp",
