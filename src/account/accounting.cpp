@@ -145,7 +145,7 @@ class CopiedEntries final : public EntryVisitor {
 
   void endOversized(const ReadEntry& entry, uint64_t begin) override {
     const bool hasEmptyLine = !entry.isEndedByText;
-    if (entry.hasNul) accounting_.sink.take({NUL_BYTE, AT_NONE, begin, begin + (entry.nul - entry.begin)});
+    findNuls(entry, begin, accounting_.sink);
     const uint64_t from = accounting_.copiedBytes;
     const uint64_t length = at_ - from + (hasEmptyLine ? 1 : 0);
     isOversized_ = false;

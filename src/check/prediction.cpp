@@ -32,9 +32,7 @@ class EntryCheck final : public EntryVisitor {
     if (isDropped(line, OVERSIZED) && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
       findings_.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
   }
-  void endOversized(const ReadEntry& entry, uint64_t begin) override {
-    if (entry.hasNul) findings_.take({NUL_BYTE, AT_NONE, begin, begin + (entry.nul - entry.begin)});
-  }
+  void endOversized(const ReadEntry& entry, uint64_t begin) override { findNuls(entry, begin, findings_); }
 
  private:
   FindingSink& findings_;

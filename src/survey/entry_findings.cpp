@@ -64,14 +64,34 @@ static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t beg
 static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin,
                           FindingSink& findings) {
   if (entry.isOrdinary && entry.end - entry.begin <= LONGEST_LINE) return;
-  size_t found = prepared.lines.size();
-  for (size_t i = prepared.lines.size(); i-- > 0;) {
+  uint64_t last = NO_PLACE;
+  bool isAny = entry.hasLongLine;
+  for (size_t i = 0; i < prepared.lines.size(); ++i) {
     const bool isLong = prepared.lines[i].length > LONGEST_LINE && (entry.hasLongLine || !prepared.goesToOutput);
     const bool isPiece = i < prepared.origins.size() && prepared.origins[i].isPiece;
-    if (isLong || isPiece) found = i;
+    if (!isLong && !isPiece) continue;
+    isAny = true;
+    if (i < prepared.origins.size() && prepared.origins[i].line == NO_LINE) continue;  // it has been added
+    const uint64_t place = placeOf(prepared, i, begin);
+    if (place != last) findings.take({LONG_LINE, AT_NONE, begin, place});
+    last = place;
   }
-  if (found < prepared.lines.size() || entry.hasLongLine)
-    findings.take({LONG_LINE, AT_NONE, begin, placeOf(prepared, found, begin)});
+  if (last == NO_PLACE && isAny) findings.take({LONG_LINE, AT_NONE, begin});
+}
+
+// A finding for each line in which one of the places lies, in their order.
+static void findInLines(FindingId id, const std::vector<size_t>& places, const PreparedEntry& prepared, uint64_t begin,
+                        FindingSink& findings) {
+  uint64_t last = NO_PLACE;
+  for (const size_t place : places) {
+    const uint64_t line = wholeLine(prepared, place, begin);
+    if (line != last) findings.take({id, AT_NONE, begin, line});
+    last = line;
+  }
+}
+
+void findNuls(const ReadEntry& entry, uint64_t begin, FindingSink& findings) {
+  for (const size_t nul : entry.nuls) findings.take({NUL_BYTE, AT_NONE, begin, begin + (nul - entry.begin)});
 }
 
 // What its first line and its bytes show.
@@ -85,9 +105,10 @@ static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, 
   if (lines[0].view().starts_with("\xEF\xBB\xBF")) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
   if (isBehindDn && prepared.goesToOutput && !isVersion && !beginsWithDn(entry) && prepared.problem == NO_DETAIL)
     findings.take({ENTRY_WITHOUT_DN, AT_NONE, begin});
-  if (entry.hasNul) findings.take({NUL_BYTE, AT_NONE, begin, wholeLine(prepared, entry.nul - entry.begin, begin)});
-  if (prepared.hasReturn)
-    findings.take({RETURN_IN_LINE, AT_NONE, begin, wholeLine(prepared, prepared.returnPlace, begin)});
+  std::vector<size_t> nuls = entry.nuls;
+  for (size_t& place : nuls) place -= entry.begin;
+  findInLines(NUL_BYTE, nuls, prepared, begin, findings);
+  findInLines(RETURN_IN_LINE, prepared.returns, prepared, begin, findings);
   if (entry.hasFoldedComment && prepared.problem != FOLDED_COMMENT) findings.take({COMMENT_IS_FOLDED, AT_NONE, begin});
   findLongLines(entry, prepared, begin, findings);
 }

@@ -13,6 +13,9 @@
 void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
                  FindingSink& findings);
 
+// Finds the lines that NULs cut short of an entry that is too long to be held.
+void findNuls(const ReadEntry& entry, uint64_t begin, FindingSink& findings);
+
 // True when it begins with a dn: line.
 bool beginsWithDn(const ReadEntry& entry);
 

@@ -40,8 +40,7 @@ static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
   // Strings of the tool end at a NUL, so that what stands behind it on its line is never seen.
   line = scanLine(line.view().substr(0, line.view().find('\0')));
   const bool isPiece = entry.count > 0 && line.text[-1] != '\n';
-  if (!entry.hasNul) entry.nul = static_cast<size_t>((isPiece ? entry.room[0] : line).text - walk.text.data());
-  entry.hasNul = true;
+  entry.nuls.push_back(static_cast<size_t>((isPiece ? entry.room[0] : line).text - walk.text.data()));
   return true;
 }
 
@@ -64,7 +63,8 @@ static bool takeOrdinary(EntryWalk& walk, ReadEntry& entry, size_t& taken) {
 
 static void beginEntry(ReadEntry& entry) {
   entry.count = 0;
-  entry.isEndedByText = entry.isOversized = entry.hasNul = entry.hasLongLine = false;
+  entry.isEndedByText = entry.isOversized = entry.hasLongLine = false;
+  entry.nuls.clear();
   entry.hasFoldedComment = false;
 }
 
@@ -97,7 +97,7 @@ static bool finish(const EntryWalk& walk, ReadEntry& entry) {
 // Reads a line that needs a look. Returns true when the entry ends there.
 static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment) {
   Line& line = entry.room[entry.count];
-  const bool hadNul = entry.hasNul;
+  const size_t nuls = entry.nuls.size();
   const bool hadLongLine = entry.hasLongLine;
   if (!takeAnyLine(walk, entry, line)) {
     entry.isEndedByText = true;
@@ -106,7 +106,7 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
   if (isBlankLine(line.view())) return entry.count > 0;
   const bool isComment = line.text[0] == '#';
   if (isComment) {
-    entry.hasNul = hadNul;
+    entry.nuls.resize(nuls);
     entry.hasLongLine = hadLongLine;
   }
   // A comment cannot be folded here: what continues it is taken for more of the line before the comment.

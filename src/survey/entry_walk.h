@@ -17,8 +17,7 @@ struct ReadEntry {
   size_t end = 0;                 // behind the blank line that ends it
   bool isEndedByText = false;     // and by no blank line
   bool isOversized = false;       // it goes on behind the lines that are held
-  bool hasNul = false;            // a line is cut short by one
-  size_t nul = 0;                 // where the first such line begins; the entry, where that is a piece of one
+  std::vector<size_t> nuls;       // where lines begin that are cut short by one; the entry, for a piece of a line
   bool hasLongLine = false;       // a line stands there in pieces
   bool hasFoldedComment = false;  // what continues a comment is taken for more of the line before it
   bool isOrdinary = false;        // every line is whole and has a newline or CRLF behind it

@@ -42,17 +42,14 @@ static void findOrigins(const ReadEntry& entry, std::string_view text, bool areW
   prepared.text = text.substr(entry.begin, entry.end - entry.begin);
   prepared.origins.clear();
   prepared.attributeLines = 0;
-  prepared.hasReturn = false;
+  prepared.returns.clear();
   if (entry.isOrdinary) {
     prepared.attributeLines = static_cast<uint32_t>(entry.count) - entry.continuations;
     if (areWanted) findOriginsOfOrdinary(entry, text, prepared);
     return;
   }
   for (const Line& line : entry.lines()) {
-    if (!prepared.hasReturn && losesEnd(line)) {
-      prepared.hasReturn = true;
-      prepared.returnPlace = static_cast<size_t>(line.text - text.data()) - entry.begin;
-    }
+    if (losesEnd(line)) prepared.returns.push_back(static_cast<size_t>(line.text - text.data()) - entry.begin);
     const bool isFirst = &line == entry.room.data();
     if (isContinuation(line) && !isFirst) continue;
     const bool isPiece = entry.hasLongLine && !isFirst && !beginsLine(line, text);
@@ -257,7 +254,7 @@ static bool needsOrigins(const ReadEntry& entry, const PreparedEntry& prepared) 
   const bool isCopied = prepared.goesToOutput || prepared.kind == RESCREDS_KIND;
   if (isCopied || (entry.names & CHANGETYPE) != 0) return true;
   if (entry.isOrdinary) return false;
-  return entry.hasLongLine || entry.hasNul ||
+  return entry.hasLongLine || !entry.nuls.empty() ||
          std::any_of(entry.lines().begin(), entry.lines().end(),
                      [](const Line& line) { return line.length == LONGEST_LINE || losesEnd(line); });
 }

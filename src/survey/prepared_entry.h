@@ -37,8 +37,6 @@ struct PreparedEntry {
   DetailText problem = NO_DETAIL;  // why the run ends here
   bool goesToOutput = false;
   bool lacksOrigins = false;     // they are needed: it has to be read and prepared once more with them
-  bool hasReturn = false;        // inside a line, with something behind it
-  size_t returnPlace = 0;        // of the first such line, from the begin of the entry
   bool isValueTaken = false;     // for an attribute that its line is not
   size_t takenPlace = 0;         // of the line; 0 where that is not known
   uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
@@ -50,6 +48,7 @@ struct PreparedEntry {
   std::vector<WorkEntry> parts;  // of an entry for the work file: mostly one
   std::vector<Line> partLines;   // of an entry of several parts, or with pieces
   std::vector<Origin> partOrigins;
+  std::vector<size_t> returns;    // where lines begin, from the begin of the entry, that have more behind a return
   std::vector<size_t> goneLines;  // places of the lines that read as nothing once they are written, as parts
 };
 
@@ -61,8 +60,8 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
 void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
                        PreparedEntry& prepared);
 
-// Returns the kind as which a run takes an entry for the work file: by its class as it has been written there, which can
-// be another one where the class was folded.
+// Returns the kind as which a run takes an entry for the work file: by its class as it has been written there, which
+// can be another one where the class was folded.
 EntryKind kindOfWritten(const PreparedEntry& prepared);
 
 // The lines of a part, and where they come from.

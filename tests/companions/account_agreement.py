@@ -240,7 +240,8 @@ def findMissing(entry, kind, records, found):
         if place == 0 and (isMerged(kind) or kind == "policy"):
             continue
         detail = line.text, entry, there
-        if entry.is_long:
+        # Behind a line that is blank once it is written, a record reads as two.
+        if entry.is_long or any(not other.text for other in entry.lines[:place]):
             found.may_be_lost[line.number] = detail
         elif text in there:
             if line.is_cut:
