@@ -9,7 +9,7 @@
 #include "platform/message_details.h"
 #include "platform/open_file.h"
 #include "survey/progress.h"
-#include "survey/shown_values.h"
+#include "survey/shown_place.h"
 
 static constexpr char PROGRAM[] = "tqldif2v6-account";
 

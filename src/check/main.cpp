@@ -15,7 +15,7 @@
 #include "platform/message_details.h"
 #include "platform/open_file.h"
 #include "survey/progress.h"
-#include "survey/shown_values.h"
+#include "survey/shown_place.h"
 
 [[noreturn]] static void endFor(const char* name) {
   fprintf(stderr, "tqldif2v6-check: %s: %s\n", harmless(name).c_str(), messageReason);

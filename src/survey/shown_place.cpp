@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/shown_text.h"
 #include "rules/line.h"
 #include "rules/text.h"
 
@@ -58,6 +59,15 @@ std::string valueAt(SurveyedFile& file, uint64_t line) {
   const std::string whole = firstLineAt(file, line);
   const size_t colon = whole.find(':');
   return colon == std::string::npos ? whole : std::string(behindSpaces(std::string_view(whole).substr(colon + 1)));
+}
+
+// A DN may hold the control characters of a terminal.
+std::string harmless(const std::string& text) {
+  constexpr size_t FACTOR = 4;  // of what one byte can become
+  std::string shown(text.size() * FACTOR + FACTOR + 2, '\0');
+  appendHarmless(shown.data(), shown.size(), text);
+  shown.resize(shown.find('\0'));
+  return shown;
 }
 
 int64_t lineNumberOf(SurveyedFile& file, uint64_t place) { return linesBefore(file, place) + 1; }

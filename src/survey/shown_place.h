@@ -20,5 +20,8 @@ std::string attributeAt(SurveyedFile& file, uint64_t line);
 // The value behind it, as far as it stands in the same line.
 std::string valueAt(SurveyedFile& file, uint64_t line);
 
+// Returns the text as it can be shown on a terminal.
+std::string harmless(const std::string& text);
+
 // The number of the line, from 1.
 int64_t lineNumberOf(SurveyedFile& file, uint64_t place);

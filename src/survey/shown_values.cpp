@@ -1,19 +1,9 @@
 #include "survey/shown_values.h"
 
-#include "platform/shown_text.h"
 #include "survey/shown_place.h"
 
 // Bytes that are not UTF-8 become the replacement character: the reader of JSON must not stumble over one odd name.
 std::string dumped(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
-
-// A DN may hold the control characters of a terminal.
-std::string harmless(const std::string& text) {
-  constexpr size_t FACTOR = 4;  // of what one byte can become
-  std::string shown(text.size() * FACTOR + FACTOR + 2, '\0');
-  appendHarmless(shown.data(), shown.size(), text);
-  shown.resize(shown.find('\0'));
-  return shown;
-}
 
 Json jsonLine(SurveyedFile& file, uint64_t place) {
   return place == NO_PLACE ? Json() : Json(lineNumberOf(file, place));

@@ -1,4 +1,4 @@
-// Texts and JSON values as both programs write them.
+// JSON values, and what stands in them, as both programs write them.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +12,6 @@ using Json = nlohmann::json;
 
 // Returns the value as JSON text; what is not UTF-8 is replaced in it.
 std::string dumped(const Json& value);
-
-// Returns the text as it can be shown on a terminal.
-std::string harmless(const std::string& text);
 
 // The number of the line of a place, and the DN of the entry there; null where there is none.
 Json jsonLine(SurveyedFile& file, uint64_t place);
