@@ -66,6 +66,7 @@ static int64_t attributeLinesOf(const PreparedEntry& prepared, const WorkEntry& 
 // Counts the attribute lines of an entry and has those that are gone taken.
 static void tally(Accounting& accounting, const EntryFate& entry) {
   uint32_t last = NO_LINE;
+  // Pieces of one line follow one another, and the line counts once.
   for (size_t i = 0; i < entry.lines.size(); ++i) {
     const Origin& origin = entry.origins[i];
     if (!isCounted(origin, last)) continue;
@@ -89,6 +90,7 @@ static void takeCopiedEntry(Accounting& accounting, Entry lines, std::span<const
                             uint64_t begin, Fates& fates) {
   accounting.text.clear();
   putLines(accounting.text, lines, road);
+  // The registry's own entry has got the date of the run as its last line, and that date is not known here.
   const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
   const bool isFound = find(accounting, road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD, begin, hasAddedDate);
   findFatesAlone(lines, origins, road, false, fates);
@@ -137,6 +139,7 @@ class CopiedEntries final : public EntryVisitor {
     if (!isMore && isGone) takeGone(line, begin, place);
     if (!isMore && !isGone) ++kept_;
     if (isGone) return;
+    // Where the entry should stand its lines are compared one by one, so that nothing of it is held.
     const std::string_view there =
         textFrom(*accounting_.output.file, std::min(at_, accounting_.output.file->size), line.length);
     if (there.substr(0, line.length) != line.view()) isSame_ = false;
@@ -239,6 +242,8 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   accounting.text = records.newDn;
   putLines(accounting.text, Entry(records.merged).subspan(1), MERGED);
   const bool isFound = find(accounting, side == USER_SIDE ? USER_RECORD : GROUP_RECORD, begin);
+  // The container comes before the policy, and both are looked for even when the user's own record is missing: each
+  // is a difference of its own.
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen, begin);
   findNameChanges(maker, rows, side, room.newDns, accounting.sink);
   findFatesOfSlot(maker, rows, side, room.survivors, room.fates,

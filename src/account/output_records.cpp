@@ -151,6 +151,7 @@ static bool findOne(OutputRecords& records, std::string_view expected, bool hasA
 }
 
 bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate) {
+  // All of them are marked as found, whether the first one was there or not.
   bool areFound = true;
   while (!text.empty()) {
     if (text[0] == '\n') {

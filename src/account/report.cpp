@@ -24,6 +24,8 @@ void AccountReport::begin() {
   if (options_.json) fputs("{\"losses\": [", stdout);
 }
 
+// Kept until the end, because JSON has the list of the losses open meanwhile, and two lists cannot be written at
+// once.
 void AccountReport::take(const Finding& finding) { changes_.push_back(finding); }
 
 void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
@@ -36,9 +38,11 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
                        {"dn", jsonDn(input_, entry.begin)},
                        {"attribute", attribute.empty() ? Json() : Json(attribute)},
                        {"how", fateNames[fate]}};
+    // Written at once: a million losses need no memory.
     fputs(losses_ > 0 ? ",\n" : "\n", stdout);
     fputs(dumped(loss).c_str(), stdout);
   } else if (losses_ < SHOWN) {
+    // A screen takes no more of them; their number is counted all the same.
     shown_.push_back({entry.begin, place, fate});
   }
   ++losses_;
@@ -50,6 +54,7 @@ bool AccountReport::isWanted(const EntryFate& entry) {
   static FirstLine found;
   const ShownDn dn = dnAt(input_, entry.begin);
   if (!dn.isKnown) return false;
+  // The administrator may have the DN from anywhere, in another letter case and with other blanks.
   normalise(wanted, behindSpaces(options_.entry));
   normalise(found, dn.text);
   return wanted.isWhole && isSameInAnyCase(wanted.view(), found.view());
@@ -58,6 +63,7 @@ bool AccountReport::isWanted(const EntryFate& entry) {
 // Returns the place of the line that stands in the record for one that is replaced.
 static const Line* replacementOf(const EntryFate& entry, const Line& line) {
   const std::string_view name = line.view().substr(0, std::min(line.firstColon, line.length));
+  // The line must be in the record itself: one that has been dropped there stands for nothing.
   for (const Line& other : entry.written)
     if (&other != entry.written.data() && other.firstColon == line.firstColon &&
         isSameInAnyCase(other.view().substr(0, other.firstColon), name) && other.view() != line.view())
@@ -76,6 +82,7 @@ void AccountReport::writeEntry(const EntryFate& entry) {
   uint32_t last = NO_LINE;
   for (size_t i = 0; i < entry.lines.size(); ++i) {
     const Origin& origin = entry.origins[i];
+    // Lines that were added, and further pieces of a long one, are none of the input.
     if (origin.line == NO_LINE || origin.isPiece || origin.line == last) continue;
     last = origin.line;
     const uint64_t place = entry.begin + origin.place;
@@ -104,6 +111,7 @@ static Json jsonDifference(SurveyedFile& input, SurveyedFile& output, const Diff
           {"text", first.text}};
 }
 
+// Everything in the output that does not come from a line of the input has been added, whatever it is.
 static int64_t written(const Account& account) { return account.lines[KEPT] + account.lines[RENAMED]; }
 
 void AccountReport::writeJson(const Account& account) {
@@ -194,6 +202,7 @@ void AccountReport::writeText(const Account& account) {
     printf("%s is a complete conversion of %s. Lines of the input that are gone: %" PRId64 ".\n",
            harmless(options_.output).c_str(), input.c_str(), losses_);
   }
+  // Who asks for one entry does not want the rest.
   if (options_.entry != nullptr) return;
   printf("\nEntries %" PRId64 ": copied %" PRId64 ", merged %" PRId64 ", not written %" PRId64 "\n",
          account.counts.entries, account.copied, account.merged, account.notWritten);

@@ -38,6 +38,8 @@ static int check(const CheckOptions& options) {
   SurveyedFile again;
   requireDistinctNames(options);
   if (!openSurveyed("tqldif2v6-check", options.input, file)) endFor(options.input);
+  // Twice, because windows of the first look and of the second move independently where the file is not in memory as
+  // a whole.
   if (!openSurveyed("tqldif2v6-check", options.input, again)) endFor(options.input);
   const bool isInMemory = isFolderInMemory(options.input);
   Report report(options, again, isInMemory);
@@ -46,12 +48,15 @@ static int check(const CheckOptions& options) {
   const MessageCode code = findFileProblems(options.input, report);
   predictRun(file, again, options.slots, report, prediction);
   findWholeProblems(options.input, textFrom(again, 0, 1), prediction, report);
+  // The conversion gives up before it reads; everything else is foretold as if it did not.
   if (code != 0) failAtOnce(prediction, code);
   endSurveyProgress();
   report.end(prediction, memoryOfRun(prediction, prediction.slots, isInMemory));
+  // What has been said may hold for no file that there ever was.
   if (!isUnchanged(file)) endFor(options.input);
   if (options.good != nullptr)
     if (const char* const failed = splitInput(file, again, prediction, options); failed != nullptr) endFor(failed);
+  // A report that has not come out must not look like one without problems.
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     failWith();
     endFor("standard output");

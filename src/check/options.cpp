@@ -28,6 +28,8 @@ static int32_t readSlotCount(const char* text) {
   char* end = nullptr;
   errno = 0;
   const long long count = strtoll(text, &end, 10);
+  // Stricter than the conversion, which takes the digits that it finds: a slip of the finger should not be foretold,
+  // but told.
   if (errno != 0 || end == text || *end != '\0' || count < 1 || count > INT32_MAX)
     endForUsage("a slot count must be a number from 1 to 2147483647");
   return static_cast<int32_t>(count);
@@ -50,6 +52,7 @@ CheckOptions readOptions(int argumentCount, char** arguments) {
     if (found == SPLIT) {
       if (optind >= argumentCount) endForUsage("--split needs two names");
       read.good = optarg;
+      // getopt_long takes one argument of an option; the second one is the next word.
       read.rejected = arguments[optind++];
     }
     if (found == HELP) {

@@ -21,9 +21,11 @@ class EntryCheck final : public EntryVisitor {
       return;
     }
     findings_.take({findingOf(prepared.problem), AT_GIVEN, begin});
+    // It is in no registry, and the split must know of it.
     if (prepared.parts.empty()) prediction_.entriesThatEndPreparation.push_back(begin);
   }
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
+    // Most copied entries lose nothing, and what becomes of their lines need not be found out.
     if (std::none_of(lines.begin(), lines.end(), [&](const Line& line) { return isDropped(line, road); })) return;
     findFatesAlone(lines, origins, road, false, fates_);
     findLosses(fates_, origins, begin, findings_);
@@ -80,6 +82,8 @@ static EntriesFound findEntries(SurveyedFile& file, std::string_view firstLine) 
   static FirstLine found;
   EntriesFound entries;
   if (firstLine.empty()) return entries;
+  // The message of a run names an entry by the first line that it has in the slot, which is not as it stands in the
+  // input: the run looks for it there in the same way.
   normalise(wanted, firstLine);
   ReadEntry entry;
   walkEntries(file, entry, [&](EntryWalk& walk, uint64_t textBegin) {
@@ -95,6 +99,7 @@ static EntriesFound findEntries(SurveyedFile& file, std::string_view firstLine) 
 }
 
 // The entry that the message names, as the run finds it.
+// Of two entries with one first line the message means the later: the first one was there before it.
 static uint64_t entryOfMessage(SurveyedFile& file, const RunFailure& failure) {
   const EntriesFound found = findEntries(file, failure.firstLine);
   if (failure.problem != DOUBLED) return found.first;
@@ -111,6 +116,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
   prediction.counts = surveyInput(file, prediction.registry, entryCheck);
   const SurveyCounts& counts = prediction.counts;
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
+    // As many slots as there are owners make one pass, which is what an administrator with enough memory would choose.
     const auto owners = static_cast<int32_t>(std::min<uint32_t>(prediction.registry.ownersOf[side], INT32_MAX));
     prediction.slots[side] = slots[side] > 0 ? slots[side] : std::max(owners, 1);
   }

@@ -72,6 +72,7 @@ static tm anyDate() {
 // The lines change, or one is added behind the others.
 static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
   if (adjustment.problem != NO_DETAIL) prepared.problem = adjustment.problem;
+  // No line of the entry asks for the change, or a problem keeps it from being made.
   if (adjustment.line < 0) return;
   const auto line = static_cast<size_t>(adjustment.line);
   if (line == entry.count) {
@@ -84,6 +85,7 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, 
     prepared.origins.push_back({0, NO_LINE, false, false});
     return;
   }
+  // A version that is 6.0 already is kept, not renamed.
   const bool isSame = entry.room[line].view() == adjustment.text;
   entry.room[line] = scanLine(adjustment.text);
   entry.names |= entry.room[line].names;
@@ -141,6 +143,7 @@ static void adjustUser(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) 
 }
 
 static void adjust(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
+  // In the order of the conversion: each looks at what the ones before it have left.
   if (getsVersionAndDate(prepared.objectClass)) adjustAuthorityInfo(entry, texts, prepared);
   if (getsDomainId(prepared.objectClass)) adjustUser(entry, texts, prepared);
   if (!getsNewUuidName(prepared.objectClass)) return;
@@ -291,6 +294,7 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
     findGoneLines(prepared);
     return;
   }
+  // The passes ask for the class again where the lines have changed: a folded one can read otherwise then.
   WorkEntry part = {0, prepared.lines.size(), prepared.objectClass, prepared.kind};
   if (!isAsRead) {
     part.objectClass = classOf(prepared.lines);
