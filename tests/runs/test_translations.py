@@ -187,7 +187,8 @@ class Translation(unittest.TestCase):
 
     def test_interruption_is_told_in_german(self):
         self.output(locale=UTF8)  # makes the catalogue
-        (self.folder / "input.ldif").write_text("")
+        # More than the pipe holds, and nobody reads it.
+        (self.folder / "input.ldif").write_text("dn: o=x\nobjectclass: organization\no: x\n\n" * 50_000)
         os.mkfifo(self.folder / "pipe")
         run = subprocess.Popen([tool, "input.ldif", "pipe", "1", "1"], cwd=self.folder, stderr=subprocess.PIPE,
                                env=self.environment(UTF8))
