@@ -174,7 +174,7 @@ class CopiedEntries final : public EntryVisitor {
   void takeGoneLines(const PreparedEntry& prepared, uint64_t begin) {
     const bool isPolicyData = kindOfWritten(prepared) == SECPOLICYDATA_KIND;
     if (isPolicyData) policyDataLines_ += static_cast<int64_t>(prepared.goneLines.size());
-    fates_.assign(prepared.lines.size(), isPolicyData ? LEFT_OUT : LOST);
+    fates_.assign(1, isPolicyData ? LEFT_OUT : LOST);
     for (const size_t i : prepared.goneLines)
       tally(accounting_, {begin,
                           "a line of it reads as nothing once it is written",
