@@ -219,7 +219,7 @@ static uint32_t namesOf(Entry lines) {
   return names;
 }
 
-static void findGoneLines(PreparedEntry& prepared) {
+static void noteGoneLines(PreparedEntry& prepared) {
   std::vector<bool> isThere(prepared.attributeLines);
   for (const Origin& origin : prepared.partOrigins)
     if (origin.line != NO_LINE) isThere[origin.line] = true;
@@ -291,7 +291,7 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
     prepared.lacksOrigins = !withOrigins;
     if (!withOrigins) return;
     readWritten(texts, prepared);
-    findGoneLines(prepared);
+    noteGoneLines(prepared);
     return;
   }
   // The passes ask for the class again where the lines have changed: a folded one can read otherwise then.

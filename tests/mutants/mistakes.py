@@ -1211,7 +1211,7 @@ mistakes = [
     ("continuation counts as a line", "survey/prepared_entry.cpp", " - entry.continuations", ""),
     ("line that is not whole is ordinary", "survey/entry_walk.cpp", " || line.text[line.length - 1] != '\\n'", ""),
     ("return inside a line is ordinary", "survey/entry_walk.cpp", " || end > 2", ""),
-    ("line that is blank once it is written is not missed", "survey/prepared_entry.cpp", "    findGoneLines(prepared);\n", ""),
+    ("line that is blank once it is written is not missed", "survey/prepared_entry.cpp", "    noteGoneLines(prepared);\n", ""),
     ("entry in another row by its blanks is not known", "survey/survey.cpp",
      "    gathered.rowKind = USERS_SECUSER_KIND;", "    ;"),
     ("doubled entry is regular", "survey/registry.cpp", " && (owner.kinds >> entry.rowKind & 1U) == 0", ""),
