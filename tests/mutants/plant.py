@@ -67,10 +67,7 @@ def suitesOf(tree, build):
 
 def copyProject(folder):
     tree = folder / "tree"
-    tree.mkdir()
-    for name in ("src", "tests"):
-        shutil.copytree(PROJECT / name, tree / name)
-    shutil.copyfile(PROJECT / "CMakeLists.txt", tree / "CMakeLists.txt")
+    shutil.copytree(PROJECT, tree, ignore=shutil.ignore_patterns("build", ".git"))
     build = folder / "build"
     # Warnings are off: a planted mistake often leaves something unused.
     subprocess.run(["cmake", "-S", tree, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",

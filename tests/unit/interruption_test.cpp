@@ -18,6 +18,8 @@ class Interruption : public FreshRun, public testing::WithParamInterface<int> {
  protected:
   void SetUp() override {
     FreshRun::SetUp();
+    // A shell that starts the tests in the background has some of them ignored, and the tests inherit that.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) signal(number, SIG_DFL);
     strcpy(input_ldif_filename, "in");
     strcpy(output_ldif_filename, "out\n");
     strcpy(temp_input_ldif_filename, "in.tmp");
