@@ -403,9 +403,9 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   while (account.registry.hasOpenLines && partAllOpenRecords(accounting, maker, rows)) {
   }
   const auto& owners = account.registry.owners;
-  constexpr size_t AHEAD = 2;
+  EntryFetch fetch;
   for (size_t i = 0; i < owners.size(); ++i) {
-    if (i + AHEAD < owners.size()) fetchOwner(again, account.registry, owners[i + AHEAD]);
+    fetchAhead(fetch, again, account.registry, owners[i]);
     showSurveyProgress(file.program, "records", i, owners.size());
     forEachLayer(account.registry, owners[i], rows,
                  [&] { takeRecords(accounting, maker, rows, owners[i].side, room); });

@@ -41,11 +41,11 @@ static void report(FindingSink& findings, const Registry& registry, FindingId id
 
 void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings, RecordSink& sink) {
   SlotRows rows;
-  constexpr size_t AHEAD = 2;
+  EntryFetch fetch;
   for (size_t i = 0; i < registry.owners.size(); ++i) {
-    if (i + AHEAD < registry.owners.size()) fetchOwner(*maker.file, registry, registry.owners[i + AHEAD]);
     showSurveyProgress(maker.file->program, "records", i, registry.owners.size());
     RegistryOwner& owner = registry.owners[i];
+    fetchAhead(fetch, *maker.file, registry, owner);
     if (!owner.isRegular || owner.isSpoilt) continue;
     fillRows(registry, owner, rows);
     const SlotRecords& records = makeRecords(maker, owner.side, rows);

@@ -123,6 +123,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
   RecordMaker maker(again, prediction.registry, counts.changetypeSeen);
   RecordCheck recordCheck(maker, findings);
   makeRegularRecords(prediction.registry, maker, findings, recordCheck);
+  measureRest(maker);
   const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, findings, recordCheck);
   prediction.passes = played.passes;
   prediction.code = played.failure.code;

@@ -41,16 +41,17 @@ void Report::writeJson(const Prediction& prediction, uint64_t memoryBytes) {
                               {"maps", counts.maps},
                               {"resource_credentials", counts.resourceCredentials},
                               {"straight_through", counts.straightThrough}};
-  const Json run = {{"users_slots", prediction.slots[USER_SIDE]},
-                    {"groups_slots", prediction.slots[GROUP_SIDE]},
-                    {"exit", fails ? 255 : 0},
-                    {"code", fails ? Json(prediction.code) : Json()},
-                    {"line", jsonLine(file_, prediction.failingEntry)},
-                    {"dn", jsonDn(file_, prediction.failingEntry)},
-                    {"passes", prediction.passes},
-                    {"output_bytes", fails ? Json() : Json(prediction.outputBytes)},
-                    {"work_file_bytes", prediction.endsInPreparation ? Json() : Json(counts.workFileBytes)},
-                    {"memory_bytes", memoryBytes}};
+  const Json run = {
+      {"users_slots", prediction.slots[USER_SIDE]},
+      {"groups_slots", prediction.slots[GROUP_SIDE]},
+      {"exit", fails ? 255 : 0},
+      {"code", fails ? Json(prediction.code) : Json()},
+      {"line", jsonLine(file_, prediction.failingEntry)},
+      {"dn", jsonDn(file_, prediction.failingEntry)},
+      {"passes", prediction.passes},
+      {"output_bytes", fails ? Json() : Json(prediction.outputBytes)},
+      {"work_file_bytes", prediction.endsInPreparation ? Json() : Json(prediction.registry.workFileBytes)},
+      {"memory_bytes", memoryBytes}};
   printf("%s],\n\"verdict\": %s,\n\"counts\": %s,\n\"run\": %s}\n", isAnyFound_ ? "\n" : "",
          fails ? "\"stops\"" : "\"converts\"", dumped(countsOfKinds).c_str(), dumped(run).c_str());
 }
@@ -94,7 +95,7 @@ void Report::writeText(const Prediction& prediction, uint64_t memoryBytes) {
          counts.entries, prediction.registry.ownersOf[USER_SIDE], prediction.registry.ownersOf[GROUP_SIDE],
          counts.policies, counts.policyData, counts.maps, counts.resourceCredentials, counts.straightThrough);
   printf("The run: passes %" PRId64, prediction.passes);
-  if (!prediction.endsInPreparation) printf(", work file %" PRIu64 " bytes", counts.workFileBytes);
+  if (!prediction.endsInPreparation) printf(", work file %" PRIu64 " bytes", prediction.registry.workFileBytes);
   if (prediction.code == 0) printf(", output %" PRIu64 " bytes", prediction.outputBytes);
   printf(", memory %" PRIu64 " MiB\n", (memoryBytes >> 20U) + 1);
   writeSlotCounts(prediction, isFolderInMemory_);

@@ -68,8 +68,9 @@ static uint64_t ofOnePass(uint64_t bytes, const Registry& registry, const int32_
 
 uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bool isFolderInMemory) {
   const SurveyCounts& counts = prediction.counts;
-  uint64_t atPreparation = BASE + std::min(counts.workFileBytes, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
-  atPreparation += std::min(counts.workFileBytes + counts.outputBytes, WINDOW);  // the input's
+  uint64_t atPreparation =
+      BASE + std::min(prediction.registry.workFileBytes, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
+  atPreparation += std::min(prediction.registry.workFileBytes + counts.outputBytes, WINDOW);  // the input's
   // The window of a longer entry is as long as the entry, and half of it is used while it grows.
   if (counts.longestEntry > WINDOW) atPreparation += counts.longestEntry * 2;
   const uint64_t notes = notesOf(prediction, isFolderInMemory).memory;
@@ -87,7 +88,7 @@ uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bo
 
 uint64_t diskOfRun(const Prediction& prediction) {
   const uint64_t plan = std::max(ranksOf(prediction, false).disk, numbersOf(prediction, false).disk);
-  return prediction.counts.workFileBytes + notesOf(prediction, false).disk + plan;
+  return prediction.registry.workFileBytes + notesOf(prediction, false).disk + plan;
 }
 
 // Returns 0 when it cannot be found out.

@@ -23,7 +23,10 @@ inline std::string_view ownName(const Line& line) {
 }
 
 // True when that is the name, in any case.
-inline bool isNamed(const Line& line, std::string_view name) { return isSameInAnyCase(ownName(line), name); }
+inline bool isNamed(const Line& line, std::string_view name) {
+  const std::string_view own = ownName(line);
+  return own.size() == name.size() && isSameInAnyCase(own, name);
+}
 
 inline bool isContinuation(const Line& line) { return line.length > 0 && line.text[0] == ' '; }
 

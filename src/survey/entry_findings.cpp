@@ -57,6 +57,7 @@ static size_t placeInText(const PreparedEntry& prepared, size_t line) {
 }
 
 static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t begin) {
+  if (prepared.isForeseen) return begin + static_cast<uint64_t>(prepared.lines[line].text - prepared.text.data());
   if (prepared.origins.size() < prepared.lines.size()) return begin + placeInText(prepared, line);
   return line < prepared.origins.size() ? wholeLine(prepared, prepared.origins[line].place, begin) : begin;
 }
@@ -149,7 +150,8 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
     return;
   }
   if (prepared.lines.empty()) return;
-  findOddBytes(entry, prepared, begin, isBehindDn, findings);
+  // A plain entry has a DN, whole lines and no odd byte.
+  if (!prepared.isForeseen) findOddBytes(entry, prepared, begin, isBehindDn, findings);
   findOddNames(prepared, begin, findings);
 }
 

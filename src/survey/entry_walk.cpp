@@ -72,12 +72,21 @@ static void beginEntry(ReadEntry& entry) {
 static void findTraits(ReadEntry& entry) {
   uint32_t names = 0;
   uint32_t continuations = 0;
+  uint32_t namesOfLast = 0;  // of the last line that continues no other
+  bool isInFirst = true;     // that is the first line
+  bool mayFoldName = false;
   bool areOdd = entry.hasFoldedComment || (entry.count > 0 && isContinuation(entry.room[0]));
   bool hasReturns = false;
   for (const Line& line : entry.lines()) {
     const uint32_t end = line.length - line.contentLength;
     names |= line.names;
-    continuations += line.text[0] == ' ' ? 1U : 0U;
+    if (line.text[0] != ' ') {
+      namesOfLast = line.names;
+      isInFirst = &line == entry.room.data();
+    } else {
+      ++continuations;
+      mayFoldName |= !isInFirst && (namesOfLast != 0 || line.firstColon != NO_COLON);
+    }
     hasReturns |= end == 2;
     areOdd |= line.length >= LONGEST_LINE || end > 2 || line.text[line.length - 1] != '\n';
   }
@@ -85,6 +94,7 @@ static void findTraits(ReadEntry& entry) {
   entry.continuations = continuations;
   entry.isOrdinary = !areOdd;
   entry.hasReturns = hasReturns;
+  entry.mayFoldName = mayFoldName;
 }
 
 static bool finish(const EntryWalk& walk, ReadEntry& entry) {

@@ -24,6 +24,7 @@ struct ReadEntry {
   bool hasReturns = false;        // of an ordinary entry: some of these are CRLF
   uint32_t continuations = 0;     // lines of an ordinary entry that continue another
   uint32_t names = 0;             // Line::names of all lines together
+  bool mayFoldName = false;       // of an ordinary entry: a known name may stand in a folded line but the first
 
   Entry lines() const { return {room.data(), count}; }
 };

@@ -1,6 +1,7 @@
 #include "survey/prepared_entry.h"
 
 #include <algorithm>
+#include <bit>
 #include <ctime>
 
 #include "rules/adjustments.h"
@@ -229,6 +230,12 @@ static void noteGoneLines(PreparedEntry& prepared) {
   }
 }
 
+uint64_t bytesOfLines(Entry lines) {
+  uint64_t bytes = 0;
+  for (const Line& line : lines) bytes += line.length;
+  return bytes;
+}
+
 // Gives the lines the form in which they are written. Returns true when they are those that have been read.
 static bool prepareLines(ReadEntry& entry, std::string_view text, bool areTightened, Texts& texts,
                          PreparedEntry& prepared) {
@@ -269,13 +276,19 @@ static size_t bytesOf(Entry lines, bool areDropped) {
   return bytes;
 }
 
-void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared) {
+// What is found out about an entry that was looked at before is gone.
+static void beginPreparing(PreparedEntry& prepared) {
   prepared.problem = NO_DETAIL;
   prepared.isValueTaken = false;
   prepared.lacksOrigins = false;
+  prepared.isForeseen = false;
   prepared.parts.clear();
   prepared.partLines.clear();
   prepared.goneLines.clear();
+}
+
+void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared) {
+  beginPreparing(prepared);
   prepared.objectClass = classOf(entry.lines());
   const bool beginsInside = isContinuation(entry.room[0]);
   const std::string_view dnLine = beginsInside ? entry.room[0].content() : unfold(entry.lines(), 0, 0, texts).text;
@@ -301,6 +314,96 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
     part.kind = kindOf(part.objectClass, prepared.lines[0].view());
   }
   prepared.parts.push_back(part);
+}
+
+// The names that decide about an entry and its adjustments.
+static constexpr uint32_t DOMAIN_ID = nameBit("secdomainid");
+static constexpr uint32_t AUTHORITY = nameBit("secauthority");
+static constexpr uint32_t PRINCIPAL = nameBit("principalname");
+static constexpr uint32_t UUID = nameBit("secuuid");
+static constexpr uint32_t CLASS = nameBit("objectclass");
+static constexpr uint32_t CHANGE = nameBit("changetype");
+static constexpr uint32_t DECIDING = DOMAIN_ID | AUTHORITY | PRINCIPAL | UUID | CLASS | CHANGE;
+
+// True when the name ends at a colon of the line.
+static bool standsIn(const Line& line, std::string_view name) {
+  const std::string_view view = line.view();
+  for (size_t colon = line.firstColon; colon < view.size(); colon = view.find(':', colon + 1))
+    if (colon >= name.size() && isSameInAnyCase(view.substr(colon - name.size(), name.size()), name)) return true;
+  return false;
+}
+
+// True when each deciding name that stands in a line is that line's own one and, the class apart, that of no other;
+// the names that are there are returned, too.
+// Such names are looked for anywhere in a line; here every way of looking leads to the same line.
+static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
+  names = 0;
+  for (const Line& line : lines)
+    for (uint32_t found = line.names & DECIDING; found != 0; found &= found - 1) {
+      const std::string_view name = knownNames[std::countr_zero(found)];
+      const uint32_t bit = found & -found;
+      if (!isNamed(line, name)) {
+        // The bits only say that the name may stand here.
+        if (standsIn(line, name)) return false;
+        continue;
+      }
+      if ((names & bit & ~CLASS) != 0) return false;
+      names |= bit;
+    }
+  return true;
+}
+
+// True when the entry can be adjusted in the plainest way: a user gets its domain identifier, an UUID its new name.
+static bool isPlainlyAdjusted(ObjectClass objectClass, uint32_t names) {
+  if (getsVersionAndDate(objectClass) || (names & CHANGE) != 0) return false;
+  return !getsDomainId(objectClass) || (names & (DOMAIN_ID | AUTHORITY | PRINCIPAL)) == (AUTHORITY | PRINCIPAL);
+}
+
+// The first line as it is written.
+static Line writtenFirstLine(const ReadEntry& entry, Texts& texts) {
+  const bool isFolded = entry.count > 1 && isContinuation(entry.room[1]);
+  if (!isFolded && entry.room[0].length == entry.room[0].contentLength + 1) return entry.room[0];
+  return scanLine(joined({unfold(entry.lines(), 0, 0, texts).text, "\n"}, texts));
+}
+
+bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, PreparedEntry& prepared) {
+  constexpr uint32_t DN = nameBit("dn");
+  // An entry as a whole may be no longer than a line, so that none of its lines can become too long, nor the one that
+  // may be added, which has two of their values and a name.
+  constexpr size_t ADDED = 32;
+  const bool isShort = entry.end - entry.begin + ADDED < LONGEST_LINE;
+  if (!entry.isOrdinary || !isShort || entry.mayFoldName || !entry.nuls.empty()) return false;
+  const Line first = writtenFirstLine(entry, texts);
+  if ((first.names & ~DN) != 0 || !isNamed(first, "dn")) return false;
+  beginPreparing(prepared);
+  uint32_t names = 0;
+  if (!holdsNamesPlainly(entry.lines(), names)) return false;
+  const std::string_view dnLine = first.content();
+  prepared.objectClass = classOf(entry.lines());
+  prepared.kind = kindOf(prepared.objectClass, dnLine);
+  const bool isGathered = prepared.kind < RESCREDS_KIND && prepared.kind != SECPOLICYDATA_KIND;
+  if (!isGathered || goesStraightThrough(prepared.objectClass, dnLine)) return false;
+  if (!isPlainlyAdjusted(prepared.objectClass, names)) return false;
+  findOrigins(entry, text, false, prepared);
+  prepared.goesToOutput = false;
+  prepared.isForeseen = true;
+  prepared.foreseenFirst = first;
+  prepared.bytes = 0;
+  prepared.lines = {entry.room.data(), entry.count};
+  prepared.names = entry.names;
+  const size_t lines = prepared.attributeLines + (getsDomainId(prepared.objectClass) ? 1 : 0);
+  prepared.parts.push_back({0, lines, prepared.objectClass, prepared.kind});
+  return true;
+}
+
+void prepareOwnerLines(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
+  constexpr uint32_t SECDN = nameBit("secdn");
+  const auto isOwn = [](const Line& line) { return !isContinuation(line); };
+  // What continues the first line stands in it now.
+  const auto second = std::find_if(prepared.lines.begin() + 1, prepared.lines.end(), isOwn);
+  prepared.lines = prepared.lines.subspan(static_cast<size_t>(second - prepared.lines.begin()) - 1);
+  prepared.lines[0] = prepared.foreseenFirst;
+  if ((entry.names & SECDN) != 0) tightenOwnerNames(prepared.lines, texts);
 }
 
 void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,

@@ -39,6 +39,8 @@ struct PreparedEntry {
   bool lacksOrigins = false;     // they are needed: it has to be read and prepared once more with them
   bool isValueTaken = false;     // for an attribute that its line is not
   size_t takenPlace = 0;         // of the line; 0 where that is not known
+  bool isForeseen = false;       // the lines are those that have been read: it is a plain entry, and not prepared yet
+  Line foreseenFirst;            // of such an entry, the first line as it will be
   uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
   size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
   std::string_view text;         // of the input, from the entry on
@@ -52,6 +54,16 @@ struct PreparedEntry {
   std::vector<size_t> goneLines;  // places of the lines that read as nothing once they are written, as parts
 };
 
+// Most entries are plain: there is nothing odd about them, and what becomes of them shows before they are prepared.
+// Preparing is most of the work, so that such an entry is prepared once, when its record is made.
+// Works out what is asked of a plain entry before that: its kind and how many lines it will have. Its bytes stay
+// unknown, and there is nothing to be found in it but an unknown spelling of its class. Returns false for other
+// entries.
+bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, PreparedEntry& prepared);
+
+// Gives the lines of such an entry that name its owner the form in which they will be.
+void prepareOwnerLines(ReadEntry& entry, Texts& texts, PreparedEntry& prepared);
+
 // Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk.
 // The origins are only found where they may be needed, unless they are asked for. Texts last until they are released.
 void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared);
@@ -64,6 +76,8 @@ void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass obje
 // can be another one where the class was folded.
 EntryKind kindOfWritten(const PreparedEntry& prepared);
 
-// The lines of a part, and where they come from.
+uint64_t bytesOfLines(Entry lines);
+
+// The lines of a part, and where they come from. Those of a plain entry that has not been prepared are all its lines.
 std::span<Line> linesOf(PreparedEntry& prepared, const WorkEntry& part);
 std::span<const Origin> originsOf(const PreparedEntry& prepared, const WorkEntry& part);

@@ -31,12 +31,29 @@ static std::string_view readAt(SurveyedFile& file, bool mayHoldNul, uint64_t beg
   }
 }
 
-void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, LoadedEntry& loaded) {
-  const GatheredEntry& entry = registry.entries[number];
+// Returns the text of the input from the entry on.
+static std::string_view readEntryOnceMore(SurveyedFile& file, const Registry& registry, const GatheredEntry& entry,
+                                          LoadedEntry& loaded) {
+  const std::string_view text = textFrom(file, entry.begin, 1);
+  if (entry.keptAt == NOT_KEPT || !isWhole(file)) return readAt(file, registry.mayHoldNul, entry.begin, loaded);
+  takeKeptLines(registry.kept, entry.keptAt, text, loaded.read);
+  return text;
+}
+
+// A plain entry has not been prepared before.
+static void measure(Registry& registry, GatheredEntry& entry, Entry lines) {
+  const uint64_t bytes = bytesOfLines(lines);
+  entry.isMeasured = true;
+  registry.workFileBytes += bytes + 1;  // and the empty line
+  if (!entry.isNormal) registry.keptBytes += bytes;
+}
+
+static void loadEntry(SurveyedFile& file, Registry& registry, uint32_t number, LoadedEntry& loaded) {
+  GatheredEntry& entry = registry.entries[number];
   loaded.texts.release();
   loaded.number = number;
   loaded.begin = entry.begin;
-  const std::string_view text = readAt(file, registry.mayHoldNul, entry.begin, loaded);
+  const std::string_view text = readEntryOnceMore(file, registry, entry, loaded);
   // What the first look found need not be found again; it is most of the work.
   if (entry.isPlain)
     prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), loaded.texts,
@@ -46,6 +63,7 @@ void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, Lo
   const WorkEntry& part = loaded.prepared.parts[entry.part];
   loaded.lines = linesOf(loaded.prepared, part);
   loaded.origins = originsOf(loaded.prepared, part);
+  if (!entry.isMeasured) measure(registry, entry, loaded.lines);
   // A slot holds the first line as its owner's DN has been read from it: blanks and all that stands behind are gone.
   if (entry.isNormal) return;
   const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
@@ -60,6 +78,15 @@ LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number) {
   LoadedEntry& loaded = *maker.loaded[maker.loadedCount++];
   loadEntry(*maker.file, *maker.registry, number, loaded);
   return loaded;
+}
+
+void measureRest(RecordMaker& maker) {
+  const auto& entries = maker.registry->entries;
+  for (uint32_t i = 0; i < entries.size(); ++i) {
+    if (entries[i].isMeasured) continue;
+    maker.loadedCount = 0;
+    loadedEntry(maker, i);
+  }
 }
 
 // Puts the lines of a row together.
@@ -220,13 +247,24 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
   return records;
 }
 
-void fetchOwner(SurveyedFile& file, const Registry& registry, const RegistryOwner& owner) {
+static void fetchText(SurveyedFile& file, const Registry& registry, const GatheredEntry& entry) {
   constexpr size_t CACHE_LINE = 64;  // bytes
   constexpr size_t USUAL_LENGTH = 512;
+  if (entry.keptAt != NOT_KEPT) __builtin_prefetch(keptIn(registry.kept, entry.keptAt));
   // A window that must be moved first cannot be fetched ahead.
   if (!isWhole(file)) return;
-  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next) {
-    const char* const text = file.window + registry.entries[i].begin;
-    for (size_t place = 0; place < USUAL_LENGTH; place += CACHE_LINE) __builtin_prefetch(text + place);
-  }
+  for (size_t place = 0; place < USUAL_LENGTH; place += CACHE_LINE)
+    __builtin_prefetch(file.window + entry.begin + place);
+}
+
+void fetchAhead(EntryFetch& fetch, SurveyedFile& file, const Registry& registry, const RegistryOwner& owner) {
+  // In entries: a handful of owners.
+  constexpr size_t KNOWN_AHEAD = 64;
+  constexpr size_t TEXTS_AHEAD = 16;
+  const size_t end = registry.byOwner.size();
+  fetch.passed += owner.entries;
+  for (; fetch.known < std::min(fetch.passed + KNOWN_AHEAD, end); ++fetch.known)
+    __builtin_prefetch(&registry.entries[registry.byOwner[fetch.known]]);
+  for (; fetch.texts < std::min(fetch.passed + TEXTS_AHEAD, end); ++fetch.texts)
+    fetchText(file, registry, registry.entries[registry.byOwner[fetch.texts]]);
 }

@@ -31,10 +31,15 @@ struct LoadedEntry {
   std::span<const Origin> origins;
 };
 
-void loadEntry(SurveyedFile& file, const Registry& registry, uint32_t number, LoadedEntry& loaded);
-
-// Has the texts of an owner that will be asked for soon brought near, since they can lie anywhere in the file.
-void fetchOwner(SurveyedFile& file, const Registry& registry, const RegistryOwner& owner);
+// Brings near what will soon be asked for, since it can lie anywhere in memory and in the file: first what is known of
+// an entry, then its lines and texts.
+struct EntryFetch {
+  size_t known = 0;  // Registry::byOwner has been fetched up to here
+  size_t texts = 0;
+  size_t passed = 0;  // the entries of the owners that have been passed
+};
+// To be called for each owner in turn.
+void fetchAhead(EntryFetch& fetch, SurveyedFile& file, const Registry& registry, const RegistryOwner& owner);
 
 // Some lines of an entry in a row; where no entry has too many lines that is a whole entry.
 struct RowPart {
@@ -72,11 +77,11 @@ struct SlotRecords {
 // Room for the entries of a slot and what is made of them; used again and again.
 struct RecordMaker {
   // The file and the registry are lent.
-  RecordMaker(SurveyedFile& input, const Registry& all, bool isChangetypeSeen)
+  RecordMaker(SurveyedFile& input, Registry& all, bool isChangetypeSeen)
       : file(&input), registry(&all), changetypeSeen(isChangetypeSeen) {}
 
   SurveyedFile* file;
-  const Registry* registry;
+  Registry* registry;
   bool changetypeSeen;
   std::vector<std::unique_ptr<LoadedEntry>> loaded;  // those of the slot at its begin
   size_t loadedCount = 0;
@@ -92,3 +97,6 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
 
 // Returns the entry of the slot that has been loaded.
 LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number);
+
+// Measures the entries that are in no record that has been made.
+void measureRest(RecordMaker& maker);

@@ -68,6 +68,7 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
       registry.entries[owner.last].next = number;
     }
     owner.last = number;
+    ++owner.entries;
     // What has no owner is met by every pass, and ends a run.
   } else if (isGathered) {
     registry.isRegular = false;
@@ -97,9 +98,24 @@ void addEntry(Registry& registry, const AwaitedEntry& awaited) {
   fetch(registry, number);
 }
 
+// The entries of an owner lie far apart. Their numbers stand together, so that what comes soon can be fetched.
+static void sortByOwner(Registry& registry) {
+  std::vector<uint32_t> next(registry.owners.size() + 1);
+  for (const GatheredEntry& entry : registry.entries)
+    if (entry.owner != NONE) ++next[entry.owner + 1];
+  for (size_t i = 1; i < next.size(); ++i) next[i] += next[i - 1];
+  registry.byOwner.resize(next.back());
+  uint32_t number = 0;
+  for (const GatheredEntry& entry : registry.entries) {
+    if (entry.owner != NONE) registry.byOwner[next[entry.owner]++] = number;
+    ++number;
+  }
+}
+
 void endAdding(Registry& registry) {
   const size_t end = registry.awaitedEnd;
   for (size_t i = end - std::min(end, Registry::AWAITED); i < end; ++i)
     settle(registry, registry.awaited[i % Registry::AWAITED]);
   registry.awaitedEnd = 0;
+  sortByOwner(registry);
 }

@@ -10,22 +10,25 @@
 #include "platform/detail_texts.h"
 #include "rules/object_class.h"
 #include "rules/owner.h"
+#include "survey/kept_lines.h"
 
 constexpr uint32_t NONE = UINT32_MAX;  // no entry, or no owner
 
 struct GatheredEntry {
-  uint64_t begin;         // of the entry of the input
-  uint32_t part;          // of those that it has become in the work file
-  uint32_t owner = NONE;  // number; NONE for an entry whose owner cannot be told
-  uint32_t next = NONE;   // the owner's next entry
-  uint32_t lines = 0;     // in the work file
+  uint64_t begin;              // of the entry of the input
+  uint32_t part;               // of those that it has become in the work file
+  uint32_t keptAt = NOT_KEPT;  // where its lines are kept
+  uint32_t owner = NONE;       // number; NONE for an entry whose owner cannot be told
+  uint32_t next = NONE;        // the owner's next entry
+  uint32_t lines = 0;          // in the work file
   uint8_t kind = UNKNOWN_KIND;
-  uint8_t rowKind = UNKNOWN_KIND;  // of the row into which it goes: blanks in its DN can make the two differ
-  uint8_t problem = NO_DETAIL;     // of its owner; it ends a run that looks at the entry
-  bool opensForKey = true;         // a slot that it opens is found by the owner's other entries
-  bool isNormal = true;            // its first line is gathered as it stands
-  bool endsPreparation = false;    // the run does not come so far as to gather it
-  bool isPlain = true;             // it is one in the input, too, and of the same class there
+  uint8_t rowKind = UNKNOWN_KIND;    // of the row into which it goes: blanks in its DN can make the two differ
+  uint8_t problem = NO_DETAIL;       // of its owner; it ends a run that looks at the entry
+  bool opensForKey : 1 = true;       // a slot that it opens is found by the owner's other entries
+  bool isNormal : 1 = true;          // its first line is gathered as it stands
+  bool endsPreparation : 1 = false;  // the run does not come so far as to gather it
+  bool isPlain : 1 = true;           // it is one in the input, too, and of the same class there
+  bool isMeasured : 1 = true;        // its bytes are among those that the registry counts
 };
 static_assert(sizeof(GatheredEntry) == 32);
 
@@ -34,6 +37,7 @@ struct RegistryOwner {
   uint64_t hash;          // of the DN, with the side
   uint32_t first = NONE;  // of its entries, in the order of the work file
   uint32_t last = NONE;
+  uint32_t entries = 0;  // how many
   Side side = USER_SIDE;
   uint8_t kinds = 0;      // of its entries, a bit for each
   bool isRegular = true;  // one entry of each kind at most, all of which fit, find their owner and have no problem
@@ -53,15 +57,20 @@ struct AwaitedEntry {
 struct Registry {
   std::deque<GatheredEntry> entries;  // in the order of the work file
   std::deque<RegistryOwner> owners;   // in the order in which the entries show them
+  std::vector<uint32_t> byOwner;      // the numbers of the entries that have owners, in the order of these
   std::vector<uint32_t> places;       // hash table of the owners' numbers
-  uint32_t ownersOf[2] = {0, 0};      // by Side
-  bool isRegular = true;              // all of them are, and every entry has one
-  bool mayHoldNul = false;            // the input does
-  bool hasOpenLines = false;          // a line of an entry may have no line end: it is a piece of a longer one
+  KeptLines kept;
+  uint32_t ownersOf[2] = {0, 0};  // by Side
+  bool isRegular = true;          // all of them are, and every entry has one
+  bool mayHoldNul = false;        // the input does
+  bool hasOpenLines = false;      // a line of an entry may have no line end: it is a piece of a longer one
   static constexpr size_t AWAITED = 16;
   AwaitedEntry awaited[AWAITED] = {};  // the last ones, by their number
   size_t awaitedEnd = 0;               // the number of the next one
-  uint64_t keptBytes = 0;              // of texts that a run keeps besides the work file while it gathers all entries
+  // Of the entries that have been measured: the work file's at the end of the preparation, and those of texts that a
+  // run keeps besides while it gathers all entries.
+  uint64_t workFileBytes = 0;
+  uint64_t keptBytes = 0;
 };
 
 // Adds an entry that stands in the work file. It is among the others a few entries later, or once all are there.

@@ -21,6 +21,8 @@ struct Survey {
   // An entry that has to be read twice stands here the second time, since the walk goes on in the first.
   ReadEntry again = {};
   PreparedEntry prepared = {};
+  bool areLinesKept = false;   // the file is in memory as a whole, so that lines have places that last
+  uint32_t keptAt = NOT_KEPT;  // those of the entry
   char memory[size_t{64} * 1024] = {};
   Texts texts{memory, sizeof memory};
 };
@@ -63,8 +65,7 @@ static void noteKeptTexts(Registry& registry, AwaitedEntry& awaited, Entry lines
   const bool standsThere = gathered.isNormal && gathered.kind != USERS_SECUSER_KIND &&
                            gathered.kind != MAP_OF_USER_KIND && gathered.kind != MAP_OF_GROUP_KIND;
   if (!standsThere) awaited.openerBytes = lines[0].length;
-  if (!gathered.isNormal)
-    for (const Line& line : lines) registry.keptBytes += line.length;
+  if (gathered.isMeasured && !gathered.isNormal) registry.keptBytes += bytesOfLines(lines);
 }
 
 static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint64_t begin) {
@@ -75,7 +76,9 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
   gathered.rowKind = part.kind;
   gathered.isPlain = part.kind != RESCREDS_KIND && survey.prepared.partLines.empty() &&
                      part.objectClass == survey.prepared.objectClass;
-  gathered.lines = static_cast<uint32_t>(lines.size());
+  gathered.isMeasured = !survey.prepared.isForeseen;
+  gathered.keptAt = survey.keptAt;
+  gathered.lines = static_cast<uint32_t>(part.count);
   gathered.endsPreparation = survey.prepared.problem != NO_DETAIL;
   if (!survey.prepared.partLines.empty()) survey.registry.hasOpenLines = true;
   if (part.isTooLong) gathered.problem = ENTRY_TOO_LONG;
@@ -109,7 +112,7 @@ static void takePrepared(Survey& survey, uint64_t begin) {
     return;
   }
   count(counts, prepared.kind);
-  counts.workFileBytes += prepared.bytes;
+  survey.registry.workFileBytes += prepared.bytes;
   const auto holds = [](const Line& line) { return holdsChangetypeAsRead(line); };
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
   const bool mayHold = !counts.changetypeSeen && (prepared.names & CHANGETYPE) != 0;
@@ -145,6 +148,11 @@ static void prepareAgain(Survey& survey, std::string_view text) {
   prepareEntry(survey.again, text, true, survey.texts, survey.prepared);
 }
 
+static void takePlainLines(Survey& survey) {
+  if (survey.areLinesKept) survey.keptAt = keepLines(survey.registry.kept, survey.entry);
+  prepareOwnerLines(survey.entry, survey.texts, survey.prepared);
+}
+
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   ++survey.counts.entries;
   const uint64_t begin = textBegin + survey.entry.begin;
@@ -159,7 +167,11 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   survey.texts.release();
   survey.counts.longestEntry = std::max<uint64_t>(survey.counts.longestEntry, survey.entry.end - survey.entry.begin);
   survey.counts.linesOfLongest = std::max<uint64_t>(survey.counts.linesOfLongest, survey.entry.count);
-  prepareEntry(survey.entry, walk.text, false, survey.texts, survey.prepared);
+  survey.keptAt = NOT_KEPT;
+  if (foreseePlainEntry(survey.entry, walk.text, survey.texts, survey.prepared))
+    takePlainLines(survey);
+  else
+    prepareEntry(survey.entry, walk.text, false, survey.texts, survey.prepared);
   // Preparing uses the lines up, so that where they came from cannot be found out afterwards.
   if (survey.prepared.lacksOrigins) prepareAgain(survey, walk.text.substr(survey.entry.begin));
   survey.visitor.takeEntry(survey.entry, survey.prepared, begin);
@@ -168,6 +180,8 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
 
 SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& visitor) {
   Survey survey = {.registry = registry, .visitor = visitor};
+  textFrom(file, 0, 1);
+  survey.areLinesKept = isWhole(file);
   registry.mayHoldNul = walkEntries(file, survey.entry, [&](EntryWalk& walk, uint64_t textBegin) {
     takeEntry(survey, walk, textBegin);
     showSurveyProgress(file.program, "entries", textBegin + survey.entry.end, file.size);

@@ -19,9 +19,8 @@ struct SurveyCounts {
   int64_t resourceCredentials = 0;
   int64_t straightThrough = 0;
   int64_t attributeLines = 0;
-  uint64_t outputBytes = 0;    // that the preparation writes straight through
-  uint64_t finalBytes = 0;     // of the resource credentials
-  uint64_t workFileBytes = 0;  // at the end of the preparation
+  uint64_t outputBytes = 0;  // that the preparation writes straight through
+  uint64_t finalBytes = 0;   // of the resource credentials
   bool changetypeSeen = false;
   uint64_t longestEntry = 0;  // bytes, of those that are held
   uint64_t linesOfLongest = 0;

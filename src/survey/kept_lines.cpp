@@ -1,0 +1,108 @@
+#include "survey/kept_lines.h"
+
+#include <algorithm>
+
+#include "rules/attribute.h"
+
+// Lengths and the numbers of shapes are the two halves of a number.
+static constexpr unsigned LENGTH_BITS = 16;
+static constexpr uint32_t LONGEST_KEPT = (uint32_t{1} << LENGTH_BITS) - 1;
+
+// Where they stand in the rest of a shape; the names are the lowest 32 bits.
+static constexpr unsigned COLON_AT = 32;
+static constexpr unsigned END_AT = COLON_AT + LENGTH_BITS;
+static constexpr unsigned CONTINUATION_AT = END_AT + 2;
+
+// The end of an ordinary line has one or two characters, and its colon lies within the length that can be kept.
+static LineShape shapeOf(const Line& line) {
+  const uint64_t colon = std::min(line.firstColon, LONGEST_KEPT);
+  const uint64_t end = line.length - line.contentLength;
+  const uint64_t continuation = isContinuation(line) ? 1 : 0;
+  return {line.endings, line.names | colon << COLON_AT | end << END_AT | continuation << CONTINUATION_AT};
+}
+
+static Line lineOf(const char* text, uint32_t length, const LineShape& shape) {
+  const auto colon = static_cast<uint32_t>(shape.rest >> COLON_AT) & LONGEST_KEPT;
+  const auto end = static_cast<uint32_t>(shape.rest >> END_AT) & 3U;
+  return {
+      text,         length, length - end, colon == LONGEST_KEPT ? NO_COLON : colon, static_cast<uint32_t>(shape.rest),
+      shape.endings};
+}
+
+// Shapes are few, some for each attribute, so that the table is hardly ever searched for long. Whoever makes them many
+// has no more lines kept, and that is all.
+static size_t placeOf(const KeptLines& kept, const LineShape& shape) {
+  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
+  constexpr unsigned HALF = 32;
+  const size_t mask = kept.places.size() - 1;
+  auto place = static_cast<size_t>((shape.endings * FACTOR ^ shape.rest) * FACTOR >> HALF) & mask;
+  while (kept.places[place] != 0) {
+    const LineShape& other = kept.shapes[kept.places[place]];
+    if (other.endings == shape.endings && other.rest == shape.rest) break;
+    place = (place + 1) & mask;
+  }
+  return place;
+}
+
+// Returns the number of the shape, from 1 on; 0 when there are too many.
+static uint32_t numberOf(KeptLines& kept, const LineShape& shape) {
+  if (kept.places.empty()) {
+    kept.places.resize(KeptLines::MOST_SHAPES + 1);
+    kept.shapes.resize(1);
+  }
+  uint16_t& number = kept.places[placeOf(kept, shape)];
+  constexpr size_t ENOUGH = KeptLines::MOST_SHAPES / 2;  // a fuller table is a slow one
+  if (number == 0 && kept.shapes.size() < ENOUGH) {
+    number = static_cast<uint16_t>(kept.shapes.size());
+    kept.shapes.push_back(shape);
+  }
+  return number;
+}
+
+// Returns room for an entry of so many lines, or null. An entry lies in one block.
+static uint32_t* findRoom(KeptLines& kept, size_t lines) {
+  if (lines >= KeptLines::BLOCK_SIZE) return nullptr;
+  if (kept.used + lines + 1 > KeptLines::BLOCK_SIZE) {
+    if (kept.blocks.size() == KeptLines::MOST_BLOCKS) return nullptr;
+    kept.blocks.push_back(std::make_unique_for_overwrite<uint32_t[]>(KeptLines::BLOCK_SIZE));
+    kept.used = 0;
+  }
+  return kept.blocks.back().get() + kept.used;
+}
+
+uint32_t keepLines(KeptLines& kept, const ReadEntry& entry) {
+  uint32_t* const room = findRoom(kept, entry.count);
+  if (room == nullptr) return NOT_KEPT;
+  const char* expected = entry.room[0].text;
+  room[0] = static_cast<uint32_t>(entry.count);
+  for (size_t i = 0; i < entry.count; ++i) {
+    const Line& line = entry.room[i];
+    if (line.text != expected || line.length > LONGEST_KEPT) return NOT_KEPT;
+    const uint32_t shape = numberOf(kept, shapeOf(line));
+    if (shape == 0) return NOT_KEPT;
+    room[i + 1] = shape << LENGTH_BITS | line.length;
+    expected += line.length;
+  }
+  const size_t place = (kept.blocks.size() - 1) * KeptLines::BLOCK_SIZE + kept.used;
+  kept.used += entry.count + 1;
+  return static_cast<uint32_t>(place);
+}
+
+void takeKeptLines(const KeptLines& kept, uint32_t place, std::string_view text, ReadEntry& entry) {
+  const uint32_t* const numbers = keptIn(kept, place);
+  entry = ReadEntry{.room = std::move(entry.room), .nuls = {}};
+  entry.count = numbers[0];
+  if (entry.room.size() <= entry.count) entry.room.resize(entry.count + 1);
+  entry.isOrdinary = true;
+  const char* next = text.data();
+  for (size_t i = 0; i < entry.count; ++i) {
+    const uint32_t length = numbers[i + 1] & LONGEST_KEPT;
+    const LineShape& shape = kept.shapes[numbers[i + 1] >> LENGTH_BITS];
+    entry.room[i] = lineOf(next, length, shape);
+    entry.names |= static_cast<uint32_t>(shape.rest);
+    entry.continuations += static_cast<uint32_t>(shape.rest >> CONTINUATION_AT);
+    entry.hasReturns |= entry.room[i].length - entry.room[i].contentLength == 2;
+    next += length;
+  }
+  entry.end = static_cast<size_t>(next - text.data());
+}
