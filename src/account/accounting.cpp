@@ -208,7 +208,7 @@ class CopiedEntries final : public EntryVisitor {
 struct OwnerRecords {
   RecordSurvivors survivors;
   Fates fates;
-  NewDns newDns;
+  DnComparison findings;
 };
 
 static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool changetypeSeen, uint64_t begin) {
@@ -245,7 +245,7 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   // The container comes before the policy, and both are looked for even when the user's own record is missing: each
   // is a difference of its own.
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen, begin);
-  findNameChanges(maker, rows, side, room.newDns, accounting.sink);
+  findNameChanges(maker, rows, side, room.findings);
   findFatesOfSlot(maker, rows, side, room.survivors, room.fates,
                   accounting.sink.wantsEntries() || !maker.registry->isRegular,
                   [&](const LoadedEntry& entry, EntryKind kind, Fates& fates) {
@@ -397,7 +397,7 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   account.outputLines = output.lines;
   account.counts = surveyInput(file, account.registry, copied);
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
-  OwnerRecords room;
+  OwnerRecords room = {{}, {}, DnComparison(sink)};
   SlotRows rows;
   // Parting one record can lay open the next.
   while (account.registry.hasOpenLines && partAllOpenRecords(accounting, maker, rows)) {

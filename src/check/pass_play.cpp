@@ -7,55 +7,11 @@
 #include <unordered_set>
 #include <vector>
 
+#include "check/regular_records.h"
 #include "rules/text.h"
-#include "survey/progress.h"
-
-static EntryKind rowKindOf(const Registry& registry, uint32_t entry) {
-  return static_cast<EntryKind>(registry.entries[entry].rowKind);
-}
-
-// The rows of an owner whose entries are regular.
-static void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& rows) {
-  for (auto& parts : rows.parts) parts.clear();
-  rows.opener = owner.first;
-  rows.policyDn = NONE;
-  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next) {
-    const EntryKind kind = rowKindOf(registry, i);
-    rows.parts[kind].push_back({i, 0, registry.entries[i].lines});
-    if (kind == SECPOLICY_KIND) rows.policyDn = i;
-  }
-}
-
-// The entry of the slot to which a problem of its records belongs.
-static uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side) {
-  EntryKind kind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
-  if (records.missing != UNKNOWN_KIND) kind = records.present;
-  if (records.subjectKind != UNKNOWN_KIND) kind = records.subjectKind;
-  if (kind >= RESCREDS_KIND || rows.parts[kind].empty()) return rows.opener;
-  return rows.parts[kind][0].entry;
-}
 
 static void report(FindingSink& findings, const Registry& registry, FindingId id, At at, uint32_t entry) {
   findings.take({id, at, registry.entries[entry].begin});
-}
-
-void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings, RecordSink& sink) {
-  SlotRows rows;
-  EntryFetch fetch;
-  for (size_t i = 0; i < registry.owners.size(); ++i) {
-    showSurveyProgress(maker.file->program, "records", i, registry.owners.size());
-    RegistryOwner& owner = registry.owners[i];
-    fetchAhead(fetch, *maker.file, registry, owner);
-    if (!owner.isRegular || owner.isSpoilt) continue;
-    fillRows(registry, owner, rows);
-    const SlotRecords& records = makeRecords(maker, owner.side, rows);
-    owner.hasProblem = records.problem != NO_DETAIL;
-    owner.bytes = static_cast<uint32_t>(records.bytes);
-    if (owner.hasProblem)
-      report(findings, registry, findingOf(records.problem), AT_GIVEN, entryOf(rows, records, owner.side));
-    else
-      sink.take(maker, rows, owner.side);
-  }
 }
 
 // What a slot holds: of each kind an entry, NONE, or ODD.
@@ -90,7 +46,7 @@ struct Play {
   const int32_t (&limits)[2];
   RecordMaker& maker;
   FindingSink& findings;
-  RecordSink& sink;
+  FateRoom room = {};
   PlayedRun run = {};
 
   std::vector<Slot> slots[2] = {};  // by Side; more than are in use where an entry runs on
@@ -373,7 +329,7 @@ static void flushSlot(Play& play, Side side, int32_t number) {
     if (records.problem != NO_DETAIL)
       failForRecords(play, records, rows, side, number, owner.isRegular && owner.hasProblem);
     else if (!owner.isRegular)
-      play.sink.take(play.maker, rows, side);
+      takeRecords(play.maker, rows, side, play.room, play.findings);
   }
   // The order matters where a row is full: a release that goes on behind it must find what the run finds.
   for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
@@ -540,9 +496,8 @@ static bool isAnythingLeft(const Play& play) {
   return false;
 }
 
-PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings,
-                     RecordSink& sink) {
-  Play play = {registry, slots, maker, findings, sink};
+PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings) {
+  Play play = {registry, slots, maker, findings};
   if (!registry.isRegular) {
     play.isTaken.resize(registry.entries.size());
     for (uint32_t i = 0; i < registry.entries.size(); ++i)

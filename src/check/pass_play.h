@@ -24,20 +24,6 @@ struct PlayedRun {
   uint64_t bytes = 0;  // that they write
 };
 
-// Who takes the records of every slot that can be written, with what they have been made of.
-class RecordSink {
- public:
-  virtual void take(const RecordMaker& maker, const SlotRows& rows, Side side) = 0;
-
- protected:
-  ~RecordSink() = default;
-};
-
-// Looks at the records of all owners whose entries are regular: what they are, whether they can be written and how many
-// bytes they have.
-void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings, RecordSink& sink);
-
 // Plays the passes. What would end the run is found and passed over, so that all of it is found; the failure is the
 // first. To be called behind makeRegularRecords; the records of the other owners are made here.
-PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings,
-                     RecordSink& sink);
+PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings);

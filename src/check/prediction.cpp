@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <initializer_list>
 
+#include "check/regular_records.h"
 #include "rules/attribute.h"
 #include "rules/first_line.h"
 #include "rules/text.h"
@@ -39,27 +40,6 @@ class EntryCheck final : public EntryVisitor {
  private:
   FindingSink& findings_;
   Prediction& prediction_;
-  Fates fates_;
-};
-
-// Finds what is odd about the records.
-class RecordCheck final : public RecordSink {
- public:
-  RecordCheck(RecordMaker& maker, FindingSink& findings) : maker_(maker), findings_(findings) {}
-
-  void take(const RecordMaker&, const SlotRows& rows, Side side) override {
-    findNameChanges(maker_, rows, side, newDns_, findings_);
-    findFatesOfSlot(maker_, rows, side, survivors_, fates_, false,
-                    [&](const LoadedEntry& entry, EntryKind, const Fates& fates) {
-                      findLosses(fates, entry.origins, entry.begin, findings_);
-                    });
-  }
-
- private:
-  RecordMaker& maker_;
-  FindingSink& findings_;
-  NewDns newDns_;
-  RecordSurvivors survivors_;
   Fates fates_;
 };
 
@@ -121,10 +101,10 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
     prediction.slots[side] = slots[side] > 0 ? slots[side] : std::max(owners, 1);
   }
   RecordMaker maker(again, prediction.registry, counts.changetypeSeen);
-  RecordCheck recordCheck(maker, findings);
-  makeRegularRecords(prediction.registry, maker, findings, recordCheck);
+  DnComparison newFindings(findings);
+  makeRegularRecords(prediction.registry, maker, newFindings);
   measureRest(maker);
-  const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, findings, recordCheck);
+  const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, newFindings);
   prediction.passes = played.passes;
   prediction.code = played.failure.code;
   prediction.outputBytes = counts.outputBytes + played.bytes + counts.finalBytes;

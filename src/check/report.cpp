@@ -50,7 +50,7 @@ void Report::writeJson(const Prediction& prediction, uint64_t memoryBytes) {
       {"dn", jsonDn(file_, prediction.failingEntry)},
       {"passes", prediction.passes},
       {"output_bytes", fails ? Json() : Json(prediction.outputBytes)},
-      {"work_file_bytes", prediction.endsInPreparation ? Json() : Json(prediction.registry.workFileBytes)},
+      {"work_file_bytes", prediction.endsInPreparation ? Json() : Json(prediction.registry.measured.workFile)},
       {"memory_bytes", memoryBytes}};
   printf("%s],\n\"verdict\": %s,\n\"counts\": %s,\n\"run\": %s}\n", isAnyFound_ ? "\n" : "",
          fails ? "\"stops\"" : "\"converts\"", dumped(countsOfKinds).c_str(), dumped(run).c_str());
@@ -95,7 +95,7 @@ void Report::writeText(const Prediction& prediction, uint64_t memoryBytes) {
          counts.entries, prediction.registry.ownersOf[USER_SIDE], prediction.registry.ownersOf[GROUP_SIDE],
          counts.policies, counts.policyData, counts.maps, counts.resourceCredentials, counts.straightThrough);
   printf("The run: passes %" PRId64, prediction.passes);
-  if (!prediction.endsInPreparation) printf(", work file %" PRIu64 " bytes", prediction.registry.workFileBytes);
+  if (!prediction.endsInPreparation) printf(", work file %" PRIu64 " bytes", prediction.registry.measured.workFile);
   if (prediction.code == 0) printf(", output %" PRIu64 " bytes", prediction.outputBytes);
   printf(", memory %" PRIu64 " MiB\n", (memoryBytes >> 20U) + 1);
   writeSlotCounts(prediction, isFolderInMemory_);

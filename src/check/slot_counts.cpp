@@ -69,8 +69,8 @@ static uint64_t ofOnePass(uint64_t bytes, const Registry& registry, const int32_
 uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bool isFolderInMemory) {
   const SurveyCounts& counts = prediction.counts;
   uint64_t atPreparation =
-      BASE + std::min(prediction.registry.workFileBytes, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
-  atPreparation += std::min(prediction.registry.workFileBytes + counts.outputBytes, WINDOW);  // the input's
+      BASE + std::min(prediction.registry.measured.workFile, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
+  atPreparation += std::min(prediction.registry.measured.workFile + counts.outputBytes, WINDOW);  // the input's
   // The window of a longer entry is as long as the entry, and half of it is used while it grows.
   if (counts.longestEntry > WINDOW) atPreparation += counts.longestEntry * 2;
   const uint64_t notes = notesOf(prediction, isFolderInMemory).memory;
@@ -81,14 +81,14 @@ uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bo
     const auto inUse = std::min<uint64_t>(prediction.registry.ownersOf[side], static_cast<uint64_t>(slots[side]));
     atPass += inUse * BYTES_OF_SLOT[side];
   }
-  atPass += ofOnePass(prediction.registry.keptBytes, prediction.registry, slots);
+  atPass += ofOnePass(prediction.registry.measured.kept, prediction.registry, slots);
   // What the plan needs to find the owners of entries is given back before the first pass.
   return std::max(atPlan, atPass);
 }
 
 uint64_t diskOfRun(const Prediction& prediction) {
   const uint64_t plan = std::max(ranksOf(prediction, false).disk, numbersOf(prediction, false).disk);
-  return prediction.registry.workFileBytes + notesOf(prediction, false).disk + plan;
+  return prediction.registry.measured.workFile + notesOf(prediction, false).disk + plan;
 }
 
 // Returns 0 when it cannot be found out.

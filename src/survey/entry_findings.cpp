@@ -182,24 +182,29 @@ static void insert(std::vector<uint64_t>& places, uint64_t hash) {
   places[place] = hash;
 }
 
-// Returns false when the DN has been there before.
-static bool isNew(NewDns& newDns, std::string_view dn) {
-  const uint64_t hash = hashOfDn(dn) | 1U;
-  if (newDns.count >= newDns.places.size() / 4 * 3) {
-    std::vector<uint64_t> before(newDns.places.size() * 2);
-    before.swap(newDns.places);
+bool DnComparison::isNew(uint64_t hash) {
+  if (count_ >= places_.size() / 4 * 3) {
+    std::vector<uint64_t> before(places_.size() * 2);
+    before.swap(places_);
     for (const uint64_t other : before)
-      if (other != 0) insert(newDns.places, other);
+      if (other != 0) insert(places_, other);
   }
-  size_t place = static_cast<size_t>(hash >> 1U) & (newDns.places.size() - 1);
-  while (newDns.places[place] != 0 && newDns.places[place] != hash) place = (place + 1) & (newDns.places.size() - 1);
-  if (newDns.places[place] == hash) return false;
-  newDns.places[place] = hash;
-  ++newDns.count;
+  size_t place = static_cast<size_t>(hash >> 1U) & (places_.size() - 1);
+  while (places_[place] != 0 && places_[place] != hash) place = (place + 1) & (places_.size() - 1);
+  if (places_[place] == hash) return false;
+  places_[place] = hash;
+  ++count_;
   return true;
 }
 
-void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, NewDns& newDns, FindingSink& findings) {
+void DnComparison::take(const Finding& finding) {
+  if (finding.id != NEW_DN_TWICE)
+    findings_.take(finding);
+  else if (!isNew(finding.line))
+    findings_.take({NEW_DN_TWICE, finding.at, finding.entry});
+}
+
+void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
   const EntryKind own = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const uint64_t begin = maker.registry->entries[rows.parts[own][0].entry].begin;
   const SlotRecords& records = maker.records;
@@ -210,5 +215,5 @@ void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, 
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
   if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
-  if (!isNew(newDns, records.newDn)) findings.take({NEW_DN_TWICE, AT_NONE, begin});
+  findings.take({NEW_DN_TWICE, AT_NONE, begin, hashOfDn(records.newDn) | 1U});
 }

@@ -22,12 +22,23 @@ bool beginsWithDn(const ReadEntry& entry);
 // Finds the lines of an entry that are gone.
 void findLosses(const Fates& fates, std::span<const Origin> origins, uint64_t begin, FindingSink& findings);
 
-// Finds what is odd about the new DNs. Those that there have been are remembered by their hash, in a hash table.
-struct NewDns {
-  std::vector<uint64_t> places = std::vector<uint64_t>(1024);  // 0 where there is none
-  size_t count = 0;
+// Finds what is odd about a new DN. Whether there has been the same before is left to a DnComparison: each DN is handed
+// on as a NEW_DN_TWICE, the hash of the DN in the place of the line.
+void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings);
+
+// Hands findings on to another sink; of the new DNs only those that there have been before.
+class DnComparison final : public FindingSink {
+ public:
+  explicit DnComparison(FindingSink& findings) : findings_(findings) {}
+  void take(const Finding& finding) override;
+
+ private:
+  bool isNew(uint64_t hash);
+
+  FindingSink& findings_;
+  std::vector<uint64_t> places_ = std::vector<uint64_t>(1024);  // hash table of the hashes; 0 where there is none
+  size_t count_ = 0;
 };
-void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, NewDns& newDns, FindingSink& findings);
 
 // Finds the lines of an entry for the work file that are gone because they read as nothing there.
 void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings);

@@ -41,14 +41,15 @@ static std::string_view readEntryOnceMore(SurveyedFile& file, const Registry& re
 }
 
 // A plain entry has not been prepared before.
-static void measure(Registry& registry, GatheredEntry& entry, Entry lines) {
+static void measure(RecordMaker& maker, GatheredEntry& entry, Entry lines) {
   const uint64_t bytes = bytesOfLines(lines);
   entry.isMeasured = true;
-  registry.workFileBytes += bytes + 1;  // and the empty line
-  if (!entry.isNormal) registry.keptBytes += bytes;
+  maker.measured.add({bytes + 1, entry.isNormal ? 0 : bytes});  // and the empty line
 }
 
-static void loadEntry(SurveyedFile& file, Registry& registry, uint32_t number, LoadedEntry& loaded) {
+static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) {
+  SurveyedFile& file = *maker.file;
+  Registry& registry = *maker.registry;
   GatheredEntry& entry = registry.entries[number];
   loaded.texts.release();
   loaded.number = number;
@@ -63,7 +64,7 @@ static void loadEntry(SurveyedFile& file, Registry& registry, uint32_t number, L
   const WorkEntry& part = loaded.prepared.parts[entry.part];
   loaded.lines = linesOf(loaded.prepared, part);
   loaded.origins = originsOf(loaded.prepared, part);
-  if (!entry.isMeasured) measure(registry, entry, loaded.lines);
+  if (!entry.isMeasured) measure(maker, entry, loaded.lines);
   // A slot holds the first line as its owner's DN has been read from it: blanks and all that stands behind are gone.
   if (entry.isNormal) return;
   const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
@@ -76,7 +77,7 @@ LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number) {
     if (maker.loaded[i]->number == number) return *maker.loaded[i];
   if (maker.loadedCount == maker.loaded.size()) maker.loaded.push_back(std::make_unique<LoadedEntry>());
   LoadedEntry& loaded = *maker.loaded[maker.loadedCount++];
-  loadEntry(*maker.file, *maker.registry, number, loaded);
+  loadEntry(maker, number, loaded);
   return loaded;
 }
 
@@ -87,6 +88,8 @@ void measureRest(RecordMaker& maker) {
     maker.loadedCount = 0;
     loadedEntry(maker, i);
   }
+  maker.registry->measured.add(maker.measured);
+  maker.measured = {};
 }
 
 // Puts the lines of a row together.

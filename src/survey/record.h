@@ -83,6 +83,7 @@ struct RecordMaker {
   SurveyedFile* file;
   Registry* registry;
   bool changetypeSeen;
+  Measures measured = {};                            // of the entries that have been loaded first by this one
   std::vector<std::unique_ptr<LoadedEntry>> loaded;  // those of the slot at its begin
   size_t loadedCount = 0;
   std::vector<Line> lines[RESCREDS_KIND];  // as they stand in the rows
@@ -98,5 +99,5 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
 // Returns the entry of the slot that has been loaded.
 LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number);
 
-// Measures the entries that are in no record that has been made.
+// Measures the entries that are in no record that has been made, and adds what has been measured to the registry's.
 void measureRest(RecordMaker& maker);

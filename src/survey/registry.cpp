@@ -63,7 +63,7 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
     owner.isSpoilt = owner.isSpoilt || entry.endsPreparation;
     if (owner.first == NONE) {
       owner.first = number;
-      registry.keptBytes += awaited.openerBytes;
+      registry.measured.kept += awaited.openerBytes;
     } else {
       registry.entries[owner.last].next = number;
     }

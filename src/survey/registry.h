@@ -54,6 +54,17 @@ struct AwaitedEntry {
   uint64_t openerBytes;  // of the text that a run keeps if the entry opens a slot
 };
 
+// What entries have in bytes.
+struct Measures {
+  uint64_t workFile = 0;  // of the work file at the end of the preparation
+  uint64_t kept = 0;      // of texts that a run keeps besides while it gathers all entries
+
+  void add(const Measures& other) {
+    workFile += other.workFile;
+    kept += other.kept;
+  }
+};
+
 struct Registry {
   std::deque<GatheredEntry> entries;  // in the order of the work file
   std::deque<RegistryOwner> owners;   // in the order in which the entries show them
@@ -67,10 +78,7 @@ struct Registry {
   static constexpr size_t AWAITED = 16;
   AwaitedEntry awaited[AWAITED] = {};  // the last ones, by their number
   size_t awaitedEnd = 0;               // the number of the next one
-  // Of the entries that have been measured: the work file's at the end of the preparation, and those of texts that a
-  // run keeps besides while it gathers all entries.
-  uint64_t workFileBytes = 0;
-  uint64_t keptBytes = 0;
+  Measures measured;                   // of the entries that have been
 };
 
 // Adds an entry that stands in the work file. It is among the others a few entries later, or once all are there.

@@ -65,7 +65,7 @@ static void noteKeptTexts(Registry& registry, AwaitedEntry& awaited, Entry lines
   const bool standsThere = gathered.isNormal && gathered.kind != USERS_SECUSER_KIND &&
                            gathered.kind != MAP_OF_USER_KIND && gathered.kind != MAP_OF_GROUP_KIND;
   if (!standsThere) awaited.openerBytes = lines[0].length;
-  if (gathered.isMeasured && !gathered.isNormal) registry.keptBytes += bytesOfLines(lines);
+  if (gathered.isMeasured && !gathered.isNormal) registry.measured.kept += bytesOfLines(lines);
 }
 
 static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint64_t begin) {
@@ -112,7 +112,7 @@ static void takePrepared(Survey& survey, uint64_t begin) {
     return;
   }
   count(counts, prepared.kind);
-  survey.registry.workFileBytes += prepared.bytes;
+  survey.registry.measured.workFile += prepared.bytes;
   const auto holds = [](const Line& line) { return holdsChangetypeAsRead(line); };
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
   const bool mayHold = !counts.changetypeSeen && (prepared.names & CHANGETYPE) != 0;

@@ -1,0 +1,110 @@
+#include "check/regular_records.h"
+
+#include <algorithm>
+#include <future>
+
+#include "survey/progress.h"
+
+void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& rows) {
+  for (auto& parts : rows.parts) parts.clear();
+  rows.opener = owner.first;
+  rows.policyDn = NONE;
+  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next) {
+    const EntryKind kind = rowKindOf(registry, i);
+    rows.parts[kind].push_back({i, 0, registry.entries[i].lines});
+    if (kind == SECPOLICY_KIND) rows.policyDn = i;
+  }
+}
+
+uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side) {
+  EntryKind kind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  if (records.missing != UNKNOWN_KIND) kind = records.present;
+  if (records.subjectKind != UNKNOWN_KIND) kind = records.subjectKind;
+  if (kind >= RESCREDS_KIND || rows.parts[kind].empty()) return rows.opener;
+  return rows.parts[kind][0].entry;
+}
+
+void takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, FateRoom& room, FindingSink& findings) {
+  findNameChanges(maker, rows, side, findings);
+  findFatesOfSlot(maker, rows, side, room.survivors, room.fates, false,
+                  [&](const LoadedEntry& entry, EntryKind, const Fates& fates) {
+                    findLosses(fates, entry.origins, entry.begin, findings);
+                  });
+}
+
+// Findings that have to wait for those of other owners.
+class WaitingFindings final : public FindingSink {
+ public:
+  void take(const Finding& finding) override { findings_.push_back(finding); }
+  void handOver(FindingSink& findings) {
+    for (const Finding& finding : findings_) findings.take(finding);
+    findings_.clear();
+  }
+
+ private:
+  std::vector<Finding> findings_;
+};
+
+// Owners, one behind the other.
+struct OwnerRange {
+  size_t begin;
+  size_t end;
+  size_t firstEntry;  // in Registry::byOwner
+};
+
+// Makes records of one owner after the other, with room of its own.
+struct RecordWorker {
+  RecordMaker maker;
+  FateRoom room = {};
+  SlotRows rows = {};
+  WaitingFindings found = {};
+};
+
+static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range) {
+  Registry& registry = *worker.maker.registry;
+  EntryFetch fetch = {range.firstEntry, range.firstEntry, range.firstEntry};
+  for (size_t i = range.begin; i < range.end; ++i) {
+    RegistryOwner& owner = registry.owners[i];
+    fetchAhead(fetch, *worker.maker.file, registry, owner);
+    if (!owner.isRegular || owner.isSpoilt) continue;
+    fillRows(registry, owner, worker.rows);
+    const SlotRecords& records = makeRecords(worker.maker, owner.side, worker.rows);
+    owner.hasProblem = records.problem != NO_DETAIL;
+    owner.bytes = static_cast<uint32_t>(records.bytes);
+    if (!owner.hasProblem) {
+      takeRecords(worker.maker, worker.rows, owner.side, worker.room, worker.found);
+      continue;
+    }
+    const uint32_t entry = entryOf(worker.rows, records, owner.side);
+    worker.found.take({findingOf(records.problem), AT_GIVEN, registry.entries[entry].begin});
+  }
+}
+
+// Returns the owners behind those of a range, so many of them at most.
+static OwnerRange rangeBehind(const Registry& registry, const OwnerRange& before, size_t most) {
+  OwnerRange range = {before.end, std::min(before.end + most, registry.owners.size()), before.firstEntry};
+  for (size_t i = before.begin; i < before.end; ++i) range.firstEntry += registry.owners[i].entries;
+  return range;
+}
+
+void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings) {
+  constexpr size_t OWNERS_AT_ONCE = 8192;  // so that few findings have to wait
+  RecordWorker workers[2] = {{RecordMaker(*maker.file, registry, maker.changetypeSeen)},
+                             {RecordMaker(*maker.file, registry, maker.changetypeSeen)}};
+  // Only a file that is in memory as a whole can be looked at in two places at once.
+  textFrom(*maker.file, 0, 1);
+  const size_t ofSecond = isWhole(*maker.file) ? OWNERS_AT_ONCE : 0;
+  OwnerRange first = {0, 0, 0};
+  OwnerRange second = {0, 0, 0};
+  while (second.end < registry.owners.size()) {
+    first = rangeBehind(registry, second, OWNERS_AT_ONCE);
+    second = rangeBehind(registry, first, ofSecond);
+    // Where no thread can be had, the second half is made when it is waited for.
+    auto half = std::async([&] { makeRecordsOf(workers[1], second); });
+    makeRecordsOf(workers[0], first);
+    half.get();
+    for (RecordWorker& worker : workers) worker.found.handOver(findings);
+    showSurveyProgress(maker.file->program, "records", second.end, registry.owners.size());
+  }
+  for (const RecordWorker& worker : workers) maker.measured.add(worker.maker.measured);
+}

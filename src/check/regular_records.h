@@ -1,0 +1,32 @@
+// The records of the owners whose entries are regular, which are nearly all: one of each kind at most, so that no slot
+// counts make a difference to them.
+#pragma once
+
+#include <cstdint>
+
+#include "survey/entry_findings.h"
+#include "survey/record.h"
+
+inline EntryKind rowKindOf(const Registry& registry, uint32_t entry) {
+  return static_cast<EntryKind>(registry.entries[entry].rowKind);
+}
+
+// Fills the rows of a slot with the entries of such an owner.
+void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& rows);
+
+// Returns the entry of the slot to which a problem of its records belongs.
+uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side);
+
+// Room for the fates of the lines of a slot; used again and again.
+struct FateRoom {
+  RecordSurvivors survivors;
+  Fates fates;
+};
+
+// Finds what is odd about the records that have been made of a slot, and which lines are lost.
+void takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, FateRoom& room, FindingSink& findings);
+
+// Makes all of them: finds whether they can be written, how many bytes they have, and what is odd about them. Half of
+// them are made at the same time as the other half, where a second processor is free; findings come in one order all
+// the same.
+void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings);
