@@ -26,7 +26,9 @@ static ObjectClass withoutCredentials(ObjectClass code) {
 
 // True when the line names a class that the run knows only in another spelling.
 static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
-  if (!isNamed(line, "objectclass")) return false;
+  // Most entries have a line of the class top, too, which is shorter than one with any of these values.
+  constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
+  if (line.contentLength < SHORTEST || !isNamed(line, "objectclass")) return false;
   std::string_view value = behindSpaces(line.content().substr(ownName(line).size() + 1));
   value = value.substr(0, value.find_last_not_of(" \t") + 1);
   for (const ClassValue& known : classValues)

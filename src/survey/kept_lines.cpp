@@ -46,10 +46,6 @@ static size_t placeOf(const KeptLines& kept, const LineShape& shape) {
 
 // Returns the number of the shape, from 1 on; 0 when there are too many.
 static uint32_t numberOf(KeptLines& kept, const LineShape& shape) {
-  if (kept.places.empty()) {
-    kept.places.resize(KeptLines::MOST_SHAPES + 1);
-    kept.shapes.resize(1);
-  }
   uint16_t& number = kept.places[placeOf(kept, shape)];
   constexpr size_t ENOUGH = KeptLines::MOST_SHAPES / 2;  // a fuller table is a slow one
   if (number == 0 && kept.shapes.size() < ENOUGH) {
@@ -73,6 +69,10 @@ static uint32_t* findRoom(KeptLines& kept, size_t lines) {
 uint32_t keepLines(KeptLines& kept, const ReadEntry& entry) {
   uint32_t* const room = findRoom(kept, entry.count);
   if (room == nullptr) return NOT_KEPT;
+  if (kept.places.empty()) {
+    kept.places.resize(KeptLines::MOST_SHAPES + 1);
+    kept.shapes.resize(1);
+  }
   const char* expected = entry.room[0].text;
   room[0] = static_cast<uint32_t>(entry.count);
   for (size_t i = 0; i < entry.count; ++i) {

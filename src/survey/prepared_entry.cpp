@@ -361,9 +361,14 @@ static bool isPlainlyAdjusted(ObjectClass objectClass, uint32_t names) {
 
 // The first line as it is written.
 static Line writtenFirstLine(const ReadEntry& entry, Texts& texts) {
-  const bool isFolded = entry.count > 1 && isContinuation(entry.room[1]);
-  if (!isFolded && entry.room[0].length == entry.room[0].contentLength + 1) return entry.room[0];
-  return scanLine(joined({unfold(entry.lines(), 0, 0, texts).text, "\n"}, texts));
+  Line first = entry.room[0];
+  if (entry.count > 1 && isContinuation(entry.room[1]))
+    return scanLine(joined({unfold(entry.lines(), 0, 0, texts).text, "\n"}, texts));
+  if (first.length == first.contentLength + 1) return first;
+  // What is known of it stays as it is without a carriage return.
+  first.text = joined({first.content(), "\n"}, texts).data();
+  first.length = first.contentLength + 1;
+  return first;
 }
 
 bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, PreparedEntry& prepared) {
@@ -396,14 +401,12 @@ bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, Pr
   return true;
 }
 
-void prepareOwnerLines(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
-  constexpr uint32_t SECDN = nameBit("secdn");
+void prepareFirstLine(PreparedEntry& prepared) {
   const auto isOwn = [](const Line& line) { return !isContinuation(line); };
   // What continues the first line stands in it now.
   const auto second = std::find_if(prepared.lines.begin() + 1, prepared.lines.end(), isOwn);
   prepared.lines = prepared.lines.subspan(static_cast<size_t>(second - prepared.lines.begin()) - 1);
   prepared.lines[0] = prepared.foreseenFirst;
-  if ((entry.names & SECDN) != 0) tightenOwnerNames(prepared.lines, texts);
 }
 
 void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,

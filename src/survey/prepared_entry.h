@@ -61,8 +61,9 @@ struct PreparedEntry {
 // entries.
 bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, PreparedEntry& prepared);
 
-// Gives the lines of such an entry that name its owner the form in which they will be.
-void prepareOwnerLines(ReadEntry& entry, Texts& texts, PreparedEntry& prepared);
+// Gives the first line of such an entry the form in which it will be. In that of the others it makes no difference to
+// the entry's owner.
+void prepareFirstLine(PreparedEntry& prepared);
 
 // Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk.
 // The origins are only found where they may be needed, unless they are asked for. Texts last until they are released.

@@ -150,7 +150,7 @@ static void prepareAgain(Survey& survey, std::string_view text) {
 
 static void takePlainLines(Survey& survey) {
   if (survey.areLinesKept) survey.keptAt = keepLines(survey.registry.kept, survey.entry);
-  prepareOwnerLines(survey.entry, survey.texts, survey.prepared);
+  prepareFirstLine(survey.prepared);
 }
 
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {

@@ -141,6 +141,23 @@ def json_lists_everything_always():
         return differs("problems", 24, len(json.loads(folder.check("--json", INPUT).stdout)["problems"]))
 
 
+def findings_of_many_users_come_in_the_order_of_the_users():
+    """Whatever is made at the same time: eight thousand users are one half of what is."""
+    users, lines_of_one = 20_000, 9
+    names = [f"n{number}" for number in range(users)]
+    for number in range(500, users, 1000):
+        names[number] = f"n{number}+x"
+    for number, first in ((4, 3), (12_001, 5), (17_001, 5), (17_002, 16_700)):
+        names[number] = names[first]
+    text = b"".join(user(f"u{number}", principal=name) + map_of(f"u{number}") for number, name in enumerate(names))
+    expected = [(identifier, 1 + lines_of_one * number) for number, name in enumerate(names)
+                for identifier, holds in (("special-character-in-new-dn", "+" in name),
+                                          ("new-dn-twice", number in (4, 12_001, 17_001, 17_002))) if holds]
+    with Folder(text) as folder:
+        problems = json.loads(folder.check("--json", INPUT).stdout)["problems"]
+        return differs("findings", expected, [(problem["id"], problem["line"]) for problem in problems])
+
+
 def text_says_what_will_happen_and_what_to_do():
     with Folder(USER + REGISTRY) as folder:
         text = folder.check(INPUT).stdout.decode()
@@ -306,6 +323,7 @@ RULES = (an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_othe
          values_are_only_shown_when_they_are_asked_for, values_are_only_shown_by_splitting_when_they_are_asked_for,
          control_characters_do_not_reach_the_terminal, text_begins_with_the_verdict_and_goes_on_with_the_counts,
          text_lists_ten_of_each_kind, text_lists_everything_with_all, json_lists_everything_always,
+         findings_of_many_users_come_in_the_order_of_the_users,
          text_says_what_will_happen_and_what_to_do, text_marks_what_stops_at_other_slot_counts_only,
          each_entry_goes_to_one_file_with_its_owners_others_and_its_comments,
          owners_of_entries_that_fill_their_rows_are_rejected, what_is_found_besides_does_not_matter_to_the_split,
