@@ -36,8 +36,13 @@ void takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, FateRoom& 
 class WaitingFindings final : public FindingSink {
  public:
   void take(const Finding& finding) override { findings_.push_back(finding); }
-  void handOver(FindingSink& findings) {
-    for (const Finding& finding : findings_) findings.take(finding);
+  // Has them taken, and something done between them.
+  template <typename Meanwhile>
+  void handOver(FindingSink& findings, Meanwhile meanwhile) {
+    for (const Finding& finding : findings_) {
+      meanwhile();
+      findings.take(finding);
+    }
     findings_.clear();
   }
 
@@ -60,10 +65,13 @@ struct RecordWorker {
   WaitingFindings found = {};
 };
 
-static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range) {
+// Has something done before each owner.
+template <typename Meanwhile>
+static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range, Meanwhile meanwhile) {
   Registry& registry = *worker.maker.registry;
   EntryFetch fetch = {range.firstEntry, range.firstEntry, range.firstEntry};
   for (size_t i = range.begin; i < range.end; ++i) {
+    meanwhile();
     RegistryOwner& owner = registry.owners[i];
     fetchAhead(fetch, *worker.maker.file, registry, owner);
     if (!owner.isRegular || owner.isSpoilt) continue;
@@ -88,7 +96,7 @@ static OwnerRange rangeBehind(const Registry& registry, const OwnerRange& before
 }
 
 void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings) {
-  constexpr size_t OWNERS_AT_ONCE = 8192;  // so that few findings have to wait
+  constexpr size_t OWNERS_AT_ONCE = 2048;  // so that few findings have to wait
   RecordWorker workers[2] = {{RecordMaker(*maker.file, registry, maker.changetypeSeen)},
                              {RecordMaker(*maker.file, registry, maker.changetypeSeen)}};
   // Only a file that is in memory as a whole can be looked at in two places at once.
@@ -100,11 +108,13 @@ void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& fin
     first = rangeBehind(registry, second, OWNERS_AT_ONCE);
     second = rangeBehind(registry, first, ofSecond);
     // Where no thread can be had, the second half is made when it is waited for.
-    auto half = std::async([&] { makeRecordsOf(workers[1], second); });
-    makeRecordsOf(workers[0], first);
+    auto half = std::async([&] { makeRecordsOf(workers[1], second, [] {}); });
+    const auto showProgress = [&] {
+      showSurveyProgress(maker.file->program, "records", first.begin, registry.owners.size());
+    };
+    makeRecordsOf(workers[0], first, showProgress);
     half.get();
-    for (RecordWorker& worker : workers) worker.found.handOver(findings);
-    showSurveyProgress(maker.file->program, "records", second.end, registry.owners.size());
+    for (RecordWorker& worker : workers) worker.found.handOver(findings, showProgress);
   }
   for (const RecordWorker& worker : workers) maker.measured.add(worker.maker.measured);
 }

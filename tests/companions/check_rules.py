@@ -142,7 +142,7 @@ def json_lists_everything_always():
 
 
 def findings_of_many_users_come_in_the_order_of_the_users():
-    """Whatever is made at the same time: eight thousand users are one half of what is."""
+    """Whatever is made at the same time: two thousand users are one half of what is."""
     users, lines_of_one = 20_000, 9
     names = [f"n{number}" for number in range(users)]
     for number in range(500, users, 1000):
