@@ -20,7 +20,7 @@ struct LineShape {
 
 struct KeptLines {
   static constexpr size_t BLOCK_SIZE = size_t{256} * 1024;  // numbers
-  static constexpr size_t MOST_BLOCKS = 48;                 // of a mebibyte each
+  static constexpr size_t MOST_BLOCKS = 32;                 // of a mebibyte each
   static constexpr size_t MOST_SHAPES = UINT16_MAX;
 
   // One number for each line, its length below the number of its shape; before those of an entry, how many there are.
