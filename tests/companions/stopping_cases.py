@@ -8,7 +8,7 @@ from typing import NamedTuple
 from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, CREWS_MAP, GROUP, GROUP_MAP, HELD,
                     LINE, MAP, PLENTY, POLICY_ROW, REGISTRY, REGISTRY_LINES, ROW, UNIT, USER, WITHOUT_AUTHORITY,
                     WITHOUT_NAME, beside, beside_alone, changes, credentials, entry, folded, group, line_of, lines,
-                    map_of, map_of_group, own_dn, policy, policy_data, shown, shown_alone, stops, unit, user,
+                    map_dn, map_of, map_of_group, own_dn, policy, policy_data, shown, shown_alone, stops, unit, user,
                     users_entry)
 
 ATTRIBUTES = (
@@ -71,6 +71,12 @@ PARTNERS = (
     shown("blank at the end of the DN of a user parts it from a map that comes later",
           (USER.replace(b"example\n", b"example \n"), MAP), stops("user-without-map", 1, BERT),
           stops("user-without-own-entry", 6, BERTS_MAP), ends=((1, 1),)),
+    # Bert's own entry opens the first slot and Anna's the last, in which her maps do not find her. Had the first map a
+    # slot nevertheless, the second would meet it there, and stop the run before Anna's record does.
+    shown_alone("maps that find their user in no slot stay behind while all slots are in use",
+                (USER, user("anna").replace(b"example\n", b"example \n"), map_of("anna"), map_of("anna"), MAP),
+                stops("user-without-map", 6, own_dn("anna")), stops("user-without-own-entry", 11, map_dn("anna")),
+                stops("doubled-entry", 15, map_dn("anna")), slots=(2, 1), ends=((1, 1), (3, 1))),
     beside("user-without-map", "blank at the end of the DN of a user does not matter behind its map",
            (MAP, USER.replace(b"example\n", b"example \n"))),
     shown("secDN in base 64 is not decoded", (USER, entry(f"dn: {BERTS_MAP}", "objectclass: secMap",
