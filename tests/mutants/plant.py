@@ -2,6 +2,8 @@
 """Plants the mistakes of mistakes.py, one at a time, in a copy of the sources and shows which test notices each.
 
     plant.py [--list] [TEXT ...]      only the mistakes whose name or file holds one of the texts; all without one
+
+With --list none is planted; the exit status says whether each can be.
 """
 
 import argparse
@@ -186,7 +188,7 @@ def plant(mistake, suites, sound, tree, build, scratch):
 
 def main():
     parser = argparse.ArgumentParser(description="Plants mistakes and shows which test notices each.")
-    parser.add_argument("--list", action="store_true", help="only list the mistakes")
+    parser.add_argument("--list", action="store_true", help="list the mistakes, and see that they fit the sources")
     parser.add_argument("texts", nargs="*", metavar="TEXT", help="part of the name or file of the mistakes to plant")
     options = parser.parse_args()
     chosen = [mistake for mistake in mistakes
@@ -194,7 +196,7 @@ def main():
     if options.list:
         for name, file, _, _ in chosen:
             print(f"{file}: {name}")
-        return 0
+        return 1 if checkMistakes(chosen, PROJECT)[1] else 0
 
     passed = 0
     with tempfile.TemporaryDirectory(prefix="mistakes-") as folder:
