@@ -29,6 +29,7 @@ static std::string_view firstLineOf(std::string_view text) { return text.substr(
 // The order of records depends on the slot counts, so that each is looked for by its bytes, wherever it stands.
 // Their sum shows what is there besides.
 static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAddedDate = false) {
+  // Counted whether it is there or not: the sum must be the size of the output.
   accounting.expectedBytes += accounting.text.size();
   if (findRecord(accounting.output, accounting.text, hasAddedDate)) {
     ++accounting.account.records[kind];
@@ -118,6 +119,7 @@ class CopiedEntries final : public EntryVisitor {
       if (!prepared.goneLines.empty()) takeGoneLines(prepared, begin);
       return;
     }
+    // The run ends with this entry, so that nothing of it can be in a complete output.
     accounting_.account.lines[LOST] += prepared.attributeLines;
     accounting_.missing.push_back({begin, 0});
   }

@@ -22,19 +22,23 @@ static int account(const AccountOptions& options) {
   SurveyedFile input;
   SurveyedFile again;
   SurveyedFile output;
+  // The input twice: the second look at it moves its own window where the file is not in memory as a whole.
   for (SurveyedFile* file : {&input, &again})
     if (!openSurveyed(PROGRAM, options.input, *file)) endFor(options.input);
   if (!openSurveyed(PROGRAM, options.output, output)) endFor(options.output);
   AccountReport report(options, again, output);
   report.begin();
   OutputRecords records = {};
+  // The output comes first: records of the input are looked for in it as they are made.
   readRecords(output, records);
   Account made;
   accountFor(input, again, records, report, made);
   endSurveyProgress();
   report.end(made);
+  // What has been said may hold for no files that there ever were.
   if (!isUnchanged(input)) endFor(options.input);
   if (!isUnchanged(output)) endFor(options.output);
+  // An account that has not come out must not look like one without losses.
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     failWith();
     endFor("standard output");

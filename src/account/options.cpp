@@ -31,6 +31,7 @@ AccountOptions readOptions(int argumentCount, char** arguments) {
                                        {"version", no_argument, nullptr, VERSION},
                                        {nullptr, 0, nullptr, 0}};
   AccountOptions read;
+  // The library says itself which option it does not know. Names behind two dashes may begin with one.
   for (int found = 0; (found = getopt_long(argumentCount, arguments, "", options, nullptr)) != -1;) {
     if (found == JSON) read.json = true;
     if (found == ALL) read.all = true;
@@ -46,6 +47,7 @@ AccountOptions readOptions(int argumentCount, char** arguments) {
     }
     if (found == '?') endForUsage("an option is not known or incomplete");
   }
+  // A third name would be one too many to guess what was meant.
   if (argumentCount - optind != 2) endForUsage("two names are expected");
   read.input = arguments[optind];
   read.output = arguments[optind + 1];

@@ -53,6 +53,7 @@ bool AccountReport::isWanted(const EntryFate& entry) {
   static FirstLine wanted;
   static FirstLine found;
   const ShownDn dn = dnAt(input_, entry.begin);
+  // A DN in base 64 is not decoded, so that nobody can ask for it by its text.
   if (!dn.isKnown) return false;
   // The administrator may have the DN from anywhere, in another letter case and with other blanks.
   normalise(wanted, behindSpaces(options_.entry));
@@ -82,6 +83,7 @@ void AccountReport::writeEntry(const EntryFate& entry) {
   uint32_t last = NO_LINE;
   for (size_t i = 0; i < entry.lines.size(); ++i) {
     const Origin& origin = entry.origins[i];
+    // Every line has its number, so that the list can be held beside the input.
     // Lines that were added, and further pieces of a long one, are none of the input.
     if (origin.line == NO_LINE || origin.isPiece || origin.line == last) continue;
     last = origin.line;
@@ -118,6 +120,7 @@ void AccountReport::writeJson(const Account& account) {
   const auto& lines = account.lines;
   const auto& records = account.records;
   fputs(losses_ > 0 ? "\n],\n\"changes\": [" : "],\n\"changes\": [", stdout);
+  // The list of losses ends here; what is kept follows it.
   bool isFirst = true;
   for (const Finding& change : changes_) {
     fputs(isFirst ? "\n" : ",\n", stdout);
@@ -180,6 +183,7 @@ void AccountReport::writeChanges() {
       printf("  line %" PRId64 ": %s\n", lineNumberOf(input_, change.line != NO_PLACE ? change.line : change.entry),
              dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown");
     }
+    // Their number says how much there is to do.
     if (count > SHOWN_OF_EACH) printf("  and %" PRId64 " more\n", count - SHOWN_OF_EACH);
   }
 }
@@ -190,6 +194,7 @@ void AccountReport::writeText(const Account& account) {
   const Difference& first = account.first;
   if (options_.entry != nullptr && entriesWritten_ == 0)
     printf("No entry of the input has the DN %s.\n", harmless(options_.entry).c_str());
+  // Between what was asked of entries and the rest.
   if (isAsked(options_)) puts("");
   const std::string input = harmless(options_.input);
   if (first.isAny) {

@@ -65,6 +65,7 @@ CheckOptions readOptions(int argumentCount, char** arguments) {
     }
     if (found == '?') endForUsage("an option is not known or incomplete");
   }
+  // Slot counts come in pairs: for one of them alone the other would have to be guessed.
   const int left = argumentCount - optind;
   if (left != 1 && left != 3) endForUsage("one or three arguments are expected");
   read.input = arguments[optind];

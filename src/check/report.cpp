@@ -32,6 +32,7 @@ void Report::take(const Finding& finding) {
 
 void Report::writeJson(const Prediction& prediction, uint64_t memoryBytes) {
   const SurveyCounts& counts = prediction.counts;
+  // What a run does not come to has no number: null, where 0 would look like one.
   const bool fails = prediction.code != 0;
   const Json countsOfKinds = {{"entries", counts.entries},
                               {"users", prediction.registry.ownersOf[USER_SIDE]},
@@ -64,6 +65,7 @@ void Report::writeFindings() {
     printf("\n%s (%s), %" PRId64 ": %s\n  %s\n", kind.id, nameOf(kind.effect), counts_[id], kind.what, kind.advice);
     int64_t shown = 0;
     for (const Finding& finding : kept_) {
+      // What is wrong with the file as a whole has no place in it, and is said by the heading alone.
       if (finding.id != id || finding.entry == NO_PLACE) continue;
       const uint64_t place = finding.line != NO_PLACE ? finding.line : finding.entry;
       const ShownDn dn = dnAt(file_, finding.entry);
@@ -86,6 +88,7 @@ void Report::writeText(const Prediction& prediction, uint64_t memoryBytes) {
   } else {
     printf("%s: the conversion with slots for %d users and %d groups stops with message %u", name.c_str(),
            prediction.slots[USER_SIDE], prediction.slots[GROUP_SIDE], prediction.code);
+    // The entry is named as the message of the run will name it, so that the two can be compared.
     if (prediction.failingEntry != NO_PLACE)
       printf(" about the entry in line %" PRId64, lineNumberOf(file_, prediction.failingEntry));
     puts(".");

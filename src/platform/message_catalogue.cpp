@@ -46,12 +46,15 @@ static constexpr const char* detailTexts[] = {
     "whose DN cannot be shown",
     " (line {1})",
 
+    // What stands behind the notices.
     "There is no work file from an earlier run.",
     "A work file from an earlier run is there, and its {1} bytes will be converted as well.",
     "The work file {7} could not be removed: {8}.",
 
+    // What stands behind an error that such a work file may have led to.
     "A work file from an earlier run was converted as well and can be the cause.",
 
+    // What is wrong with an entry. Each says what to do, because nobody has time to look it up in a maintenance window.
     "The user {1} has no secAuthority" ADD_ATTRIBUTE "user.",
     "The user {1} has no principalName" ADD_ATTRIBUTE "user.",
     "The entry {1} begins with the continuation of another line, such as a folded comment" STOPPED
@@ -81,6 +84,7 @@ static constexpr const char* detailTexts[] = {
     "The entry {1} is of the same kind and owner as the entry {2}" STOPPED "Remove one of them.",
     "The entry {1} has more than the {2} lines that can be gathered of it" STOPPED "Remove lines from it.",
 
+    // What is wrong with the files while entries go from one to the other.
     "The entry {1} could not be taken out of the work file {2} ({3})" START_AGAIN,
     "The entry {1} could not be passed over in the work file {2} ({3})" STOPPED
     "Mend the disk, remove the work file and start again.",
@@ -91,6 +95,7 @@ static constexpr const char* detailTexts[] = {
     "an entry whose DN cannot be shown",
     " Reason: {1}",
 
+    // Reasons why a file cannot be used beside those that the system knows.
     "not a regular file",
     "the file has a second hard link",
     "the file belongs to another user",
@@ -104,6 +109,7 @@ static constexpr const char* detailTexts[] = {
     "too many files are open",
     "no position can be set in it",
 
+    // Reasons why a command line cannot be used.
     "four or five arguments are expected",
     "a file name is too long",
     "a slot count must be a number of at least 1",

@@ -9,6 +9,7 @@
 #include "platform/progress_line.h"
 
 void showSurveyProgress(const char* program, const char* step, uint64_t done, uint64_t all) {
+  // Asking the clock takes longer than many an entry.
   constexpr uint32_t CALLS_BETWEEN_LOOKS = 4096;
   constexpr size_t LINE_SIZE = 100;
   constexpr uint64_t WHOLE = 100;  // percent
@@ -17,6 +18,7 @@ void showSurveyProgress(const char* program, const char* step, uint64_t done, ui
   static time_t shownAt = time(nullptr);
   if (!isTerminal || all == 0 || ++calls % CALLS_BETWEEN_LOOKS != 0) return;
   const time_t now = time(nullptr);
+  // Once a second: more often nobody reads, and a slow line to the terminal would hold the work up.
   if (now == shownAt) return;
   shownAt = now;
   char line[LINE_SIZE];

@@ -15,6 +15,8 @@ Json jsonDn(SurveyedFile& file, uint64_t entry) {
   return dn.isKnown ? Json(dn.text) : Json();
 }
 
+// Values can be secrets, and terminals and reports are read by others: only the name is shown unless they are asked
+// for.
 std::string lineText(SurveyedFile& file, const Finding& finding, bool withValue) {
   if (finding.line == NO_PLACE) return {};
   std::string text = attributeAt(file, finding.line);
@@ -35,6 +37,7 @@ Json jsonProblem(SurveyedFile& file, const Finding& finding, bool withValue) {
           {"dn", jsonDn(file, finding.entry)},
           {"id", kind.id},
           {"effect", nameOf(kind.effect)},
+          // Only what ends a run depends on slot counts.
           {"at", at != nullptr ? Json(at) : Json()},
           {"text", sentences(file, finding, withValue)}};
 }
