@@ -250,7 +250,7 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
   return records;
 }
 
-static void fetchText(SurveyedFile& file, const Registry& registry, const GatheredEntry& entry) {
+static void fetchText(const SurveyedFile& file, const Registry& registry, const GatheredEntry& entry) {
   constexpr size_t CACHE_LINE = 64;  // bytes
   constexpr size_t USUAL_LENGTH = 512;
   if (entry.keptAt != NOT_KEPT) __builtin_prefetch(keptIn(registry.kept, entry.keptAt));
@@ -260,7 +260,7 @@ static void fetchText(SurveyedFile& file, const Registry& registry, const Gather
     __builtin_prefetch(file.window + entry.begin + place);
 }
 
-void fetchAhead(EntryFetch& fetch, SurveyedFile& file, const Registry& registry, const RegistryOwner& owner) {
+void fetchAhead(EntryFetch& fetch, const SurveyedFile& file, const Registry& registry, const RegistryOwner& owner) {
   // In entries: a handful of owners.
   constexpr size_t KNOWN_AHEAD = 64;
   constexpr size_t TEXTS_AHEAD = 16;

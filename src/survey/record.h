@@ -39,7 +39,7 @@ struct EntryFetch {
   size_t passed = 0;  // the entries of the owners that have been passed
 };
 // To be called for each owner in turn.
-void fetchAhead(EntryFetch& fetch, SurveyedFile& file, const Registry& registry, const RegistryOwner& owner);
+void fetchAhead(EntryFetch& fetch, const SurveyedFile& file, const Registry& registry, const RegistryOwner& owner);
 
 // Some lines of an entry in a row; where no entry has too many lines that is a whole entry.
 struct RowPart {
