@@ -29,30 +29,24 @@ static Line lineOf(const char* text, uint32_t length, const LineShape& shape) {
       shape.endings};
 }
 
-// Shapes are few, some for each attribute, so that the table is hardly ever searched for long. Whoever makes them many
-// has no more lines kept, and that is all.
-static size_t placeOf(const KeptLines& kept, const LineShape& shape) {
+// Returns the number of the shape, from 1 on, which may be a new one; 0 when there is no more room for it.
+// Shapes are few, some for each attribute, so that one is hardly ever searched for long. Whoever makes them many, or of
+// one place in the table, has no more lines kept, and that is all.
+static uint32_t numberOf(KeptLines& kept, const LineShape& shape) {
   constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
   constexpr unsigned HALF = 32;
-  const size_t mask = kept.places.size() - 1;
-  auto place = static_cast<size_t>((shape.endings * FACTOR ^ shape.rest) * FACTOR >> HALF) & mask;
-  while (kept.places[place] != 0) {
-    const LineShape& other = kept.shapes[kept.places[place]];
-    if (other.endings == shape.endings && other.rest == shape.rest) break;
-    place = (place + 1) & mask;
+  constexpr int MOST_TRIES = 16;
+  auto place = static_cast<size_t>((shape.endings * FACTOR ^ shape.rest) * FACTOR >> HALF);
+  for (int tries = 0; tries < MOST_TRIES; ++tries, ++place) {
+    uint16_t& number = kept.places[place & KeptLines::MOST_SHAPES];
+    if (number == 0 && kept.shapes.size() <= KeptLines::MOST_SHAPES) {
+      number = static_cast<uint16_t>(kept.shapes.size());
+      kept.shapes.push_back(shape);
+    }
+    const LineShape& other = kept.shapes[number];
+    if (number != 0 && other.endings == shape.endings && other.rest == shape.rest) return number;
   }
-  return place;
-}
-
-// Returns the number of the shape, from 1 on; 0 when there are too many.
-static uint32_t numberOf(KeptLines& kept, const LineShape& shape) {
-  uint16_t& number = kept.places[placeOf(kept, shape)];
-  constexpr size_t ENOUGH = KeptLines::MOST_SHAPES / 2;  // a fuller table is a slow one
-  if (number == 0 && kept.shapes.size() < ENOUGH) {
-    number = static_cast<uint16_t>(kept.shapes.size());
-    kept.shapes.push_back(shape);
-  }
-  return number;
+  return 0;
 }
 
 // Returns room for an entry of so many lines, or null. An entry lies in one block.
