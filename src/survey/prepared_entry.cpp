@@ -312,6 +312,8 @@ void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Tex
   if (!isAsRead) {
     part.objectClass = classOf(prepared.lines);
     part.kind = kindOf(part.objectClass, prepared.lines[0].view());
+    // It is copied then, whatever it was before.
+    prepared.lacksOrigins = part.kind == RESCREDS_KIND && !withOrigins;
   }
   prepared.parts.push_back(part);
 }
