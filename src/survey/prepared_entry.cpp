@@ -335,22 +335,18 @@ static bool standsIn(const Line& line, std::string_view name) {
   return false;
 }
 
-// True when each deciding name that stands in a line is that line's own one and, the class apart, that of no other;
-// the names that are there are returned, too.
-// Such names are looked for anywhere in a line; here every way of looking leads to the same line.
+// True when each deciding name that stands in a line is that line's own one; the names that are there are returned,
+// too. Such names are looked for anywhere in a line; here every way of looking leads to the first line of that name.
 static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
   names = 0;
   for (const Line& line : lines)
     for (uint32_t found = line.names & DECIDING; found != 0; found &= found - 1) {
       const std::string_view name = knownNames[std::countr_zero(found)];
-      const uint32_t bit = found & -found;
-      if (!isNamed(line, name)) {
-        // The bits only say that the name may stand here.
-        if (standsIn(line, name)) return false;
-        continue;
-      }
-      if ((names & bit & ~CLASS) != 0) return false;
-      names |= bit;
+      // The bits only say that the name may stand here.
+      if (isNamed(line, name))
+        names |= found & -found;
+      else if (standsIn(line, name))
+        return false;
     }
   return true;
 }
