@@ -324,8 +324,7 @@ static constexpr uint32_t AUTHORITY = nameBit("secauthority");
 static constexpr uint32_t PRINCIPAL = nameBit("principalname");
 static constexpr uint32_t UUID = nameBit("secuuid");
 static constexpr uint32_t CLASS = nameBit("objectclass");
-static constexpr uint32_t CHANGE = nameBit("changetype");
-static constexpr uint32_t DECIDING = DOMAIN_ID | AUTHORITY | PRINCIPAL | UUID | CLASS | CHANGE;
+static constexpr uint32_t DECIDING = DOMAIN_ID | AUTHORITY | PRINCIPAL | UUID | CLASS;
 
 // True when the name ends at a colon of the line.
 static bool standsIn(const Line& line, std::string_view name) {
@@ -351,9 +350,8 @@ static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
   return true;
 }
 
-// True when the entry can be adjusted in the plainest way: a user gets its domain identifier, an UUID its new name.
+// True when an entry that is gathered can be adjusted in the plainest way: a user gets its domain identifier.
 static bool isPlainlyAdjusted(ObjectClass objectClass, uint32_t names) {
-  if (getsVersionAndDate(objectClass) || (names & CHANGE) != 0) return false;
   return !getsDomainId(objectClass) || (names & (DOMAIN_ID | AUTHORITY | PRINCIPAL)) == (AUTHORITY | PRINCIPAL);
 }
 

@@ -1220,7 +1220,6 @@ mistakes = [
     ("entry with a folded name is plain", "survey/prepared_entry.cpp", "|| entry.mayFoldName ", ""),
     ("name elsewhere in a line is plain", "survey/prepared_entry.cpp", "else if (standsIn(line, name))\n        return false;", ""),
     ("user without a name is plain", "survey/prepared_entry.cpp", "!getsDomainId(objectClass) || ", "true || "),
-    ("change record is plain", "survey/prepared_entry.cpp", " || (names & CHANGE) != 0", ""),
     ("first line that names more is plain", "survey/prepared_entry.cpp", "(first.names & ~DN) != 0 || ", ""),
     ("folded first line is read as it stands", "survey/prepared_entry.cpp",
      "if (entry.count > 1 && isContinuation(entry.room[1]))", "if (false)"),
