@@ -213,11 +213,22 @@ def mayBeLost(text, kind, there):
             or any(bareValue(other) == bareValue(text) for other in of_same_name))
 
 
+def partedRecords(output):
+    """The lines of each record. One that ends with a cut line, which lacks its newline, has the empty line behind it for
+    that, and is followed by the next at once."""
+    for record in ldif.wholeEntries(output):
+        lines = [line.text for line in record.lines]
+        begins = [i for i in range(1, len(lines))
+                  if lines[i].startswith(b"dn:") and len(lines[i - 1]) >= ldif.LINE_ROOM]
+        for begin, end in zip([0, *begins], [*begins, len(lines)]):
+            yield lines[begin:end]
+
+
 def missingLines(text, output):
     records = defaultdict(list)
-    for record in ldif.wholeEntries(output):
-        for name in {record.lines[0].text, record.lines[0].text.lower()}:
-            records[name].append([line.text for line in record.lines])
+    for lines in partedRecords(output):
+        for name in {lines[0], lines[0].lower()}:
+            records[name].append(lines)
     found = Found({}, {}, {}, [])
     for entry, kind, names in kindsAndNames(ldif.entries(text)):
         if kind == "data":
