@@ -120,6 +120,17 @@ class Faults(unittest.TestCase):
             self.assertEqual(done.returncode, 2, done.stderr)
             self.assertIn(b"memory", done.stderr)
 
+    def test_the_check_says_the_same_where_it_can_have_no_second_thread(self):
+        def want_large_stacks():
+            """Larger than the addresses of a process, so that no thread gets one."""
+            resource.setrlimit(resource.RLIMIT_STACK, (1 << 47, resource.RLIM_INFINITY))
+
+        if resource.getrlimit(resource.RLIMIT_STACK)[1] != resource.RLIM_INFINITY:
+            self.skipTest("the size of stacks is limited here")
+        alone = self.run_in_folder([CHECK, "--json", self.input], preexec_fn=want_large_stacks)
+        self.assertEqual((alone.returncode, alone.stderr), (1, b""))
+        self.assertEqual(alone.stdout, self.run_in_folder([CHECK, "--json", self.input]).stdout)
+
     def test_what_cannot_be_said_ends_both_with_2(self):
         with open("/dev/full", "wb") as full:
             for command in ([CHECK, self.input], [ACCOUNT, self.input, self.output]):
