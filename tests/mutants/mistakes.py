@@ -1120,7 +1120,7 @@ mistakes = [
     ("blanks around commas go from the output, too", "workfile/preparation_pass.cpp",
      "  unfoldObject();\n  writeObject(ofp",
      "  unfoldObject();\n"
-     "  tightenOwnerNames();\n"
+     "  tightenOwnerNames({object, static_cast<size_t>(next_available_object_slot)}, objectTexts);\n"
      "  writeObject(ofp"),
     ("unfolded entry is noted as it was read", "workfile/preparation_pass.cpp",
      "!isUnfolded && !isTightened);", "!isTightened);"),
