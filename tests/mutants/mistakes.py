@@ -42,8 +42,6 @@ mistakes = [
      "{ moveObject(usersSecUserMatrix, slot); }", "{ moveObject(secUserMatrix, slot); }"),
     ("row of a free slot counts as taken", "cache/cache_slots.cpp",
      "  if (!isInUse(sideOf(matrix), slot + 1)) return;\n", ""),
-    ("overrun that ends with a row is blamed in the next", "cache/cache_slots.cpp",
-     "(lines - 1) / matrix.columns", "lines / matrix.columns"),
     ("overrun is blamed in every slot", "cache/cache_slots.cpp",
      "overrun.matrix == &missing && slot > overrun.slot && slot <= overrun.lastSlot", "overrun.matrix == &missing"),
     ("overrun is blamed for what any table lacks", "cache/cache_slots.cpp",
