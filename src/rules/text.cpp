@@ -5,13 +5,28 @@
 
 #include "rules/places.h"
 
-// Eight characters. Most texts that are compared are the same in case, too, or differ in more than that.
-static bool areSameInAnyCase(const char* one, const char* other) {
+// Returns as many characters as the number has bytes.
+template <typename Number>
+static Number charactersAt(const char* text) {
+  Number characters = 0;
+  memcpy(&characters, text, sizeof characters);
+  return characters;
+}
+
+// Returns a number that all characters of a text of fewer than eight are in, those in its middle twice.
+static uint64_t charactersOf(std::string_view text) {
+  const auto halves = [&]<typename Half>(Half first) {
+    constexpr unsigned BITS = 32;
+    return first | uint64_t{charactersAt<Half>(text.data() + text.size() - sizeof(Half))} << BITS;
+  };
+  if (text.size() >= sizeof(uint32_t)) return halves(charactersAt<uint32_t>(text.data()));
+  if (text.size() >= sizeof(uint16_t)) return halves(charactersAt<uint16_t>(text.data()));
+  return text.empty() ? 0 : static_cast<unsigned char>(text.front());
+}
+
+// Most texts that are compared are the same in case, too, or differ in more than that.
+static bool areSameInAnyCase(uint64_t characters, uint64_t others) {
   constexpr uint64_t CASE_BITS = 0x2020202020202020;
-  uint64_t characters = 0;
-  uint64_t others = 0;
-  memcpy(&characters, one, sizeof characters);
-  memcpy(&others, other, sizeof others);
   const uint64_t difference = characters ^ others;
   if (difference == 0) return true;
   return (difference & ~CASE_BITS) == 0 && loweredCharacters(characters) == loweredCharacters(others);
@@ -20,14 +35,15 @@ static bool areSameInAnyCase(const char* one, const char* other) {
 // Compares eight characters at once, the last eight of a longer text once more.
 bool isSameInAnyCase(std::string_view one, std::string_view other) {
   constexpr size_t STEP = sizeof(uint64_t);
+  const auto areSameAt = [&](size_t place) {
+    return areSameInAnyCase(charactersAt<uint64_t>(one.data() + place), charactersAt<uint64_t>(other.data() + place));
+  };
   const size_t size = one.size();
   if (size != other.size()) return false;
-  size_t i = 0;
-  for (; i + STEP <= size; i += STEP)
-    if (!areSameInAnyCase(one.data() + i, other.data() + i)) return false;
-  if (size >= STEP) return areSameInAnyCase(one.data() + size - STEP, other.data() + size - STEP);
-  while (i < size && lowered(one.data()[i]) == lowered(other.data()[i])) ++i;
-  return i == size;
+  if (size < STEP) return areSameInAnyCase(charactersOf(one), charactersOf(other));
+  for (size_t i = 0; i + STEP <= size; i += STEP)
+    if (!areSameAt(i)) return false;
+  return areSameAt(size - STEP);
 }
 
 // A needle with an equals sign can only stand at one. Its last character tells most places apart.
@@ -45,15 +61,17 @@ static size_t findAtSign(std::string_view haystack, std::string_view needle, siz
 size_t dostristr(std::string_view haystack, std::string_view needle) {
   const size_t signAt = needle.find('=');
   if (signAt != std::string_view::npos) return findAtSign(haystack, needle, signAt);
-  const auto place = std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
-                                 [](char one, char other) { return lowered(one) == lowered(other); });
-  // An empty needle is found at the beginning, even of an empty text.
-  if (place == haystack.end() && !needle.empty()) return std::string_view::npos;
-  return static_cast<size_t>(place - haystack.begin());
+  if (needle.empty()) return 0;
+  for (size_t place = 0; place + needle.size() <= haystack.size(); ++place)
+    if (lowered(haystack.data()[place]) == lowered(needle.front()) &&
+        isSameInAnyCase(haystack.substr(place, needle.size()), needle))
+      return place;
+  return std::string_view::npos;
 }
 
 std::string_view behindSpaces(std::string_view text) {
-  return text.substr(std::min(text.find_first_not_of(' '), text.size()));
+  while (text.starts_with(' ')) text.remove_prefix(1);
+  return text;
 }
 
 std::string_view trimmed(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\n\v\f\r") + 1); }

@@ -29,22 +29,26 @@ static Line lineOf(const char* text, uint32_t length, const LineShape& shape) {
       shape.endings};
 }
 
+// Returns where in the hash table a search for the shape begins.
+static size_t firstPlace(const LineShape& shape) {
+  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
+  constexpr unsigned HALF = 32;
+  return static_cast<size_t>((shape.endings * FACTOR ^ shape.rest) * FACTOR >> HALF) & KeptLines::MOST_SHAPES;
+}
+
 // Returns the number of the shape, from 1 on, which may be a new one; 0 when there is no more room for it.
 // Shapes are few, some for each attribute, so that one is hardly ever searched for long. Whoever makes them many, or of
 // one place in the table, has no more lines kept, and that is all.
 static uint32_t numberOf(KeptLines& kept, const LineShape& shape) {
-  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
-  constexpr unsigned HALF = 32;
   constexpr int MOST_TRIES = 16;
-  auto place = static_cast<size_t>((shape.endings * FACTOR ^ shape.rest) * FACTOR >> HALF);
-  for (int tries = 0; tries < MOST_TRIES; ++tries, ++place) {
-    uint16_t& number = kept.places[place & KeptLines::MOST_SHAPES];
+  size_t place = firstPlace(shape);
+  for (int tries = 0; tries < MOST_TRIES; ++tries, place = (place + 1) & KeptLines::MOST_SHAPES) {
+    uint16_t& number = kept.places[place];
     if (number == 0 && kept.shapes.size() <= KeptLines::MOST_SHAPES) {
       number = static_cast<uint16_t>(kept.shapes.size());
       kept.shapes.push_back(shape);
     }
-    const LineShape& other = kept.shapes[number];
-    if (number != 0 && other.endings == shape.endings && other.rest == shape.rest) return number;
+    if (number != 0 && kept.shapes[number] == shape) return number;
   }
   return 0;
 }
@@ -68,13 +72,21 @@ uint32_t keepLines(KeptLines& kept, const ReadEntry& entry) {
     kept.shapes.resize(1);
   }
   const char* expected = entry.room[0].text;
-  room[0] = static_cast<uint32_t>(entry.count);
-  for (size_t i = 0; i < entry.count; ++i) {
-    const Line& line = entry.room[i];
+  uint32_t* next = room;
+  *next++ = static_cast<uint32_t>(entry.count);
+  const uint16_t* const places = kept.places.data();
+  const LineShape* shapes = kept.shapes.data();
+  for (const Line& line : entry.lines()) {
     if (line.text != expected || line.length > LONGEST_KEPT) return NOT_KEPT;
-    const uint32_t shape = numberOf(kept, shapeOf(line));
-    if (shape == 0) return NOT_KEPT;
-    room[i + 1] = shape << LENGTH_BITS | line.length;
+    const LineShape shape = shapeOf(line);
+    // Mostly it is there, and where it is looked for first.
+    uint32_t number = places[firstPlace(shape)];
+    if (number == 0 || shapes[number] != shape) {
+      number = numberOf(kept, shape);
+      shapes = kept.shapes.data();
+      if (number == 0) return NOT_KEPT;
+    }
+    *next++ = number << LENGTH_BITS | line.length;
     expected += line.length;
   }
   const size_t place = (kept.blocks.size() - 1) * KeptLines::BLOCK_SIZE + kept.used;
@@ -83,20 +95,23 @@ uint32_t keepLines(KeptLines& kept, const ReadEntry& entry) {
 }
 
 void takeKeptLines(const KeptLines& kept, uint32_t place, std::string_view text, ReadEntry& entry) {
-  const uint32_t* const numbers = keptIn(kept, place);
+  const uint32_t* numbers = keptIn(kept, place);
   entry = ReadEntry{.room = std::move(entry.room), .nuls = {}};
-  entry.count = numbers[0];
+  entry.count = *numbers;
   if (entry.room.size() <= entry.count) entry.room.resize(entry.count + 1);
   entry.isOrdinary = true;
+  const LineShape* const shapes = kept.shapes.data();
   const char* next = text.data();
-  for (size_t i = 0; i < entry.count; ++i) {
-    const uint32_t length = numbers[i + 1] & LONGEST_KEPT;
-    const LineShape& shape = kept.shapes[numbers[i + 1] >> LENGTH_BITS];
-    entry.room[i] = lineOf(next, length, shape);
-    entry.names |= static_cast<uint32_t>(shape.rest);
-    entry.continuations += static_cast<uint32_t>(shape.rest >> CONTINUATION_AT);
-    entry.hasReturns |= entry.room[i].length - entry.room[i].contentLength == 2;
-    next += length;
+  uint64_t continuations = 0;
+  for (Line& line : std::span(entry.room.data(), entry.count)) {
+    const uint32_t number = *++numbers;
+    const LineShape& shape = shapes[number >> LENGTH_BITS];
+    line = lineOf(next, number & LONGEST_KEPT, shape);
+    entry.names |= line.names;
+    continuations += shape.rest >> CONTINUATION_AT;
+    entry.hasReturns |= line.length - line.contentLength == 2;
+    next += line.length;
   }
+  entry.continuations = static_cast<uint32_t>(continuations);
   entry.end = static_cast<size_t>(next - text.data());
 }

@@ -14,6 +14,8 @@ constexpr uint32_t NOT_KEPT = UINT32_MAX;
 
 // What lines have in common that look alike: mostly those of one attribute.
 struct LineShape {
+  bool operator==(const LineShape&) const = default;
+
   uint64_t endings;  // as in Line
   uint64_t rest;     // the names, first colon and length of the line end, and whether it is a continuation; bit by bit
 };
@@ -25,9 +27,9 @@ struct KeptLines {
 
   // One number for each line, its length below the number of its shape; before those of an entry, how many there are.
   std::vector<std::unique_ptr<uint32_t[]>> blocks;
-  size_t used = BLOCK_SIZE;  // of the last block
-  std::vector<LineShape> shapes;
-  std::vector<uint16_t> places;  // hash table of the shapes' numbers
+  size_t used = BLOCK_SIZE;       // of the last block
+  std::vector<LineShape> shapes;  // by their number; the first is none
+  std::vector<uint16_t> places;   // hash table of the shapes' numbers
 };
 
 // Keeps the lines of an ordinary entry that have been read and not changed. Returns where they are; NOT_KEPT if there
