@@ -74,7 +74,7 @@ static void tally(Accounting& accounting, const EntryFate& entry) {
     last = origin.line;
     const LineFate fate = (*entry.fates)[i];
     ++accounting.account.lines[fate];
-    if (fate == REPLACED || fate == LOOKS_LIKE_BOOKKEEPING || fate == LOST) accounting.sink.takeLoss(entry, i);
+    if (isLoss(fate)) accounting.sink.takeLoss(entry, i);
   }
   accounting.sink.takeEntry(entry);
 }
@@ -248,22 +248,28 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   // is a difference of its own.
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen, begin);
   findNameChanges(maker, rows, side, room.findings);
-  findFatesOfSlot(maker, rows, side, room.survivors, room.fates,
-                  accounting.sink.wantsEntries() || !maker.registry->isRegular,
-                  [&](const LoadedEntry& entry, EntryKind kind, Fates& fates) {
-                    const bool isPolicy = kind == SECPOLICY_KIND;
-                    settleFates(fates, entry.lines, isPolicy ? isPolicyFound : isFound);
-                    const char* what = isPolicy ? "copied" : "merged";
-                    if (kind == SECPOLICYDATA_KIND)
-                      what = "not written";
-                    else if (!(isPolicy ? isPolicyFound : isFound))
-                      what = "missing";
-                    const std::string_view dn = kind == SECPOLICYDATA_KIND
-                                                    ? std::string_view()
-                                                    : withoutLineEnd(isPolicy ? records.policyDn : records.newDn);
-                    tally(accounting, {entry.begin, what, dn, entry.lines, entry.origins, &fates,
-                                       isPolicy ? Entry(records.policyLines) : Entry(records.merged)});
-                  });
+  findSurvivors(records, room.survivors);
+  const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  const bool withPolicyData = accounting.sink.wantsEntries() || !maker.registry->isRegular;
+  forEachEntryOfSlot(
+      maker, rows, side, withPolicyData, [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
+        if (kind == SECPOLICYDATA_KIND) {
+          room.fates.assign(entry.lines.size(), LEFT_OUT);
+          tally(accounting, {entry.begin, "not written", {}, entry.lines, entry.origins, &room.fates, {}});
+          return;
+        }
+        const bool isPolicy = kind == SECPOLICY_KIND;
+        const bool isThere = isPolicy ? isPolicyFound : isFound;
+        if (isPolicy)
+          findFatesAlone(entry.lines, entry.origins, POLICY, true, room.fates);
+        else
+          findMergedFates(row, entry.origins, kind == ownKind, room.survivors, room.fates);
+        settleFates(room.fates, entry.lines, isThere);
+        const char* const written = isPolicy ? "copied" : "merged";
+        tally(accounting,
+              {entry.begin, isThere ? written : "missing", withoutLineEnd(isPolicy ? records.policyDn : records.newDn),
+               entry.lines, entry.origins, &room.fates, isPolicy ? Entry(records.policyLines) : Entry(records.merged)});
+      });
 }
 
 // The entries of an owner as a run gathers them: of each kind one at a time, in their order.
@@ -277,7 +283,7 @@ static void forEachLayer(const Registry& registry, const RegistryOwner& owner, S
     for (auto& parts : rows.parts) parts.clear();
     rows.opener = rows.policyDn = NONE;
     count = 0;
-    for (uint32_t i = owner.first; i != NONE; i = entries[i].next) {
+    for (const uint32_t i : entriesOf(registry, owner)) {
       const uint8_t kind = entries[i].rowKind;
       if (entries[i].endsPreparation || seen[kind]++ != layer) continue;
       rows.parts[kind].push_back({i, 0, entries[i].lines});
@@ -337,8 +343,8 @@ static bool partOpenRecords(Accounting& accounting, RecordMaker& maker, const Re
 // Returns false when there was none any more.
 static bool partAllOpenRecords(Accounting& accounting, RecordMaker& maker, SlotRows& rows) {
   bool isAny = false;
-  for (const RegistryOwner& owner : maker.registry->owners)
-    isAny = partOpenRecords(accounting, maker, owner, rows) || isAny;
+  for (uint32_t i = 0; i < maker.registry->owners.size(); ++i)
+    isAny = partOpenRecords(accounting, maker, maker.registry->owners[i], rows) || isAny;
   const auto& entries = maker.registry->entries;
   for (uint32_t i = 0; i < entries.size(); ++i) {
     if (entries[i].kind != RESCREDS_KIND || entries[i].endsPreparation) continue;
@@ -380,17 +386,19 @@ static void findDifference(Accounting& accounting) {
 
 // Which rows an entry runs on into depends on the slot counts, which the account does not know. Then it can only
 // say that this may be the reason.
-static bool mayRunOn(const Registry& registry) {
-  return std::any_of(registry.entries.begin(), registry.entries.end(), [](const GatheredEntry& entry) {
-    return entry.owner != NONE &&
-           entry.lines >= static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
-  });
+static bool mayRunOn(const GatheredEntry& entry) {
+  return entry.owner != NONE && entry.lines >= static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
+}
+
+static bool mayAnyRunOn(const Registry& registry) {
+  for (uint32_t i = 0; i < registry.entries.size(); ++i)
+    if (mayRunOn(registry.entries[i])) return true;
+  return false;
 }
 
 static void reportLongEntries(const Registry& registry, FindingSink& sink) {
-  for (const GatheredEntry& entry : registry.entries)
-    if (entry.owner != NONE && entry.lines >= static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind))))
-      sink.take({ENTRY_IN_ANOTHER_ROW, AT_NONE, entry.begin});
+  for (uint32_t i = 0; i < registry.entries.size(); ++i)
+    if (mayRunOn(registry.entries[i])) sink.take({ENTRY_IN_ANOTHER_ROW, AT_NONE, registry.entries[i].begin});
 }
 
 void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, AccountSink& sink, Account& account) {
@@ -399,6 +407,7 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   account.outputLines = output.lines;
   account.counts = surveyInput(file, account.registry, copied);
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
+  maker.areOriginsWanted = true;
   OwnerRecords room = {{}, {}, DnComparison(sink)};
   SlotRows rows;
   // Parting one record can lay open the next.
@@ -416,7 +425,7 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();
   if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
   findDifference(accounting);
-  if (!account.first.isAny || !mayRunOn(account.registry)) return;
+  if (!account.first.isAny || !mayAnyRunOn(account.registry)) return;
   account.first.text += " An entry with too many lines may have run on into the row of another one.";
   reportLongEntries(account.registry, sink);
 }

@@ -46,7 +46,7 @@ struct Play {
   const int32_t (&limits)[2];
   RecordMaker& maker;
   FindingSink& findings;
-  FateRoom room = {};
+  RecordSurvivors survivors = {};
   PlayedRun run = {};
 
   std::vector<Slot> slots[2] = {};  // by Side; more than are in use where an entry runs on
@@ -317,8 +317,8 @@ static void flushSlot(Play& play, Side side, int32_t number) {
     if (sideOf(static_cast<EntryKind>(kind)) == side)
       rows.parts[kind] = readOn(play, static_cast<EntryKind>(kind), number);
   bool isAsAlone = owner.isRegular;
-  for (uint32_t i = owner.first; isAsAlone && i != NONE; i = play.registry.entries[i].next)
-    isAsAlone = slot.rows[rowKindOf(play.registry, i)] == i;
+  for (const uint32_t i : entriesOf(play.registry, owner))
+    isAsAlone = isAsAlone && slot.rows[rowKindOf(play.registry, i)] == i;
   if (slot.isOverrun) {
     slotAt(play, side, number).isOverrun = false;
   } else if (isAsAlone && !owner.hasProblem) {
@@ -329,7 +329,7 @@ static void flushSlot(Play& play, Side side, int32_t number) {
     if (records.problem != NO_DETAIL)
       failForRecords(play, records, rows, side, number, owner.isRegular && owner.hasProblem);
     else if (!owner.isRegular)
-      takeRecords(play.maker, rows, side, play.room, play.findings);
+      takeRecords(play.maker, rows, side, play.survivors, play.findings);
   }
   // The order matters where a row is full: a release that goes on behind it must find what the run finds.
   for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
@@ -353,9 +353,9 @@ static void flush(Play& play) {
 // The first entry that is left of an owner, NONE for none.
 // Entries of one owner are taken in several passes where two of them are of a kind.
 static uint32_t firstLeft(const Play& play, uint32_t owner) {
-  uint32_t entry = play.registry.owners[owner].first;
-  while (entry != NONE && play.isTaken[entry]) entry = play.registry.entries[entry].next;
-  return entry;
+  for (const uint32_t i : entriesOf(play.registry, play.registry.owners[owner]))
+    if (!play.isTaken[i]) return i;
+  return NONE;
 }
 
 static void skipToSide(Play& play, Side side) {
@@ -414,7 +414,7 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
     // Only where odd passes come, too, does anybody ask which entries have been taken.
     if (play.registry.isRegular) continue;
     for (const uint32_t number : side)
-      for (uint32_t i = play.registry.owners[number].first; i != NONE; i = play.registry.entries[i].next) take(play, i);
+      for (const uint32_t i : entriesOf(play.registry, play.registry.owners[number])) take(play, i);
   }
 }
 
@@ -432,7 +432,7 @@ static std::vector<uint32_t> entriesInReach(const Play& play, const std::vector<
   }
   for (const auto& side : owners)
     for (const uint32_t owner : side)
-      for (uint32_t i = firstLeft(play, owner); i != NONE; i = all[i].next)
+      for (const uint32_t i : entriesOf(play.registry, play.registry.owners[owner]))
         if (!play.isTaken[i]) entries.push_back(i);
   std::sort(entries.begin(), entries.end());
   return entries;
@@ -463,12 +463,13 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
 
 // What would end a run at other slot counts.
 static void reportOthers(Play& play) {
-  for (const RegistryOwner& owner : play.registry.owners) {
+  for (uint32_t number = 0; number < play.registry.owners.size(); ++number) {
+    const RegistryOwner& owner = play.registry.owners[number];
     // Both are matters of slots: of two entries of a kind, one is gathered in a later pass, or not at all if it meets
     // the first one in its slot; a long one runs on into rows that may be empty, or not there.
     if (owner.isRegular) continue;
     bool has[RESCREDS_KIND] = {};
-    for (uint32_t i = owner.first; i != NONE; i = play.registry.entries[i].next) {
+    for (const uint32_t i : entriesOf(play.registry, owner)) {
       const EntryKind kind = rowKindOf(play.registry, i);
       const bool isDouble = has[kind];
       has[kind] = true;

@@ -26,10 +26,8 @@ class EntryCheck final : public EntryVisitor {
     if (prepared.parts.empty()) prediction_.entriesThatEndPreparation.push_back(begin);
   }
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
-    // Most copied entries lose nothing, and what becomes of their lines need not be found out.
-    if (std::none_of(lines.begin(), lines.end(), [&](const Line& line) { return isDropped(line, road); })) return;
-    findFatesAlone(lines, origins, road, false, fates_);
-    findLosses(fates_, origins, begin, findings_);
+    forEachDroppedLine(lines, road, false,
+                       [&](size_t line, LineFate fate) { findLoss(fate, origins[line], begin, findings_); });
   }
   void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) override {
     if (isDropped(line, OVERSIZED) && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
@@ -40,7 +38,6 @@ class EntryCheck final : public EntryVisitor {
  private:
   FindingSink& findings_;
   Prediction& prediction_;
-  Fates fates_;
 };
 
 // Where the entries begin that have a first line: the first two of them.

@@ -9,7 +9,7 @@ void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& ro
   for (auto& parts : rows.parts) parts.clear();
   rows.opener = owner.first;
   rows.policyDn = NONE;
-  for (uint32_t i = owner.first; i != NONE; i = registry.entries[i].next) {
+  for (const uint32_t i : entriesOf(registry, owner)) {
     const EntryKind kind = rowKindOf(registry, i);
     rows.parts[kind].push_back({i, 0, registry.entries[i].lines});
     if (kind == SECPOLICY_KIND) rows.policyDn = i;
@@ -24,12 +24,19 @@ uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side) {
   return rows.parts[kind][0].entry;
 }
 
-void takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, FateRoom& room, FindingSink& findings) {
+void takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors,
+                 FindingSink& findings) {
   findNameChanges(maker, rows, side, findings);
-  findFatesOfSlot(maker, rows, side, room.survivors, room.fates, false,
-                  [&](const LoadedEntry& entry, EntryKind, const Fates& fates) {
-                    findLosses(fates, entry.origins, entry.begin, findings);
-                  });
+  findSurvivors(maker.records, survivors);
+  forEachEntryOfSlot(maker, rows, side, false, [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
+    const auto takeFate = [&](size_t line, LineFate fate) {
+      if (isLoss(fate)) findLoss(fate, originOf(entry, line), entry.begin, findings);
+    };
+    if (kind == SECPOLICY_KIND)
+      forEachDroppedLine(entry.lines, POLICY, true, takeFate);
+    else
+      forEachMissingLine(row, survivors, takeFate);
+  });
 }
 
 // Findings that have to wait for those of other owners.
@@ -54,13 +61,12 @@ class WaitingFindings final : public FindingSink {
 struct OwnerRange {
   size_t begin;
   size_t end;
-  size_t firstEntry;  // in Registry::byOwner
 };
 
 // Makes records of one owner after the other, with room of its own.
 struct RecordWorker {
   RecordMaker maker;
-  FateRoom room = {};
+  RecordSurvivors survivors = {};
   SlotRows rows = {};
   WaitingFindings found = {};
 };
@@ -69,7 +75,7 @@ struct RecordWorker {
 template <typename Meanwhile>
 static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range, Meanwhile meanwhile) {
   Registry& registry = *worker.maker.registry;
-  EntryFetch fetch = {range.firstEntry, range.firstEntry, range.firstEntry};
+  EntryFetch fetch;
   for (size_t i = range.begin; i < range.end; ++i) {
     meanwhile();
     RegistryOwner& owner = registry.owners[i];
@@ -80,7 +86,7 @@ static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range, Meanwhi
     owner.hasProblem = records.problem != NO_DETAIL;
     owner.bytes = static_cast<uint32_t>(records.bytes);
     if (!owner.hasProblem) {
-      takeRecords(worker.maker, worker.rows, owner.side, worker.room, worker.found);
+      takeRecords(worker.maker, worker.rows, owner.side, worker.survivors, worker.found);
       continue;
     }
     const uint32_t entry = entryOf(worker.rows, records, owner.side);
@@ -90,9 +96,7 @@ static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range, Meanwhi
 
 // Returns the owners behind those of a range, so many of them at most.
 static OwnerRange rangeBehind(const Registry& registry, const OwnerRange& before, size_t most) {
-  OwnerRange range = {before.end, std::min(before.end + most, registry.owners.size()), before.firstEntry};
-  for (size_t i = before.begin; i < before.end; ++i) range.firstEntry += registry.owners[i].entries;
-  return range;
+  return {before.end, std::min(before.end + most, registry.owners.size())};
 }
 
 void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings) {
@@ -102,8 +106,8 @@ void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& fin
   // Only a file that is in memory as a whole can be looked at in two places at once.
   textFrom(*maker.file, 0, 1);
   const size_t ofSecond = isWhole(*maker.file) ? OWNERS_AT_ONCE : 0;
-  OwnerRange first = {0, 0, 0};
-  OwnerRange second = {0, 0, 0};
+  OwnerRange first = {0, 0};
+  OwnerRange second = {0, 0};
   while (second.end < registry.owners.size()) {
     first = rangeBehind(registry, second, OWNERS_AT_ONCE);
     second = rangeBehind(registry, first, ofSecond);

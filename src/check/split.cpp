@@ -72,7 +72,10 @@ static bool isRejected(const Registry& registry, uint32_t number) {
 // An entry of the input that has become several in the work file goes as a whole, and takes the owners of all of them
 // along.
 static void rejectOwners(Registry& registry) {
-  for (RegistryOwner& owner : registry.owners) owner.isRejected = !owner.isRegular || owner.hasProblem;
+  for (uint32_t i = 0; i < registry.owners.size(); ++i) {
+    RegistryOwner& owner = registry.owners[i];
+    owner.isRejected = !owner.isRegular || owner.hasProblem;
+  }
   // Each owner that is rejected can reject entries that hold parts of other owners.
   for (bool isAnyMore = true; isAnyMore;) {
     isAnyMore = false;

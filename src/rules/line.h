@@ -11,7 +11,7 @@ constexpr uint32_t NO_COLON = UINT32_MAX;
 // The text is only lent and not closed by a NUL; it has its line end, if it came with one.
 struct Line {
   const char* text = nullptr;      // null for a line that has been merged or left out
-  uint32_t length = 0;             // bytes
+  uint32_t length = 0;             // bytes; without text what the merge says
   uint32_t contentLength = 0;      // bytes up to its first carriage return or its newline
   uint32_t firstColon = NO_COLON;  // its place
   uint32_t names = 0;              // of the known names those that may end at one of its colons (known_names.h)

@@ -49,9 +49,15 @@ static void append(MergedEntry& merged, const Line& line) {
   ++merged.count;
 }
 
+// Takes a line away for the one that has been appended last.
+static void giveUp(Line& line, const MergedEntry& merged) {
+  line.text = nullptr;
+  line.length = static_cast<uint32_t>(merged.count) - 1;
+}
+
 static void move(Line& line, MergedEntry& merged) {
   append(merged, line);
-  line.text = nullptr;
+  giveUp(line, merged);
 }
 
 // The second entry, prepared for the first one's search for matches. A long one is looked through once for all names.
@@ -107,11 +113,11 @@ static void mergeLine(Line& line, Matches& matches, MergedEntry& merged) {
   } else if (findInAnyCase(line, secAuthorityText) != NOT_FOUND) {
     // Kept: of secAuthority the first entry's value counts; the second one's line is used up all the same.
     move(line, merged);
-    match->text = nullptr;
+    giveUp(*match, merged);
   } else {
     // Kept: the match takes the place of the line even if it is one that would have been left out by itself.
     move(*match, merged);
-    line.text = nullptr;
+    giveUp(line, merged);
   }
 }
 

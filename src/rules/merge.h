@@ -20,7 +20,8 @@ struct MergedEntry {
 };
 
 // Merges two entries, which must have lines, into a third, appending to it; the texts of the lines are shared. Of the
-// two the lines that were neither merged nor discarded stay; the others lose their text. The result has the lines of
+// two the lines that were neither merged nor discarded stay; the others lose their text, and have as their length the
+// place in the third of the line that they have become or that stands for them. The result has the lines of
 // the first entry in their places, each with the value of the second one's first line that holds its attribute name;
 // then the second one's remaining lines. Of secAuthority, the dn: line and the object classes the first one's count.
 // Access-control, control and entry-UUID attributes are left out in their usual spellings, unless such a line of the

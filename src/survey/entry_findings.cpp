@@ -28,12 +28,13 @@ static ObjectClass withoutCredentials(ObjectClass code) {
 static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
   // Most entries have a line of the class top, too, which is shorter than one with any of these values.
   constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
-  if (line.contentLength < SHORTEST || !isNamed(line, "objectclass")) return false;
-  std::string_view value = behindSpaces(line.content().substr(ownName(line).size() + 1));
-  value = value.substr(0, value.find_last_not_of(" \t") + 1);
+  if (line.contentLength < SHORTEST || line.firstColon >= line.contentLength) return false;
+  std::string_view value = behindSpaces(line.content().substr(size_t{line.firstColon} + 1));
+  while (value.ends_with(' ') || value.ends_with('\t')) value.remove_suffix(1);
   for (const ClassValue& known : classValues)
     if (value.size() == known.value.size() && isSameInAnyCase(value, known.value))
-      return withoutCredentials(ofEntry) != known.code && withoutCredentials(classOf({&line, 1})) != known.code;
+      return withoutCredentials(ofEntry) != known.code && isNamed(line, "objectclass") &&
+             withoutCredentials(classOf({&line, 1})) != known.code;
   return false;
 }
 
@@ -44,18 +45,6 @@ static uint64_t wholeLine(const PreparedEntry& prepared, size_t place, uint64_t 
   for (const Origin& origin : prepared.origins)
     if (!origin.isPiece && origin.line != NO_LINE && origin.place <= place) found = origin.place;
   return begin + found;
-}
-
-// Where a line of an entry begins of which no origins are known, since it is one without pieces.
-static size_t placeInText(const PreparedEntry& prepared, size_t line) {
-  size_t place = 0;
-  for (size_t passed = 0; place < prepared.text.size();) {
-    const char first = prepared.text[place];
-    const bool isLine = first != '#' && (first != ' ' || place == 0);
-    if (isLine && passed++ == line) return place;
-    place = std::min(prepared.text.find('\n', place), prepared.text.size() - 1) + 1;
-  }
-  return 0;
 }
 
 static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t begin) {
@@ -157,14 +146,12 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
   findOddNames(prepared, begin, findings);
 }
 
-void findLosses(const Fates& fates, std::span<const Origin> origins, uint64_t begin, FindingSink& findings) {
-  for (size_t i = 0; i < fates.size(); ++i) {
-    if (fates[i] < REPLACED || origins[i].line == NO_LINE || origins[i].isPiece) continue;
-    const uint64_t place = begin + origins[i].place;
-    if (fates[i] == REPLACED) findings.take({VALUE_IS_REPLACED, AT_NONE, begin, place});
-    if (fates[i] == LOOKS_LIKE_BOOKKEEPING) findings.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
-    if (fates[i] == LOST) findings.take({LINE_IS_LOST, AT_NONE, begin, place});
-  }
+void findLoss(LineFate fate, const Origin& origin, uint64_t begin, FindingSink& findings) {
+  if (origin.line == NO_LINE || origin.isPiece) return;
+  const uint64_t place = begin + origin.place;
+  if (fate == REPLACED) findings.take({VALUE_IS_REPLACED, AT_NONE, begin, place});
+  if (fate == LOOKS_LIKE_BOOKKEEPING) findings.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
+  if (fate == LOST) findings.take({LINE_IS_LOST, AT_NONE, begin, place});
 }
 
 void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {

@@ -11,7 +11,7 @@
 static bool isBookkeeping(const Line& line) {
   if (isNamed(line, "aclpropagate")) return true;
   return std::any_of(std::begin(droppedTexts), std::end(droppedTexts), [&](const DroppedText& dropped) {
-    return isNamed(line, dropped.text.text.substr(0, dropped.text.colonAt));
+    return (line.names & dropped.text.name) != 0 && isNamed(line, dropped.text.text.substr(0, dropped.text.colonAt));
   });
 }
 
@@ -33,11 +33,11 @@ static std::string_view valueOf(const Line& line) {
   return behindSpaces(line.content().substr(std::min<size_t>(ownName(line).size() + 1, line.contentLength)));
 }
 
-static LineFate fateAmong(const Line& line, Entry lines, Road road) {
+LineFate fateAmong(const Line& line, Entry lines, Road road) {
   LineFate fate = fateOfDropped(line, road);
   for (const Line& other : lines) {
     if (isDropped(other, road) || !isNamed(other, ownName(line))) continue;
-    if (other.content() == line.content()) return ABSORBED;
+    if (other.content() == line.content()) return fateOfDropped(line, road);
     if (valueOf(other) == valueOf(line)) fate = REPLACED_BY_SAME;
     if (fate != REPLACED_BY_SAME) fate = REPLACED;
   }
@@ -45,48 +45,37 @@ static LineFate fateAmong(const Line& line, Entry lines, Road road) {
 }
 
 void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, bool getsNewDn, Fates& fates) {
-  fates.assign(lines.size(), KEPT);
-  for (size_t i = 0; i < lines.size(); ++i) {
-    fates[i] = fateOfWritten(origins[i]);
-    if (i == 0 && getsNewDn)
-      fates[i] = RENAMED;
-    else if (isDropped(lines[i], road))
-      fates[i] = fateAmong(lines[i], lines.subspan(getsNewDn ? 1 : 0), road);
-    if (fates[i] == ABSORBED) fates[i] = fateOfDropped(lines[i], road);
-  }
+  fates.clear();
+  for (const Origin& origin : origins) fates.push_back(fateOfWritten(origin));
+  forEachDroppedLine(lines, road, getsNewDn, [&](size_t line, LineFate fate) { fates[line] = fate; });
+  if (getsNewDn) fates[0] = RENAMED;
 }
 
-// Lines are told apart by where their text stands: merging moves lines and never changes them, and two equal lines
-// are two.
-static size_t placeOf(const RecordSurvivors& survivors, const char* text) {
-  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
-  constexpr unsigned BITS = 64;
-  const auto mask = survivors.places.size() - 1;
-  auto place = static_cast<size_t>(reinterpret_cast<uintptr_t>(text) * FACTOR >> (BITS / 2)) & mask;
-  while (survivors.places[place] != nullptr && survivors.places[place] != text) place = (place + 1) & mask;
-  return place;
+// The bits of a line's own name in a Bloom filter; a name of one character has all.
+static uint64_t endingOfName(const Line& line) {
+  const bool isShort = line.firstColon == NO_COLON || line.firstColon < 2;
+  const char* const end = line.text + (isShort ? 2 : line.firstColon);
+  return isShort ? ~uint64_t{0} : endingBit(pairOf(end[-2], end[-1]));
 }
 
 void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
-  size_t size = 64;
-  while (size < records.merged.size() * 4) size *= 2;
-  survivors.places.assign(size, nullptr);
   survivors.lines.clear();
+  survivors.byPlace.assign(1, nullptr);  // the new DN stands in the place of the first
+  survivors.endings = 0;
   bool isOpen = false;
-  // A line without a line end, the piece of a longer one, is joined by the line behind it, which then is none in the
-  // output.
   for (const Line& line : Entry(records.merged).subspan(1)) {
-    if (isDropped(line, MERGED)) continue;
-    const bool isGlued = isOpen;
-    isOpen = line.text[line.length - 1] != '\n';
-    if (isGlued) continue;
-    survivors.lines.push_back(&line);
-    survivors.places[placeOf(survivors, line.text)] = line.text;
+    const Line* survivor = nullptr;
+    if (!isDropped(line, MERGED)) {
+      // A line without a line end, the piece of a longer one, is joined by the line behind it, which then is none in
+      // the output.
+      if (!isOpen) survivor = &line;
+      isOpen = line.text[line.length - 1] != '\n';
+    }
+    survivors.byPlace.push_back(survivor);
+    if (survivor == nullptr) continue;
+    survivors.lines.push_back(survivor);
+    survivors.endings |= endingOfName(line);
   }
-}
-
-static bool survives(const RecordSurvivors& survivors, const Line& line) {
-  return survivors.places[placeOf(survivors, line.text)] != nullptr;
 }
 
 static bool isEqualLine(const Line& line, const Line& other) {
@@ -94,14 +83,15 @@ static bool isEqualLine(const Line& line, const Line& other) {
          memcmp(line.text, other.text, line.contentLength) == 0;
 }
 
-static LineFate fateOfMissing(const Line& line, const RecordSurvivors& survivors) {
+static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors) {
   LineFate fate = NUMBER_OF_FATES;
-  for (const Line* other : survivors.lines) {
-    if (other->firstColon != line.firstColon) continue;
-    if (isEqualLine(line, *other)) return ABSORBED;
-    if (fate == REPLACED_BY_SAME || !isNamed(*other, ownName(line))) continue;
-    fate = valueOf(*other) == valueOf(line) ? REPLACED_BY_SAME : REPLACED;
-  }
+  if ((survivors.endings & endingOfName(line)) != 0)
+    for (const Line* other : survivors.lines) {
+      if (other->firstColon != line.firstColon) continue;
+      if (isEqualLine(line, *other)) return ABSORBED;
+      if (fate == REPLACED_BY_SAME || !isNamed(*other, ownName(line))) continue;
+      fate = valueOf(*other) == valueOf(line) ? REPLACED_BY_SAME : REPLACED;
+    }
   return fate == NUMBER_OF_FATES ? fateOfDropped(line, MERGED) : fate;
 }
 
@@ -110,18 +100,15 @@ static bool isObjectClass(const Line& line) {
   return (line.names & OBJECTCLASS) != 0 && isNamed(line, "objectclass");
 }
 
-void findMergedFates(const LoadedEntry& entry, const RecordSurvivors& survivors, bool isOwnEntry, bool isBase,
-                     Fates& fates) {
-  fates.assign(entry.lines.size(), KEPT);
-  for (size_t i = 0; i < entry.lines.size(); ++i) {
-    const Line& line = entry.lines[i];
-    if (i == 0 && isOwnEntry)
-      fates[i] = RENAMED;
-    else if (survives(survivors, line))
-      fates[i] = fateOfWritten(entry.origins[i]);
-    else if (i == 0 || (!isBase && isObjectClass(line)))
-      fates[i] = ABSORBED;
-    else
-      fates[i] = fateOfMissing(line, survivors);
-  }
+LineFate fateOfMissing(const Line& line, const Line* survivor, const MergedRow& row, const RecordSurvivors& survivors) {
+  if (&line == row.lines.data() || (!row.isBase && isObjectClass(line))) return ABSORBED;
+  return survivor != nullptr && isEqualLine(line, *survivor) ? ABSORBED : fateInRecord(line, survivors);
+}
+
+void findMergedFates(const MergedRow& row, std::span<const Origin> origins, bool isOwnEntry,
+                     const RecordSurvivors& survivors, Fates& fates) {
+  fates.clear();
+  for (const Origin& origin : origins) fates.push_back(fateOfWritten(origin));
+  forEachMissingLine(row, survivors, [&](size_t line, LineFate fate) { fates[line] = fate; });
+  if (isOwnEntry) fates[0] = RENAMED;
 }

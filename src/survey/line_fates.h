@@ -19,23 +19,89 @@ enum LineFate : uint8_t {
   NUMBER_OF_FATES
 };
 
+// True when something is gone for good: neither in the output nor meant to be dropped.
+inline bool isLoss(LineFate fate) { return fate == REPLACED || fate == LOOKS_LIKE_BOOKKEEPING || fate == LOST; }
+
 // Of the lines of an entry, by their place.
 using Fates = std::vector<LineFate>;
 
 // The fate of a line that is dropped on a road.
 LineFate fateOfDropped(const Line& line, Road road);
 
-// Finds the fates of the lines of an entry that is written alone, but for its first line when that gets a new DN.
+// The same where the line stands among those of an entry that is written alone.
+LineFate fateAmong(const Line& line, Entry lines, Road road);
+
+// Calls take with the place and the fate of each line of such an entry that is dropped. Its first line is not looked at
+// when it gets a new DN.
+template <typename Take>
+void forEachDroppedLine(Entry lines, Road road, bool getsNewDn, Take take) {
+  const Entry written = lines.subspan(getsNewDn ? 1 : 0);
+  for (const Line& line : written)
+    if (isDropped(line, road)) take(static_cast<size_t>(&line - lines.data()), fateAmong(line, written, road));
+}
+
+// Finds the fates of all lines of such an entry.
 void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, bool getsNewDn, Fates& fates);
 
-// Finds out which lines are in the record of a user or a group: as lines of their own, and not as more of a line that
-// has been cut and so has no line end. To be made of the records first.
+// Which lines are in the record of a user or a group: as lines of their own, and not as more of a line that has been
+// cut and so has no line end.
 struct RecordSurvivors {
-  std::vector<const char*> places;  // hash table of their texts
   std::vector<const Line*> lines;
+  std::vector<const Line*> byPlace;  // in the merged record; null for a line that is not in the output
+  uint64_t endings = 0;              // Bloom filter: endingBits of their names
 };
+// To be made of the records first.
 void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors);
 
-// Finds the fates of the lines of an entry that is merged. The base is the entry whose object classes the record has.
-void findMergedFates(const LoadedEntry& entry, const RecordSurvivors& survivors, bool isOwnEntry, bool isBase,
-                     Fates& fates);
+// An entry that has been merged.
+struct MergedRow {
+  Entry lines;
+  Entry left;     // the same as the merge has left them
+  Entry between;  // the result of that, as another merge has left it; without one empty
+  bool isBase;    // the object classes of the record are its own
+};
+
+// Returns the line of the output that a line has become or that stands for it; null without one.
+inline const Line* survivorOf(const Line* left, const MergedRow& row, const RecordSurvivors& survivors) {
+  if (left->text == nullptr && !row.between.empty()) left = row.between.data() + left->length;
+  return left->text == nullptr ? survivors.byPlace.data()[left->length] : nullptr;
+}
+
+// Returns the fate of a line that is not in the output; its survivor is a line that stands for it, or null.
+LineFate fateOfMissing(const Line& line, const Line* survivor, const MergedRow& row, const RecordSurvivors& survivors);
+
+// Calls take with the place and the fate of each line of an entry that is not in the output as it stands.
+template <typename Take>
+void forEachMissingLine(const MergedRow& row, const RecordSurvivors& survivors, Take take) {
+  const Line* left = row.left.data();
+  for (const Line& line : row.lines) {
+    const Line* const survivor = survivorOf(left++, row, survivors);
+    // Merging moves lines and never changes them: the same text is the same line, and two equal lines are two.
+    if (survivor != nullptr && survivor->text == line.text) continue;
+    take(static_cast<size_t>(&line - row.lines.data()), fateOfMissing(line, survivor, row, survivors));
+  }
+}
+
+// Finds the fates of all lines of an entry that has been merged.
+void findMergedFates(const MergedRow& row, std::span<const Origin> origins, bool isOwnEntry,
+                     const RecordSurvivors& survivors, Fates& fates);
+
+// Has each entry of a slot taken, with its kind and what the merge has made of it if it has been merged; policy data,
+// which are in no record, only where they are wanted. Returns false where the entries do not stand there whole.
+template <typename TakeEntry>
+bool forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, bool withPolicyData, TakeEntry takeEntry) {
+  for (const auto& parts : rows.parts)
+    if (parts.size() > 1 || (parts.size() == 1 && maker.registry->entries[parts[0].entry].lines != parts[0].count))
+      return false;
+  const bool isMergedTwice = !rows.parts[USERS_SECUSER_KIND].empty();
+  const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  const EntryKind baseKind = isMergedTwice ? USERS_SECUSER_KIND : ownKind;
+  for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind) {
+    if (rows.parts[kind].empty() || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
+    const LoadedEntry& entry = loadedEntry(maker, rows.parts[kind][0].entry);
+    const bool isPartial = isMergedTwice && kind != USERS_SECUSER_KIND;
+    takeEntry(entry, static_cast<EntryKind>(kind),
+              MergedRow{entry.lines, maker.lines[kind], isPartial ? maker.partial : Entry(), kind == baseKind});
+  }
+  return true;
+}

@@ -61,6 +61,17 @@ static void findOrigins(const ReadEntry& entry, std::string_view text, bool areW
   }
 }
 
+size_t placeInText(const PreparedEntry& prepared, size_t line) {
+  size_t place = 0;
+  for (size_t passed = 0; place < prepared.text.size();) {
+    const char first = prepared.text[place];
+    const bool isLine = first != '#' && (first != ' ' || place == 0);
+    if (isLine && passed++ == line) return place;
+    place = std::min(prepared.text.find('\n', place), prepared.text.size() - 1) + 1;
+  }
+  return 0;
+}
+
 // The date is not known beforehand; its length is.
 static tm anyDate() {
   constexpr int YEARS_SINCE_1900 = 100;
@@ -405,14 +416,14 @@ void prepareFirstLine(PreparedEntry& prepared) {
   prepared.lines[0] = prepared.foreseenFirst;
 }
 
-void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
+void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, bool withOrigins, Texts& texts,
                        PreparedEntry& prepared) {
   prepared.problem = NO_DETAIL;
   prepared.parts.clear();
   prepared.partLines.clear();
   prepared.objectClass = objectClass;
   prepared.isValueTaken = true;  // or not: nobody asks again
-  findOrigins(entry, text, true, prepared);
+  findOrigins(entry, text, withOrigins, prepared);
   prepareLines(entry, text, true, texts, prepared);
   prepared.parts.push_back({0, prepared.lines.size(), objectClass, UNKNOWN_KIND});
 }

@@ -65,12 +65,16 @@ bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, Pr
 // the entry's owner.
 void prepareFirstLine(PreparedEntry& prepared);
 
+// Returns where an attribute line of an entry without pieces begins, from the begin of the entry, where the origins
+// have not been found.
+size_t placeInText(const PreparedEntry& prepared, size_t line);
+
 // Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk.
 // The origins are only found where they may be needed, unless they are asked for. Texts last until they are released.
 void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared);
 
 // The same of an entry that is known to become one in the work file, of the same class.
-void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
+void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, bool withOrigins, Texts& texts,
                        PreparedEntry& prepared);
 
 // Returns the kind as which a run takes an entry for the work file: by its class as it has been written there, which

@@ -56,9 +56,10 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
   loaded.begin = entry.begin;
   const std::string_view text = readEntryOnceMore(file, registry, entry, loaded);
   // What the first look found need not be found again; it is most of the work.
+  loaded.areOriginsKnown = !entry.isPlain || maker.areOriginsWanted;
   if (entry.isPlain)
-    prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), loaded.texts,
-                      loaded.prepared);
+    prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), maker.areOriginsWanted,
+                      loaded.texts, loaded.prepared);
   else
     prepareEntry(loaded.read, text, true, loaded.texts, loaded.prepared);
   const WorkEntry& part = loaded.prepared.parts[entry.part];
@@ -69,6 +70,13 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
   if (entry.isNormal) return;
   const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
   loaded.lines[0] = scanLine(owner.firstLine);
+}
+
+Origin originOf(const LoadedEntry& entry, size_t line) {
+  if (entry.areOriginsKnown) return entry.origins[line];
+  // A plain entry has no pieces; what is behind its own lines has been added.
+  if (line >= entry.prepared.attributeLines) return {0, NO_LINE, false, false};
+  return {placeInText(entry.prepared, line), static_cast<uint32_t>(line), false, false};
 }
 
 // A slot has five entries at most where all are regular, so that looking for one is quick.
@@ -265,9 +273,11 @@ void fetchAhead(EntryFetch& fetch, const SurveyedFile& file, const Registry& reg
   constexpr size_t KNOWN_AHEAD = 64;
   constexpr size_t TEXTS_AHEAD = 16;
   const size_t end = registry.byOwner.size();
-  fetch.passed += owner.entries;
-  for (; fetch.known < std::min(fetch.passed + KNOWN_AHEAD, end); ++fetch.known)
+  const size_t passed = owner.begin + owner.entries;
+  fetch.known = std::max(fetch.known, passed);
+  fetch.texts = std::max(fetch.texts, passed);
+  for (; fetch.known < std::min(passed + KNOWN_AHEAD, end); ++fetch.known)
     __builtin_prefetch(&registry.entries[registry.byOwner[fetch.known]]);
-  for (; fetch.texts < std::min(fetch.passed + TEXTS_AHEAD, end); ++fetch.texts)
+  for (; fetch.texts < std::min(passed + TEXTS_AHEAD, end); ++fetch.texts)
     fetchText(file, registry, registry.entries[registry.byOwner[fetch.texts]]);
 }

@@ -29,14 +29,17 @@ struct LoadedEntry {
   uint32_t number = NONE;  // of the entry
   std::span<Line> lines;
   std::span<const Origin> origins;
+  bool areOriginsKnown = false;
 };
+
+// Returns where a line of the entry comes from.
+Origin originOf(const LoadedEntry& entry, size_t line);
 
 // Brings near what will soon be asked for, since it can lie anywhere in memory and in the file: first what is known of
 // an entry, then its lines and texts.
 struct EntryFetch {
   size_t known = 0;  // Registry::byOwner has been fetched up to here
   size_t texts = 0;
-  size_t passed = 0;  // the entries of the owners that have been passed
 };
 // To be called for each owner in turn.
 void fetchAhead(EntryFetch& fetch, const SurveyedFile& file, const Registry& registry, const RegistryOwner& owner);
@@ -83,6 +86,7 @@ struct RecordMaker {
   SurveyedFile* file;
   Registry* registry;
   bool changetypeSeen;
+  bool areOriginsWanted = false;                     // of all lines; of a few they can be found later
   Measures measured = {};                            // of the entries that have been loaded first by this one
   std::vector<std::unique_ptr<LoadedEntry>> loaded;  // those of the slot at its begin
   size_t loadedCount = 0;

@@ -64,10 +64,7 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
     if (owner.first == NONE) {
       owner.first = number;
       registry.measured.kept += awaited.openerBytes;
-    } else {
-      registry.entries[owner.last].next = number;
     }
-    owner.last = number;
     ++owner.entries;
     // What has no owner is met by every pass, and ends a run.
   } else if (isGathered) {
@@ -90,26 +87,27 @@ static void fetch(const Registry& registry, size_t number) {
   if (owner != NONE) __builtin_prefetch(&registry.owners[owner]);
 }
 
-void addEntry(Registry& registry, const AwaitedEntry& awaited) {
-  const size_t number = registry.awaitedEnd++;
-  AwaitedEntry& place = registry.awaited[number % Registry::AWAITED];
-  if (number >= Registry::AWAITED) settle(registry, place);
-  place = awaited;
-  fetch(registry, number);
+AwaitedEntry& nextEntry(Registry& registry) {
+  AwaitedEntry& place = registry.awaited[registry.awaitedEnd % Registry::AWAITED];
+  if (registry.awaitedEnd >= Registry::AWAITED) settle(registry, place);
+  place = {};
+  return place;
 }
+
+void addEntry(Registry& registry) { fetch(registry, registry.awaitedEnd++); }
 
 // The entries of an owner lie far apart. Their numbers stand together, so that what comes soon can be fetched.
 static void sortByOwner(Registry& registry) {
-  std::vector<uint32_t> next(registry.owners.size() + 1);
-  for (const GatheredEntry& entry : registry.entries)
-    if (entry.owner != NONE) ++next[entry.owner + 1];
-  for (size_t i = 1; i < next.size(); ++i) next[i] += next[i - 1];
-  registry.byOwner.resize(next.back());
-  uint32_t number = 0;
-  for (const GatheredEntry& entry : registry.entries) {
-    if (entry.owner != NONE) registry.byOwner[next[entry.owner]++] = number;
-    ++number;
+  uint32_t begin = 0;
+  std::vector<uint32_t> next(registry.owners.size());
+  for (uint32_t i = 0; i < next.size(); ++i) {
+    RegistryOwner& owner = registry.owners[i];
+    next[i] = owner.begin = begin;
+    begin += owner.entries;
   }
+  registry.byOwner.resize(begin);
+  for (uint32_t i = 0; i < registry.entries.size(); ++i)
+    if (const uint32_t owner = registry.entries[i].owner; owner != NONE) registry.byOwner[next[owner]++] = i;
 }
 
 void endAdding(Registry& registry) {

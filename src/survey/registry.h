@@ -3,23 +3,22 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <string_view>
+#include <span>
 #include <vector>
 
 #include "platform/detail_texts.h"
 #include "rules/object_class.h"
 #include "rules/owner.h"
+#include "survey/block_list.h"
 #include "survey/kept_lines.h"
 
 constexpr uint32_t NONE = UINT32_MAX;  // no entry, or no owner
 
 struct GatheredEntry {
-  uint64_t begin;              // of the entry of the input
-  uint32_t part;               // of those that it has become in the work file
+  uint64_t begin = 0;          // of the entry of the input
+  uint32_t part = 0;           // of those that it has become in the work file
   uint32_t keptAt = NOT_KEPT;  // where its lines are kept
   uint32_t owner = NONE;       // number; NONE for an entry whose owner cannot be told
-  uint32_t next = NONE;        // the owner's next entry
   uint32_t lines = 0;          // in the work file
   uint8_t kind = UNKNOWN_KIND;
   uint8_t rowKind = UNKNOWN_KIND;    // of the row into which it goes: blanks in its DN can make the two differ
@@ -36,8 +35,8 @@ static_assert(sizeof(GatheredEntry) == 32);
 struct RegistryOwner {
   uint64_t hash;          // of the DN, with the side
   uint32_t first = NONE;  // of its entries, in the order of the work file
-  uint32_t last = NONE;
-  uint32_t entries = 0;  // how many
+  uint32_t begin = 0;     // of all of them in Registry::byOwner
+  uint32_t entries = 0;   // how many
   Side side = USER_SIDE;
   uint8_t kinds = 0;      // of its entries, a bit for each
   bool isRegular = true;  // one entry of each kind at most, all of which fit, find their owner and have no problem
@@ -50,8 +49,8 @@ struct RegistryOwner {
 // An entry whose owner is looked up soon: what is known of owners lies far apart in memory, and is fetched meanwhile.
 struct AwaitedEntry {
   GatheredEntry entry;
-  uint64_t hash;         // of its owner's key
-  uint64_t openerBytes;  // of the text that a run keeps if the entry opens a slot
+  uint64_t hash = 0;         // of its owner's key
+  uint64_t openerBytes = 0;  // of the text that a run keeps if the entry opens a slot
 };
 
 // What entries have in bytes.
@@ -66,10 +65,10 @@ struct Measures {
 };
 
 struct Registry {
-  std::deque<GatheredEntry> entries;  // in the order of the work file
-  std::deque<RegistryOwner> owners;   // in the order in which the entries show them
-  std::vector<uint32_t> byOwner;      // the numbers of the entries that have owners, in the order of these
-  std::vector<uint32_t> places;       // hash table of the owners' numbers
+  BlockList<GatheredEntry> entries;  // in the order of the work file
+  BlockList<RegistryOwner> owners;   // in the order in which the entries show them
+  std::vector<uint32_t> byOwner;     // the numbers of the entries that have owners, in the order of these
+  std::vector<uint32_t> places;      // hash table of the owners' numbers
   KeptLines kept;
   uint32_t ownersOf[2] = {0, 0};  // by Side
   bool isRegular = true;          // all of them are, and every entry has one
@@ -77,12 +76,19 @@ struct Registry {
   bool hasOpenLines = false;      // a line of an entry may have no line end: it is a piece of a longer one
   static constexpr size_t AWAITED = 16;
   AwaitedEntry awaited[AWAITED] = {};  // the last ones, by their number
-  size_t awaitedEnd = 0;               // the number of the next one
+  size_t awaitedEnd = 0;               // the number behind the last one
   Measures measured;                   // of the entries that have been
 };
 
-// Adds an entry that stands in the work file. It is among the others a few entries later, or once all are there.
-void addEntry(Registry& registry, const AwaitedEntry& awaited);
+// Returns the place of an entry that stands in the work file, to be filled and then added. It is among the others a few
+// entries later, or once all are there.
+AwaitedEntry& nextEntry(Registry& registry);
+void addEntry(Registry& registry);
 
 // Ends the adding.
 void endAdding(Registry& registry);
+
+// Returns the numbers of an owner's entries, in the order of the work file. To be asked when all have been added.
+inline std::span<const uint32_t> entriesOf(const Registry& registry, const RegistryOwner& owner) {
+  return {registry.byOwner.data() + owner.begin, owner.entries};
+}

@@ -70,8 +70,10 @@ static void noteKeptTexts(Registry& registry, AwaitedEntry& awaited, Entry lines
 
 static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint64_t begin) {
   const Entry lines = linesOf(survey.prepared, part);
-  AwaitedEntry awaited = {{.begin = begin, .part = number}, 0, 0};
+  AwaitedEntry& awaited = nextEntry(survey.registry);
   GatheredEntry& gathered = awaited.entry;
+  gathered.begin = begin;
+  gathered.part = number;
   gathered.kind = part.kind;
   gathered.rowKind = part.kind;
   gathered.isPlain = part.kind != RESCREDS_KIND && survey.prepared.partLines.empty() &&
@@ -93,7 +95,7 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
     if (!gathered.endsPreparation) survey.visitor.takeCopied(lines, originsOf(survey.prepared, part), REMAINING, begin);
   }
   if (part.kind < RESCREDS_KIND && gathered.problem == NO_DETAIL) noteKeptTexts(survey.registry, awaited, lines);
-  addEntry(survey.registry, awaited);
+  addEntry(survey.registry);
 }
 
 static void takePrepared(Survey& survey, uint64_t begin) {
@@ -113,8 +115,8 @@ static void takePrepared(Survey& survey, uint64_t begin) {
   }
   count(counts, prepared.kind);
   survey.registry.measured.workFile += prepared.bytes;
-  const auto holds = [](const Line& line) { return holdsChangetypeAsRead(line); };
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
+  const auto holds = [](const Line& line) { return (line.names & CHANGETYPE) != 0 && holdsChangetypeAsRead(line); };
   const bool mayHold = !counts.changetypeSeen && (prepared.names & CHANGETYPE) != 0;
   if (mayHold && std::any_of(prepared.lines.begin(), prepared.lines.end(), holds)) counts.changetypeSeen = true;
   uint32_t number = 0;
