@@ -210,7 +210,7 @@ class CopiedEntries final : public EntryVisitor {
 struct OwnerRecords {
   RecordSurvivors survivors;
   Fates fates;
-  DnComparison findings;
+  DnComparison newDns;
 };
 
 static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool changetypeSeen, uint64_t begin) {
@@ -247,7 +247,7 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   // The container comes before the policy, and both are looked for even when the user's own record is missing: each
   // is a difference of its own.
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen, begin);
-  findNameChanges(maker, rows, side, room.findings);
+  room.newDns.compare(findNameChanges(maker, rows, side, accounting.sink), accounting.sink);
   findSurvivors(records, room.survivors);
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const bool withPolicyData = accounting.sink.wantsEntries() || !maker.registry->isRegular;
@@ -408,7 +408,7 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   account.counts = surveyInput(file, account.registry, copied);
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
   maker.areOriginsWanted = true;
-  OwnerRecords room = {{}, {}, DnComparison(sink)};
+  OwnerRecords room;
   SlotRows rows;
   // Parting one record can lay open the next.
   while (account.registry.hasOpenLines && partAllOpenRecords(accounting, maker, rows)) {

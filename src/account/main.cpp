@@ -20,11 +20,11 @@ static constexpr char PROGRAM[] = "tqldif2v6-account";
 
 static int account(const AccountOptions& options) {
   SurveyedFile input;
-  SurveyedFile again;
+  SurveyedFile opened;
   SurveyedFile output;
-  // The input twice: the second look at it moves its own window where the file is not in memory as a whole.
-  for (SurveyedFile* file : {&input, &again})
+  for (SurveyedFile* file : {&input, &opened})
     if (!openSurveyed(PROGRAM, options.input, *file)) endFor(options.input);
+  SurveyedFile& again = forSecondLook(input, opened);
   if (!openSurveyed(PROGRAM, options.output, output)) endFor(options.output);
   AccountReport report(options, again, output);
   report.begin();

@@ -35,12 +35,11 @@ static void requireDistinctNames(const CheckOptions& options) {
 
 static int check(const CheckOptions& options) {
   SurveyedFile file;
-  SurveyedFile again;
+  SurveyedFile opened;
   requireDistinctNames(options);
   if (!openSurveyed("tqldif2v6-check", options.input, file)) endFor(options.input);
-  // Twice, because windows of the first look and of the second move independently where the file is not in memory as
-  // a whole.
-  if (!openSurveyed("tqldif2v6-check", options.input, again)) endFor(options.input);
+  if (!openSurveyed("tqldif2v6-check", options.input, opened)) endFor(options.input);
+  SurveyedFile& again = forSecondLook(file, opened);
   const bool isInMemory = isFolderInMemory(options.input);
   Report report(options, again, isInMemory);
   report.begin();

@@ -45,6 +45,7 @@ struct Play {
   Registry& registry;
   const int32_t (&limits)[2];
   RecordMaker& maker;
+  DnComparison& newDns;
   FindingSink& findings;
   RecordSurvivors survivors = {};
   PlayedRun run = {};
@@ -329,7 +330,7 @@ static void flushSlot(Play& play, Side side, int32_t number) {
     if (records.problem != NO_DETAIL)
       failForRecords(play, records, rows, side, number, owner.isRegular && owner.hasProblem);
     else if (!owner.isRegular)
-      takeRecords(play.maker, rows, side, play.survivors, play.findings);
+      play.newDns.compare(takeRecords(play.maker, rows, side, play.survivors, play.findings), play.findings);
   }
   // The order matters where a row is full: a release that goes on behind it must find what the run finds.
   for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
@@ -497,8 +498,9 @@ static bool isAnythingLeft(const Play& play) {
   return false;
 }
 
-PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings) {
-  Play play = {registry, slots, maker, findings};
+PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, DnComparison& newDns,
+                     FindingSink& findings) {
+  Play play = {registry, slots, maker, newDns, findings};
   if (!registry.isRegular) {
     play.isTaken.resize(registry.entries.size());
     for (uint32_t i = 0; i < registry.entries.size(); ++i)

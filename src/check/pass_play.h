@@ -6,7 +6,7 @@
 
 #include "platform/detail_texts.h"
 #include "platform/message_codes.h"
-#include "survey/findings.h"
+#include "survey/entry_findings.h"
 #include "survey/record.h"
 #include "survey/registry.h"
 
@@ -26,4 +26,5 @@ struct PlayedRun {
 
 // Plays the passes. What would end the run is found and passed over, so that all of it is found; the failure is the
 // first. To be called behind makeRegularRecords; the records of the other owners are made here.
-PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, FindingSink& findings);
+PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, DnComparison& newDns,
+                     FindingSink& findings);

@@ -98,10 +98,10 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
     prediction.slots[side] = slots[side] > 0 ? slots[side] : std::max(owners, 1);
   }
   RecordMaker maker(again, prediction.registry, counts.changetypeSeen);
-  DnComparison newFindings(findings);
-  makeRegularRecords(prediction.registry, maker, newFindings);
+  DnComparison newDns;
+  makeRegularRecords(prediction.registry, maker, newDns, findings);
   measureRest(maker);
-  const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, newFindings);
+  const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, newDns, findings);
   prediction.passes = played.passes;
   prediction.code = played.failure.code;
   prediction.outputBytes = counts.outputBytes + played.bytes + counts.finalBytes;

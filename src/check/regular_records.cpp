@@ -24,37 +24,55 @@ uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side) {
   return rows.parts[kind][0].entry;
 }
 
-void takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors,
-                 FindingSink& findings) {
-  findNameChanges(maker, rows, side, findings);
+RecordDn takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors,
+                     FindingSink& findings) {
   findSurvivors(maker.records, survivors);
   forEachEntryOfSlot(maker, rows, side, false, [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
     const auto takeFate = [&](size_t line, LineFate fate) {
-      if (isLoss(fate)) findLoss(fate, originOf(entry, line), entry.begin, findings);
+      if (isLoss(fate)) findLoss(fate, originOf(*maker.registry, entry, line), entry.begin, findings);
     };
     if (kind == SECPOLICY_KIND)
       forEachDroppedLine(entry.lines, POLICY, true, takeFate);
     else
       forEachMissingLine(row, survivors, takeFate);
   });
+  return findNameChanges(maker, rows, side, findings);
 }
 
-// Findings that have to wait for those of other owners.
+// What is found about owners and has to wait for what is found about others.
 class WaitingFindings final : public FindingSink {
  public:
   void take(const Finding& finding) override { findings_.push_back(finding); }
-  // Has them taken, and something done between them.
+  void take(const RecordDn& dn) { newDns_.push_back({dn, findings_.size()}); }
+  // Has it taken in its order, and something done between findings.
   template <typename Meanwhile>
-  void handOver(FindingSink& findings, Meanwhile meanwhile) {
-    for (const Finding& finding : findings_) {
-      meanwhile();
-      findings.take(finding);
+  void handOver(DnComparison& newDns, FindingSink& findings, Meanwhile meanwhile) {
+    constexpr size_t AHEAD = 8;
+    size_t next = 0;
+    const auto takeUpTo = [&](size_t end) {
+      for (; next < end; ++next) {
+        meanwhile();
+        findings.take(findings_[next]);
+      }
+    };
+    for (size_t i = 0; i < newDns_.size(); ++i) {
+      if (i + AHEAD < newDns_.size()) newDns.fetch(newDns_[i + AHEAD].dn);
+      takeUpTo(newDns_[i].findingsBefore);
+      newDns.compare(newDns_[i].dn, findings);
     }
+    takeUpTo(findings_.size());
     findings_.clear();
+    newDns_.clear();
   }
 
  private:
+  struct WaitingDn {
+    RecordDn dn;
+    size_t findingsBefore;
+  };
+
   std::vector<Finding> findings_;
+  std::vector<WaitingDn> newDns_;
 };
 
 // Owners, one behind the other.
@@ -86,7 +104,7 @@ static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range, Meanwhi
     owner.hasProblem = records.problem != NO_DETAIL;
     owner.bytes = static_cast<uint32_t>(records.bytes);
     if (!owner.hasProblem) {
-      takeRecords(worker.maker, worker.rows, owner.side, worker.survivors, worker.found);
+      worker.found.take(takeRecords(worker.maker, worker.rows, owner.side, worker.survivors, worker.found));
       continue;
     }
     const uint32_t entry = entryOf(worker.rows, records, owner.side);
@@ -99,7 +117,7 @@ static OwnerRange rangeBehind(const Registry& registry, const OwnerRange& before
   return {before.end, std::min(before.end + most, registry.owners.size())};
 }
 
-void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings) {
+void makeRegularRecords(Registry& registry, RecordMaker& maker, DnComparison& newDns, FindingSink& findings) {
   constexpr size_t OWNERS_AT_ONCE = 2048;  // so that few findings have to wait
   RecordWorker workers[2] = {{RecordMaker(*maker.file, registry, maker.changetypeSeen)},
                              {RecordMaker(*maker.file, registry, maker.changetypeSeen)}};
@@ -118,7 +136,7 @@ void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& fin
     };
     makeRecordsOf(workers[0], first, showProgress);
     half.get();
-    for (RecordWorker& worker : workers) worker.found.handOver(findings, showProgress);
+    for (RecordWorker& worker : workers) worker.found.handOver(newDns, findings, showProgress);
   }
   for (const RecordWorker& worker : workers) maker.measured.add(worker.maker.measured);
 }

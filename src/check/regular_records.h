@@ -17,12 +17,12 @@ void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& ro
 // Returns the entry of the slot to which a problem of its records belongs.
 uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side);
 
-// Finds what is odd about the records that have been made of a slot, and which lines are lost. The survivors are room
-// that is used again and again.
-void takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors,
-                 FindingSink& findings);
+// Finds what is odd about the records that have been made of a slot, and which lines are lost. Returns the new DN,
+// which has not been compared yet. The survivors are room that is used again and again.
+RecordDn takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors,
+                     FindingSink& findings);
 
 // Makes all of them: finds whether they can be written, how many bytes they have, and what is odd about them. Half of
 // them are made at the same time as the other half, where a second processor is free; findings come in one order all
 // the same.
-void makeRegularRecords(Registry& registry, RecordMaker& maker, FindingSink& findings);
+void makeRegularRecords(Registry& registry, RecordMaker& maker, DnComparison& newDns, FindingSink& findings);

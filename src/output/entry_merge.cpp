@@ -31,7 +31,7 @@ static void traceUnmerged(Entry input, const char* header, const char* name) {
   traceLine("                   CHECK THESE FOR ERRRORS. \n");
   for (size_t i = 0; i < input.size(); ++i)
     // Kept: lines that are left out on purpose count as unmerged.
-    if (input[i].text != nullptr)
+    if (isLeft(input[i]))
       traceLine("                  %s[%d] = %.*s ", name, static_cast<int>(i), SHOWN(input[i].view()));
 }
 

@@ -2,8 +2,6 @@
 
 #include "rules/text.h"
 
-static bool isSame(std::string_view one, std::string_view other) { return one == other; }
-
 // Tries all texts at one colon before it goes on to the next: of several, the one that stands first in the line is
 // found, not the first of the list. Nothing can stand before the first colon, which is known.
 template <bool (*isSameText)(std::string_view, std::string_view)>

@@ -20,7 +20,7 @@ inline constexpr std::string_view knownNames[] = {
     "aci",         "acl",         "control",       "secdn",         "dn",          "cn",
     "version",     "objectclass", "secauthority",  "aclentry",      "aclpropagate"};
 constexpr uint32_t NUMBER_OF_KNOWN_NAMES = std::size(knownNames);
-static_assert(NUMBER_OF_KNOWN_NAMES <= 32);
+static_assert(uint64_t{1} << NUMBER_OF_KNOWN_NAMES <= GONE);
 
 // Returns the bit of the name that the text has before its first colon, whatever its case; 0 for another one.
 constexpr uint32_t nameBit(std::string_view text) {

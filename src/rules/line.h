@@ -7,15 +7,17 @@
 #include <string_view>
 
 constexpr uint32_t NO_COLON = UINT32_MAX;
+constexpr uint32_t GONE = uint32_t{1} << 31U;  // the bit of Line::names that the merge sets, and is none of a name
 
 // The text is only lent and not closed by a NUL; it has its line end, if it came with one.
 struct Line {
-  const char* text = nullptr;      // null for a line that has been merged or left out
-  uint32_t length = 0;             // bytes; without text what the merge says
+  const char* text = nullptr;
+  uint32_t length = 0;             // bytes
   uint32_t contentLength = 0;      // bytes up to its first carriage return or its newline
   uint32_t firstColon = NO_COLON;  // its place
   uint32_t names = 0;              // of the known names those that may end at one of its colons (known_names.h)
-  uint64_t endings = 0;            // Bloom filter: endingBit of what stands before each of its colons
+  uint64_t endings = 0;            // Bloom filter: endingBit of what stands before each of its colons; of a line that
+                                   // is GONE what the merge says
 
   std::string_view view() const { return {text, length}; }
   std::string_view content() const { return {text, contentLength}; }

@@ -19,8 +19,6 @@ static constexpr std::string_view excludedNames[] = {
 static constexpr ColonText objectClassTexts[] = {"objectclass:", "objectClass:"};
 static constexpr ColonText secAuthorityText = "secauthority:";
 
-static bool isPresent(const Line& line) { return line.text != nullptr; }
-
 // Returns the attribute name of a line that has a colon, up to and including the first.
 static std::string_view attributeName(const Line& line) { return line.view().substr(0, size_t{line.firstColon} + 1); }
 
@@ -51,8 +49,8 @@ static void append(MergedEntry& merged, const Line& line) {
 
 // Takes a line away for the one that has been appended last.
 static void giveUp(Line& line, const MergedEntry& merged) {
-  line.text = nullptr;
-  line.length = static_cast<uint32_t>(merged.count) - 1;
+  line.names |= GONE;
+  line.endings = static_cast<uint64_t>(merged.count) - 1;
 }
 
 static void move(Line& line, MergedEntry& merged) {
@@ -90,7 +88,7 @@ static Line* findMatch(Matches& matches, std::string_view name) {
     std::vector<uint32_t>& holders = linesThatHold(matches.byName, name);
     // A line that has been taken as a match stays gone, so it leaves the list for good: that keeps all the searches
     // together in proportion to the size of the entries.
-    while (!holders.empty() && !isPresent(matches.lines[holders.back()])) holders.pop_back();
+    while (!holders.empty() && !isLeft(matches.lines[holders.back()])) holders.pop_back();
     return holders.empty() ? nullptr : &matches.lines[holders.back()];
   }
   const ColonText text = ColonText::unknown(name);
@@ -100,7 +98,7 @@ static Line* findMatch(Matches& matches, std::string_view name) {
     holders |= matches.holders[static_cast<size_t>(std::countr_zero(endings))];
   for (; holders != 0; holders &= holders - 1) {
     Line& line = matches.lines[static_cast<size_t>(std::countr_zero(holders))];
-    if (isPresent(line) && findPlaceInAnyCase(line, {&text, 1}) != NOT_FOUND) return &line;
+    if (isLeft(line) && findPlaceInAnyCase(line, {&text, 1}) != NOT_FOUND) return &line;
   }
   return nullptr;
 }
@@ -135,7 +133,7 @@ static MergeProblem walkFirst(std::span<Line> first, Matches& matches, MergedEnt
 
 static MergeProblem walkSecond(std::span<Line> second, MergedEntry& merged) {
   for (Line& line : second) {
-    if (!isPresent(line)) continue;
+    if (!isLeft(line)) continue;
     if (line.firstColon == NO_COLON) return {&line, false};
     if (isOrdinary(line) || (!isDn(line) && !isExcluded(line))) move(line, merged);
   }

@@ -12,6 +12,9 @@ struct MergeProblem {
   bool isInFirst = false;      // of the two entries
 };
 
+// True when the merge has left the line where it was.
+inline bool isLeft(const Line& line) { return (line.names & GONE) == 0; }
+
 // Where the merged lines go.
 struct MergedEntry {
   Line* lines;
@@ -20,10 +23,10 @@ struct MergedEntry {
 };
 
 // Merges two entries, which must have lines, into a third, appending to it; the texts of the lines are shared. Of the
-// two the lines that were neither merged nor discarded stay; the others lose their text, and have as their length the
-// place in the third of the line that they have become or that stands for them. The result has the lines of
-// the first entry in their places, each with the value of the second one's first line that holds its attribute name;
-// then the second one's remaining lines. Of secAuthority, the dn: line and the object classes the first one's count.
+// two the lines that were neither merged nor discarded are left; the others are GONE, and have in their endings the
+// place in the third of the line that they have become or that stands for them. The result has the lines of the first
+// entry in their places, each with the value of the second one's first line that holds its attribute name; then the
+// second one's remaining lines. Of secAuthority, the dn: line and the object classes the first one's count.
 // Access-control, control and entry-UUID attributes are left out in their usual spellings, unless such a line of the
 // second entry is taken as the match of an attribute of the first. Takes time in proportion to the size of both.
 MergeProblem mergeEntries(std::span<Line> first, std::span<Line> second, MergedEntry& merged);

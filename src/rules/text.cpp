@@ -32,19 +32,26 @@ static bool areSameInAnyCase(uint64_t characters, uint64_t others) {
   return (difference & ~CASE_BITS) == 0 && loweredCharacters(characters) == loweredCharacters(others);
 }
 
+static bool areSame(uint64_t characters, uint64_t others) { return characters == others; }
+
 // Compares eight characters at once, the last eight of a longer text once more.
-bool isSameInAnyCase(std::string_view one, std::string_view other) {
+template <bool (*areSameEight)(uint64_t, uint64_t)>
+static bool isSameBy(std::string_view one, std::string_view other) {
   constexpr size_t STEP = sizeof(uint64_t);
   const auto areSameAt = [&](size_t place) {
-    return areSameInAnyCase(charactersAt<uint64_t>(one.data() + place), charactersAt<uint64_t>(other.data() + place));
+    return areSameEight(charactersAt<uint64_t>(one.data() + place), charactersAt<uint64_t>(other.data() + place));
   };
   const size_t size = one.size();
   if (size != other.size()) return false;
-  if (size < STEP) return areSameInAnyCase(charactersOf(one), charactersOf(other));
+  if (size < STEP) return areSameEight(charactersOf(one), charactersOf(other));
   for (size_t i = 0; i + STEP <= size; i += STEP)
     if (!areSameAt(i)) return false;
   return areSameAt(size - STEP);
 }
+
+bool isSame(std::string_view one, std::string_view other) { return isSameBy<areSame>(one, other); }
+
+bool isSameInAnyCase(std::string_view one, std::string_view other) { return isSameBy<areSameInAnyCase>(one, other); }
 
 // A needle with an equals sign can only stand at one. Its last character tells most places apart.
 static size_t findAtSign(std::string_view haystack, std::string_view needle, size_t signAt) {
@@ -74,7 +81,11 @@ std::string_view behindSpaces(std::string_view text) {
   return text;
 }
 
-std::string_view trimmed(std::string_view text) { return text.substr(0, text.find_last_not_of(" \t\n\v\f\r") + 1); }
+std::string_view trimmed(std::string_view text) {
+  const auto isWhite = [](char character) { return character == ' ' || (character >= '\t' && character <= '\r'); };
+  while (!text.empty() && isWhite(text.back())) text.remove_suffix(1);
+  return text;
+}
 
 bool hasSpaceBesideComma(std::string_view text) {
   // Asked before anything is copied: hardly any DN has such a blank.

@@ -114,9 +114,9 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   // One finding for an entry is enough, whatever attributes were taken from odd places.
   bool isTaken = prepared.isValueTaken;
   if (isTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
-  for (size_t i = 0; i < prepared.lines.size(); ++i) {
-    const Line& line = prepared.lines[i];
+  for (const Line& line : prepared.lines) {
     if ((line.names & NAMES) == 0) continue;
+    const auto i = static_cast<size_t>(&line - prepared.lines.data());
     if ((line.names & CHANGETYPE) == 0) {
       // it can only name a class
     } else if (!isChange && isNamed(line, "changetype")) {
@@ -165,35 +165,32 @@ static bool needsEscapes(std::string_view name) {
          name.back() == ' ';
 }
 
-static void insert(std::vector<uint64_t>& places, uint64_t hash) {
-  size_t place = static_cast<size_t>(hash >> 1U) & (places.size() - 1);
-  while (places[place] != 0 && places[place] != hash) place = (place + 1) & (places.size() - 1);
-  places[place] = hash;
-}
-
-bool DnComparison::isNew(uint64_t hash) {
-  if (count_ >= places_.size() / 4 * 3) {
-    std::vector<uint64_t> before(places_.size() * 2);
-    before.swap(places_);
-    for (const uint64_t other : before)
-      if (other != 0) insert(places_, other);
-  }
-  size_t place = static_cast<size_t>(hash >> 1U) & (places_.size() - 1);
-  while (places_[place] != 0 && places_[place] != hash) place = (place + 1) & (places_.size() - 1);
-  if (places_[place] == hash) return false;
+void DnComparison::insert(uint64_t hash) {
+  size_t place = firstPlace(hash);
+  while (places_[place] != 0) place = (place + 1) & (places_.size() - 1);
   places_[place] = hash;
+}
+
+void DnComparison::grow() {
+  std::vector<uint64_t> before(places_.size() * 2);
+  before.swap(places_);
+  for (const uint64_t hash : before)
+    if (hash != 0) insert(hash);
+}
+
+void DnComparison::compare(const RecordDn& dn, FindingSink& findings) {
+  if (count_ >= places_.size() / 4 * 3) grow();
+  size_t place = firstPlace(dn.hash);
+  while (places_[place] != 0 && places_[place] != dn.hash) place = (place + 1) & (places_.size() - 1);
+  if (places_[place] == dn.hash) {
+    findings.take({NEW_DN_TWICE, AT_NONE, dn.entry});
+    return;
+  }
+  places_[place] = dn.hash;
   ++count_;
-  return true;
 }
 
-void DnComparison::take(const Finding& finding) {
-  if (finding.id != NEW_DN_TWICE)
-    findings_.take(finding);
-  else if (!isNew(finding.line))
-    findings_.take({NEW_DN_TWICE, finding.at, finding.entry});
-}
-
-void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
+RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
   const EntryKind own = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const uint64_t begin = maker.registry->entries[rows.parts[own][0].entry].begin;
   const SlotRecords& records = maker.records;
@@ -204,5 +201,5 @@ void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, 
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
   if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
-  findings.take({NEW_DN_TWICE, AT_NONE, begin, hashOfDn(records.newDn) | 1U});
+  return {hashOfDn(records.newDn) | 1U, begin};  // never 0
 }

@@ -22,20 +22,27 @@ bool beginsWithDn(const ReadEntry& entry);
 // What is found about a line of an entry that is not in the output.
 void findLoss(LineFate fate, const Origin& origin, uint64_t begin, FindingSink& findings);
 
-// Finds what is odd about a new DN. Whether there has been the same before is left to a DnComparison: each DN is handed
-// on as a NEW_DN_TWICE, the hash of the DN in the place of the line.
-void findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings);
+// The new DN of a record.
+struct RecordDn {
+  uint64_t hash;
+  uint64_t entry;  // where the owner's own entry begins
+};
 
-// Hands findings on to another sink; of the new DNs only those that there have been before.
-class DnComparison final : public FindingSink {
+// Finds what is odd about it, but for whether there has been the same before. Returns it for that question.
+RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings);
+
+// Finds the new DNs that there have been before.
+class DnComparison {
  public:
-  explicit DnComparison(FindingSink& findings) : findings_(findings) {}
-  void take(const Finding& finding) override;
+  void compare(const RecordDn& dn, FindingSink& findings);
+  // Brings near what a comparison will ask for.
+  void fetch(const RecordDn& dn) const { __builtin_prefetch(&places_[firstPlace(dn.hash)]); }
 
  private:
-  bool isNew(uint64_t hash);
+  size_t firstPlace(uint64_t hash) const { return static_cast<size_t>(hash >> 1U) & (places_.size() - 1); }
+  void insert(uint64_t hash);
+  void grow();
 
-  FindingSink& findings_;
   std::vector<uint64_t> places_ = std::vector<uint64_t>(1024);  // hash table of the hashes; 0 where there is none
   size_t count_ = 0;
 };

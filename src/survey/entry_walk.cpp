@@ -70,30 +70,31 @@ static void beginEntry(ReadEntry& entry) {
 
 // Most entries are ordinary: what can be odd about a line is asked of them once.
 static void findTraits(ReadEntry& entry) {
+  const Line* const first = entry.room.data();
+  const Line* own = first;  // the last line that continues no other
   uint32_t names = 0;
-  uint32_t continuations = 0;
-  uint32_t namesOfLast = 0;  // of the last line that continues no other
-  bool isInFirst = true;     // that is the first line
+  uint32_t longest = 0;
+  uint32_t longestEnd = 0;
   bool mayFoldName = false;
-  bool areOdd = entry.hasFoldedComment || (entry.count > 0 && isContinuation(entry.room[0]));
-  bool hasReturns = false;
+  bool areOpen = false;
+  const bool areOdd = entry.hasFoldedComment || (entry.count > 0 && isContinuation(*first));
+  uint32_t continuations = 0;
   for (const Line& line : entry.lines()) {
-    const uint32_t end = line.length - line.contentLength;
     names |= line.names;
+    longest = std::max(longest, line.length);
+    longestEnd = std::max(longestEnd, line.length - line.contentLength);
+    areOpen |= line.text[line.length - 1] != '\n';
     if (line.text[0] != ' ') {
-      namesOfLast = line.names;
-      isInFirst = &line == entry.room.data();
-    } else {
-      ++continuations;
-      mayFoldName |= !isInFirst && (namesOfLast != 0 || line.firstColon != NO_COLON);
+      own = &line;
+      continue;
     }
-    hasReturns |= end == 2;
-    areOdd |= line.length >= LONGEST_LINE || end > 2 || line.text[line.length - 1] != '\n';
+    ++continuations;
+    mayFoldName |= own != first && (own->names != 0 || line.firstColon != NO_COLON);
   }
   entry.names = names;
   entry.continuations = continuations;
-  entry.isOrdinary = !areOdd;
-  entry.hasReturns = hasReturns;
+  entry.isOrdinary = !areOdd && !areOpen && longest < LONGEST_LINE && longestEnd <= 2;
+  entry.hasReturns = longestEnd == 2;
   entry.mayFoldName = mayFoldName;
 }
 

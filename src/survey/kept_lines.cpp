@@ -94,6 +94,19 @@ uint32_t keepLines(KeptLines& kept, const ReadEntry& entry) {
   return static_cast<uint32_t>(place);
 }
 
+size_t placeOfKept(const KeptLines& kept, uint32_t place, size_t line) {
+  const uint32_t* const numbers = keptIn(kept, place);
+  const LineShape* const shapes = kept.shapes.data();
+  size_t passed = 0;
+  size_t begin = 0;
+  for (uint32_t i = 1; i <= numbers[0]; ++i) {
+    const bool isContinuation = shapes[numbers[i] >> LENGTH_BITS].rest >> CONTINUATION_AT != 0;
+    if (!isContinuation && passed++ == line) break;
+    begin += numbers[i] & LONGEST_KEPT;
+  }
+  return begin;
+}
+
 void takeKeptLines(const KeptLines& kept, uint32_t place, std::string_view text, ReadEntry& entry) {
   const uint32_t* numbers = keptIn(kept, place);
   entry = ReadEntry{.room = std::move(entry.room), .nuls = {}};

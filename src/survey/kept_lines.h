@@ -41,6 +41,9 @@ inline const uint32_t* keptIn(const KeptLines& kept, uint32_t place) {
   return kept.blocks[place / KeptLines::BLOCK_SIZE].get() + place % KeptLines::BLOCK_SIZE;
 }
 
+// Returns where the given one of the kept lines that continue no other begins, from the begin of the entry.
+size_t placeOfKept(const KeptLines& kept, uint32_t place, size_t line);
+
 // Puts the lines that are kept in a place back into the entry, which begins where the text does: what reading it would
 // have found.
 void takeKeptLines(const KeptLines& kept, uint32_t place, std::string_view text, ReadEntry& entry);

@@ -7,6 +7,9 @@
 #include "rules/known_names.h"
 #include "rules/text.h"
 
+// Of the numbers that pairOf returns.
+static constexpr uint32_t PAIRS = 1024;
+
 // The dropped names, and one that the merge leaves out besides.
 static bool isBookkeeping(const Line& line) {
   if (isNamed(line, "aclpropagate")) return true;
@@ -51,15 +54,19 @@ void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, boo
   if (getsNewDn) fates[0] = RENAMED;
 }
 
-// The bits of a line's own name in a Bloom filter; a name of one character has all.
-static uint64_t endingOfName(const Line& line) {
-  const bool isShort = line.firstColon == NO_COLON || line.firstColon < 2;
-  const char* const end = line.text + (isShort ? 2 : line.firstColon);
-  return isShort ? ~uint64_t{0} : endingBit(pairOf(end[-2], end[-1]));
+// The same for all spellings of an attribute's name: how long it is, and how it ends. Names of one character, and lines
+// without a colon, look alike in that.
+static uint32_t nameMarkOf(const Line& line) {
+  const uint32_t colon = line.firstColon;
+  const bool isShort = colon == NO_COLON || colon < 2;
+  return colon * PAIRS + (isShort ? 0 : pairOf(line.text[colon - 2], line.text[colon - 1]));
 }
+
+static uint64_t endingOf(uint32_t nameMark) { return endingBit(nameMark % PAIRS); }
 
 void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
   survivors.lines.clear();
+  survivors.nameMarks.clear();
   survivors.byPlace.assign(1, nullptr);  // the new DN stands in the place of the first
   survivors.endings = 0;
   bool isOpen = false;
@@ -74,24 +81,27 @@ void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
     survivors.byPlace.push_back(survivor);
     if (survivor == nullptr) continue;
     survivors.lines.push_back(survivor);
-    survivors.endings |= endingOfName(line);
+    survivors.nameMarks.push_back(nameMarkOf(line));
+    survivors.endings |= endingOf(survivors.nameMarks.back());
   }
 }
 
 static bool isEqualLine(const Line& line, const Line& other) {
-  return line.contentLength == other.contentLength && line.endings == other.endings &&
-         memcmp(line.text, other.text, line.contentLength) == 0;
+  return line.contentLength == other.contentLength && memcmp(line.text, other.text, line.contentLength) == 0;
 }
 
 static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors) {
   LineFate fate = NUMBER_OF_FATES;
-  if ((survivors.endings & endingOfName(line)) != 0)
-    for (const Line* other : survivors.lines) {
-      if (other->firstColon != line.firstColon) continue;
-      if (isEqualLine(line, *other)) return ABSORBED;
-      if (fate == REPLACED_BY_SAME || !isNamed(*other, ownName(line))) continue;
-      fate = valueOf(*other) == valueOf(line) ? REPLACED_BY_SAME : REPLACED;
-    }
+  const uint32_t mark = nameMarkOf(line);
+  const std::span marks = survivors.nameMarks;
+  if ((survivors.endings & endingOf(mark)) == 0) return fateOfDropped(line, MERGED);
+  for (const uint32_t& other : marks) {
+    if (other != mark) continue;
+    const Line& survivor = *survivors.lines[static_cast<size_t>(&other - marks.data())];
+    if (isEqualLine(line, survivor)) return ABSORBED;
+    if (fate == REPLACED_BY_SAME || !isNamed(survivor, ownName(line))) continue;
+    fate = valueOf(survivor) == valueOf(line) ? REPLACED_BY_SAME : REPLACED;
+  }
   return fate == NUMBER_OF_FATES ? fateOfDropped(line, MERGED) : fate;
 }
 

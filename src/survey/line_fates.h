@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "rules/merge.h"
 #include "survey/record.h"
 
 enum LineFate : uint8_t {
@@ -47,6 +48,7 @@ void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, boo
 // cut and so has no line end.
 struct RecordSurvivors {
   std::vector<const Line*> lines;
+  std::vector<uint32_t> nameMarks;   // of these; different for most attributes
   std::vector<const Line*> byPlace;  // in the merged record; null for a line that is not in the output
   uint64_t endings = 0;              // Bloom filter: endingBits of their names
 };
@@ -55,16 +57,15 @@ void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors);
 
 // An entry that has been merged.
 struct MergedRow {
-  Entry lines;
-  Entry left;     // the same as the merge has left them
-  Entry between;  // the result of that, as another merge has left it; without one empty
+  Entry lines;    // as the merge has left them
+  Entry between;  // its result, as another merge has left it; without one empty
   bool isBase;    // the object classes of the record are its own
 };
 
 // Returns the line of the output that a line has become or that stands for it; null without one.
-inline const Line* survivorOf(const Line* left, const MergedRow& row, const RecordSurvivors& survivors) {
-  if (left->text == nullptr && !row.between.empty()) left = row.between.data() + left->length;
-  return left->text == nullptr ? survivors.byPlace.data()[left->length] : nullptr;
+inline const Line* survivorOf(const Line* line, const MergedRow& row, const RecordSurvivors& survivors) {
+  if (!isLeft(*line) && !row.between.empty()) line = row.between.data() + line->endings;
+  return isLeft(*line) ? nullptr : survivors.byPlace.data()[line->endings];
 }
 
 // Returns the fate of a line that is not in the output; its survivor is a line that stands for it, or null.
@@ -73,9 +74,8 @@ LineFate fateOfMissing(const Line& line, const Line* survivor, const MergedRow& 
 // Calls take with the place and the fate of each line of an entry that is not in the output as it stands.
 template <typename Take>
 void forEachMissingLine(const MergedRow& row, const RecordSurvivors& survivors, Take take) {
-  const Line* left = row.left.data();
   for (const Line& line : row.lines) {
-    const Line* const survivor = survivorOf(left++, row, survivors);
+    const Line* const survivor = survivorOf(&line, row, survivors);
     // Merging moves lines and never changes them: the same text is the same line, and two equal lines are two.
     if (survivor != nullptr && survivor->text == line.text) continue;
     take(static_cast<size_t>(&line - row.lines.data()), fateOfMissing(line, survivor, row, survivors));
@@ -101,7 +101,7 @@ bool forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, boo
     const LoadedEntry& entry = loadedEntry(maker, rows.parts[kind][0].entry);
     const bool isPartial = isMergedTwice && kind != USERS_SECUSER_KIND;
     takeEntry(entry, static_cast<EntryKind>(kind),
-              MergedRow{entry.lines, maker.lines[kind], isPartial ? maker.partial : Entry(), kind == baseKind});
+              MergedRow{entry.lines, isPartial ? maker.partial : Entry(), kind == baseKind});
   }
   return true;
 }

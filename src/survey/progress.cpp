@@ -13,10 +13,11 @@ void showSurveyProgress(const char* program, const char* step, uint64_t done, ui
   constexpr uint32_t CALLS_BETWEEN_LOOKS = 4096;
   constexpr size_t LINE_SIZE = 100;
   constexpr uint64_t WHOLE = 100;  // percent
-  static const bool isTerminal = isatty(STDERR_FILENO) == 1;
   static uint32_t calls = 0;
+  if (++calls % CALLS_BETWEEN_LOOKS != 0) return;
+  static const bool isTerminal = isatty(STDERR_FILENO) == 1;
   static time_t shownAt = time(nullptr);
-  if (!isTerminal || all == 0 || ++calls % CALLS_BETWEEN_LOOKS != 0) return;
+  if (!isTerminal || all == 0) return;
   const time_t now = time(nullptr);
   // Once a second: more often nobody reads, and a slow line to the terminal would hold the work up.
   if (now == shownAt) return;

@@ -72,11 +72,14 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
   loaded.lines[0] = scanLine(owner.firstLine);
 }
 
-Origin originOf(const LoadedEntry& entry, size_t line) {
+Origin originOf(const Registry& registry, const LoadedEntry& entry, size_t line) {
   if (entry.areOriginsKnown) return entry.origins[line];
   // A plain entry has no pieces; what is behind its own lines has been added.
   if (line >= entry.prepared.attributeLines) return {0, NO_LINE, false, false};
-  return {placeInText(entry.prepared, line), static_cast<uint32_t>(line), false, false};
+  const uint32_t keptAt = registry.entries[entry.number].keptAt;
+  const size_t place =
+      keptAt == NOT_KEPT ? placeInText(entry.prepared, line) : placeOfKept(registry.kept, keptAt, line);
+  return {place, static_cast<uint32_t>(line), false, false};
 }
 
 // A slot has five entries at most where all are regular, so that looking for one is quick.
@@ -100,8 +103,12 @@ void measureRest(RecordMaker& maker) {
   maker.measured = {};
 }
 
-// Puts the lines of a row together.
+// Puts the lines of a row together; mostly they are those of an entry.
 static std::span<Line> linesOfRow(RecordMaker& maker, const SlotRows& rows, EntryKind kind) {
+  if (rows.parts[kind].size() == 1) {
+    const RowPart& part = rows.parts[kind][0];
+    return loadedEntry(maker, part.entry).lines.subspan(part.first, part.count);
+  }
   std::vector<Line>& lines = maker.lines[kind];
   lines.clear();
   for (const RowPart& part : rows.parts[kind]) {
@@ -262,8 +269,6 @@ static void fetchText(const SurveyedFile& file, const Registry& registry, const 
   constexpr size_t CACHE_LINE = 64;  // bytes
   constexpr size_t USUAL_LENGTH = 512;
   if (entry.keptAt != NOT_KEPT) __builtin_prefetch(keptIn(registry.kept, entry.keptAt));
-  // A window that must be moved first cannot be fetched ahead.
-  if (!isWhole(file)) return;
   for (size_t place = 0; place < USUAL_LENGTH; place += CACHE_LINE)
     __builtin_prefetch(file.window + entry.begin + place);
 }
@@ -273,6 +278,8 @@ void fetchAhead(EntryFetch& fetch, const SurveyedFile& file, const Registry& reg
   constexpr size_t KNOWN_AHEAD = 64;
   constexpr size_t TEXTS_AHEAD = 16;
   const size_t end = registry.byOwner.size();
+  // A window that must be moved first cannot be fetched ahead.
+  if (!isWhole(file)) return;
   const size_t passed = owner.begin + owner.entries;
   fetch.known = std::max(fetch.known, passed);
   fetch.texts = std::max(fetch.texts, passed);

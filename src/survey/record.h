@@ -33,7 +33,7 @@ struct LoadedEntry {
 };
 
 // Returns where a line of the entry comes from.
-Origin originOf(const LoadedEntry& entry, size_t line);
+Origin originOf(const Registry& registry, const LoadedEntry& entry, size_t line);
 
 // Brings near what will soon be asked for, since it can lie anywhere in memory and in the file: first what is known of
 // an entry, then its lines and texts.

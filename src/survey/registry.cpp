@@ -11,33 +11,40 @@ static size_t firstPlace(const Registry& registry, uint64_t hash) {
   return static_cast<size_t>(hash >> 1U) & (registry.places.size() - 1);
 }
 
+// Of the bits that do not say the place.
+static uint32_t markOf(uint64_t hash) { return static_cast<uint32_t>(hash >> 32U); }
+
 static void growPlaces(Registry& registry) {
   constexpr size_t FIRST_PLACES = 1024;
   if (registry.owners.size() < registry.places.size() / 4 * 3) return;
   const size_t size = registry.places.empty() ? FIRST_PLACES : registry.places.size() * 2;
   // The old table is given back before the new one is taken: the owners themselves know where they belong.
-  std::vector<uint32_t>().swap(registry.places);
-  registry.places.assign(size, NONE);
+  std::vector<OwnerPlace>().swap(registry.places);
+  registry.places.resize(size);
   for (uint32_t i = 0; i < registry.owners.size(); ++i) {
-    size_t place = firstPlace(registry, registry.owners[i].hash);
-    while (registry.places[place] != NONE) place = (place + 1) & (size - 1);
-    registry.places[place] = i;
+    const uint64_t hash = registry.owners[i].hash;
+    size_t place = firstPlace(registry, hash);
+    while (registry.places[place].owner != NONE) place = (place + 1) & (size - 1);
+    registry.places[place] = {i, markOf(hash)};
   }
 }
 
 static uint32_t findOwner(Registry& registry, uint64_t hash, Side side) {
   growPlaces(registry);
+  OwnerPlace* const places = registry.places.data();
+  const uint32_t mark = markOf(hash);
   size_t place = firstPlace(registry, hash);
   // Two DNs of one hash are not told apart. The hash is keyed anew in every run, so that nobody can make two such
   // DNs, and 64 bits keep chance away.
-  while (registry.places[place] != NONE && registry.owners[registry.places[place]].hash != hash)
+  while (places[place].owner != NONE &&
+         (places[place].mark != mark || registry.owners[places[place].owner].hash != hash))
     place = (place + 1) & (registry.places.size() - 1);
-  if (registry.places[place] == NONE) {
-    registry.places[place] = static_cast<uint32_t>(registry.owners.size());
+  if (places[place].owner == NONE) {
+    places[place] = {static_cast<uint32_t>(registry.owners.size()), mark};
     registry.owners.push_back({.hash = hash, .side = side});
     ++registry.ownersOf[side];
   }
-  return registry.places[place];
+  return places[place].owner;
 }
 
 // The first entry of an owner opens its slot.
@@ -83,7 +90,8 @@ static void fetch(const Registry& registry, size_t number) {
   if (registry.places.empty()) return;
   __builtin_prefetch(&registry.places[placeOf(registry, registry.awaited[number % Registry::AWAITED])]);
   if (number < HALF) return;
-  const uint32_t owner = registry.places[placeOf(registry, registry.awaited[(number - HALF) % Registry::AWAITED])];
+  const uint32_t owner =
+      registry.places[placeOf(registry, registry.awaited[(number - HALF) % Registry::AWAITED])].owner;
   if (owner != NONE) __builtin_prefetch(&registry.owners[owner]);
 }
 

@@ -46,6 +46,12 @@ struct RegistryOwner {
   uint32_t bytes = 0;       // of them
 };
 
+// Where an owner is found by the hash of its DN: what else stands on the way to it is passed without a look at it.
+struct OwnerPlace {
+  uint32_t owner = NONE;
+  uint32_t mark = 0;  // a part of the hash
+};
+
 // An entry whose owner is looked up soon: what is known of owners lies far apart in memory, and is fetched meanwhile.
 struct AwaitedEntry {
   GatheredEntry entry;
@@ -68,7 +74,7 @@ struct Registry {
   BlockList<GatheredEntry> entries;  // in the order of the work file
   BlockList<RegistryOwner> owners;   // in the order in which the entries show them
   std::vector<uint32_t> byOwner;     // the numbers of the entries that have owners, in the order of these
-  std::vector<uint32_t> places;      // hash table of the owners' numbers
+  std::vector<OwnerPlace> places;    // hash table of the owners
   KeptLines kept;
   uint32_t ownersOf[2] = {0, 0};  // by Side
   bool isRegular = true;          // all of them are, and every entry has one

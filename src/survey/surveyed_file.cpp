@@ -94,6 +94,11 @@ std::string_view textFrom(SurveyedFile& file, uint64_t begin, size_t atLeast) {
   return std::string_view(file.window, file.windowLength).substr(static_cast<size_t>(begin - file.windowBegin));
 }
 
+SurveyedFile& forSecondLook(SurveyedFile& file, SurveyedFile& again) {
+  textFrom(file, 0, 1);
+  return isWhole(file) ? file : again;
+}
+
 bool isUnchanged(const SurveyedFile& file) {
   struct stat now;
   if (fstat(file.descriptor, &now) != 0) return failWith();

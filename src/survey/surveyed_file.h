@@ -36,6 +36,10 @@ void closeSurveyed(SurveyedFile& file);
 // True when the file is in memory as a whole, so that its texts stay.
 bool isWhole(const SurveyedFile& file);
 
+// Returns the one of two openings of a file that is looked at while the other is walked through: the same one where it
+// is in memory as a whole; otherwise each moves its own window.
+SurveyedFile& forSecondLook(SurveyedFile& file, SurveyedFile& again);
+
 // Returns false, with the reason in messageReason, when the file is not as it was when it was opened.
 bool isUnchanged(const SurveyedFile& file);
 

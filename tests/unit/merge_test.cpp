@@ -109,7 +109,7 @@ class Merging {
   static Lines present(const std::vector<Line>& lines) {
     Lines texts;
     for (const Line& line : lines)
-      if (line.text != nullptr) texts.emplace_back(line.view());
+      if (isLeft(line)) texts.emplace_back(line.view());
     return texts;
   }
 
