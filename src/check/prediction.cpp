@@ -89,6 +89,8 @@ static uint64_t entryOfMessage(SurveyedFile& file, const RunFailure& failure) {
 
 void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[2], FindingSink& findings,
                 Prediction& prediction) {
+  // Nothing else takes so much memory here that entries of usual length could not all be kept.
+  prediction.registry.kept.mostBlocks = 60;
   EntryCheck entryCheck(findings, prediction);
   prediction.counts = surveyInput(file, prediction.registry, entryCheck);
   const SurveyCounts& counts = prediction.counts;

@@ -15,8 +15,9 @@ class BlockList {
     blocks_.back().push_back(value);
     ++size_;
   }
-  T& operator[](size_t place) { return blocks_[place / BLOCK_SIZE][place % BLOCK_SIZE]; }
-  const T& operator[](size_t place) const { return blocks_[place / BLOCK_SIZE][place % BLOCK_SIZE]; }
+  // Not checked: it is asked many times for each entry.
+  T& operator[](size_t place) { return blocks_.data()[place / BLOCK_SIZE].data()[place % BLOCK_SIZE]; }
+  const T& operator[](size_t place) const { return blocks_.data()[place / BLOCK_SIZE].data()[place % BLOCK_SIZE]; }
   size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
 

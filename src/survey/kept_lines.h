@@ -12,21 +12,26 @@
 
 constexpr uint32_t NOT_KEPT = UINT32_MAX;
 
-// What lines have in common that look alike: mostly those of one attribute.
+// What lines have in common that look alike: mostly those of one attribute and length.
 struct LineShape {
   bool operator==(const LineShape&) const = default;
 
-  uint64_t endings;  // as in Line
-  uint64_t rest;     // the names, first colon and length of the line end, and whether it is a continuation; bit by bit
+  // As in Line.
+  uint64_t endings;
+  uint32_t names;
+  uint32_t firstColon;
+  uint32_t length;
+  uint16_t lineEnd;  // bytes
+  bool isContinuation;
 };
 
 struct KeptLines {
-  static constexpr size_t BLOCK_SIZE = size_t{256} * 1024;  // numbers
-  static constexpr size_t MOST_BLOCKS = 32;                 // of a mebibyte each
-  static constexpr size_t MOST_SHAPES = UINT16_MAX;
+  static constexpr size_t BLOCK_SIZE = size_t{512} * 1024;  // numbers
+  static constexpr size_t MOST_NUMBER = UINT16_MAX;
 
-  // One number for each line, its length below the number of its shape; before those of an entry, how many there are.
-  std::vector<std::unique_ptr<uint32_t[]>> blocks;
+  size_t mostBlocks = 32;  // of a mebibyte each
+  // For each line the number of its shape; before those of an entry, how many there are.
+  std::vector<std::unique_ptr<uint16_t[]>> blocks;
   size_t used = BLOCK_SIZE;       // of the last block
   std::vector<LineShape> shapes;  // by their number; the first is none
   std::vector<uint16_t> places;   // hash table of the shapes' numbers
@@ -37,7 +42,7 @@ struct KeptLines {
 uint32_t keepLines(KeptLines& kept, const ReadEntry& entry);
 
 // Returns where the numbers of a place stand.
-inline const uint32_t* keptIn(const KeptLines& kept, uint32_t place) {
+inline const uint16_t* keptIn(const KeptLines& kept, uint32_t place) {
   return kept.blocks[place / KeptLines::BLOCK_SIZE].get() + place % KeptLines::BLOCK_SIZE;
 }
 
