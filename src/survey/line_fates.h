@@ -87,12 +87,12 @@ void findMergedFates(const MergedRow& row, std::span<const Origin> origins, bool
                      const RecordSurvivors& survivors, Fates& fates);
 
 // Has each entry of a slot taken, with its kind and what the merge has made of it if it has been merged; policy data,
-// which are in no record, only where they are wanted. Returns false where the entries do not stand there whole.
+// which are in no record, only where they are wanted. None is taken where the entries do not stand there whole.
 template <typename TakeEntry>
-bool forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, bool withPolicyData, TakeEntry takeEntry) {
+void forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, bool withPolicyData, TakeEntry takeEntry) {
   for (const auto& parts : rows.parts)
     if (parts.size() > 1 || (parts.size() == 1 && maker.registry->entries[parts[0].entry].lines != parts[0].count))
-      return false;
+      return;
   const bool isMergedTwice = !rows.parts[USERS_SECUSER_KIND].empty();
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const EntryKind baseKind = isMergedTwice ? USERS_SECUSER_KIND : ownKind;
@@ -103,5 +103,4 @@ bool forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, boo
     takeEntry(entry, static_cast<EntryKind>(kind),
               MergedRow{entry.lines, isPartial ? maker.partial : Entry(), kind == baseKind});
   }
-  return true;
 }

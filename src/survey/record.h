@@ -90,7 +90,7 @@ struct RecordMaker {
   Measures measured = {};                            // of the entries that have been loaded first by this one
   std::vector<std::unique_ptr<LoadedEntry>> loaded;  // those of the slot at its begin
   size_t loadedCount = 0;
-  std::vector<Line> lines[RESCREDS_KIND];  // as they stand in the rows
+  std::vector<Line> lines[RESCREDS_KIND];  // of rows of several parts
   std::vector<Line> partial;
   std::array<char, size_t{16} * 1024> memory;
   Texts texts{memory.data(), memory.size()};

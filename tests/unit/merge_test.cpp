@@ -98,6 +98,10 @@ class Merging {
   Lines merged() const { return present(room_); }
   Lines leftOfFirst() const { return present(first_); }
   Lines leftOfSecond() const { return present(second_); }
+  // Of each line, in its place, the line of the result that it has become or that stands for it; nothing where it is
+  // left.
+  Lines standInsOfFirst() const { return standIns(first_); }
+  Lines standInsOfSecond() const { return standIns(second_); }
   std::string problem;
 
  private:
@@ -110,6 +114,12 @@ class Merging {
     Lines texts;
     for (const Line& line : lines)
       if (isLeft(line)) texts.emplace_back(line.view());
+    return texts;
+  }
+
+  Lines standIns(const std::vector<Line>& lines) const {
+    Lines texts;
+    for (const Line& line : lines) texts.emplace_back(isLeft(line) ? std::string_view() : room_[line.endings].view());
     return texts;
   }
 
@@ -206,6 +216,15 @@ TEST(MergeOfLongEntries, TakesTimeInProportion) {
 TEST(MergeOfLongEntries, TakesTimeInProportionWithOneNameThroughout) {
   const Lines lines(100000, "m: 1\n");
   EXPECT_EQ(Merging(lines, lines).merged().size(), 100000u);
+}
+
+TEST(Merge, SaysWhichLineStandsForOneThatIsGone) {
+  const Lines first = {"dn: cn=a\n", "cn: a\n", "mail: x\n", "secauthority: A\n", "acl: 1\n"};
+  const Lines second = {"dn: cn=b\n", "MAIL: y\n", "secAuthority: B\n", "objectclass: c\n", "sn: q\n"};
+  const Merging merging(first, second);
+  EXPECT_EQ(merging.merged(), Lines({"dn: cn=a\n", "cn: a\n", "MAIL: y\n", "secauthority: A\n", "sn: q\n"}));
+  EXPECT_EQ(merging.standInsOfFirst(), Lines({"dn: cn=a\n", "cn: a\n", "MAIL: y\n", "secauthority: A\n", ""}));
+  EXPECT_EQ(merging.standInsOfSecond(), Lines({"", "MAIL: y\n", "secauthority: A\n", "", "sn: q\n"}));
 }
 
 TEST(Merge, CountsWhatHasNoRoom) {

@@ -41,6 +41,31 @@ TEST(Folding, TouchesAsciiLettersOnly) {
   }
 }
 
+// Of every length up to that of a few steps of eight characters, with a difference in every place.
+TEST(Comparison, SeesEveryCharacterAndOnlyTheCaseOfLetters) {
+  const std::string whole = "abcdefghijklmnopqrstuvwxyz";
+  for (size_t length = 0; length <= whole.size(); ++length) {
+    const std::string text = whole.substr(0, length);
+    EXPECT_TRUE(isSame(text, whole.substr(0, length)));
+    EXPECT_TRUE(isSameInAnyCase(text, whole.substr(0, length)));
+    EXPECT_FALSE(isSameInAnyCase(text, text + "a"));
+    for (size_t place = 0; place < length; ++place) {
+      std::string capital = text;
+      capital[place] = static_cast<char>(capital[place] - 'a' + 'A');
+      EXPECT_FALSE(isSame(text, capital)) << length << " " << place;
+      EXPECT_TRUE(isSameInAnyCase(text, capital)) << length << " " << place;
+      std::string other = text;
+      other[place] = '1';
+      EXPECT_FALSE(isSameInAnyCase(text, other)) << length << " " << place;
+      std::string bracket = text;
+      std::string brace = text;
+      bracket[place] = '[';
+      brace[place] = '{';
+      EXPECT_FALSE(isSameInAnyCase(bracket, brace)) << length << " " << place;
+    }
+  }
+}
+
 struct SearchCase {
   const char* name;
   const char* haystack;
