@@ -265,10 +265,10 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
         else
           findMergedFates(row, entry.origins, kind == ownKind, room.survivors, room.fates);
         settleFates(room.fates, entry.lines, isThere);
-        const char* const written = isPolicy ? "copied" : "merged";
-        tally(accounting,
-              {entry.begin, isThere ? written : "missing", withoutLineEnd(isPolicy ? records.policyDn : records.newDn),
-               entry.lines, entry.origins, &room.fates, isPolicy ? Entry(records.policyLines) : Entry(records.merged)});
+        const char* const whereFound = isPolicy ? "copied" : "merged";
+        tally(accounting, {entry.begin, isThere ? whereFound : "missing",
+                           withoutLineEnd(isPolicy ? records.policyDn : records.newDn), entry.lines, entry.origins,
+                           &room.fates, isPolicy ? Entry(records.policyLines) : Entry(records.merged)});
       });
 }
 

@@ -24,7 +24,8 @@ static int account(const AccountOptions& options) {
   SurveyedFile output;
   for (SurveyedFile* file : {&input, &opened})
     if (!openSurveyed(PROGRAM, options.input, *file)) endFor(options.input);
-  SurveyedFile& again = forSecondLook(input, opened);
+  // In memory as a whole it can be looked at in two places; otherwise each look moves its own window.
+  SurveyedFile& again = canBeWhole(input) ? input : opened;
   if (!openSurveyed(PROGRAM, options.output, output)) endFor(options.output);
   AccountReport report(options, again, output);
   report.begin();

@@ -39,7 +39,8 @@ static int check(const CheckOptions& options) {
   requireDistinctNames(options);
   if (!openSurveyed("tqldif2v6-check", options.input, file)) endFor(options.input);
   if (!openSurveyed("tqldif2v6-check", options.input, opened)) endFor(options.input);
-  SurveyedFile& again = forSecondLook(file, opened);
+  // In memory as a whole it can be looked at in two places; otherwise each look moves its own window.
+  SurveyedFile& again = canBeWhole(file) ? file : opened;
   const bool isInMemory = isFolderInMemory(options.input);
   Report report(options, again, isInMemory);
   report.begin();

@@ -47,8 +47,8 @@ static void noteNames(NameMatches& matches, std::string_view text, uint32_t line
 
 NameMatches findMatches(std::vector<std::string_view> names, Entry entry) {
   std::sort(names.begin(), names.end(), isBefore);
-  const auto isSame = [](std::string_view one, std::string_view other) { return !isBefore(one, other); };
-  names.erase(std::unique(names.begin(), names.end(), isSame), names.end());
+  const auto areEqual = [](std::string_view one, std::string_view other) { return !isBefore(one, other); };
+  names.erase(std::unique(names.begin(), names.end(), areEqual), names.end());
   NameMatches matches = {std::move(names), {}, {}};
   matches.lines.resize(matches.names.size());
   linkNames(matches);

@@ -13,14 +13,18 @@ static Number charactersAt(const char* text) {
   return characters;
 }
 
+// Returns the first characters of a text and its last ones in one number.
+template <typename Half>
+static uint64_t halvesOf(std::string_view text) {
+  constexpr unsigned BITS = 32;
+  const uint64_t last = charactersAt<Half>(text.data() + text.size() - sizeof(Half));
+  return charactersAt<Half>(text.data()) | last << BITS;
+}
+
 // Returns a number that all characters of a text of fewer than eight are in, those in its middle twice.
 static uint64_t charactersOf(std::string_view text) {
-  const auto halves = [&]<typename Half>(Half first) {
-    constexpr unsigned BITS = 32;
-    return first | uint64_t{charactersAt<Half>(text.data() + text.size() - sizeof(Half))} << BITS;
-  };
-  if (text.size() >= sizeof(uint32_t)) return halves(charactersAt<uint32_t>(text.data()));
-  if (text.size() >= sizeof(uint16_t)) return halves(charactersAt<uint16_t>(text.data()));
+  if (text.size() >= sizeof(uint32_t)) return halvesOf<uint32_t>(text);
+  if (text.size() >= sizeof(uint16_t)) return halvesOf<uint16_t>(text);
   return text.empty() ? 0 : static_cast<unsigned char>(text.front());
 }
 

@@ -36,9 +36,9 @@ LineFate fateAmong(const Line& line, Entry lines, Road road);
 // when it gets a new DN.
 template <typename Take>
 void forEachDroppedLine(Entry lines, Road road, bool getsNewDn, Take take) {
-  const Entry written = lines.subspan(getsNewDn ? 1 : 0);
-  for (const Line& line : written)
-    if (isDropped(line, road)) take(static_cast<size_t>(&line - lines.data()), fateAmong(line, written, road));
+  const Entry rest = lines.subspan(getsNewDn ? 1 : 0);
+  for (const Line& line : rest)
+    if (isDropped(line, road)) take(static_cast<size_t>(&line - lines.data()), fateAmong(line, rest, road));
 }
 
 // Finds the fates of all lines of such an entry.

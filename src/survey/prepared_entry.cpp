@@ -98,7 +98,7 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, 
     return;
   }
   // A version that is 6.0 already is kept, not renamed.
-  const bool isSame = entry.room[line].view() == adjustment.text;
+  const bool isUnchanged = entry.room[line].view() == adjustment.text;
   entry.room[line] = scanLine(adjustment.text);
   entry.names |= entry.room[line].names;
   const Entry before = entry.lines().first(line);
@@ -107,7 +107,8 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, 
       !isFolded ? line : static_cast<size_t>(std::count_if(before.begin(), before.end(), [&](const Line& other) {
         return !isContinuation(other) || &other == before.data();
       }));
-  if (place < prepared.origins.size() && !isContinuation(entry.room[line])) prepared.origins[place].isChanged = !isSame;
+  if (place < prepared.origins.size() && !isContinuation(entry.room[line]))
+    prepared.origins[place].isChanged = !isUnchanged;
 }
 
 // Notes when a line that stands for an attribute has not its name. Lines are as they have been read.

@@ -94,9 +94,9 @@ std::string_view textFrom(SurveyedFile& file, uint64_t begin, size_t atLeast) {
   return std::string_view(file.window, file.windowLength).substr(static_cast<size_t>(begin - file.windowBegin));
 }
 
-SurveyedFile& forSecondLook(SurveyedFile& file, SurveyedFile& again) {
+bool canBeWhole(SurveyedFile& file) {
   textFrom(file, 0, 1);
-  return isWhole(file) ? file : again;
+  return isWhole(file);
 }
 
 bool isUnchanged(const SurveyedFile& file) {

@@ -36,9 +36,8 @@ void closeSurveyed(SurveyedFile& file);
 // True when the file is in memory as a whole, so that its texts stay.
 bool isWhole(const SurveyedFile& file);
 
-// Returns the one of two openings of a file that is looked at while the other is walked through: the same one where it
-// is in memory as a whole; otherwise each moves its own window.
-SurveyedFile& forSecondLook(SurveyedFile& file, SurveyedFile& again);
+// The same of one that has not been looked at yet.
+bool canBeWhole(SurveyedFile& file);
 
 // Returns false, with the reason in messageReason, when the file is not as it was when it was opened.
 bool isUnchanged(const SurveyedFile& file);
