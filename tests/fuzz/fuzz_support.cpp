@@ -30,6 +30,7 @@
 #include "reporting/reporting.h"
 #include "reporting/run_counts.h"
 #include "reporting/run_state.h"
+#include "rules/merge.h"
 #include "workfile/notes.h"
 #include "workfile/preparation_pass.h"
 #include "workfile/work_file_cursor.h"
@@ -266,7 +267,7 @@ std::vector<Line> tableOf(const Lines& lines, Texts& texts) {
 Lines linesOf(Entry entry) {
   Lines lines;
   for (const Line& line : entry)
-    if (line.text != nullptr) lines.emplace_back(line.view());
+    if (isLeft(line)) lines.emplace_back(line.view());
   return lines;
 }
 
