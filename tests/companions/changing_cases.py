@@ -3,10 +3,21 @@
 What is expected of each is worked out from the rules of the conversion, never from what a program says. The entries in
 question come first, so that their lines count from 1.
 """
-from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, GROUP, GROUP_MAP, HELD, MAP, UNIT,
+from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, GROUP, GROUP_MAP, HELD, LINE, MAP, UNIT,
                     USER, WEB, WITHOUT_NAME, beside, changes, credentials, entry, folded, group, line_of, lines, loses,
                     map_of, map_of_group, oversized_unit, own_dn, policy, policy_data, shown, stops, unit, user,
                     users_entry)
+
+def various(count, begin):
+    """Lines of which hardly two have names of one length and end and are of one length."""
+    return [f"{chr(97 + i % 26) * (1 + i % 19)}{chr(97 + i // 26 % 26)}: {'x' * (i % 37)}"
+            for i in range(begin, begin + count)]
+
+
+USERS, LINES = 60, 40
+PAIR = LINES + 11   # lines of a user and its map, the empty ones included
+VARIETY = [user(f"p{n}", *various(LINES, LINES * n), "description: own") + map_of(f"p{n}", "description: map's")
+           for n in range(USERS)]
 
 LOSSES = (
     shown("description with acl: in it is dropped from a map",
@@ -71,6 +82,20 @@ LOSSES = (
     shown("value of the map takes the place of the group's own",
           (group("crew", "description: own"), map_of_group("crew", "description: map's")),
           loses("value-replaced", 4, CREW), shows=("\ndescription: map's\n",)),
+    shown("line is named where it stands though one before it is folded",
+          (user("bert", "sn: Ber\n t", "description: own"), map_of("bert", "description: map's")),
+          loses("value-replaced", 7, BERT)),
+    shown("line is lost whatever stays of an attribute whose name is as long and ends alike",
+          (user("bert", "description: own", "information: x"), map_of("bert", "description: see acl: all")),
+          loses("line-lost", 5, BERT), loses("looks-like-bookkeeping", 11, BERTS_MAP),
+          shows=("\ninformation: x\n",), lacks=("\ndescription: own\n",)),
+    shown("line of the map is lost to an equal one of the user that a cut line goes on in",
+          (user("bert", folded(line_of(LINE) + "sn: Bert")), map_of("bert", "sn: Bert")),
+          loses("line-lost", 11, BERTS_MAP), changes("long-line", 5, BERT),
+          shows=("xsn: Bert\n",), lacks=("\nsn: Bert\n",)),
+    shown("line is named where it stands among thousands of names and lengths", VARIETY,
+          *(loses("value-replaced", PAIR * n + LINES + 5, own_dn(f"p{n}")) for n in range(USERS)),
+          slots=(USERS, 1)),
     beside("value-replaced", "same value in both is no loss, whatever the case of the attribute",
            (user("bert", "description: same", "sn: Bert"), map_of("bert", "description: same", "SN: Bert"))),
     beside("value-replaced", "value that the map has as its second one is no loss",
