@@ -1,26 +1,30 @@
 #include "survey/kept_lines.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 
-#include "rules/attribute.h"
-
-// The end of an ordinary line has one or two characters.
 static LineShape shapeOf(const Line& line) {
-  return {line.endings,
-          line.names,
-          line.firstColon,
-          line.length,
-          static_cast<uint16_t>(line.length - line.contentLength),
-          isContinuation(line)};
+  return {line.length, line.contentLength, line.firstColon, line.names, line.endings};
+}
+
+// Of a shape, to be hashed and compared in few steps.
+using Words = std::array<uint64_t, sizeof(LineShape) / sizeof(uint64_t)>;
+static Words wordsOf(const LineShape& shape) { return std::bit_cast<Words>(shape); }
+
+// All is compared at once: a comparison that ends with the first difference is slower.
+static bool areSame(const LineShape& one, const LineShape& other) {
+  const auto [lengths, names, endings] = wordsOf(one);
+  const auto [otherLengths, otherNames, otherEndings] = wordsOf(other);
+  return ((lengths ^ otherLengths) | (names ^ otherNames) | (endings ^ otherEndings)) == 0;
 }
 
 // Returns where in the hash table a search for the shape begins.
 static size_t firstPlace(const LineShape& shape) {
   constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
   constexpr unsigned HALF = 32;
-  const uint64_t places = uint64_t{shape.firstColon} << HALF | shape.length;
-  return static_cast<size_t>(((shape.endings ^ shape.names) * FACTOR ^ places) * FACTOR >> HALF) &
-         KeptLines::MOST_NUMBER;
+  const auto [lengths, names, endings] = wordsOf(shape);
+  return static_cast<size_t>(((endings ^ names) * FACTOR ^ lengths) * FACTOR >> HALF) & KeptLines::MOST_NUMBER;
 }
 
 // Returns the number of the shape, from 1 on, which may be a new one; 0 when there is no more room for it.
@@ -35,7 +39,7 @@ static uint32_t numberOf(KeptLines& kept, const LineShape& shape) {
       number = static_cast<uint16_t>(kept.shapes.size());
       kept.shapes.push_back(shape);
     }
-    if (number != 0 && kept.shapes[number] == shape) return number;
+    if (number != 0 && areSame(kept.shapes[number], shape)) return number;
   }
   return 0;
 }
@@ -68,7 +72,7 @@ uint32_t keepLines(KeptLines& kept, const ReadEntry& entry) {
     const LineShape shape = shapeOf(line);
     // Mostly it is there, and where it is looked for first.
     uint32_t number = places[firstPlace(shape)];
-    if (number == 0 || shapes[number] != shape) {
+    if (number == 0 || !areSame(shapes[number], shape)) {
       number = numberOf(kept, shape);
       shapes = kept.shapes.data();
       if (number == 0) return NOT_KEPT;
@@ -81,13 +85,13 @@ uint32_t keepLines(KeptLines& kept, const ReadEntry& entry) {
   return static_cast<uint32_t>(place);
 }
 
-size_t placeOfKept(const KeptLines& kept, uint32_t place, size_t line) {
+size_t placeOfKept(const KeptLines& kept, uint32_t place, std::string_view text, size_t line) {
   const uint16_t* const numbers = keptIn(kept, place);
   const LineShape* const shapes = kept.shapes.data();
   size_t passed = 0;
   size_t begin = 0;
   for (uint32_t i = 1; i <= numbers[0]; ++i) {
-    if (!shapes[numbers[i]].isContinuation && passed++ == line) break;
+    if (text[begin] != ' ' && passed++ == line) break;
     begin += shapes[numbers[i]].length;
   }
   return begin;
@@ -101,13 +105,19 @@ void takeKeptLines(const KeptLines& kept, uint32_t place, std::string_view text,
   entry.isOrdinary = true;
   const LineShape* const shapes = kept.shapes.data();
   const char* next = text.data();
+  uint32_t names = 0;
+  uint32_t continuations = 0;
+  uint32_t longestEnd = 0;
   for (Line& line : std::span(entry.room.data(), entry.count)) {
     const LineShape& shape = shapes[*++numbers];
-    line = {next, shape.length, shape.length - shape.lineEnd, shape.firstColon, shape.names, shape.endings};
-    entry.names |= shape.names;
-    entry.continuations += shape.isContinuation ? 1 : 0;
-    entry.hasReturns |= shape.lineEnd == 2;
+    line = {next, shape.length, shape.contentLength, shape.firstColon, shape.names, shape.endings};
+    names |= shape.names;
+    continuations += *next == ' ' ? 1 : 0;
+    longestEnd = std::max(longestEnd, shape.length - shape.contentLength);
     next += shape.length;
   }
+  entry.names = names;
+  entry.continuations = continuations;
+  entry.hasReturns = longestEnd == 2;
   entry.end = static_cast<size_t>(next - text.data());
 }

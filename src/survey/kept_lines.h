@@ -12,17 +12,14 @@
 
 constexpr uint32_t NOT_KEPT = UINT32_MAX;
 
-// What lines have in common that look alike: mostly those of one attribute and length.
+// What lines have in common that look alike, mostly those of one attribute and length: all that a Line says but where
+// it stands, in its order.
 struct LineShape {
-  bool operator==(const LineShape&) const = default;
-
-  // As in Line.
-  uint64_t endings;
-  uint32_t names;
-  uint32_t firstColon;
   uint32_t length;
-  uint16_t lineEnd;  // bytes
-  bool isContinuation;
+  uint32_t contentLength;
+  uint32_t firstColon;
+  uint32_t names;
+  uint64_t endings;
 };
 
 struct KeptLines {
@@ -47,7 +44,7 @@ inline const uint16_t* keptIn(const KeptLines& kept, uint32_t place) {
 }
 
 // Returns where the given one of the kept lines that continue no other begins, from the begin of the entry.
-size_t placeOfKept(const KeptLines& kept, uint32_t place, size_t line);
+size_t placeOfKept(const KeptLines& kept, uint32_t place, std::string_view text, size_t line);
 
 // Puts the lines that are kept in a place back into the entry, which begins where the text does: what reading it would
 // have found.

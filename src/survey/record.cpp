@@ -77,8 +77,8 @@ Origin originOf(const Registry& registry, const LoadedEntry& entry, size_t line)
   // A plain entry has no pieces; what is behind its own lines has been added.
   if (line >= entry.prepared.attributeLines) return {0, NO_LINE, false, false};
   const uint32_t keptAt = registry.entries[entry.number].keptAt;
-  const size_t place =
-      keptAt == NOT_KEPT ? placeInText(entry.prepared, line) : placeOfKept(registry.kept, keptAt, line);
+  const size_t place = keptAt == NOT_KEPT ? placeInText(entry.prepared, line)
+                                          : placeOfKept(registry.kept, keptAt, entry.prepared.text, line);
   return {place, static_cast<uint32_t>(line), false, false};
 }
 
