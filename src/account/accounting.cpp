@@ -31,7 +31,7 @@ static std::string_view firstLineOf(std::string_view text) { return text.substr(
 static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAddedDate = false) {
   // Counted whether it is there or not: the sum must be the size of the output.
   accounting.expectedBytes += accounting.text.size();
-  if (findRecord(accounting.output, accounting.text, hasAddedDate)) {
+  if (findRecord(accounting.output, accounting.text, begin, hasAddedDate)) {
     ++accounting.account.records[kind];
     return true;
   }
@@ -79,11 +79,14 @@ static void tally(Accounting& accounting, const EntryFate& entry) {
   accounting.sink.takeEntry(entry);
 }
 
-// What a missing record would have held is lost.
-static void settleFates(Fates& fates, Entry lines, bool isFound) {
+// What a missing record would have held is lost, but for what is dropped anyway.
+static void settleFates(Fates& fates, Entry lines, Road road, bool isFound) {
   for (size_t i = 0; i < fates.size(); ++i) {
     const bool isWritten = fates[i] == KEPT || fates[i] == RENAMED;
-    if (fates[i] != LEFT_OUT && (!isFound || (isWritten && !isOwnLine(lines[i])))) fates[i] = LOST;
+    if (!isFound)
+      fates[i] = fateOfDropped(lines[i], road);
+    else if (isWritten && !isOwnLine(lines[i]))
+      fates[i] = LOST;
   }
 }
 
@@ -95,7 +98,7 @@ static void takeCopiedEntry(Accounting& accounting, Entry lines, std::span<const
   const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
   const bool isFound = find(accounting, road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD, begin, hasAddedDate);
   findFatesAlone(lines, origins, road, false, fates);
-  settleFates(fates, lines, isFound);
+  settleFates(fates, lines, road, isFound);
   tally(accounting, {begin, isFound ? "copied" : "missing", lines[0].content(), lines, origins, &fates, lines});
 }
 
@@ -225,8 +228,21 @@ static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool 
 }
 
 static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKind kind, Fates& fates) {
-  fates.assign(entry.lines.size(), kind == SECPOLICYDATA_KIND ? LEFT_OUT : LOST);
+  fates.assign(entry.lines.size(), LEFT_OUT);
+  if (kind != SECPOLICYDATA_KIND) settleFates(fates, entry.lines, kind == SECPOLICY_KIND ? POLICY : MERGED, false);
   tally(accounting, {entry.begin, "missing", {}, entry.lines, entry.origins, &fates, {}});
+}
+
+// A line that is written with another name may be equal to one that stays, as it stood in the input.
+static void absorbRenamed(RecordMaker& maker, const LoadedEntry& entry, const RecordSurvivors& survivors,
+                          Fates& fates) {
+  for (size_t i = 0; i < fates.size(); ++i) {
+    if (fates[i] != REPLACED_BY_SAME || !entry.origins[i].isChanged) continue;
+    const size_t length = entry.lines[i].contentLength;
+    const std::string_view before = textFrom(*maker.file, entry.begin + entry.origins[i].place, length);
+    for (const Line* survivor : survivors.lines)
+      if (survivor->content() == before.substr(0, length)) fates[i] = ABSORBED;
+  }
 }
 
 static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRows& rows, Side side,
@@ -246,7 +262,8 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   const bool isFound = find(accounting, side == USER_SIDE ? USER_RECORD : GROUP_RECORD, begin);
   // The container comes before the policy, and both are looked for even when the user's own record is missing: each
   // is a difference of its own.
-  const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen, begin);
+  const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen,
+                                                                 maker.registry->entries[rows.policyDn].begin);
   room.newDns.compare(findNameChanges(maker, rows, side, accounting.sink), accounting.sink);
   findSurvivors(records, room.survivors);
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
@@ -264,7 +281,8 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
           findFatesAlone(entry.lines, entry.origins, POLICY, true, room.fates);
         else
           findMergedFates(row, entry.origins, kind == ownKind, room.survivors, room.fates);
-        settleFates(room.fates, entry.lines, isThere);
+        if (!isPolicy) absorbRenamed(maker, entry, room.survivors, room.fates);
+        settleFates(room.fates, entry.lines, isPolicy ? POLICY : MERGED, isThere);
         const char* const whereFound = isPolicy ? "copied" : "merged";
         tally(accounting, {entry.begin, isThere ? whereFound : "missing",
                            withoutLineEnd(isPolicy ? records.policyDn : records.newDn), entry.lines, entry.origins,
@@ -273,9 +291,9 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
 }
 
 // The entries of an owner as a run gathers them: of each kind one at a time, in their order.
-template <typename TakeLayer>
 // Two entries of one kind never meet in a slot of a run that succeeds, so that the second ones make records of
 // their own.
+template <typename TakeLayer>
 static void forEachLayer(const Registry& registry, const RegistryOwner& owner, SlotRows& rows, TakeLayer takeLayer) {
   const auto& entries = registry.entries;
   for (uint32_t layer = 0, count = 1; count > 0; ++layer) {
@@ -362,8 +380,8 @@ static bool partAllOpenRecords(Accounting& accounting, RecordMaker& maker, SlotR
 // with its entry.
 static void findDifference(Accounting& accounting) {
   Difference& first = accounting.account.first;
-  bool isDoubled = false;
-  const uint64_t place = firstUnfound(accounting.output, isDoubled);
+  uint64_t maker = NO_PLACE;
+  const uint64_t place = firstUnfound(accounting.output, maker);
   const auto missing =
       std::min_element(accounting.missing.begin(), accounting.missing.end(),
                        [](const MissingRecord& one, const MissingRecord& other) { return one.begin < other.begin; });
@@ -374,13 +392,18 @@ static void findDifference(Accounting& accounting) {
                                    [&](const MissingRecord& record) { return record.dnHash == hash; });
     const bool isPaired = pair != accounting.missing.end();
     first = {true, isPaired ? pair->begin : NO_PLACE, place, "The record is no part of a conversion of the input."};
-    if (isPaired) first.text = "The record is not what the conversion makes of the entry.";
-    if (!isPaired && isDoubled) first.text = "The record is there more often than it should be.";
-    if (!isPaired && missing != accounting.missing.end()) first.inputPlace = missing->begin;
+    if (isPaired) {
+      first.text = "The record is not what the conversion makes of the entry.";
+    } else if (maker != NO_PLACE) {
+      first.text = "The record is there more often than it should be.";
+      first.inputPlace = maker;
+    } else if (missing != accounting.missing.end()) {
+      first.inputPlace = missing->begin;
+    }
   } else if (missing != accounting.missing.end()) {
     first = {true, missing->begin, NO_RECORD, "The record that the conversion makes of the entry is missing."};
   } else if (accounting.expectedBytes != file.size) {
-    first = {true, NO_PLACE, NO_RECORD, "The records are parted by other than one empty line."};
+    first = {true, NO_PLACE, accounting.output.firstGap, "The records are parted by other than one empty line."};
   }
 }
 

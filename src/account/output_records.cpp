@@ -89,6 +89,10 @@ static void add(OutputRecords& records, std::string_view text, uint64_t begin) {
   record.place = begin & ((uint64_t{1} << 46U) - 1);
   record.hasDate = hasDate ? 1 : 0;
   record.isThere = 1;
+  size_t other = firstPlace(records, record.hash);
+  while (records.places[other].isThere != 0 && records.places[other].hash != record.hash)
+    other = (other + 1) & (records.places.size() - 1);
+  if (records.places[other].isThere != 0) records.makers.emplace(record.hash, NO_PLACE);
   insert(records, record);
   ++records.count;
 }
@@ -112,17 +116,24 @@ static size_t measureRecord(std::string_view text, int64_t& lines) {
 void readRecords(SurveyedFile& file, OutputRecords& records) {
   records.file = &file;
   records.places.resize(1024);
+  bool isParted = true;  // by an empty line from the record before
+  uint64_t last = 0;
   for (uint64_t place = 0; place < file.size;) {
     // More than one empty line between records is not what a conversion writes; that is told by the sum of all bytes.
     if (textFrom(file, place, 1)[0] == '\n') {
+      if (isParted) records.firstGap = std::min(records.firstGap, place);
+      isParted = true;
       ++place;
       continue;
     }
+    isParted = false;
     const std::string_view text = isWhole(file) ? textFrom(file, place, 1) : recordAt(file, place);
     const std::string_view record = text.substr(0, measureRecord(text, records.lines));
     add(records, record, place);
+    last = place;
     place += record.size();
   }
+  if (!isParted) records.firstGap = std::min(records.firstGap, last);
 }
 
 // True when the record at the begin of a text is the expected one.
@@ -135,7 +146,7 @@ static bool isSame(std::string_view text, std::string_view expected, bool isOpen
   return withoutDate(record) == withoutDate(expected);
 }
 
-static bool findOne(OutputRecords& records, std::string_view expected, bool hasAddedDate) {
+static bool findOne(OutputRecords& records, std::string_view expected, uint64_t maker, bool hasAddedDate) {
   const uint64_t hash = hashOfRecord(expected, endsWithDate(expected));
   size_t place = firstPlace(records, hash);
   for (; records.places[place].isThere != 0; place = (place + 1) & (records.places.size() - 1)) {
@@ -145,12 +156,13 @@ static bool findOne(OutputRecords& records, std::string_view expected, bool hasA
     const std::string_view text = textFrom(*records.file, record.place, expected.size() + 1);
     if (!isSame(text, expected, record.isOpen != 0, hasAddedDate)) continue;
     record.isFound = 1;
+    if (const auto made = records.makers.find(hash); made != records.makers.end()) made->second = maker;
     return true;
   }
   return false;
 }
 
-bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate) {
+bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, bool hasAddedDate) {
   // All of them are marked as found, whether the first one was there or not.
   bool areFound = true;
   while (!text.empty()) {
@@ -160,7 +172,7 @@ bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate
     }
     // What the conversion writes for one entry reads as several records where a value of it is blank.
     const std::string_view one = text.substr(0, recordLength(text));
-    areFound = findOne(records, one, hasAddedDate && endsWithDate(one)) && areFound;
+    areFound = findOne(records, one, maker, hasAddedDate && endsWithDate(one)) && areFound;
     text.remove_prefix(one.size());
   }
   return areFound;
@@ -204,15 +216,14 @@ bool partRecord(OutputRecords& records, std::string_view text) {
   return false;
 }
 
-uint64_t firstUnfound(const OutputRecords& records, bool& isDoubled) {
+uint64_t firstUnfound(const OutputRecords& records, uint64_t& maker) {
   const OutputRecord* first = nullptr;
   for (const OutputRecord& record : records.places)
     if (record.isThere != 0 && record.isFound == 0 && (first == nullptr || record.place < first->place))
       first = &record;
   if (first == nullptr) return NO_RECORD;
   // An equal one that is there by right makes the unexpected one a double.
-  isDoubled = std::any_of(records.places.begin(), records.places.end(), [&](const OutputRecord& other) {
-    return other.isThere != 0 && other.isFound != 0 && other.hash == first->hash;
-  });
+  const auto made = records.makers.find(first->hash);
+  maker = made == records.makers.end() ? NO_PLACE : made->second;
   return first->place;
 }

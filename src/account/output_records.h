@@ -4,9 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "survey/findings.h"
 #include "survey/surveyed_file.h"
+
+constexpr uint64_t NO_RECORD = UINT64_MAX;
 
 // A run of lines between empty lines.
 struct OutputRecord {
@@ -22,7 +26,11 @@ struct OutputRecords {
   SurveyedFile* file;
   std::vector<OutputRecord> places;  // hash table
   size_t count = 0;
-  int64_t lines = 0;  // attribute lines of the whole output
+  // By the hash of each record that is there more than once: the entry of the input that makes it, or NO_PLACE until
+  // one is known.
+  std::unordered_map<uint64_t, uint64_t> makers = {};
+  uint64_t firstGap = NO_RECORD;  // where the first records are parted by other than one empty line
+  int64_t lines = 0;              // attribute lines of the whole output
 };
 
 // Looks the output through.
@@ -30,7 +38,8 @@ void readRecords(SurveyedFile& file, OutputRecords& records);
 
 // Looks for a record that is as it should be and has not been found before. Returns false when there is none. A text is
 // several records where it holds empty lines; all of them must be there. Of an added install date only the form counts.
-bool findRecord(OutputRecords& records, std::string_view text, bool hasAddedDate);
+// The maker is the place of the entry in the input.
+bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, bool hasAddedDate);
 
 // Finds a record that ends in a place and has no empty line there. What stands behind it is another one. Returns false
 // when no record begins there.
@@ -39,10 +48,9 @@ bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end);
 // Parts a record that begins with a text and goes on behind it into two. Returns false when there is none.
 bool partRecord(OutputRecords& records, std::string_view text);
 
-// Returns the place of the first record that has not been found; NO_RECORD when all have. isDoubled tells whether one
-// just like it has.
-constexpr uint64_t NO_RECORD = UINT64_MAX;
-uint64_t firstUnfound(const OutputRecords& records, bool& isDoubled);
+// Returns the place of the first record that has not been found; NO_RECORD when all have. The maker is that of one just
+// like it which has; without one NO_PLACE.
+uint64_t firstUnfound(const OutputRecords& records, uint64_t& maker);
 
 // Returns the record that begins in a place.
 std::string_view recordAt(SurveyedFile& file, uint64_t place);

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "rules/first_line.h"
 #include "rules/text.h"
 #include "survey/shown_place.h"
 #include "survey/shown_values.h"
@@ -48,17 +47,26 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
   ++losses_;
 }
 
+// Without blanks that do not matter in a DN: beside the signs between its parts, at its ends, and beside other blanks.
+static std::string withoutSpareBlanks(std::string_view dn) {
+  constexpr std::string_view SIGNS = ",=+";
+  std::string plain;
+  for (const char character : trimmed(behindSpaces(dn))) {
+    const bool isSign = SIGNS.find(character) != std::string_view::npos;
+    const bool isBehindSign = !plain.empty() && SIGNS.find(plain.back()) != std::string_view::npos;
+    if (isSign && plain.ends_with(' ')) plain.pop_back();
+    if (character != ' ' || !(plain.ends_with(' ') || isBehindSign)) plain += character;
+  }
+  return plain;
+}
+
 bool AccountReport::isWanted(const EntryFate& entry) {
   if (options_.entry == nullptr) return true;
-  static FirstLine wanted;
-  static FirstLine found;
   const ShownDn dn = dnAt(input_, entry.begin);
   // A DN in base 64 is not decoded, so that nobody can ask for it by its text.
   if (!dn.isKnown) return false;
   // The administrator may have the DN from anywhere, in another letter case and with other blanks.
-  normalise(wanted, behindSpaces(options_.entry));
-  normalise(found, dn.text);
-  return wanted.isWhole && isSameInAnyCase(wanted.view(), found.view());
+  return isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
 }
 
 // Returns the place of the line that stands in the record for one that is replaced.
@@ -92,7 +100,7 @@ void AccountReport::writeEntry(const EntryFate& entry) {
     const std::string attribute = attributeAt(input_, place);
     printf("  line %" PRId64 "  %s  %s", lineNumberOf(input_, place), fateNames[fate],
            attribute.empty() ? "(no attribute name)" : attribute.c_str());
-    if (options_.values) printf(": %s", harmless(valueAt(input_, place)).c_str());
+    if (options_.values) fputs(harmless(valueAt(input_, place)).c_str(), stdout);
     const bool isReplaced = fate == REPLACED || fate == REPLACED_BY_SAME;
     const Line* by = isReplaced ? replacementOf(entry, entry.lines[i]) : nullptr;
     if (by != nullptr && options_.values) printf("  by %s", harmless(std::string(by->content())).c_str());
@@ -163,7 +171,7 @@ void AccountReport::writeLosses() {
       if (shown++ == 0) printf("\n%s:\n", fateNames[fate]);
       const ShownDn dn = dnAt(input_, loss.entry);
       std::string line = attributeAt(input_, loss.line);
-      if (options_.values) line += ": " + valueAt(input_, loss.line);
+      if (options_.values) line += valueAt(input_, loss.line);
       printf("  line %" PRId64 ": %s, %s\n", lineNumberOf(input_, loss.line),
              dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", harmless(line).c_str());
     }
@@ -200,9 +208,11 @@ void AccountReport::writeText(const Account& account) {
   if (first.isAny) {
     printf("%s is not a complete conversion of %s.\nFirst difference: ", harmless(options_.output).c_str(),
            input.c_str());
-    if (first.outputPlace != NO_RECORD) printf("line %" PRId64 " of it, ", lineNumberOf(output_, first.outputPlace));
-    if (first.inputPlace != NO_PLACE) printf("line %" PRId64 " of the input. ", lineNumberOf(input_, first.inputPlace));
-    puts(first.text.c_str());
+    const bool isInBoth = first.outputPlace != NO_RECORD && first.inputPlace != NO_PLACE;
+    if (first.outputPlace != NO_RECORD) printf("line %" PRId64 " of it", lineNumberOf(output_, first.outputPlace));
+    if (isInBoth) fputs(", ", stdout);
+    if (first.inputPlace != NO_PLACE) printf("line %" PRId64 " of the input", lineNumberOf(input_, first.inputPlace));
+    printf(". %s\n", first.text.c_str());
   } else {
     printf("%s is a complete conversion of %s. Lines of the input that are gone: %" PRId64 ".\n",
            harmless(options_.output).c_str(), input.c_str(), losses_);

@@ -30,6 +30,15 @@ def first_record(output):
     return output[:output.find(b"\n\n") + 2]
 
 
+def record_of(output, begin):
+    """The record with this begin."""
+    return first_record(output[output.find(begin):])
+
+
+def without_record(output, begin):
+    return output.replace(record_of(output, begin), b"")
+
+
 class Accounts(unittest.TestCase):
     def account(self, text, slots=PLENTY, spoil=lambda output: output):
         with Folder(text) as folder:
@@ -111,6 +120,13 @@ class Accounts(unittest.TestCase):
         self.expect(user("bert", "mail: b") + map_of("bert", "MAIL: b"),
                     counts(kept=5, renamed=1, absorbed=2, replaced=1, added=1), (2, 0, 2, 0), {"users": 1})
 
+    def test_a_line_that_is_renamed_is_absorbed_by_one_that_is_equal_to_it_in_the_input(self):
+        # The map's identifier keeps its name.
+        for uuid, absorbed, replaced in (("secuuid: 4", 3, 0), ("secUuid: 4", 2, 1)):
+            self.expect(user("bert", uuid) + map_of("bert", "secuuid: 4"),
+                        counts(kept=5, renamed=1, absorbed=absorbed, replaced=replaced, added=1), (2, 0, 2, 0),
+                        {"users": 1})
+
     def test_uuids_and_versions_are_renamed(self):
         self.expect(AUTHORITY_INFO + user("bert", "secuuid: 1") + map_of("bert"),
                     counts(kept=2 + 4, renamed=1 + 2, absorbed=2, added=1 + 1), (3, 1, 2, 0),
@@ -148,6 +164,20 @@ class Accounts(unittest.TestCase):
         self.assertEqual((first["input_line"], first["output_line"]), (4, None))
         self.assertIn("is missing", first["text"])
 
+    def test_a_missing_policy_or_container_is_named_by_the_policy(self):
+        # The user has four lines and its map three, each with an empty line behind it; the policy comes then.
+        for begin in (b"dn: cn=Policy,cn=Policies,principalName=bert,", b"dn: cn=Policies,principalName=bert,"):
+            said = self.account(user("bert") + map_of("bert") + policy("bert"),
+                                spoil=lambda output, begin=begin: without_record(output, begin))
+            first = said["first_difference"]
+            self.assertEqual((first["input_line"], first["output_line"]), (10, None), begin)
+            self.assertIn("is missing", first["text"])
+
+    def test_bookkeeping_is_none_of_what_a_missing_record_has_lost(self):
+        said = self.account(unit("XOQ-ENTRYUUID: 1") + user("bert", "aclEntry: x", "description: acl: x")
+                            + map_of("bert"), spoil=lambda output: b"")
+        self.assertEqual(said["lines"], counts(bookkeeping=2, looks_like_bookkeeping=1, lost=2 + 4 + 3))
+
     def test_what_cannot_be_converted_is_lost_but_for_policy_data(self):
         with Folder(user("bert") + policy_data("bert")) as folder:
             folder.write(OUTPUT, b"")
@@ -165,7 +195,28 @@ class Accounts(unittest.TestCase):
     def test_a_doubled_record_is_found(self):
         said = self.account(unit() + user("bert") + map_of("bert"), spoil=lambda output: output + first_record(output))
         self.assertEqual((said["verdict"], self.status), ("differs", 1))
-        self.assertIn("more often", said["first_difference"]["text"])
+        first = said["first_difference"]
+        self.assertIn("more often", first["text"])
+        # Behind the unit's two lines, the user's six of output, and their empty lines.
+        self.assertEqual((first["input_line"], first["output_line"]), (1, 3 + 7 + 1))
+
+    def test_a_doubled_record_of_a_user_is_named_by_its_own_entry(self):
+        said = self.account(unit() + user("bert") + map_of("bert") + user("carl") + map_of("carl"),
+                            spoil=lambda output: output + record_of(output, b"dn: principalName=carl,"))
+        # Nine lines a user in the input behind three of the unit; seven of each in the output.
+        self.assertEqual((said["first_difference"]["input_line"], said["first_difference"]["output_line"]),
+                         (3 + 9 + 1, 3 + 7 + 7 + 1))
+
+    def test_the_first_difference_is_one_sentence_of_the_places_and_one_of_what_it_is(self):
+        with Folder(unit()) as folder:
+            folder.convert(PLENTY)
+            output = folder.read(OUTPUT)
+            for text, said in ((output + b"dn: o=other\n\n", "line 4 of it. The record is no part of a conversion"),
+                               (b"", "line 1 of the input. The record that the conversion makes"),
+                               (output.replace(b"Unit", b"unit"), "line 1 of it, line 1 of the input. The record is not")):
+                folder.write(OUTPUT, text)
+                done = folder.run(folders.programs["account"], INPUT, OUTPUT)
+                self.assertIn(f"First difference: {said}", done.stdout.decode())
 
     def test_an_install_date_may_be_any_but_must_be_one(self):
         for date, verdict in ((b"20300102030405.0Z", "complete"), (b"2030010203040x.0Z", "differs")):
@@ -174,13 +225,15 @@ class Accounts(unittest.TestCase):
             self.assertEqual(said["verdict"], verdict)
 
     def test_an_empty_line_too_many_is_found(self):
-        said = self.account(unit() + unit(), spoil=lambda output: output + b"\n")
-        self.assertEqual(said["verdict"], "differs")
+        for spoil, line in ((lambda output: output + b"\n", 7), (lambda output: b"\n" + output, 1),
+                            (lambda output: output[:-1], 4), (lambda output: output.replace(b"\n\n", b"\n\n\n"), 4)):
+            said = self.account(unit() + unit(), spoil=spoil)
+            self.assertEqual((said["verdict"], said["first_difference"]["output_line"]), ("differs", line))
 
     def test_one_entry_is_answered_for_in_any_case_and_with_any_blanks(self):
         with Folder(user("bert", "description: secret") + map_of("bert") + users_entry("bert")) as folder:
             folder.convert(PLENTY)
-            asked = BERTS_USERS.upper().replace(",", " , ")
+            asked = BERTS_USERS.upper().replace(",", " , ").replace("=", " =  ")
             done = folder.run(folders.programs["account"], "--entry", asked, INPUT, OUTPUT)
         lines = done.stdout.decode().splitlines()
         self.assertEqual(lines[0],
