@@ -91,8 +91,7 @@ uint64_t diskOfRun(const Prediction& prediction) {
   return prediction.registry.measured.workFile + notesOf(prediction, false).disk + plan;
 }
 
-// Returns 0 when it cannot be found out.
-// What the system could give without swapping, which is more than what nobody uses.
+// What the system could give without swapping, which is more than what nobody uses; 0 when it cannot be found out.
 static uint64_t availableMemory() {
   std::ifstream file("/proc/meminfo");
   for (std::string name; file >> name;)
@@ -102,6 +101,16 @@ static uint64_t availableMemory() {
       return kibibytes * KIBIBYTE;
     }
   return 0;
+}
+
+// As many as the side with more of them takes.
+static uint64_t passesWith(const Registry& registry, const int32_t (&slots)[2]) {
+  uint64_t passes = 0;
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
+    const auto atOnce = static_cast<uint64_t>(slots[side]);
+    passes = std::max(passes, (registry.ownersOf[side] + atOnce - 1) / atOnce);
+  }
+  return passes;
 }
 
 static int32_t slotsFor(uint32_t owners, uint32_t passes) {
@@ -124,7 +133,8 @@ void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
     // Half of it: others will want memory, too, while the run lasts.
     const bool fits = !isRecommended && (available == 0 || memory < available / 2);
     isRecommended = isRecommended || fits;
-    printf("  %10d %10d  %6u  %13" PRIu64 "   1.0%s\n", slots[USER_SIDE], slots[GROUP_SIDE], passes,
-           (memory >> 20U) + 1, fits ? "  recommended for the memory that this machine has free" : "");
+    printf("  %10d %10d  %6" PRIu64 "  %13" PRIu64 "   1.0%s\n", slots[USER_SIDE], slots[GROUP_SIDE],
+           passesWith(prediction.registry, slots), (memory >> 20U) + 1,
+           fits ? "  recommended for the memory that this machine has free" : "");
   }
 }

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -19,6 +20,14 @@ struct NewFile {
   std::string unfinished;
   FILE* stream = nullptr;
 };
+
+// Asked before anything is written, so that a name that cannot be given to a file takes no earlier file with it. A pipe
+// or a device is none that may be replaced.
+static bool mayBeReplaced(const char* name) {
+  struct stat status;
+  if (stat(name, &status) != 0) return (errno == ENOENT && *name != '\0') || failWith();
+  return S_ISREG(status.st_mode) || failWith("it is not a regular file");
+}
 
 static bool beginFile(NewFile& file, const char* name, size_t number) {
   file.name = name;
@@ -146,6 +155,8 @@ static void giveUp(NewFile (&files)[2]) {
 // Returns null, or the name of the file that cannot be made.
 static const char* makeFiles(SurveyedFile& file, SurveyedFile& again, const Prediction& prediction,
                              const CheckOptions& options, NewFile (&files)[2]) {
+  for (const char* const name : {options.good, options.rejected})
+    if (!mayBeReplaced(name)) return name;
   if (!beginFile(files[0], options.good, 0)) return options.good;
   if (!beginFile(files[1], options.rejected, 1)) return options.rejected;
   if (!writeEntries(file, again, prediction, files))

@@ -13,10 +13,19 @@
 #include <string>
 
 #include "check/slot_counts.h"
+#include "rules/text.h"
 
 static std::string folderOf(const char* input) {
   const std::filesystem::path folder = std::filesystem::path(input).parent_path();
   return folder.empty() ? "." : folder.string();
+}
+
+// A file system has names of so many characters, and a folder is written to where it gets a file.
+static bool mayBeMade(const std::string& name, const std::string& folder) {
+  const long longest = pathconf(folder.c_str(), _PC_NAME_MAX);
+  const size_t length = std::filesystem::path(name).filename().string().size();
+  return (longest < 0 || length <= static_cast<size_t>(longest)) &&
+         faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
 MessageCode findFileProblems(const char* input, FindingSink& findings) {
@@ -28,12 +37,15 @@ MessageCode findFileProblems(const char* input, FindingSink& findings) {
     return USAGE_ERROR;
   }
   struct stat status;
-  if (lstat((name + ".tmp").c_str(), &status) == 0) findings.take({WORK_FILE_IS_THERE});
+  const bool isWorkFileThere = lstat((name + ".tmp").c_str(), &status) == 0;
+  if (isWorkFileThere) findings.take({WORK_FILE_IS_THERE});
   // The converter opens its input for writing, although it does not write there: it refuses what its user may not
   // change. Asked with the rights that the user has at the moment.
-  if (faccessat(AT_FDCWD, input, W_OK, AT_EACCESS) == 0) return 0;
-  findings.take({INPUT_IS_NOT_WRITABLE});
-  return FILE_NOT_OPENED;
+  const bool isWritable = faccessat(AT_FDCWD, input, W_OK, AT_EACCESS) == 0;
+  if (!isWritable) findings.take({INPUT_IS_NOT_WRITABLE});
+  const bool isPossible = isWorkFileThere || mayBeMade(name + ".tmp", folderOf(input));
+  if (!isPossible) findings.take({WORK_FILE_IS_NOT_POSSIBLE});
+  return isWritable && isPossible ? MessageCode{0} : FILE_NOT_OPENED;
 }
 
 // How files begin that are packed, or in a character set that is none of single bytes.
@@ -41,12 +53,20 @@ MessageCode findFileProblems(const char* input, FindingSink& findings) {
 static constexpr std::string_view foreignBegins[] = {"\x1F\x8B",         "PK\x03\x04", "BZh",     "\xFD\x37zXZ",
                                                      "\x28\xB5\x2F\xFD", "\xFF\xFE",   "\xFE\xFF"};
 
+// A byte-order mark in front of it is a finding of its own.
+static bool beginsLikeLdif(std::string_view text) {
+  constexpr std::string_view MARK = "\xEF\xBB\xBF";
+  if (text.starts_with(MARK)) text.remove_prefix(MARK.size());
+  while (text.starts_with('#')) text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
+  return isSameInAnyCase(text.substr(0, 3), "dn:") || isSameInAnyCase(text.substr(0, 8), "version:");
+}
+
 void findWholeProblems(const char* input, std::string_view text, const Prediction& prediction, FindingSink& findings) {
   const SurveyCounts& counts = prediction.counts;
   const bool isForeign = std::any_of(std::begin(foreignBegins), std::end(foreignBegins),
                                      [&](std::string_view begin) { return text.starts_with(begin); });
   // Text without a single DN is a table, a log, or a script.
-  const bool isNotLdif = isForeign || (counts.entries > 0 && !prediction.hasDn);
+  const bool isNotLdif = isForeign || (counts.entries > 0 && !prediction.hasDn && !beginsLikeLdif(text));
   if (isNotLdif) findings.take({NOT_LDIF});
   if (counts.entries == 0 && !isForeign) findings.take({INPUT_IS_EMPTY});
   if (prediction.registry.owners.empty() && counts.entries > 0 && !isNotLdif) findings.take({NOTHING_TO_CONVERT});

@@ -57,8 +57,10 @@ std::string attributeAt(SurveyedFile& file, uint64_t line) {
 
 std::string valueAt(SurveyedFile& file, uint64_t line) {
   const std::string whole = firstLineAt(file, line);
-  const size_t colon = whole.find(':');
-  return colon == std::string::npos ? whole : std::string(behindSpaces(std::string_view(whole).substr(colon + 1)));
+  const std::string_view text = std::string_view(whole).substr(std::min(whole.find(':') + 1, whole.size()));
+  // Base 64 and addresses have a second sign behind the colon.
+  const size_t signs = text.starts_with(':') || text.starts_with('<') ? 1 : 0;
+  return ":" + std::string(text.substr(0, signs)) + " " + std::string(behindSpaces(text.substr(signs)));
 }
 
 // A DN may hold the control characters of a terminal.

@@ -19,9 +19,7 @@ Json jsonDn(SurveyedFile& file, uint64_t entry) {
 // for.
 std::string lineText(SurveyedFile& file, const Finding& finding, bool withValue) {
   if (finding.line == NO_PLACE) return {};
-  std::string text = attributeAt(file, finding.line);
-  if (withValue) text += (text.empty() ? "" : ": ") + valueAt(file, finding.line);
-  return text;
+  return attributeAt(file, finding.line) + (withValue ? valueAt(file, finding.line) : "");
 }
 
 static std::string sentences(SurveyedFile& file, const Finding& finding, bool withValue) {

@@ -23,14 +23,32 @@ static void say(const char* text) {
   if (write(STDERR_FILENO, text, strlen(text)) < 0) return;  // there is nobody to tell
 }
 
-// What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at.
-static void endForLostText(int) {
-  // Nothing but these calls is safe in a signal handler.
+// Nothing but the calls of these two is safe in a signal handler.
+static void removeFiles() {
   for (const char* name : filesToRemove)
     if (name != nullptr) unlink(name);
+}
+
+// What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at.
+static void endForLostText(int) {
+  removeFiles();
   say(programName);
   say(": a file could not be read to its end: something else has changed it, or the disk fails\n");
   _exit(2);
+}
+
+// What is half done holds credentials, and must not stay when somebody gives up.
+static void endForSignal(int number) {
+  removeFiles();
+  raise(number);  // it ends the process now
+}
+
+static void handle(int number, void (*handler)(int), int flags) {
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  action.sa_flags = flags;
+  sigemptyset(&action.sa_mask);
+  sigaction(number, &action, nullptr);
 }
 
 bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
@@ -42,10 +60,8 @@ bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
   if (file.descriptor < 0 || fstat(file.descriptor, &file.state) != 0) return failWith();
   if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
   file.size = static_cast<uint64_t>(file.state.st_size);
-  struct sigaction action = {};
-  action.sa_handler = endForLostText;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGBUS, &action, nullptr);
+  handle(SIGBUS, endForLostText, 0);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) handle(number, endForSignal, static_cast<int>(SA_RESETHAND));
   return true;
 }
 

@@ -45,5 +45,6 @@ bool isUnchanged(const SurveyedFile& file);
 // Counts the lines that end before a place: in steps, so that the next count has less to look at.
 int64_t linesBefore(SurveyedFile& file, uint64_t place);
 
-// A file to be taken away should the process end because a part of a surveyed file is gone; null for none.
+// Files to be taken away should the process end by a signal, as it does when a part of a surveyed file is gone; null
+// for none.
 inline const char* filesToRemove[2] = {nullptr, nullptr};

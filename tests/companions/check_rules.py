@@ -7,8 +7,8 @@ import re
 import subprocess
 
 from folder import GOOD, INPUT, REJECTED, Folder, as_somebody, check_report, check_verdict, differs, text_of
-from pieces import (BERT, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, line_of, lines, map_of, own_dn, policy,
-                    policy_data, unit, user)
+from pieces import (BERT, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, group, line_of, lines, map_of,
+                    map_of_group, own_dn, policy, policy_data, unit, user)
 
 SLOTS = ((1, 1), (2, 1), PLENTY)
 
@@ -68,6 +68,16 @@ def values_are_only_shown_when_they_are_asked_for():
             faults += [f"{options} --values: not shown: {line}" for line in SHOWN
                        if line.partition(": ")[2] not in shown]
     return faults
+
+
+def values_are_shown_as_they_stand():
+    for line in ("description: x", "description:: eA==", "description:< file:///x", "description:x"):
+        with Folder(user("bert", line) + map_of("bert", "description: map's") + REGISTRY) as folder:
+            shown = line if line != "description:x" else "description: x"
+            text = folder.check("--values", INPUT).stdout.decode()
+            if f"line 5: {BERT}, {shown}\n" not in text:
+                return [f"{line!r} is not shown in {text!r}"]
+    return []
 
 
 def values_are_only_shown_by_splitting_when_they_are_asked_for():
@@ -173,6 +183,22 @@ def text_marks_what_stops_at_other_slot_counts_only():
                 + differs("with slots for two", 0, given.count("(at other slot counts)")))
 
 
+def slot_counts_to_choose_from_have_the_passes_of_their_runs():
+    """Two slots make 56 passes of 111 groups."""
+    groups = b"".join(group(f"g{i}") + map_of_group(f"g{i}") for i in range(111))
+    for content, rows in ((groups, [[1, 111, 1], [1, 56, 2], [1, 12, 10], [1, 2, 56]]), (unit(), [[1, 1, 0]])):
+        with Folder(content) as folder:
+            text = folder.check(INPUT).stdout.decode()
+            table = re.findall(r"^ +(\d+) +(\d+) +(\d+) +\d+ +1\.0", text, re.MULTILINE)
+            faults = differs("rows", rows, [[int(number) for number in row] for row in table])
+            for users_slots, groups_slots, passes in rows:
+                said = folder.convert((users_slots, groups_slots)).stdout.count(b" 380928313 ")
+                faults += differs(f"passes with {users_slots} and {groups_slots}", passes, said)
+            if faults:
+                return faults
+    return []
+
+
 # Splitting.
 
 REMARK = b"# about the next entry\n# and more of it\n"
@@ -240,14 +266,21 @@ def equal_names_are_refused():
     return faults
 
 
-def split_that_cannot_be_written_leaves_nothing():
+def split_that_cannot_be_written_leaves_everything_as_it_was():
     faults = []
-    for names in ((GOOD, "nowhere/rejected"), ("nowhere/good", REJECTED), (GOOD, "folder"), ("folder", REJECTED)):
+    for names in ((GOOD, "nowhere/rejected"), ("nowhere/good", REJECTED), (GOOD, "folder"), ("folder", REJECTED),
+                  (GOOD, ""), ("", REJECTED), (GOOD, "pipe"), ("pipe", REJECTED)):
         with Folder(USER + REGISTRY) as folder:
             (folder.path / "folder").mkdir()
+            os.mkfifo(folder.path / "pipe")
+            for name in (GOOD, REJECTED):
+                folder.write(name, b"earlier\n")
             run = folder.check("--split", *names, INPUT)
             faults += differs(f"{names}: exit status", 2, run.returncode)
-            faults += differs(f"{names}: files", ["folder", INPUT], folder.names())
+            faults += differs(f"{names}: files", sorted(["folder", GOOD, INPUT, "pipe", REJECTED]), folder.names())
+            faults += differs(f"{names}: pipe", True, (folder.path / "pipe").is_fifo())
+            for name in (GOOD, REJECTED):
+                faults += differs(f"{names}: {name}", b"earlier\n", folder.read(name))
             faults += differs(f"{names}: says something", True, run.stderr.startswith(b"tqldif2v6-check: "))
     return faults
 
@@ -320,6 +353,7 @@ def a_full_standard_output_ends_with_2():
 
 
 RULES = (an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_other_line_ends_comments_and_a_version,
+         slot_counts_to_choose_from_have_the_passes_of_their_runs, values_are_shown_as_they_stand,
          values_are_only_shown_when_they_are_asked_for, values_are_only_shown_by_splitting_when_they_are_asked_for,
          control_characters_do_not_reach_the_terminal, text_begins_with_the_verdict_and_goes_on_with_the_counts,
          text_lists_ten_of_each_kind, text_lists_everything_with_all, json_lists_everything_always,
@@ -328,7 +362,7 @@ RULES = (an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_othe
          each_entry_goes_to_one_file_with_its_owners_others_and_its_comments,
          owners_of_entries_that_fill_their_rows_are_rejected, what_is_found_besides_does_not_matter_to_the_split,
          nothing_found_splits_with_exit_status_0, both_files_are_their_owners_alone, equal_names_are_refused,
-         split_that_cannot_be_written_leaves_nothing, a_command_line_that_cannot_be_used_ends_with_2,
+         split_that_cannot_be_written_leaves_everything_as_it_was, a_command_line_that_cannot_be_used_ends_with_2,
          greatest_slot_counts_and_names_behind_two_dashes_are_taken, help_and_version_are_shown_without_an_input,
          an_input_that_is_no_file_ends_with_2, an_input_that_may_not_be_read_ends_with_2,
          a_full_standard_output_ends_with_2)

@@ -106,6 +106,17 @@ class Faults(unittest.TestCase):
             with open(self.path(name), "rb") as file:
                 self.assertEqual(file.read(), b"before")
 
+    def test_a_split_that_is_interrupted_leaves_no_file(self):
+        self.write("input.ldif", users(200_000))
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            with subprocess.Popen([CHECK, "--split", "good", "rejected", self.input], cwd=self.folder.name,
+                                  stdout=subprocess.DEVNULL) as process:
+                while len(os.listdir(self.folder.name)) < 4 and process.poll() is None:
+                    pass
+                process.send_signal(number)
+                self.assertEqual(process.wait(timeout=LIMIT), -number)
+            self.assertEqual(sorted(os.listdir(self.folder.name)), ["input.ldif", "output.ldif"])
+
     def test_a_split_into_a_folder_that_is_not_there_leaves_no_file(self):
         done = self.run_in_folder([CHECK, "--split", "good", "nowhere/rejected", self.input])
         self.assertEqual(done.returncode, 2)

@@ -137,6 +137,33 @@ def an_input_that_may_not_be_written_stops_the_run():
         return faults + around(folder, [], **whom)
 
 
+def a_folder_or_a_name_that_takes_no_work_file_stops_the_run():
+    """A name in a file system has 255 characters at most, and the work file's is four longer than the input's."""
+    faults = []
+    with Folder(REGISTRY) as folder:
+        for length, findings in ((251, []), (252, ["work-file-not-possible"])):
+            name = "n" * length
+            folder.write(name, REGISTRY)
+            faults += around(folder, findings, name) + agrees(folder, name)
+        (folder.path / INPUT).chmod(0o666)
+        for mode, findings in ((0o777, []), (0o755, ["work-file-not-possible"])):
+            folder.path.chmod(mode)
+            faults += around(folder, findings, **as_somebody()) + agrees(folder, INPUT, **as_somebody())
+    return faults
+
+
+def agrees(folder, name, **whom):
+    """The run is the one foretold."""
+    said = json.loads(folder.check("--json", name, **whom).stdout)["run"]
+    (folder.path / OUTPUT).unlink(missing_ok=True)
+    (folder.path / OUTPUT).touch(0o666)
+    (folder.path / OUTPUT).chmod(0o666)
+    run = folder.run(folders.programs["tool"], name, OUTPUT, *PLENTY, **whom)
+    (folder.path / OUTPUT).unlink()
+    ends = (255, True) if said["code"] == 380928304 else (0, False)
+    return differs(f"the run of {name[:9]}", ends, (run.returncode, b" 380928304 " in run.stderr))
+
+
 def a_name_of_4092_characters_stops_the_run():
     with Folder(REGISTRY) as folder:
         longest = "." + "/" * (4091 - 1 - len(INPUT)) + INPUT
@@ -170,6 +197,9 @@ def a_disk_without_room_is_found():
         return faults
 
 
+UNIT_ALONE = unit("ou: Other")
+
+
 def packed_text_and_other_text_is_no_ldif():
     faults = []
     text = REGISTRY.decode()
@@ -182,6 +212,10 @@ def packed_text_and_other_text_is_no_ldif():
             faults += differs(what, {"not-ldif"}, found & {"not-ldif", "empty-input", "nothing-to-convert"})
     for content, findings in ((b"name,class\nbert,secUser\n", ["not-ldif"]),
                               (b"name;class\n\nbert;secUser\n", ["not-ldif"]),
+                              (b"\xEF\xBB\xBFname,class\nbert,secUser\n", ["byte-order-mark", "not-ldif"]),
+                              (b"version: 1\n" + UNIT_ALONE, ["version-line", "nothing-to-convert"]),
+                              (b"# ours\nversion: 1\n" + UNIT_ALONE, ["version-line", "nothing-to-convert"]),
+                              (b"\xEF\xBB\xBF" + UNIT_ALONE, ["byte-order-mark", "nothing-to-convert"]),
                               (REGISTRY.replace(b"description: another", b"description: \xE9"), [])):
         with Folder(content) as folder:
             faults += around(folder, findings)
@@ -209,6 +243,7 @@ def an_input_without_users_and_groups_is_no_registry():
 AROUND = {
     "work-file-left": a_work_file_of_an_earlier_run_is_found,
     "input-not-writable": an_input_that_may_not_be_written_stops_the_run,
+    "work-file-not-possible": a_folder_or_a_name_that_takes_no_work_file_stops_the_run,
     "input-name-too-long": a_name_of_4092_characters_stops_the_run,
     "no-room": a_disk_without_room_is_found,
     "not-ldif": packed_text_and_other_text_is_no_ldif,
