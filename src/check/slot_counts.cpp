@@ -17,7 +17,7 @@ static constexpr uint64_t BYTES_OF_NOTE = 24;
 static constexpr uint64_t BYTES_OF_RANK = 16;
 static constexpr uint64_t BYTES_OF_NUMBER = 4;
 static constexpr uint64_t BYTES_OF_SLOT[2] = {112, 48};  // by Side
-static constexpr uint64_t BYTES_OF_LINE = 40;
+static constexpr uint64_t BYTES_OF_LINE = 32;
 // The converter's tables, as its scratch memory holds them: small ones in memory, larger ones in a file without a
 // name, whose pages the system can take back.
 static constexpr uint64_t LARGEST_IN_MEMORY = 8 * KIBIBYTE * KIBIBYTE;
@@ -70,12 +70,14 @@ uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bo
   const SurveyCounts& counts = prediction.counts;
   uint64_t atPreparation =
       BASE + std::min(prediction.registry.measured.workFile, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
-  atPreparation += std::min(prediction.registry.measured.workFile + counts.outputBytes, WINDOW);  // the input's
-  // The window of a longer entry is as long as the entry, and half of it is used while it grows.
-  if (counts.longestEntry > WINDOW) atPreparation += counts.longestEntry * 2;
+  const uint64_t ofInput = std::min(prediction.registry.measured.workFile + counts.outputBytes, WINDOW);
+  atPreparation += ofInput;
+  // The window grows to the length of a longer entry; what is unfolded stands there twice more.
+  const bool hasGrown = counts.longestEntry > WINDOW;
+  if (hasGrown) atPreparation += counts.longestEntry + counts.longestFolded * 2;
   const uint64_t notes = notesOf(prediction, isFolderInMemory).memory;
   const uint64_t atPlan = atPreparation + notes + ranksOf(prediction, isFolderInMemory).memory;
-  uint64_t atPass = atPreparation + std::min(prediction.outputBytes, WINDOW) + notes;
+  uint64_t atPass = atPreparation + std::min(prediction.outputBytes, WINDOW) + notes - (hasGrown ? ofInput : 0);
   atPass += numbersOf(prediction, isFolderInMemory).memory;
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     const auto inUse = std::min<uint64_t>(prediction.registry.ownersOf[side], static_cast<uint64_t>(slots[side]));
@@ -83,7 +85,7 @@ uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bo
   }
   atPass += ofOnePass(prediction.registry.measured.kept, prediction.registry, slots);
   // What the plan needs to find the owners of entries is given back before the first pass.
-  return std::max(atPlan, atPass);
+  return std::max({atPreparation + std::min(counts.outputBytes, WINDOW), atPlan, atPass});
 }
 
 uint64_t diskOfRun(const Prediction& prediction) {

@@ -155,9 +155,20 @@ static void takePlainLines(Survey& survey) {
   prepareFirstLine(survey.prepared);
 }
 
+// What a run holds of an entry, in its longest form.
+static void measureEntry(const ReadEntry& entry, SurveyCounts& counts) {
+  counts.longestEntry = std::max<uint64_t>(counts.longestEntry, entry.end - entry.begin);
+  counts.linesOfLongest = std::max<uint64_t>(counts.linesOfLongest, entry.count);
+  if (entry.end - entry.begin <= counts.longestFolded || entry.continuations == 0 || entry.isOversized) return;
+  uint64_t folded = 0;
+  for (const Line& line : entry.lines()) folded += isContinuation(line) ? line.length : 0;
+  counts.longestFolded = std::max(counts.longestFolded, folded);
+}
+
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   ++survey.counts.entries;
   const uint64_t begin = textBegin + survey.entry.begin;
+  measureEntry(survey.entry, survey.counts);
   if (survey.entry.isOversized) {
     survey.prepared = {};
     survey.prepared.objectClass = classOf(survey.entry.lines());
@@ -167,8 +178,6 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
     return;
   }
   survey.texts.release();
-  survey.counts.longestEntry = std::max<uint64_t>(survey.counts.longestEntry, survey.entry.end - survey.entry.begin);
-  survey.counts.linesOfLongest = std::max<uint64_t>(survey.counts.linesOfLongest, survey.entry.count);
   survey.keptAt = NOT_KEPT;
   if (foreseePlainEntry(survey.entry, walk.text, survey.texts, survey.prepared))
     takePlainLines(survey);

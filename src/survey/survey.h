@@ -22,8 +22,9 @@ struct SurveyCounts {
   uint64_t outputBytes = 0;  // that the preparation writes straight through
   uint64_t finalBytes = 0;   // of the resource credentials
   bool changetypeSeen = false;
-  uint64_t longestEntry = 0;  // bytes, of those that are held
+  uint64_t longestEntry = 0;  // bytes that are held of one
   uint64_t linesOfLongest = 0;
+  uint64_t longestFolded = 0;  // bytes of one in lines that continue others
   // The entry that ends the preparation, if one does.
   DetailText problem = NO_DETAIL;
   uint64_t problemEntry = 0;  // where it begins

@@ -1244,7 +1244,6 @@ mistakes = [
     ("kept line continues no other", "survey/kept_lines.cpp", "*next == ' ' ? 1 : 0", "0"),
     ("shape is known by its place in the table", "survey/kept_lines.cpp",
      "if (number == 0 || !areSame(shapes[number], shape)) {", "if (number == 0) {"),
-    ("shapes differ in length and names alone", "survey/kept_lines.cpp", " | (endings ^ otherEndings)", ""),
     ("place of a line counts what continues others", "survey/kept_lines.cpp",
      "text[begin] != ' ' && passed++ == line", "passed++ == line"),
     ("empty line of a plain entry is not measured", "survey/record.cpp", "maker.measured.add({bytes + 1,",
