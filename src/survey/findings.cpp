@@ -36,7 +36,7 @@ static constexpr FindingKind kinds[] = {
     {"too-many-lines", STOPS, "The entry has more lines than can be gathered of it.",
      "Remove lines from it: 49 are gathered, of a policy 499."},
     {"unknown-class", STOPS, "What is left of the entry behind a broken line is of an unknown class.",
-     "Fold or shorten its lines of 4,095 characters and more."},
+     "Shorten its lines of 4,095 characters and more, and take out carriage returns that begin a line."},
     {"entry-too-long", STOPS, "The entry has more than 250,000 lines.", "Remove lines from it."},
     {"nothing-gathered", STOPS, "The entries that remain cannot be gathered.", "Try other slot counts."},
 
