@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -189,7 +190,13 @@ const char* splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& pred
   rejectOwners(prediction.registry);
   NewFile files[2];
   const char* failed = makeFiles(file, again, prediction, options, files);
+  // A signal waits until both have their names.
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
   if (failed == nullptr) failed = renameFiles(files, options);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
   if (failed != nullptr) {
     // Clearing up may fail, too, and would give its own reason.
     const std::string reason = messageReason;

@@ -43,6 +43,12 @@ static void endForSignal(int number) {
   raise(number);  // it ends the process now
 }
 
+// As whoever has started the process may want it, nohup for one.
+static bool isIgnored(int number) {
+  struct sigaction action = {};
+  return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 static void handle(int number, void (*handler)(int), int flags) {
   struct sigaction action = {};
   action.sa_handler = handler;
@@ -61,7 +67,8 @@ bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
   if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
   file.size = static_cast<uint64_t>(file.state.st_size);
   handle(SIGBUS, endForLostText, 0);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) handle(number, endForSignal, static_cast<int>(SA_RESETHAND));
+  for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    if (!isIgnored(number)) handle(number, endForSignal, static_cast<int>(SA_RESETHAND));
   return true;
 }
 

@@ -117,6 +117,17 @@ class Faults(unittest.TestCase):
                 self.assertEqual(process.wait(timeout=LIMIT), -number)
             self.assertEqual(sorted(os.listdir(self.folder.name)), ["input.ldif", "output.ldif"])
 
+    def test_a_split_whose_user_has_gone_is_finished_where_that_is_wanted(self):
+        self.write("input.ldif", users(50_000))
+        ignore = lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)
+        with subprocess.Popen([CHECK, "--split", "good", "rejected", self.input], cwd=self.folder.name,
+                              stdout=subprocess.DEVNULL, preexec_fn=ignore) as process:
+            while len(os.listdir(self.folder.name)) < 4 and process.poll() is None:
+                pass
+            process.send_signal(signal.SIGHUP)
+            self.assertEqual(process.wait(timeout=LIMIT), 1)
+        self.assertEqual(sorted(os.listdir(self.folder.name)), ["good", "input.ldif", "output.ldif", "rejected"])
+
     def test_a_split_into_a_folder_that_is_not_there_leaves_no_file(self):
         done = self.run_in_folder([CHECK, "--split", "good", "nowhere/rejected", self.input])
         self.assertEqual(done.returncode, 2)

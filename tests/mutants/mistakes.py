@@ -1337,6 +1337,7 @@ mistakes = [
     ("difference has a comma in front of nothing", "account/report.cpp", "if (isInBoth) fputs", "fputs"),
     ("pipe may become a half", "check/split.cpp", "return S_ISREG(status.st_mode) || failWith", "return true || failWith"),
     ("half may have no name", "check/split.cpp", " && *name != '\\0'", ""),
+    ("ignored signal ends the split", "survey/surveyed_file.cpp", "if (!isIgnored(number)) ", ""),
     ("interrupted split stays", "survey/surveyed_file.cpp", "{SIGINT, SIGTERM, SIGHUP}", "{SIGINT, SIGTERM}"),
     ("passes of a row are those that were aimed at", "check/slot_counts.cpp",
      "passesWith(prediction.registry, slots)", "uint64_t{passes}"),
