@@ -68,7 +68,10 @@ static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared,
     if (place != last) findings.take({LONG_LINE, AT_NONE, begin, place});
     last = place;
   }
-  if (last == NO_PLACE && isAny) findings.take({LONG_LINE, AT_NONE, begin});
+  if (last != NO_PLACE || !isAny) return;
+  // What is too long is its line end, and that is gone by now.
+  const uint64_t cut = entry.hasLongLine ? begin + (entry.longLine - entry.begin) : NO_PLACE;
+  findings.take({LONG_LINE, AT_NONE, begin, cut});
 }
 
 // A finding for each line in which one of the places lies, in their order.
@@ -76,7 +79,9 @@ static void findInLines(FindingId id, const std::vector<size_t>& places, const P
                         FindingSink& findings) {
   uint64_t last = NO_PLACE;
   for (const size_t place : places) {
-    const uint64_t line = wholeLine(prepared, place, begin);
+    // A line that is cut to nothing is none of the entry's any more.
+    const bool isGone = prepared.text[place] == '\0';
+    const uint64_t line = isGone ? begin + place : wholeLine(prepared, place, begin);
     if (line != last) findings.take({id, AT_NONE, begin, line});
     last = line;
   }

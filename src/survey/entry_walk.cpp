@@ -35,7 +35,10 @@ static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
   const bool mayHoldNul = isNulNear(walk);
   takeLine(walk.scan, line);
   if (line.length == 0) return false;
-  if (isCut(line) && walk.scan.next < walk.text.size()) entry.hasLongLine = true;
+  if (isCut(line) && walk.scan.next < walk.text.size() && !entry.hasLongLine) {
+    entry.hasLongLine = true;
+    entry.longLine = static_cast<size_t>(line.text - walk.text.data());
+  }
   if (!mayHoldNul || walk.nul >= walk.scan.next) return true;
   // Strings of the tool end at a NUL, so that what stands behind it on its line is never seen.
   line = scanLine(line.view().substr(0, line.view().find('\0')));
