@@ -80,7 +80,7 @@ static void findInLines(FindingId id, const std::vector<size_t>& places, const P
   uint64_t last = NO_PLACE;
   for (const size_t place : places) {
     // A line that is cut to nothing is none of the entry's any more.
-    const bool isGone = prepared.text[place] == '\0';
+    const bool isGone = place < prepared.text.size() && prepared.text[place] == '\0';
     const uint64_t line = isGone ? begin + place : wholeLine(prepared, place, begin);
     if (line != last) findings.take({id, AT_NONE, begin, line});
     last = line;

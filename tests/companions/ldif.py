@@ -111,5 +111,8 @@ def dnOf(entry):
 
 @functools.lru_cache(maxsize=8)
 def dnsByLine(text):
-    """For the number of each line, folded ones counted once, the DN of its entry."""
-    return {line.number: dnOf(entry) for entry in entries(text) for line in entry.lines}
+    """For the number of each line, folded ones counted once, the DN of its entry. A line that a NUL begins ends it."""
+    dns = {line.number: dnOf(entry) for entry in entries(text) for line in entry.lines}
+    ends = {entry.end: dnOf(entry) for entry in entries(text)}
+    return dns | {piece.number: ends[piece.end] for piece in pieces(text, LINE_ROOM)
+                  if text[piece.start] == 0 and piece.end in ends}
