@@ -35,6 +35,7 @@ static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
   const bool mayHoldNul = isNulNear(walk);
   takeLine(walk.scan, line);
   if (line.length == 0) return false;
+  walk.isInLine = isCut(line);
   if (isCut(line) && walk.scan.next < walk.text.size() && !entry.hasLongLine) {
     entry.hasLongLine = true;
     entry.longLine = static_cast<size_t>(line.text - walk.text.data());
@@ -117,6 +118,8 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
     entry.isEndedByText = true;
     return true;
   }
+  // Of the NULs in front of an entry one is enough to tell of: there may be one on every line.
+  if (entry.count == 0 && entry.nuls.size() > 1) entry.nuls.resize(1);
   if (isBlankLine(line.view())) return entry.count > 0;
   const bool isComment = line.text[0] == '#';
   if (isComment) {
@@ -135,7 +138,9 @@ bool readEntry(EntryWalk& walk, ReadEntry& entry) {
   for (bool isBehindComment = false;;) {
     makeRoom(entry);
     size_t taken = 0;
-    if (!isNulNear(walk) && !isBehindComment && takeOrdinary(walk, entry, taken)) return finish(walk, entry);
+    // The quick way would look for the end of a long line anew for each piece of it.
+    const bool mayBeOrdinary = !isNulNear(walk) && !isBehindComment && !walk.isInLine;
+    if (mayBeOrdinary && takeOrdinary(walk, entry, taken)) return finish(walk, entry);
     if (taken == 0 && readOddLine(walk, entry, isBehindComment)) return finish(walk, entry);
     if (entry.count == OBJECT_ARRAY_SIZE) {
       entry.isOversized = true;

@@ -36,6 +36,7 @@ struct EntryWalk {
   size_t nul = std::string_view::npos;  // place of the next NUL, if there is one in what has been searched
   size_t searched = 0;                  // up to here
   bool hasMetNul = false;
+  bool isInLine = false;  // what comes is more of a line that is longer than lines are taken
 };
 
 EntryWalk walkOver(std::string_view text);
