@@ -1,6 +1,7 @@
 #include "account/accounting.h"
 
 #include <algorithm>
+#include <array>
 
 #include "rules/attribute.h"
 #include "rules/policy_container.h"
@@ -39,7 +40,13 @@ static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool h
   return false;
 }
 
-static void putLines(std::string& text, Entry lines, Road road) {
+// A record in one text: the first line, where it is not among the others, and those that are not dropped.
+static void putRecord(std::string& text, std::string_view firstLine, Entry lines, Road road) {
+  const size_t most = firstLine.size() + bytesOfLines(lines) + 1;
+  // Growing by doubling would take three times the room of a record that is itself most of the file.
+  if (text.capacity() < most) text = {};
+  text.reserve(most);
+  text = firstLine;
   for (const Line& line : lines)
     if (!isDropped(line, road)) text += line.view();
   text += '\n';
@@ -92,8 +99,7 @@ static void settleFates(Fates& fates, Entry lines, Road road, bool isFound) {
 
 static void takeCopiedEntry(Accounting& accounting, Entry lines, std::span<const Origin> origins, Road road,
                             uint64_t begin, Fates& fates) {
-  accounting.text.clear();
-  putLines(accounting.text, lines, road);
+  putRecord(accounting.text, {}, lines, road);
   // The registry's own entry has got the date of the run as its last line, and that date is not known here.
   const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
   const bool isFound = find(accounting, road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD, begin, hasAddedDate);
@@ -209,12 +215,25 @@ class CopiedEntries final : public EntryVisitor {
   uint64_t at_ = 0;
 };
 
-// The records of one user or group.
+// The entries of an owner, by EntryKind of their rows, each in the order of the work file.
+using EntriesByKind = std::array<std::vector<uint32_t>, RESCREDS_KIND>;
+
+// Room for the records of one user or group.
 struct OwnerRecords {
+  EntriesByKind byKind;
+  SlotRows rows;
   RecordSurvivors survivors;
   Fates fates;
   DnComparison newDns;
 };
+
+static void putMerged(std::string& text, const SlotRecords& records) {
+  putRecord(text, records.newDn, Entry(records.merged).subspan(1), MERGED);
+}
+
+static void putPolicy(std::string& text, const SlotRecords& records) {
+  putRecord(text, records.policyDn, Entry(records.policyLines).subspan(1), POLICY);
+}
 
 static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool changetypeSeen, uint64_t begin) {
   accounting.text = CONTAINER_DN_BEGIN;
@@ -222,8 +241,7 @@ static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool 
   for (size_t i = changetypeSeen ? 0 : 1; i < std::size(containerLines); ++i) accounting.text += containerLines[i];
   const bool hasContainer = find(accounting, CONTAINER_RECORD, begin);
   if (!records.hasPolicy) return hasContainer;
-  accounting.text = records.policyDn;
-  putLines(accounting.text, Entry(records.policyLines).subspan(1), POLICY);
+  putPolicy(accounting.text, records);
   return find(accounting, POLICY_RECORD, begin);
 }
 
@@ -257,8 +275,7 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
         loseEntry(accounting, loadedEntry(maker, part.entry), static_cast<EntryKind>(kind), room.fates);
     return;
   }
-  accounting.text = records.newDn;
-  putLines(accounting.text, Entry(records.merged).subspan(1), MERGED);
+  putMerged(accounting.text, records);
   const bool isFound = find(accounting, side == USER_SIDE ? USER_RECORD : GROUP_RECORD, begin);
   // The container comes before the policy, and both are looked for even when the user's own record is missing: each
   // is a difference of its own.
@@ -290,26 +307,38 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
       });
 }
 
-// The entries of an owner as a run gathers them: of each kind one at a time, in their order.
+// Returns how many there are of the kind with most.
+static size_t sortByKind(const Registry& registry, const RegistryOwner& owner, EntriesByKind& byKind) {
+  size_t most = 0;
+  for (auto& entries : byKind) entries.clear();
+  for (const uint32_t i : entriesOf(registry, owner)) {
+    if (registry.entries[i].endsPreparation) continue;
+    auto& entries = byKind[registry.entries[i].rowKind];
+    entries.push_back(i);
+    most = std::max(most, entries.size());
+  }
+  return most;
+}
+
+// Has the records of an owner made as a run gathers its entries: of each kind one at a time, in their order.
 // Two entries of one kind never meet in a slot of a run that succeeds, so that the second ones make records of
 // their own.
 template <typename TakeLayer>
-static void forEachLayer(const Registry& registry, const RegistryOwner& owner, SlotRows& rows, TakeLayer takeLayer) {
-  const auto& entries = registry.entries;
-  for (uint32_t layer = 0, count = 1; count > 0; ++layer) {
-    uint32_t seen[RESCREDS_KIND] = {};
-    for (auto& parts : rows.parts) parts.clear();
+static void forEachLayer(const Registry& registry, const RegistryOwner& owner, OwnerRecords& room,
+                         TakeLayer takeLayer) {
+  const size_t layers = sortByKind(registry, owner, room.byKind);
+  SlotRows& rows = room.rows;
+  for (size_t layer = 0; layer < layers; ++layer) {
     rows.opener = rows.policyDn = NONE;
-    count = 0;
-    for (const uint32_t i : entriesOf(registry, owner)) {
-      const uint8_t kind = entries[i].rowKind;
-      if (entries[i].endsPreparation || seen[kind]++ != layer) continue;
-      rows.parts[kind].push_back({i, 0, entries[i].lines});
-      if (rows.opener == NONE) rows.opener = i;
+    for (size_t kind = 0; kind < RESCREDS_KIND; ++kind) {
+      rows.parts[kind].clear();
+      if (layer >= room.byKind[kind].size()) continue;
+      const uint32_t i = room.byKind[kind][layer];
+      rows.parts[kind].push_back({i, 0, registry.entries[i].lines});
+      rows.opener = std::min(rows.opener, i);
       if (kind == SECPOLICY_KIND) rows.policyDn = i;
-      ++count;
     }
-    if (count > 0) takeLayer();
+    takeLayer(rows);
   }
 }
 
@@ -334,44 +363,33 @@ static void takeCredentials(Accounting& accounting, RecordMaker& maker, Fates& f
   }
 }
 
+static void announceIfOpen(Accounting& accounting) {
+  if (!accounting.text.ends_with("\n\n")) announceOpenRecord(accounting.output, accounting.text);
+}
+
 // A record whose last line has been cut has no empty line behind it: the next one goes on there. It is parted from it
 // before any is looked for.
 // The conversion writes the empty line behind a record as a line of its own, and what a cut line lacks is its
 // newline.
-static bool partOpenRecord(Accounting& accounting) {
-  return !accounting.text.ends_with("\n\n") && partRecord(accounting.output, accounting.text);
-}
-
-static bool partOpenRecords(Accounting& accounting, RecordMaker& maker, const RegistryOwner& owner, SlotRows& rows) {
-  bool isAny = false;
-  forEachLayer(*maker.registry, owner, rows, [&] {
-    const SlotRecords& records = makeRecords(maker, owner.side, rows);
-    if (records.problem != NO_DETAIL) return;
-    accounting.text = records.newDn;
-    putLines(accounting.text, Entry(records.merged).subspan(1), MERGED);
-    isAny = partOpenRecord(accounting) || isAny;
-    if (!records.hasPolicy) return;
-    accounting.text = records.policyDn;
-    putLines(accounting.text, Entry(records.policyLines).subspan(1), POLICY);
-    isAny = partOpenRecord(accounting) || isAny;
-  });
-  return isAny;
-}
-
-// Returns false when there was none any more.
-static bool partAllOpenRecords(Accounting& accounting, RecordMaker& maker, SlotRows& rows) {
-  bool isAny = false;
-  for (uint32_t i = 0; i < maker.registry->owners.size(); ++i)
-    isAny = partOpenRecords(accounting, maker, maker.registry->owners[i], rows) || isAny;
-  const auto& entries = maker.registry->entries;
-  for (uint32_t i = 0; i < entries.size(); ++i) {
-    if (entries[i].kind != RESCREDS_KIND || entries[i].endsPreparation) continue;
+static void partRecords(Accounting& accounting, RecordMaker& maker, OwnerRecords& room) {
+  const Registry& registry = *maker.registry;
+  for (uint32_t i = 0; i < registry.owners.size(); ++i)
+    forEachLayer(registry, registry.owners[i], room, [&](const SlotRows& rows) {
+      const SlotRecords& records = makeRecords(maker, registry.owners[i].side, rows);
+      if (records.problem != NO_DETAIL) return;
+      putMerged(accounting.text, records);
+      announceIfOpen(accounting);
+      if (!records.hasPolicy) return;
+      putPolicy(accounting.text, records);
+      announceIfOpen(accounting);
+    });
+  for (uint32_t i = 0; i < registry.entries.size(); ++i) {
+    if (registry.entries[i].kind != RESCREDS_KIND || registry.entries[i].endsPreparation) continue;
     maker.loadedCount = 0;
-    accounting.text.clear();
-    putLines(accounting.text, loadedEntry(maker, i).lines, REMAINING);
-    isAny = partOpenRecord(accounting) || isAny;
+    putRecord(accounting.text, {}, loadedEntry(maker, i).lines, REMAINING);
+    announceIfOpen(accounting);
   }
-  return isAny;
+  partOpenRecords(accounting.output);
 }
 
 // Names the first difference: a record of the output that should not be there, with the one that should, or one that is
@@ -432,17 +450,14 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);
   maker.areOriginsWanted = true;
   OwnerRecords room;
-  SlotRows rows;
-  // Parting one record can lay open the next.
-  while (account.registry.hasOpenLines && partAllOpenRecords(accounting, maker, rows)) {
-  }
+  if (account.registry.hasOpenLines) partRecords(accounting, maker, room);
   const auto& owners = account.registry.owners;
   EntryFetch fetch;
   for (size_t i = 0; i < owners.size(); ++i) {
     fetchAhead(fetch, again, account.registry, owners[i]);
     showSurveyProgress(file.program, "records", i, owners.size());
-    forEachLayer(account.registry, owners[i], rows,
-                 [&] { takeRecords(accounting, maker, rows, owners[i].side, room); });
+    forEachLayer(account.registry, owners[i], room,
+                 [&](const SlotRows& rows) { takeRecords(accounting, maker, rows, owners[i].side, room); });
   }
   takeCredentials(accounting, maker, room.fates);
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();

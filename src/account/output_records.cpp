@@ -1,8 +1,9 @@
 #include "account/output_records.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
-#include <string>
+#include <tuple>
 
 // The end of a record with an install date, whose digits are not known beforehand.
 static constexpr std::string_view dateTag = "installDate: ";
@@ -42,8 +43,8 @@ static uint64_t hashOf(std::string_view text) {
   return hash ^ hash >> 32U;
 }
 
-static uint64_t hashOfRecord(std::string_view record, bool hasDate) {
-  return hashOf(hasDate ? withoutDate(record) : record);
+static uint64_t hashOfRecord(std::string_view record) {
+  return hashOf(endsWithDate(record) ? withoutDate(record) : record);
 }
 
 // Returns the length of the record at the begin of a text: up to its first empty line, which does not belong to it.
@@ -63,38 +64,56 @@ std::string_view recordAt(SurveyedFile& file, uint64_t place) {
   return text.substr(0, recordLength(text));
 }
 
-static size_t firstPlace(const OutputRecords& records, uint64_t hash) {
-  return static_cast<size_t>(hash) & (records.places.size() - 1);
+// No record, at the end of a chain.
+static constexpr uint32_t NO_NUMBER = UINT32_MAX;
+
+// Returns where its chain begins: that of the records whose hashes end alike.
+static uint32_t& chainOf(OutputRecords& records, uint64_t hash) {
+  return records.chains[hash & (records.chains.size() - 1)];
 }
 
-static void insert(OutputRecords& records, const OutputRecord& record) {
-  size_t place = firstPlace(records, record.hash);
-  while (records.places[place].isThere != 0) place = (place + 1) & (records.places.size() - 1);
-  records.places[place] = record;
+static void link(OutputRecords& records, uint32_t number) {
+  OutputRecord& record = records.all[number];
+  uint32_t& first = chainOf(records, record.hash);
+  record.nextOrMaker = first;
+  first = number;
 }
 
-static void add(OutputRecords& records, std::string_view text, uint64_t begin) {
-  constexpr size_t FIRST_PLACES = 1024;
-  if (records.count >= records.places.size() / 4 * 3) {
-    std::vector<OutputRecord> before(records.places.empty() ? FIRST_PLACES : records.places.size() * 2);
-    before.swap(records.places);
-    for (const OutputRecord& record : before)
-      if (record.isThere != 0) insert(records, record);
+// Returns its number.
+static uint32_t add(OutputRecords& records, std::string_view text, uint64_t begin) {
+  // The place shares its word with two bits: 46 bits are enough for files of 64 TiB.
+  constexpr uint64_t PLACES = (uint64_t{1} << 46U) - 1;
+  records.all.push_back({hashOfRecord(text), begin & PLACES, 0, 0, NO_NUMBER});
+  return static_cast<uint32_t>(records.all.size() - 1);
+}
+
+static void linkAll(OutputRecords& records) {
+  records.chains.assign(std::bit_ceil(records.all.size() + 1), NO_NUMBER);
+  // From the last to the first, so that of equal ones the first comes first.
+  for (size_t i = records.all.size(); i > 0; --i) link(records, static_cast<uint32_t>(i - 1));
+}
+
+// Takes the first record of a hash that is wanted out of its chain, as found, and returns its number.
+// What has been found stands in no search's way any more: there can be millions of one and the same.
+template <typename IsWanted>
+static uint32_t takeOut(OutputRecords& records, uint64_t hash, uint64_t maker, IsWanted isWanted) {
+  uint32_t before = NO_NUMBER;
+  for (uint32_t number = chainOf(records, hash); number != NO_NUMBER;) {
+    OutputRecord& record = records.all[number];
+    const auto next = static_cast<uint32_t>(record.nextOrMaker);
+    if (record.hash == hash && isWanted(record)) {
+      if (before == NO_NUMBER)
+        chainOf(records, hash) = next;
+      else
+        records.all[before].nextOrMaker = next;
+      record.isFound = 1;
+      record.nextOrMaker = maker;
+      return number;
+    }
+    before = number;
+    number = next;
   }
-  // Sixteen bytes for each, since there are as many as there are users.
-  OutputRecord record = {};
-  const bool hasDate = endsWithDate(text);
-  record.hash = hashOfRecord(text, hasDate);
-  // The place shares its word with four bits: 46 bits are enough for files of 64 TiB.
-  record.place = begin & ((uint64_t{1} << 46U) - 1);
-  record.hasDate = hasDate ? 1 : 0;
-  record.isThere = 1;
-  size_t other = firstPlace(records, record.hash);
-  while (records.places[other].isThere != 0 && records.places[other].hash != record.hash)
-    other = (other + 1) & (records.places.size() - 1);
-  if (records.places[other].isThere != 0) records.makers.emplace(record.hash, NO_PLACE);
-  insert(records, record);
-  ++records.count;
+  return NO_NUMBER;
 }
 
 static bool isAttributeLine(std::string_view text, size_t begin) {
@@ -115,7 +134,6 @@ static size_t measureRecord(std::string_view text, int64_t& lines) {
 
 void readRecords(SurveyedFile& file, OutputRecords& records) {
   records.file = &file;
-  records.places.resize(1024);
   bool isParted = true;  // by an empty line from the record before
   uint64_t last = 0;
   for (uint64_t place = 0; place < file.size;) {
@@ -134,6 +152,7 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
     place += record.size();
   }
   if (!isParted) records.firstGap = std::min(records.firstGap, last);
+  linkAll(records);
 }
 
 // True when the record at the begin of a text is the expected one.
@@ -147,19 +166,11 @@ static bool isSame(std::string_view text, std::string_view expected, bool isOpen
 }
 
 static bool findOne(OutputRecords& records, std::string_view expected, uint64_t maker, bool hasAddedDate) {
-  const uint64_t hash = hashOfRecord(expected, endsWithDate(expected));
-  size_t place = firstPlace(records, hash);
-  for (; records.places[place].isThere != 0; place = (place + 1) & (records.places.size() - 1)) {
-    OutputRecord& record = records.places[place];
-    // A record that has been found once is not there for a second entry that makes the same one.
-    if (record.hash != hash || record.isFound != 0) continue;
+  const auto isExpected = [&](const OutputRecord& record) {
     const std::string_view text = textFrom(*records.file, record.place, expected.size() + 1);
-    if (!isSame(text, expected, record.isOpen != 0, hasAddedDate)) continue;
-    record.isFound = 1;
-    if (const auto made = records.makers.find(hash); made != records.makers.end()) made->second = maker;
-    return true;
-  }
-  return false;
+    return isSame(text, expected, record.isOpen != 0, hasAddedDate);
+  };
+  return takeOut(records, hashOfRecord(expected), maker, isExpected) != NO_NUMBER;
 }
 
 bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, bool hasAddedDate) {
@@ -179,51 +190,75 @@ bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, b
 }
 
 // Parts a record in two. Returns the first of them.
-static OutputRecord& part(OutputRecords& records, OutputRecord& record, size_t length) {
-  const uint64_t begin = record.place;
+static uint32_t part(OutputRecords& records, uint32_t number, size_t length) {
+  const OutputRecord& whole = records.all[number];
+  const uint64_t begin = whole.place;
   const uint64_t end = begin + length;
   SurveyedFile& file = *records.file;
-  // It stays in the table, in which others are found by going past it.
-  record.isFound = 1;  // as a whole it is none
-  const std::string_view first = textFrom(file, begin, length).substr(0, length);
-  add(records, first, begin);
-  const std::string rest = end < file.size ? std::string(recordAt(file, end)) : std::string();
-  if (!rest.empty() && rest[0] != '\n') add(records, rest, end);
-  OutputRecord& parted = *std::find_if(records.places.begin(), records.places.end(), [&](const OutputRecord& other) {
-    return other.isThere != 0 && other.isFound == 0 && other.place == begin;
-  });
-  parted.isOpen = 1;
-  return parted;
+  // As a whole it is none.
+  takeOut(records, whole.hash, NO_PLACE, [&](const OutputRecord& record) { return &record == &whole; });
+  const uint32_t first = add(records, textFrom(file, begin, length).substr(0, length), begin);
+  records.all[first].isOpen = 1;
+  link(records, first);
+  const std::string_view rest = end < file.size ? recordAt(file, end) : std::string_view();
+  if (!rest.empty() && rest[0] != '\n') link(records, add(records, rest, end));
+  return first;
 }
 
 bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
-  const auto found = std::find_if(records.places.begin(), records.places.end(), [&](const OutputRecord& record) {
-    return record.isThere != 0 && record.isFound == 0 && record.place == begin;
-  });
-  if (found == records.places.end()) return false;
-  part(records, *found, static_cast<size_t>(end - begin)).isFound = 1;
-  return true;
-}
-
-bool partRecord(OutputRecords& records, std::string_view text) {
-  for (OutputRecord& record : records.places) {
-    if (record.isThere == 0 || record.isFound != 0 || record.isOpen != 0) continue;
-    const std::string_view there = textFrom(*records.file, record.place, text.size() + 1);
-    if (!there.starts_with(text) || there.size() == text.size() || there[text.size()] == '\n') continue;
-    part(records, record, text.size());
+  for (uint32_t i = 0; i < records.all.size(); ++i) {
+    if (records.all[i].isFound != 0 || records.all[i].place != begin) continue;
+    const uint32_t first = part(records, i, static_cast<size_t>(end - begin));
+    takeOut(records, records.all[first].hash, NO_PLACE,
+            [&](const OutputRecord& record) { return &record == &records.all[first]; });
     return true;
   }
   return false;
 }
 
+void announceOpenRecord(OutputRecords& records, std::string_view text) {
+  // Where a value is blank what stands before it reads as a record of its own.
+  const size_t gap = text.rfind("\n\n");
+  if (gap != std::string_view::npos) text.remove_prefix(gap + 2);
+  records.open.push_back({hashOf(text.substr(0, text.find('\n'))), hashOf(text), text.size()});
+}
+
+// Returns the length of the record that has been announced and begins there, 0 without one.
+static size_t lengthOfOpen(OutputRecords& records, uint64_t place) {
+  const std::string_view text = recordAt(*records.file, place);
+  const uint64_t dnHash = hashOf(text.substr(0, text.find('\n')));
+  auto open = std::lower_bound(records.open.begin(), records.open.end(), dnHash,
+                               [](const OpenRecord& one, uint64_t hash) { return one.dnHash < hash; });
+  for (; open != records.open.end() && open->dnHash == dnHash; ++open)
+    if (open->length < text.size() && hashOf(text.substr(0, open->length)) == open->hash) return open->length;
+  return 0;
+}
+
+void partOpenRecords(OutputRecords& records) {
+  // Of two of which one begins with the other the longer one is tried first.
+  std::sort(records.open.begin(), records.open.end(), [](const OpenRecord& one, const OpenRecord& other) {
+    return std::tuple(one.dnHash, other.length) < std::tuple(other.dnHash, one.length);
+  });
+  // What is parted from a record stands behind the others, and can be such a one itself.
+  for (uint32_t i = 0; !records.open.empty() && i < records.all.size(); ++i) {
+    if (records.all[i].isFound != 0 || records.all[i].isOpen != 0) continue;
+    const size_t length = lengthOfOpen(records, records.all[i].place);
+    if (length > 0) part(records, i, length);
+  }
+}
+
 uint64_t firstUnfound(const OutputRecords& records, uint64_t& maker) {
   const OutputRecord* first = nullptr;
-  for (const OutputRecord& record : records.places)
-    if (record.isThere != 0 && record.isFound == 0 && (first == nullptr || record.place < first->place))
-      first = &record;
+  for (size_t i = 0; i < records.all.size(); ++i) {
+    const OutputRecord& record = records.all[i];
+    if (record.isFound == 0 && (first == nullptr || record.place < first->place)) first = &record;
+  }
+  maker = NO_PLACE;
   if (first == nullptr) return NO_RECORD;
   // An equal one that is there by right makes the unexpected one a double.
-  const auto made = records.makers.find(first->hash);
-  maker = made == records.makers.end() ? NO_PLACE : made->second;
+  for (size_t i = 0; i < records.all.size(); ++i) {
+    const OutputRecord& record = records.all[i];
+    if (record.isFound != 0 && record.hash == first->hash && record.nextOrMaker != NO_PLACE) maker = record.nextOrMaker;
+  }
   return first->place;
 }

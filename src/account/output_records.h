@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "survey/block_list.h"
 #include "survey/findings.h"
 #include "survey/surveyed_file.h"
 
@@ -15,22 +15,28 @@ constexpr uint64_t NO_RECORD = UINT64_MAX;
 // A run of lines between empty lines.
 struct OutputRecord {
   uint64_t hash;
-  uint64_t place : 46;   // where it begins
-  uint64_t isOpen : 1;   // another one goes on where it ends, without an empty line
-  uint64_t hasDate : 1;  // its last line is an install date
+  uint64_t place : 46;  // where it begins
+  uint64_t isOpen : 1;  // another one goes on where it ends, without an empty line
   uint64_t isFound : 1;
-  uint64_t isThere : 1;  // the table has a record here
+  // Of one that has not been found the number of the next such in its chain; then the place of the entry in the input
+  // that makes it.
+  uint64_t nextOrMaker;
+};
+
+// The beginning of a record behind which another one goes on.
+struct OpenRecord {
+  uint64_t dnHash;  // of its first line
+  uint64_t hash;
+  size_t length;
 };
 
 struct OutputRecords {
-  SurveyedFile* file;
-  std::vector<OutputRecord> places;  // hash table
-  size_t count = 0;
-  // By the hash of each record that is there more than once: the entry of the input that makes it, or NO_PLACE until
-  // one is known.
-  std::unordered_map<uint64_t, uint64_t> makers = {};
-  uint64_t firstGap = NO_RECORD;  // where the first records are parted by other than one empty line
-  int64_t lines = 0;              // attribute lines of the whole output
+  SurveyedFile* file = nullptr;
+  BlockList<OutputRecord> all = {};   // in their order; behind them those into which one has been parted
+  std::vector<uint32_t> chains = {};  // by the hash: the first record of each chain
+  std::vector<OpenRecord> open = {};  // that have been announced
+  uint64_t firstGap = NO_RECORD;      // where the first records are parted by other than one empty line
+  int64_t lines = 0;                  // attribute lines of the whole output
 };
 
 // Looks the output through.
@@ -45,8 +51,11 @@ bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, b
 // when no record begins there.
 bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end);
 
-// Parts a record that begins with a text and goes on behind it into two. Returns false when there is none.
-bool partRecord(OutputRecords& records, std::string_view text);
+// Announces a record that may have no empty line behind it.
+void announceOpenRecord(OutputRecords& records, std::string_view text);
+
+// Parts the records that go on behind one that has been announced.
+void partOpenRecords(OutputRecords& records);
 
 // Returns the place of the first record that has not been found; NO_RECORD when all have. The maker is that of one just
 // like it which has; without one NO_PLACE.

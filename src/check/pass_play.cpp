@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
+#include <queue>
 #include <set>
 #include <unordered_map>
 #include <unordered_set>
@@ -41,6 +43,13 @@ struct RunOn {
   uint32_t entry;
 };
 
+// The entries of one kind and owner that are left, in the order of the work file. What keeps one of them from being
+// gathered in a pass, keeps those behind it.
+struct Queue {
+  uint32_t next;  // place in Play::queued
+  uint32_t end;
+};
+
 struct Play {
   Registry& registry;
   const int32_t (&limits)[2];
@@ -57,8 +66,9 @@ struct Play {
   std::vector<PlayedOverrun> overruns = {};
 
   std::unordered_map<uint32_t, int32_t> slotOfOwner = {};  // those that are found in this pass
-  std::vector<bool> isTaken = {};                          // of all entries
-  std::vector<uint32_t> withoutOwner = {};                 // entries that are left
+  std::vector<uint32_t> queued = {};                       // numbers of entries
+  std::vector<Queue> queues = {};                          // those of one owner together; at the end those of none
+  std::vector<uint32_t> firstQueues = {};                  // by owner
   uint32_t nextOwner[2] = {0, 0};                          // by Side, among those that no pass has met
   std::set<uint32_t> metBefore[2] = {};                    // the first entry that is left of owners that one has met
   std::unordered_set<uint64_t> reported = {};              // findings that have been told, by entry and identifier
@@ -102,18 +112,22 @@ static void setRow(Play& play, EntryKind kind, int32_t slot, std::vector<RowPart
   play.oddRows[keyOf(kind, slot)] = std::move(parts);
 }
 
+// Loads an entry in the place of all others. One that fills many rows is asked for again and again, and stays loaded.
+static const LoadedEntry& loadedAlone(Play& play, uint32_t entry) {
+  RecordMaker& maker = play.maker;
+  if (maker.loadedCount != 1 || maker.loaded[0]->number != entry) maker.loadedCount = 0;
+  return loadedEntry(maker, entry);
+}
+
 // The text is copied, because the entry that it lies in makes room for the next one that is looked at.
 static std::string firstLineOf(Play& play, const std::vector<RowPart>& parts) {
   if (parts.empty()) return {};
-  play.maker.loadedCount = 0;
-  return std::string(loadedEntry(play.maker, parts[0].entry).lines[parts[0].first].view());
+  return std::string(loadedAlone(play, parts[0].entry).lines[parts[0].first].view());
 }
 
 // The first line of an entry as it stands before it is gathered.
 static std::string firstLineAsRead(Play& play, uint32_t entry) {
-  play.maker.loadedCount = 0;
-  LoadedEntry& loaded = loadedEntry(play.maker, entry);
-  return std::string(loaded.lines[0].view());
+  return std::string(loadedAlone(play, entry).lines[0].view());
 }
 
 // A run ends with its first failure. The play goes on behind it, so that the failures of later entries are found,
@@ -198,13 +212,10 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
   ++play.counts[kind];
 }
 
-static void take(Play& play, uint32_t entry) { play.isTaken[entry] = true; }
-
 // Gathers the entry into a slot, or finds that it cannot be.
 static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
   const EntryKind kind = rowKindOf(play.registry, entry);
   const Side side = sideOf(kind);
-  take(play, entry);
   Slot& target = slotAt(play, side, slot);
   // Two entries of one kind and owner, or the rest of a long one that came before: the run ends here, in whichever
   // pass the two meet in a slot.
@@ -235,7 +246,6 @@ static bool meet(Play& play, uint32_t number) {
     const auto problem = static_cast<DetailText>(entry.problem);
     fail(play, PROCESSING_FAILED, problem, firstLineAsRead(play, number));
     reportFailure(play, problem, number);
-    take(play, number);
     return true;
   }
   const Side side = sideOf(kind);
@@ -317,9 +327,10 @@ static void flushSlot(Play& play, Side side, int32_t number) {
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
     if (sideOf(static_cast<EntryKind>(kind)) == side)
       rows.parts[kind] = readOn(play, static_cast<EntryKind>(kind), number);
-  bool isAsAlone = owner.isRegular;
-  for (const uint32_t i : entriesOf(play.registry, owner))
-    isAsAlone = isAsAlone && slot.rows[rowKindOf(play.registry, i)] == i;
+  const auto entries = entriesOf(play.registry, owner);
+  const bool isAsAlone = owner.isRegular && std::all_of(entries.begin(), entries.end(), [&](uint32_t i) {
+                           return slot.rows[rowKindOf(play.registry, i)] == i;
+                         });
   if (slot.isOverrun) {
     slotAt(play, side, number).isOverrun = false;
   } else if (isAsAlone && !owner.hasProblem) {
@@ -351,12 +362,50 @@ static void flush(Play& play) {
   play.slotOfOwner.clear();
 }
 
+// The number behind that of the last owner: of the entries that have none.
+static uint32_t noOwner(const Play& play) { return static_cast<uint32_t>(play.registry.owners.size()); }
+
+static std::span<Queue> queuesOf(Play& play, uint32_t owner) {
+  const uint32_t first = play.firstQueues[owner];
+  return std::span(play.queues).subspan(first, play.firstQueues[owner + 1] - first);
+}
+
+static bool isAnyLeft(std::span<const Queue> queues) {
+  return std::any_of(queues.begin(), queues.end(), [](const Queue& queue) { return queue.next < queue.end; });
+}
+
 // The first entry that is left of an owner, NONE for none.
 // Entries of one owner are taken in several passes where two of them are of a kind.
-static uint32_t firstLeft(const Play& play, uint32_t owner) {
-  for (const uint32_t i : entriesOf(play.registry, play.registry.owners[owner]))
-    if (!play.isTaken[i]) return i;
-  return NONE;
+static uint32_t firstLeft(Play& play, uint32_t owner) {
+  uint32_t first = NONE;
+  for (const Queue& queue : queuesOf(play, owner))
+    if (queue.next < queue.end) first = std::min(first, play.queued[queue.next]);
+  return first;
+}
+
+// Puts the entries of an owner into queues by their kinds.
+static void addQueues(Play& play, std::span<const uint32_t> entries) {
+  const auto kindOfNext = [&](uint32_t place) { return play.registry.entries[play.queued[place]].kind; };
+  auto begin = static_cast<uint32_t>(play.queued.size());
+  play.firstQueues.push_back(static_cast<uint32_t>(play.queues.size()));
+  play.queued.insert(play.queued.end(), entries.begin(), entries.end());
+  std::stable_sort(play.queued.begin() + begin, play.queued.end(), [&](uint32_t one, uint32_t other) {
+    return play.registry.entries[one].kind < play.registry.entries[other].kind;
+  });
+  for (uint32_t end = begin; begin < play.queued.size(); begin = end) {
+    while (end < play.queued.size() && kindOfNext(end) == kindOfNext(begin)) ++end;
+    play.queues.push_back({begin, end});
+  }
+}
+
+static void makeQueues(Play& play) {
+  const auto& all = play.registry.entries;
+  for (uint32_t i = 0; i < noOwner(play); ++i) addQueues(play, entriesOf(play.registry, play.registry.owners[i]));
+  std::vector<uint32_t> withoutOwner;
+  for (uint32_t i = 0; i < all.size(); ++i)
+    if (all[i].owner == NONE && all[i].kind != RESCREDS_KIND) withoutOwner.push_back(i);
+  addQueues(play, withoutOwner);
+  play.firstQueues.push_back(static_cast<uint32_t>(play.queues.size()));
 }
 
 static void skipToSide(Play& play, Side side) {
@@ -415,36 +464,62 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
     // Only where odd passes come, too, does anybody ask which entries have been taken.
     if (play.registry.isRegular) continue;
     for (const uint32_t number : side)
-      for (const uint32_t i : entriesOf(play.registry, play.registry.owners[number])) take(play, i);
+      for (Queue& queue : queuesOf(play, number)) queue.next = queue.end;
   }
 }
 
-// The entries that the pass can gather, in the order of the work file. Where earlier ones have left a count that keeps
-// entries away, that can be any.
-static std::vector<uint32_t> entriesInReach(const Play& play, const std::vector<uint32_t> (&owners)[2]) {
-  std::vector<uint32_t> entries = play.withoutOwner;
-  const auto& all = play.registry.entries;
+// The first entry of a queue.
+struct QueueHead {
+  uint32_t entry;
+  Queue* queue;
+
+  bool operator>(const QueueHead& other) const { return entry > other.entry; }
+};
+
+static void addHeads(Play& play, std::span<Queue> queues, std::vector<QueueHead>& heads) {
+  for (Queue& queue : queues)
+    if (queue.next < queue.end) heads.push_back({play.queued[queue.next], &queue});
+}
+
+// The entries that the pass meets first. Where earlier ones have left a count that keeps entries away, that can be any.
+static std::vector<QueueHead> headsInReach(Play& play, const std::vector<uint32_t> (&owners)[2]) {
+  std::vector<QueueHead> heads;
   // Owners that the plan has not chosen may find a slot, since those that it has chosen may not.
   if (!areCountsZero(play)) {
-    entries.clear();
-    for (uint32_t i = 0; i < all.size(); ++i)
-      if (!play.isTaken[i] && all[i].kind != RESCREDS_KIND) entries.push_back(i);
-    return entries;
+    addHeads(play, play.queues, heads);
+  } else {
+    for (const auto& side : owners)
+      for (const uint32_t owner : side) addHeads(play, queuesOf(play, owner), heads);
+    addHeads(play, queuesOf(play, noOwner(play)), heads);
   }
-  for (const auto& side : owners)
-    for (const uint32_t owner : side)
-      for (const uint32_t i : entriesOf(play.registry, play.registry.owners[owner]))
-        if (!play.isTaken[i]) entries.push_back(i);
-  std::sort(entries.begin(), entries.end());
-  return entries;
+  std::sort(heads.begin(), heads.end(), std::greater());
+  return heads;
+}
+
+// Has the pass meet the entries in the order of the work file. Returns false when it can gather none.
+// There can be as many passes as an owner has entries of a kind, so that no pass looks at all of them.
+static bool meetEntries(Play& play, std::vector<QueueHead> heads) {
+  bool isAny = false;
+  std::priority_queue<QueueHead, std::vector<QueueHead>, std::greater<>> followers;
+  while (!heads.empty() || !followers.empty()) {
+    const bool isFollower = heads.empty() || (!followers.empty() && heads.back() > followers.top());
+    const QueueHead head = isFollower ? followers.top() : heads.back();
+    if (isFollower)
+      followers.pop();
+    else
+      heads.pop_back();
+    if (!meet(play, head.entry)) continue;
+    isAny = true;
+    Queue& queue = *head.queue;
+    if (++queue.next < queue.end) followers.push({play.queued[queue.next], &queue});
+  }
+  return isAny;
 }
 
 // Returns false when nothing can be gathered any more.
 static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
-  bool isAny = false;
-  for (const uint32_t entry : entriesInReach(play, owners)) isAny = meet(play, entry) || isAny;
+  const bool isAny = meetEntries(play, headsInReach(play, owners));
   const bool hasGathered = play.inUse[USER_SIDE] != 0 || play.inUse[GROUP_SIDE] != 0;
-  std::erase_if(play.withoutOwner, [&](uint32_t entry) { return play.isTaken[entry]; });
   if (hasGathered) {
     if (play.run.failure.code == 0) ++play.run.passes;
     flush(play);
@@ -491,34 +566,23 @@ static void takeBack(Play& play, std::vector<uint32_t> (&owners)[2]) {
   for (auto& side : owners) side.clear();
 }
 
-static bool isAnythingLeft(const Play& play) {
-  const auto& all = play.registry.entries;
-  for (uint32_t i = 0; i < all.size(); ++i)
-    if (!play.isTaken[i] && all[i].kind != RESCREDS_KIND) return true;
-  return false;
-}
-
 PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, DnComparison& newDns,
                      FindingSink& findings) {
   Play play = {registry, slots, maker, newDns, findings};
-  if (!registry.isRegular) {
-    play.isTaken.resize(registry.entries.size());
-    for (uint32_t i = 0; i < registry.entries.size(); ++i)
-      if (registry.entries[i].owner == NONE && registry.entries[i].kind != RESCREDS_KIND)
-        play.withoutOwner.push_back(i);
-  }
+  // Most registries are regular through and through, so that no entry is looked at here, only the owners' sums.
+  if (!registry.isRegular) makeQueues(play);
   for (;;) {
     std::vector<uint32_t> owners[2] = {takeOwners(play, USER_SIDE), takeOwners(play, GROUP_SIDE)};
-    // Most registries are regular through and through, so that no entry is looked at here, only the owners' sums.
-    const bool isPlain = arePlain(play, owners[USER_SIDE]) && arePlain(play, owners[GROUP_SIDE]) &&
-                         play.withoutOwner.empty() && areCountsZero(play);
+    const bool isPlain =
+        registry.isRegular || (arePlain(play, owners[USER_SIDE]) && arePlain(play, owners[GROUP_SIDE]) &&
+                               !isAnyLeft(queuesOf(play, noOwner(play))) && areCountsZero(play));
     if (isPlain && owners[USER_SIDE].empty() && owners[GROUP_SIDE].empty()) break;
     if (isPlain) {
       playPlainPass(play, owners);
       continue;
     }
     takeBack(play, owners);
-    if (!areCountsZero(play) && !isAnythingLeft(play)) break;
+    if (!areCountsZero(play) && !isAnyLeft(play.queues)) break;
     if (!playOddPass(play, owners)) break;
   }
   reportOthers(play);
