@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
@@ -72,9 +73,11 @@ uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bo
       BASE + std::min(prediction.registry.measured.workFile, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
   const uint64_t ofInput = std::min(prediction.registry.measured.workFile + counts.outputBytes, WINDOW);
   atPreparation += ofInput;
-  // The window grows to the length of a longer entry; what is unfolded stands there twice more.
+  // The window grows to the length of a longer entry, and while it doubles its text stands there twice. Later what is
+  // unfolded stands there once more.
   const bool hasGrown = counts.longestEntry > WINDOW;
-  if (hasGrown) atPreparation += counts.longestEntry + counts.longestFolded * 2;
+  if (hasGrown)
+    atPreparation += std::max(counts.longestEntry + counts.longestFolded, 2 * std::bit_floor(counts.longestEntry));
   const uint64_t notes = notesOf(prediction, isFolderInMemory).memory;
   const uint64_t atPlan = atPreparation + notes + ranksOf(prediction, isFolderInMemory).memory;
   uint64_t atPass = atPreparation + std::min(prediction.outputBytes, WINDOW) + notes - (hasGrown ? ofInput : 0);

@@ -18,7 +18,7 @@ Attribute unfold(Entry entry, int32_t line, size_t place, Texts& texts) {
   Attribute attribute = {line, static_cast<int32_t>(end - entry.begin()), withoutLineEnd(*first, place)};
   // The usual case: nothing is joined, so the text stays where it is.
   if (end - first == 1) return attribute;
-  // A little more than is needed: the blank that begins each piece is counted and not copied.
+  // More than is needed, so that a line end finds room: the blank that begins each piece is counted and not copied.
   size_t size = attribute.text.size();
   std::for_each(first + 1, end, [&](const Line& piece) { size += piece.contentLength; });
   char* const whole = makeRoom(texts, size);

@@ -31,7 +31,7 @@ inline bool isNamed(const Line& line, std::string_view name) {
 inline bool isContinuation(const Line& line) { return line.length > 0 && line.text[0] == ' '; }
 
 // Returns what begins at the given place of a line, line ends cut away, with the continuation lines behind it joined to
-// it.
+// it. A text that has been joined lies in the texts, with room for one more character behind it.
 Attribute unfold(Entry entry, int32_t line, size_t place, Texts& texts);
 
 // The name of an attribute (without colon), and the bits of lines in which it may stand: those of a known name, or of

@@ -28,10 +28,12 @@ static void closeLine(Line& line, bool isTextOurs, Texts& texts) {
   line.length = static_cast<uint32_t>(length);
 }
 
-static Line unfoldedLine(const Attribute& attribute, Texts& texts) {
-  char* const copy = makeRoom(texts, attribute.text.size() + 1);
-  *std::copy(attribute.text.begin(), attribute.text.end(), copy) = '\n';
-  return scanLine({copy, attribute.text.size() + 1});
+static Line unfoldedLine(std::string_view text, bool isJoined, Texts& texts) {
+  // What has been joined is ours, and has room for the newline.
+  char* const own = isJoined ? const_cast<char*>(text.data()) : makeRoom(texts, text.size() + 1);
+  if (!isJoined) std::copy(text.begin(), text.end(), own);
+  own[text.size()] = '\n';
+  return scanLine({own, text.size() + 1});
 }
 
 UnfoldedEntry unfoldLines(std::span<Line> entry, bool areTextsOurs, Texts& texts) {
@@ -51,7 +53,7 @@ UnfoldedEntry unfoldLines(std::span<Line> entry, bool areTextsOurs, Texts& texts
       const bool isAlone = static_cast<size_t>(attribute.nextLine) == place + 1;
       // Nothing but a newline may have been added, and not to a piece so long that the two would be read as two lines.
       unfolded.isAsRead = unfolded.isAsRead && isAlone && length == entry[place].length && length < LONGEST_LINE;
-      entry[unfolded.lines++] = unfoldedLine(attribute, texts);
+      entry[unfolded.lines++] = unfoldedLine(attribute.text, !isAlone, texts);
       place = static_cast<size_t>(attribute.nextLine);
     }
   }
