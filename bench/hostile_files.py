@@ -23,6 +23,8 @@ CONVERTED, REFUSED = 0, 255
 FULL = 43     # lines that every entry may have beside those it has anyway
 LONG = 4000   # characters of a line that is not too long
 PHOTO = folded(76, 4_000_000)
+# In the work file it is two lines, the second of which is dropped, and with it the newline.
+LONG_AND_DROPPED = b"x: " + b"y" * 2092 + b"\n " + b"y" * 2000 + b"acl: z"
 
 
 def lines_of_length(length):
@@ -83,6 +85,12 @@ def failing_at_the_end(size):
     yield entry(folded(2, 480_000).replace(b"jpegPhoto:: ", b"dn: cn="), b"objectclass: secUser")
 
 
+def user_in_the_rows_of_others(size):
+    yield own_entry(MANY, *numbered(b"x", 200_000, b"v" * (size // 400_000)))
+    yield map_entry(MANY)
+    yield from each(own_entry, map_entry)(size // 2)
+
+
 def map_missing_at_the_end(size):
     yield from each(own_entry, map_entry)(size)
     yield own_entry(MANY)
@@ -122,6 +130,8 @@ FILES = (
             each(with_lines(other_entry, *lines_of_length(4095)))),
     Hostile("lines of 8,190 characters in users", MANY, 1, REFUSED,
             each(with_lines(own_entry, *lines_of_length(8190)), map_entry)),
+    Hostile("users whose last line is cut, so that all are one run of lines", MANY, 1, CONVERTED,
+            each(own_entry, with_lines(map_entry, LONG_AND_DROPPED))),
     Hostile("lines of 8,190 characters in other entries", 1, 1, CONVERTED,
             each(with_lines(other_entry, *lines_of_length(8190)))),
     Hostile("one line of blanks", 1, 1, CONVERTED, repeated(b" ")),
@@ -154,6 +164,8 @@ FILES = (
     Hostile("4,000 blanks beside one comma in each DN", MANY, 1, CONVERTED,
             each(with_dn(own_entry, wide_dn), with_dn(map_entry, wide_dn))),
     Hostile("a user doubled", MANY, 1, REFUSED, each(own_entry, own_entry, map_entry)),
+    Hostile("one entry of a user again and again", 1, 1, REFUSED, repeated(own_entry(0))),
+    Hostile("a user whose lines fill the rows of others", MANY, 1, REFUSED, user_in_the_rows_of_others),
     Hostile("a user without a map, the last one", MANY, 1, REFUSED, map_missing_at_the_end),
 
     # Passes.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <tuple>
 
 // The end of a record with an install date, whose digits are not known beforehand.
 static constexpr std::string_view dateTag = "installDate: ";
@@ -189,61 +188,70 @@ bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, b
   return areFound;
 }
 
-// Parts a record in two. Returns the first of them.
-static uint32_t part(OutputRecords& records, uint32_t number, size_t length) {
-  const OutputRecord& whole = records.all[number];
-  const uint64_t begin = whole.place;
-  const uint64_t end = begin + length;
-  SurveyedFile& file = *records.file;
-  // As a whole it is none.
-  takeOut(records, whole.hash, NO_PLACE, [&](const OutputRecord& record) { return &record == &whole; });
-  const uint32_t first = add(records, textFrom(file, begin, length).substr(0, length), begin);
-  records.all[first].isOpen = 1;
-  link(records, first);
-  const std::string_view rest = end < file.size ? recordAt(file, end) : std::string_view();
-  if (!rest.empty() && rest[0] != '\n') link(records, add(records, rest, end));
-  return first;
+static OutputRecord& addOpen(OutputRecords& records, uint64_t begin, size_t length) {
+  const uint32_t number = add(records, textFrom(*records.file, begin, length).substr(0, length), begin);
+  link(records, number);
+  OutputRecord& record = records.all[number];
+  record.isOpen = 1;
+  return record;
+}
+
+// Adds what stands behind an open record, up to the next empty line.
+static void addRest(OutputRecords& records, uint64_t begin) {
+  const std::string_view rest = begin < records.file->size ? recordAt(*records.file, begin) : std::string_view();
+  if (!rest.empty() && rest[0] != '\n') link(records, add(records, rest, begin));
+}
+
+// Takes one out that is none, or has been found without being searched for.
+static void takeOut(OutputRecords& records, const OutputRecord& wanted) {
+  takeOut(records, wanted.hash, NO_PLACE, [&](const OutputRecord& record) { return &record == &wanted; });
 }
 
 bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
-  for (uint32_t i = 0; i < records.all.size(); ++i) {
+  for (size_t i = 0; i < records.all.size(); ++i) {
     if (records.all[i].isFound != 0 || records.all[i].place != begin) continue;
-    const uint32_t first = part(records, i, static_cast<size_t>(end - begin));
-    takeOut(records, records.all[first].hash, NO_PLACE,
-            [&](const OutputRecord& record) { return &record == &records.all[first]; });
+    takeOut(records, records.all[i]);
+    takeOut(records, addOpen(records, begin, static_cast<size_t>(end - begin)));
+    addRest(records, end);
     return true;
   }
   return false;
 }
 
+static std::string_view firstLineOf(std::string_view text) { return text.substr(0, text.find('\n')); }
+
 void announceOpenRecord(OutputRecords& records, std::string_view text) {
-  // Where a value is blank what stands before it reads as a record of its own.
-  const size_t gap = text.rfind("\n\n");
-  if (gap != std::string_view::npos) text.remove_prefix(gap + 2);
-  records.open.push_back({hashOf(text.substr(0, text.find('\n'))), hashOf(text), text.size()});
+  records.open.push_back({hashOf(firstLineOf(text)), hashOf(text), text.size()});
+  records.longestOpen = std::max(records.longestOpen, text.size());
 }
 
-// Returns the length of the record that has been announced and begins there, 0 without one.
+// Returns the length of the record that has been announced and begins there, 0 without one that another one is behind.
 static size_t lengthOfOpen(OutputRecords& records, uint64_t place) {
-  const std::string_view text = recordAt(*records.file, place);
-  const uint64_t dnHash = hashOf(text.substr(0, text.find('\n')));
+  const std::string_view text = textFrom(*records.file, place, records.longestOpen + 1);
+  const uint64_t dnHash = hashOf(firstLineOf(text));
   auto open = std::lower_bound(records.open.begin(), records.open.end(), dnHash,
                                [](const OpenRecord& one, uint64_t hash) { return one.dnHash < hash; });
   for (; open != records.open.end() && open->dnHash == dnHash; ++open)
-    if (open->length < text.size() && hashOf(text.substr(0, open->length)) == open->hash) return open->length;
+    if (open->length < text.size() && text[open->length] != '\n' && hashOf(text.substr(0, open->length)) == open->hash)
+      return open->length;
   return 0;
 }
 
 void partOpenRecords(OutputRecords& records) {
-  // Of two of which one begins with the other the longer one is tried first.
-  std::sort(records.open.begin(), records.open.end(), [](const OpenRecord& one, const OpenRecord& other) {
-    return std::tuple(one.dnHash, other.length) < std::tuple(other.dnHash, one.length);
-  });
-  // What is parted from a record stands behind the others, and can be such a one itself.
-  for (uint32_t i = 0; !records.open.empty() && i < records.all.size(); ++i) {
-    if (records.all[i].isFound != 0 || records.all[i].isOpen != 0) continue;
-    const size_t length = lengthOfOpen(records, records.all[i].place);
-    if (length > 0) part(records, i, length);
+  std::sort(records.open.begin(), records.open.end(),
+            [](const OpenRecord& one, const OpenRecord& other) { return one.dnHash < other.dnHash; });
+  const size_t wholeOnes = records.open.empty() ? 0 : records.all.size();
+  for (size_t i = 0; i < wholeOnes; ++i) {
+    uint64_t place = records.all[i].place;
+    size_t length = records.all[i].isFound != 0 ? 0 : lengthOfOpen(records, place);
+    if (length == 0) continue;
+    takeOut(records, records.all[i]);
+    // Many can stand behind one another, all of them as one.
+    for (; length > 0; length = lengthOfOpen(records, place)) {
+      addOpen(records, place, length);
+      place += length;
+    }
+    addRest(records, place);
   }
 }
 

@@ -35,6 +35,7 @@ struct OutputRecords {
   BlockList<OutputRecord> all = {};   // in their order; behind them those into which one has been parted
   std::vector<uint32_t> chains = {};  // by the hash: the first record of each chain
   std::vector<OpenRecord> open = {};  // that have been announced
+  size_t longestOpen = 0;             // bytes
   uint64_t firstGap = NO_RECORD;      // where the first records are parted by other than one empty line
   int64_t lines = 0;                  // attribute lines of the whole output
 };
