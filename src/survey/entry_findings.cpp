@@ -79,10 +79,10 @@ static void findInLines(FindingId id, const std::vector<size_t>& places, const P
                         FindingSink& findings) {
   uint64_t last = NO_PLACE;
   for (const size_t place : places) {
-    // A line that is cut to nothing is none of the entry's any more; one in front of it never was.
-    const bool isBefore = place >= prepared.text.size();
-    const bool isGone = !isBefore && prepared.text[place] == '\0';
-    const uint64_t line = isGone ? begin + place : wholeLine(prepared, isBefore ? 0 : place, begin);
+    // A line that is cut to nothing is none of the entry's any more; one in front of it never was, and its place in
+    // the entry is less than none.
+    const bool isOutside = place >= prepared.text.size() || prepared.text[place] == '\0';
+    const uint64_t line = isOutside ? begin + place : wholeLine(prepared, place, begin);
     if (line != last) findings.take({id, AT_NONE, begin, line});
     last = line;
   }

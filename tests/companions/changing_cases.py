@@ -223,6 +223,8 @@ TEXTS = (
     shown("NUL byte that begins a line is named by that line, which ends its entry",
           (unit("ou: Other", b"\0sn: two", "cn: three"),), changes("nul-byte", 4, UNIT),
           changes("entry-without-dn", 5, None), shows=("ou: Other\n\ncn: three\n",)),
+    shown("NUL byte in front of an entry is named by its own line, the first of several",
+          (b"\0one\n \0two\n" + unit("ou: Other"),), changes("nul-byte", 1, UNIT), lacks=("one", "two")),
     shown("line that is too long for its CRLF is named, and ends its entry",
           (unit("sn: b", line_of(4094) + "\r", "ou: Other"),), changes("long-line", 4, UNIT),
           changes("entry-without-dn", 5, None)),

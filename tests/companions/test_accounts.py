@@ -11,8 +11,8 @@ import unittest
 
 import folder as folders
 from folder import INPUT, OUTPUT, Folder
-from pieces import (BERT, BERTS_MAP, BERTS_USERS, PLENTY, credentials, entry, group, line_of, map_of, map_of_group,
-                    oversized_unit, policy, policy_data, unit, user, users_entry)
+from pieces import (BERT, BERTS_MAP, BERTS_USERS, LINE, PLENTY, credentials, entry, group, line_of, map_of,
+                    map_of_group, oversized_unit, policy, policy_data, unit, user, users_entry)
 
 AUTHORITY_INFO = entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "version: 5.1")
 
@@ -146,6 +146,14 @@ class Accounts(unittest.TestCase):
                     counts(kept=4 + 3, renamed=1, absorbed=2, bookkeeping=1), (3, 1, 2, 0),
                     {"groups": 1, "resource_credentials": 1})
 
+    def test_records_that_a_cut_line_has_run_together_are_told_apart(self):
+        # Folded, so that it can be read. In the work file it is two lines: the second is dropped, and has the newline.
+        cut = "x: " + "y" * (LINE - 5) + "\n " + "yyacl: z"
+        text = b"".join(user(name) + map_of(name, cut) for name in ("anna", "bert", "carl"))
+        self.expect(text + group("staff") + map_of_group("staff"),
+                    counts(kept=3 * 5 + 3, renamed=4, absorbed=3 * 2 + 2, added=3), (8, 0, 8, 0),
+                    {"users": 3, "groups": 1})
+
     def test_an_entry_of_250000_lines_is_copied_line_by_line(self):
         self.expect(oversized_unit("xoq-entryuuid: 9"), counts(kept=249999, bookkeeping=1), (1, 1, 0, 0),
                     {"straight_through": 1})
@@ -199,6 +207,19 @@ class Accounts(unittest.TestCase):
         self.assertIn("more often", first["text"])
         # Behind the unit's two lines, the user's six of output, and their empty lines.
         self.assertEqual((first["input_line"], first["output_line"]), (1, 3 + 7 + 1))
+
+    def test_each_of_two_equal_entries_needs_a_record_of_its_own(self):
+        # So many that some are found by the way of others.
+        text = b"".join(2 * entry(f"dn: ou={i}", "objectclass: organizationalUnit") for i in range(40))
+        said = self.account(text)
+        self.assertEqual((said["verdict"], said["records"]["straight_through"], self.status), ("complete", 80, 0))
+        said = self.account(text, spoil=lambda output: output.replace(first_record(output), b"", 1))
+        # The entries and records have three lines each.
+        self.assertEqual((said["verdict"], said["records"]["straight_through"]), ("differs", 79))
+        self.assertEqual((said["first_difference"]["input_line"], said["first_difference"]["output_line"]), (4, None))
+        records = text.split(b"\n\n")[:-1:2]
+        said = self.account(text, spoil=lambda output: b"".join(record + b"\n\n" for record in records))
+        self.assertEqual(said["records"]["straight_through"], 40)
 
     def test_a_doubled_record_of_a_user_is_named_by_its_own_entry(self):
         said = self.account(unit() + user("bert") + map_of("bert") + user("carl") + map_of("carl"),
