@@ -4,6 +4,7 @@ A line of blanks ends an entry, a line that begins with "#" is left out, one tha
 before it. A NUL ends its line. The tool reads a line in pieces of 4095 characters at most, each a line of its own.
 """
 
+import bisect
 import functools
 from typing import NamedTuple
 
@@ -111,8 +112,19 @@ def dnOf(entry):
 
 @functools.lru_cache(maxsize=8)
 def dnsByLine(text):
-    """For the number of each line, folded ones counted once, the DN of its entry. A line that a NUL begins ends it."""
-    dns = {line.number: dnOf(entry) for entry in entries(text) for line in entry.lines}
-    ends = {entry.end: dnOf(entry) for entry in entries(text)}
-    return dns | {piece.number: ends[piece.end] for piece in pieces(text, LINE_ROOM)
-                  if text[piece.start] == 0 and piece.end in ends}
+    """For the number of each line, folded ones counted once, the DN of its entry.
+
+    A line that a NUL begins ends the entry before it; one that it leaves blank in front of an entry counts with that.
+    """
+    found = entries(text)
+    dns = {line.number: dnOf(entry) for entry in found for line in entry.lines}
+    ends = {entry.end: dnOf(entry) for entry in found}
+    for piece in pieces(text, LINE_ROOM):
+        if piece.end in ends:
+            if text[piece.start] == 0:
+                dns[piece.number] = ends[piece.end]
+        elif b"\0" in text[piece.start:piece.end] and isBlank(piece.text):
+            behind = bisect.bisect_left(found, piece.end, key=lambda entry: entry.start)
+            if behind < len(found):
+                dns[piece.number] = dnOf(found[behind])
+    return dns

@@ -259,6 +259,11 @@ def without_room(kind):
 
 OTHER_MAP_DN = "cn=again,cn=Users,secAuthority=Default"
 OTHER_MAP = entry(f"dn: {OTHER_MAP_DN}", "objectclass: secMap", "secDN: cn=bert,o=example")
+SECOND_MAP_OF_ANNA, SECOND_MAP_OF_BERT = map_dn("second-anna"), map_dn("second-bert")
+
+
+def second_map(name, *more):
+    return entry(f"dn: {map_dn('second-' + name)}", "objectclass: secMap", f"secDN: cn={name},o=example", *more)
 
 
 def doubled(kind):
@@ -308,6 +313,20 @@ ROWS = (
                 (USER, MAP, REGISTRY, b"\n", OTHER_MAP),
                 stops("user-without-own-entry", 9 + REGISTRY_LINES + 2, OTHER_MAP_DN),
                 stops("doubled-entry", 9 + REGISTRY_LINES + 2, OTHER_MAP_DN, "others"), slots=(2, 1), ends=(PLENTY,)),
+    shown_alone("what passes leave of two users is met in the order of their first entries left",
+                (user("anna"), map_of("anna"), user("bert"), map_of("bert"), user("anna"), user("bert"),
+                 second_map("bert", "no colon"), second_map("anna", "no colon")),
+                stops("line-without-colon", 34, SECOND_MAP_OF_ANNA), stops("line-without-colon", 29, SECOND_MAP_OF_BERT),
+                stops("doubled-entry", 19, own_dn("anna"), "others"), stops("doubled-entry", 24, BERT, "others"),
+                stops("doubled-entry", 34, SECOND_MAP_OF_ANNA, "others"),
+                stops("doubled-entry", 29, SECOND_MAP_OF_BERT, "others"), slots=(1, 1), ends=(PLENTY,)),
+    # Carl's data fill the row of Dora's, too: one more counts as gathered than are, so that Fritz's have to wait for
+    # the fourth pass, which has no user to them.
+    shown_alone("policy data of too many lines keep others from being gathered with their user",
+                (user("anna"), map_of("anna"), user("bert"), map_of("bert"), user("carl"), user("dora"), map_of("carl"),
+                 map_of("dora"), policy_data("dora"), policy_data("carl", *lines(ROW + 10)), user("emil"),
+                 map_of("emil"), policy_data("emil"), user("fritz"), map_of("fritz"), policy_data("fritz")),
+                stops("too-many-lines", 41, f"cn=Data,{own_dn('carl')}"), slots=(2, 1)),
     beside("doubled-entry", "one entry of each kind is no doubled one",
            (USER, MAP, users_entry("bert"), policy("bert"), policy_data("bert"), GROUP, GROUP_MAP)),
 )

@@ -40,6 +40,8 @@ def line_named(run):
 def check_conversion(folder, case, given, said):
     run = folder.convert(case.slots)
     faults = differs("exit status of the tool", 255 if given else 0, run.returncode)
+    faults += differs("passes that the tool tells of", (run.stdout + run.stderr).count(b"380928313"),
+                      said["run"]["passes"])
     if given:
         faults += differs("line that the tool names", line_named(run), said["run"]["line"])
         if len(given) == 1 and line_named(run) is not None:
