@@ -510,8 +510,8 @@ static bool meetEntries(Play& play, std::vector<QueueHead> heads) {
       heads.pop_back();
     if (!meet(play, head.entry)) continue;
     isAny = true;
-    Queue& queue = *head.queue;
-    if (++queue.next < queue.end) followers.push({play.queued[queue.next], &queue});
+    Queue* const queue = head.queue;
+    if (++queue->next < queue->end) followers.push({play.queued[queue->next], queue});
   }
   return isAny;
 }
