@@ -399,7 +399,10 @@ static void addQueues(Play& play, std::span<const uint32_t> entries) {
 }
 
 static void makeQueues(Play& play) {
-  const auto& all = play.registry.entries;
+  auto& all = play.registry.entries;
+  // Nearly all records have been made. What has been kept for making them gives its memory to the queues.
+  play.registry.kept = {};
+  for (uint32_t i = 0; i < all.size(); ++i) all[i].keptAt = NOT_KEPT;
   for (uint32_t i = 0; i < noOwner(play); ++i) addQueues(play, entriesOf(play.registry, play.registry.owners[i]));
   std::vector<uint32_t> withoutOwner;
   for (uint32_t i = 0; i < all.size(); ++i)
