@@ -25,8 +25,6 @@ struct Accounting {
   std::string text = {};     // of a record
 };
 
-static std::string_view firstLineOf(std::string_view text) { return text.substr(0, text.find('\n')); }
-
 // The order of records depends on the slot counts, so that each is looked for by its bytes, wherever it stands.
 // Their sum shows what is there besides.
 static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAddedDate = false) {

@@ -8,6 +8,7 @@
 #include "account/report.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
+#include "survey/freed_memory.h"
 #include "survey/progress.h"
 #include "survey/shown_place.h"
 
@@ -49,6 +50,7 @@ static int account(const AccountOptions& options) {
 
 int main(int argumentCount, char** arguments) {
   const AccountOptions options = readOptions(argumentCount, arguments);
+  giveBackLargeBlocks();
   try {
     return account(options);
   } catch (const std::bad_alloc&) {

@@ -218,8 +218,6 @@ bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
   return false;
 }
 
-static std::string_view firstLineOf(std::string_view text) { return text.substr(0, text.find('\n')); }
-
 void announceOpenRecord(OutputRecords& records, std::string_view text) {
   records.open.push_back({hashOf(firstLineOf(text)), hashOf(text), text.size()});
   records.longestOpen = std::max(records.longestOpen, text.size());

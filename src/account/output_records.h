@@ -40,6 +40,8 @@ struct OutputRecords {
   int64_t lines = 0;                  // attribute lines of the whole output
 };
 
+inline std::string_view firstLineOf(std::string_view record) { return record.substr(0, record.find('\n')); }
+
 // Looks the output through.
 void readRecords(SurveyedFile& file, OutputRecords& records);
 

@@ -14,6 +14,7 @@
 #include "platform/file_operations.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
+#include "survey/freed_memory.h"
 #include "survey/progress.h"
 #include "survey/shown_place.h"
 
@@ -66,6 +67,7 @@ static int check(const CheckOptions& options) {
 
 int main(int argumentCount, char** arguments) {
   const CheckOptions options = readOptions(argumentCount, arguments);
+  giveBackLargeBlocks();
   signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is the error of a call
   try {
     return check(options);

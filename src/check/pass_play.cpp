@@ -25,6 +25,7 @@ struct Slot {
   bool isOverrun;  // by an entry that does not fit: in a run it ends there
 };
 static constexpr uint32_t ODD = NONE - 1;  // the parts stand elsewhere
+static constexpr int32_t NO_SLOT = -1;
 static constexpr Slot EMPTY_SLOT = {{NONE, NONE, NONE, NONE, NONE, NONE, NONE}, NONE, NONE, NONE, false};
 
 // A release that has run on into the row of another slot.
@@ -46,7 +47,7 @@ struct RunOn {
 // The entries of one kind and owner that are left, in the order of the work file. What keeps one of them from being
 // gathered in a pass, keeps those behind it.
 struct Queue {
-  uint32_t next;  // place in Play::queued
+  uint32_t next;  // place in Registry::byOwner
   uint32_t end;
 };
 
@@ -65,14 +66,13 @@ struct Play {
   int32_t counts[RESCREDS_KIND] = {};
   std::vector<PlayedOverrun> overruns = {};
 
-  std::unordered_map<uint32_t, int32_t> slotOfOwner = {};  // those that are found in this pass
-  std::vector<uint32_t> queued = {};                       // numbers of entries
-  std::vector<Queue> queues = {};                          // those of one owner together; at the end those of none
-  std::vector<uint32_t> firstQueues = {};                  // by owner
-  uint32_t nextOwner[2] = {0, 0};                          // by Side, among those that no pass has met
-  std::set<uint32_t> metBefore[2] = {};                    // the first entry that is left of owners that one has met
-  std::unordered_set<uint64_t> reported = {};              // findings that have been told, by entry and identifier
-  std::vector<RunOn> runOn = {};                           // in this pass
+  std::vector<int32_t> slotOfOwner = {};       // by owner: that which is found in this pass, or NO_SLOT
+  std::vector<Queue> queues = {};              // those of one owner together; at the end those of none
+  std::vector<uint32_t> firstQueues = {};      // by owner
+  uint32_t nextOwner[2] = {0, 0};              // by Side, among those that no pass has met
+  std::set<uint32_t> metBefore[2] = {};        // the first entry that is left of owners that one has met
+  std::unordered_set<uint64_t> reported = {};  // findings that have been told, by entry and identifier
+  std::vector<RunOn> runOn = {};               // in this pass
 };
 
 // Rows of several parts are rare. They stand in a map of their own, so that a slot stays small: there can be as
@@ -249,10 +249,10 @@ static bool meet(Play& play, uint32_t number) {
     return true;
   }
   const Side side = sideOf(kind);
-  const auto found = play.slotOfOwner.find(entry.owner);
-  if (found == play.slotOfOwner.end() && play.inUse[side] >= play.limits[side]) return false;
-  const bool isNewSlot = found == play.slotOfOwner.end();
-  gather(play, number, isNewSlot ? play.inUse[side] : found->second, isNewSlot);
+  const int32_t found = play.slotOfOwner[entry.owner];
+  const bool isNewSlot = found == NO_SLOT;
+  if (isNewSlot && play.inUse[side] >= play.limits[side]) return false;
+  gather(play, number, isNewSlot ? play.inUse[side] : found, isNewSlot);
   return true;
 }
 
@@ -357,9 +357,11 @@ static void flush(Play& play) {
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (int32_t slot = 0; slot < play.inUse[side]; ++slot) flushSlot(play, side, slot);
     play.inUse[side] = 0;
-    for (Slot& slot : play.slots[side]) slot.opener = slot.owner = slot.policyDn = NONE;
+    for (Slot& slot : play.slots[side]) {
+      if (slot.owner != NONE) play.slotOfOwner[slot.owner] = NO_SLOT;
+      slot.opener = slot.owner = slot.policyDn = NONE;
+    }
   }
-  play.slotOfOwner.clear();
 }
 
 // The number behind that of the last owner: of the entries that have none.
@@ -374,40 +376,58 @@ static bool isAnyLeft(std::span<const Queue> queues) {
   return std::any_of(queues.begin(), queues.end(), [](const Queue& queue) { return queue.next < queue.end; });
 }
 
+static uint32_t headOf(const Play& play, const Queue& queue) { return play.registry.byOwner[queue.next]; }
+
+// The queue that an entry is the first of.
+static Queue& queueOf(Play& play, uint32_t entry) {
+  const uint32_t owner = play.registry.entries[entry].owner;
+  const auto queues = queuesOf(play, owner == NONE ? noOwner(play) : owner);
+  return *std::find_if(queues.begin(), queues.end(),
+                       [&](const Queue& queue) { return queue.next < queue.end && headOf(play, queue) == entry; });
+}
+
 // The first entry that is left of an owner, NONE for none.
 // Entries of one owner are taken in several passes where two of them are of a kind.
 static uint32_t firstLeft(Play& play, uint32_t owner) {
   uint32_t first = NONE;
   for (const Queue& queue : queuesOf(play, owner))
-    if (queue.next < queue.end) first = std::min(first, play.queued[queue.next]);
+    if (queue.next < queue.end) first = std::min(first, headOf(play, queue));
   return first;
 }
 
-// Puts the entries of an owner into queues by their kinds.
-static void addQueues(Play& play, std::span<const uint32_t> entries) {
-  const auto kindOfNext = [&](uint32_t place) { return play.registry.entries[play.queued[place]].kind; };
-  auto begin = static_cast<uint32_t>(play.queued.size());
+// Sorts the entries of an owner into queues by their kinds. They stand in a range of Registry::byOwner.
+static void addQueues(Play& play, uint32_t begin, uint32_t end) {
+  std::vector<uint32_t>& byOwner = play.registry.byOwner;
+  const auto kindOf = [&](uint32_t number) { return play.registry.entries[number].kind; };
   play.firstQueues.push_back(static_cast<uint32_t>(play.queues.size()));
-  play.queued.insert(play.queued.end(), entries.begin(), entries.end());
-  std::stable_sort(play.queued.begin() + begin, play.queued.end(), [&](uint32_t one, uint32_t other) {
-    return play.registry.entries[one].kind < play.registry.entries[other].kind;
+  std::sort(byOwner.begin() + begin, byOwner.begin() + end, [&](uint32_t one, uint32_t other) {
+    return kindOf(one) != kindOf(other) ? kindOf(one) < kindOf(other) : one < other;
   });
-  for (uint32_t end = begin; begin < play.queued.size(); begin = end) {
-    while (end < play.queued.size() && kindOfNext(end) == kindOfNext(begin)) ++end;
-    play.queues.push_back({begin, end});
+  for (uint32_t next = begin; begin < end; begin = next) {
+    while (next < end && kindOf(byOwner[next]) == kindOf(byOwner[begin])) ++next;
+    play.queues.push_back({begin, next});
   }
 }
 
-static void makeQueues(Play& play) {
+// What passes need in which something odd can happen.
+static void prepareOddPasses(Play& play) {
   auto& all = play.registry.entries;
   // Nearly all records have been made. What has been kept for making them gives its memory to the queues.
   play.registry.kept = {};
   for (uint32_t i = 0; i < all.size(); ++i) all[i].keptAt = NOT_KEPT;
-  for (uint32_t i = 0; i < noOwner(play); ++i) addQueues(play, entriesOf(play.registry, play.registry.owners[i]));
-  std::vector<uint32_t> withoutOwner;
-  for (uint32_t i = 0; i < all.size(); ++i)
-    if (all[i].owner == NONE && all[i].kind != RESCREDS_KIND) withoutOwner.push_back(i);
-  addQueues(play, withoutOwner);
+  // Growing by doubling would take three times the memory, for a moment.
+  for (const Side side : {USER_SIDE, GROUP_SIDE})
+    play.slots[side].reserve(std::min(play.registry.ownersOf[side], static_cast<uint32_t>(play.limits[side])));
+  play.queues.reserve(all.size());
+  play.firstQueues.reserve(size_t{noOwner(play)} + 2);
+  play.slotOfOwner.assign(noOwner(play), NO_SLOT);
+  uint32_t end = 0;
+  for (uint32_t i = 0; i < noOwner(play); ++i) {
+    const RegistryOwner& owner = play.registry.owners[i];
+    end = owner.begin + owner.entries;
+    addQueues(play, owner.begin, end);
+  }
+  addQueues(play, end, end + play.registry.withoutOwner);
   play.firstQueues.push_back(static_cast<uint32_t>(play.queues.size()));
 }
 
@@ -471,22 +491,15 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
   }
 }
 
-// The first entry of a queue.
-struct QueueHead {
-  uint32_t entry;
-  Queue* queue;
-
-  bool operator>(const QueueHead& other) const { return entry > other.entry; }
-};
-
-static void addHeads(Play& play, std::span<Queue> queues, std::vector<QueueHead>& heads) {
-  for (Queue& queue : queues)
-    if (queue.next < queue.end) heads.push_back({play.queued[queue.next], &queue});
+static void addHeads(const Play& play, std::span<const Queue> queues, std::vector<uint32_t>& heads) {
+  for (const Queue& queue : queues)
+    if (queue.next < queue.end) heads.push_back(headOf(play, queue));
 }
 
 // The entries that the pass meets first. Where earlier ones have left a count that keeps entries away, that can be any.
-static std::vector<QueueHead> headsInReach(Play& play, const std::vector<uint32_t> (&owners)[2]) {
-  std::vector<QueueHead> heads;
+static std::vector<uint32_t> headsInReach(Play& play, const std::vector<uint32_t> (&owners)[2]) {
+  std::vector<uint32_t> heads;
+  heads.reserve(play.queues.size());
   // Owners that the plan has not chosen may find a slot, since those that it has chosen may not.
   if (!areCountsZero(play)) {
     addHeads(play, play.queues, heads);
@@ -501,20 +514,20 @@ static std::vector<QueueHead> headsInReach(Play& play, const std::vector<uint32_
 
 // Has the pass meet the entries in the order of the work file. Returns false when it can gather none.
 // There can be as many passes as an owner has entries of a kind, so that no pass looks at all of them.
-static bool meetEntries(Play& play, std::vector<QueueHead> heads) {
+static bool meetEntries(Play& play, std::vector<uint32_t> heads) {
   bool isAny = false;
-  std::priority_queue<QueueHead, std::vector<QueueHead>, std::greater<>> followers;
+  std::priority_queue<uint32_t, std::vector<uint32_t>, std::greater<>> followers;
   while (!heads.empty() || !followers.empty()) {
     const bool isFollower = heads.empty() || (!followers.empty() && heads.back() > followers.top());
-    const QueueHead head = isFollower ? followers.top() : heads.back();
+    const uint32_t head = isFollower ? followers.top() : heads.back();
     if (isFollower)
       followers.pop();
     else
       heads.pop_back();
-    if (!meet(play, head.entry)) continue;
+    if (!meet(play, head)) continue;
     isAny = true;
-    Queue* const queue = head.queue;
-    if (++queue->next < queue->end) followers.push({play.queued[queue->next], queue});
+    Queue& left = queueOf(play, head);
+    if (++left.next < left.end) followers.push(headOf(play, left));
   }
   return isAny;
 }
@@ -573,7 +586,7 @@ PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker&
                      FindingSink& findings) {
   Play play = {registry, slots, maker, newDns, findings};
   // Most registries are regular through and through, so that no entry is looked at here, only the owners' sums.
-  if (!registry.isRegular) makeQueues(play);
+  if (!registry.isRegular) prepareOddPasses(play);
   for (;;) {
     std::vector<uint32_t> owners[2] = {takeOwners(play, USER_SIDE), takeOwners(play, GROUP_SIDE)};
     const bool isPlain =

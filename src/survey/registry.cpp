@@ -76,6 +76,7 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
     // What has no owner is met by every pass, and ends a run.
   } else if (isGathered) {
     registry.isRegular = false;
+    ++registry.withoutOwner;
   }
   registry.entries.push_back(entry);
 }
@@ -113,9 +114,13 @@ static void sortByOwner(Registry& registry) {
     next[i] = owner.begin = begin;
     begin += owner.entries;
   }
-  registry.byOwner.resize(begin);
-  for (uint32_t i = 0; i < registry.entries.size(); ++i)
-    if (const uint32_t owner = registry.entries[i].owner; owner != NONE) registry.byOwner[next[owner]++] = i;
+  registry.byOwner.resize(size_t{begin} + registry.withoutOwner);
+  for (uint32_t i = 0; i < registry.entries.size(); ++i) {
+    const GatheredEntry& entry = registry.entries[i];
+    if (entry.kind == RESCREDS_KIND) continue;
+    uint32_t& place = entry.owner == NONE ? begin : next[entry.owner];
+    registry.byOwner[place++] = i;
+  }
 }
 
 void endAdding(Registry& registry) {
@@ -123,5 +128,7 @@ void endAdding(Registry& registry) {
   for (size_t i = end - std::min(end, Registry::AWAITED); i < end; ++i)
     settle(registry, registry.awaited[i % Registry::AWAITED]);
   registry.awaitedEnd = 0;
+  // Nobody looks for an owner any more.
+  registry.places = {};
   sortByOwner(registry);
 }

@@ -73,10 +73,12 @@ struct Measures {
 struct Registry {
   BlockList<GatheredEntry> entries;  // in the order of the work file
   BlockList<RegistryOwner> owners;   // in the order in which the entries show them
-  std::vector<uint32_t> byOwner;     // the numbers of the entries that have owners, in the order of these
-  std::vector<OwnerPlace> places;    // hash table of the owners
+  // The numbers of the entries that are gathered, in the order of their owners; at the end those that have none.
+  std::vector<uint32_t> byOwner;
+  std::vector<OwnerPlace> places;  // hash table of the owners
   KeptLines kept;
   uint32_t ownersOf[2] = {0, 0};  // by Side
+  uint32_t withoutOwner = 0;      // entries
   bool isRegular = true;          // all of them are, and every entry has one
   bool mayHoldNul = false;        // the input does
   bool hasOpenLines = false;      // a line of an entry may have no line end: it is a piece of a longer one
