@@ -11,7 +11,7 @@
 // A record that should be in the output and is not.
 struct MissingRecord {
   uint64_t begin;  // of its first entry in the input
-  size_t dnHash;
+  uint64_t dnHash;
 };
 
 // An account while it is made.
@@ -22,32 +22,44 @@ struct Accounting {
   std::deque<MissingRecord> missing = {};
   uint64_t expectedBytes = 0;
   uint64_t copiedBytes = 0;  // of those that the preparation writes
-  std::string text = {};     // of a record
+
+  // A record as the conversion writes it, in the pieces in which its lines lie in memory.
+  std::vector<std::string_view> pieces = {};
+  size_t size = 0;  // bytes of them
 };
+
+static PiecedText recordOf(const Accounting& accounting) { return {accounting.pieces, 0, accounting.size}; }
+
+static void beginRecord(Accounting& accounting) {
+  accounting.pieces.clear();
+  accounting.size = 0;
+}
+
+static void addPiece(Accounting& accounting, std::string_view piece) {
+  accounting.pieces.push_back(piece);
+  accounting.size += piece.size();
+}
 
 // The order of records depends on the slot counts, so that each is looked for by its bytes, wherever it stands.
 // Their sum shows what is there besides.
 static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAddedDate = false) {
   // Counted whether it is there or not: the sum must be the size of the output.
-  accounting.expectedBytes += accounting.text.size();
-  if (findRecord(accounting.output, accounting.text, begin, hasAddedDate)) {
+  accounting.expectedBytes += accounting.size;
+  if (findRecord(accounting.output, recordOf(accounting), begin, hasAddedDate)) {
     ++accounting.account.records[kind];
     return true;
   }
-  accounting.missing.push_back({begin, std::hash<std::string_view>()(firstLineOf(accounting.text))});
+  accounting.missing.push_back({begin, hashOfFirstLine(recordOf(accounting))});
   return false;
 }
 
-// A record in one text: the first line, where it is not among the others, and those that are not dropped.
-static void putRecord(std::string& text, std::string_view firstLine, Entry lines, Road road) {
-  const size_t most = firstLine.size() + bytesOfLines(lines) + 1;
-  // Growing by doubling would take three times the room of a record that is itself most of the file.
-  if (text.capacity() < most) text = {};
-  text.reserve(most);
-  text = firstLine;
+// The first line, where it is not among the others, and those that are not dropped.
+static void putRecord(Accounting& accounting, std::string_view firstLine, Entry lines, Road road) {
+  beginRecord(accounting);
+  addPiece(accounting, firstLine);
   for (const Line& line : lines)
-    if (!isDropped(line, road)) text += line.view();
-  text += '\n';
+    if (!isDropped(line, road)) addPiece(accounting, line.view());
+  addPiece(accounting, "\n");
 }
 
 // A written line that is not one of its own in the output: it goes on in the line before, or reads as none.
@@ -97,7 +109,7 @@ static void settleFates(Fates& fates, Entry lines, Road road, bool isFound) {
 
 static void takeCopiedEntry(Accounting& accounting, Entry lines, std::span<const Origin> origins, Road road,
                             uint64_t begin, Fates& fates) {
-  putRecord(accounting.text, {}, lines, road);
+  putRecord(accounting, {}, lines, road);
   // The registry's own entry has got the date of the run as its last line, and that date is not known here.
   const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
   const bool isFound = find(accounting, road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD, begin, hasAddedDate);
@@ -134,7 +146,7 @@ class CopiedEntries final : public EntryVisitor {
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
     if (road == REMAINING) return;  // their turn comes at the end, as in a run
     takeCopiedEntry(accounting_, lines, origins, road, begin, fates_);
-    accounting_.copiedBytes += accounting_.text.size();
+    accounting_.copiedBytes += accounting_.size;
   }
 
   // Such an entry has its place in the output: where those before it end.
@@ -225,21 +237,22 @@ struct OwnerRecords {
   DnComparison newDns;
 };
 
-static void putMerged(std::string& text, const SlotRecords& records) {
-  putRecord(text, records.newDn, Entry(records.merged).subspan(1), MERGED);
+static void putMerged(Accounting& accounting, const SlotRecords& records) {
+  putRecord(accounting, records.newDn, Entry(records.merged).subspan(1), MERGED);
 }
 
-static void putPolicy(std::string& text, const SlotRecords& records) {
-  putRecord(text, records.policyDn, Entry(records.policyLines).subspan(1), POLICY);
+static void putPolicy(Accounting& accounting, const SlotRecords& records) {
+  putRecord(accounting, records.policyDn, Entry(records.policyLines).subspan(1), POLICY);
 }
 
 static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool changetypeSeen, uint64_t begin) {
-  accounting.text = CONTAINER_DN_BEGIN;
-  accounting.text += records.containerDn;
-  for (size_t i = changetypeSeen ? 0 : 1; i < std::size(containerLines); ++i) accounting.text += containerLines[i];
+  beginRecord(accounting);
+  addPiece(accounting, CONTAINER_DN_BEGIN);
+  addPiece(accounting, records.containerDn);
+  for (size_t i = changetypeSeen ? 0 : 1; i < std::size(containerLines); ++i) addPiece(accounting, containerLines[i]);
   const bool hasContainer = find(accounting, CONTAINER_RECORD, begin);
   if (!records.hasPolicy) return hasContainer;
-  putPolicy(accounting.text, records);
+  putPolicy(accounting, records);
   return find(accounting, POLICY_RECORD, begin);
 }
 
@@ -273,7 +286,7 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
         loseEntry(accounting, loadedEntry(maker, part.entry), static_cast<EntryKind>(kind), room.fates);
     return;
   }
-  putMerged(accounting.text, records);
+  putMerged(accounting, records);
   const bool isFound = find(accounting, side == USER_SIDE ? USER_RECORD : GROUP_RECORD, begin);
   // The container comes before the policy, and both are looked for even when the user's own record is missing: each
   // is a difference of its own.
@@ -362,7 +375,8 @@ static void takeCredentials(Accounting& accounting, RecordMaker& maker, Fates& f
 }
 
 static void announceIfOpen(Accounting& accounting) {
-  if (!accounting.text.ends_with("\n\n")) announceOpenRecord(accounting.output, accounting.text);
+  const PiecedText record = recordOf(accounting);
+  if (!endsWith(record, "\n\n")) announceOpenRecord(accounting.output, record);
 }
 
 // A record whose last line has been cut has no empty line behind it: the next one goes on there. It is parted from it
@@ -375,16 +389,16 @@ static void partRecords(Accounting& accounting, RecordMaker& maker, OwnerRecords
     forEachLayer(registry, registry.owners[i], room, [&](const SlotRows& rows) {
       const SlotRecords& records = makeRecords(maker, registry.owners[i].side, rows);
       if (records.problem != NO_DETAIL) return;
-      putMerged(accounting.text, records);
+      putMerged(accounting, records);
       announceIfOpen(accounting);
       if (!records.hasPolicy) return;
-      putPolicy(accounting.text, records);
+      putPolicy(accounting, records);
       announceIfOpen(accounting);
     });
   for (uint32_t i = 0; i < registry.entries.size(); ++i) {
     if (registry.entries[i].kind != RESCREDS_KIND || registry.entries[i].endsPreparation) continue;
     maker.loadedCount = 0;
-    putRecord(accounting.text, {}, loadedEntry(maker, i).lines, REMAINING);
+    putRecord(accounting, {}, loadedEntry(maker, i).lines, REMAINING);
     announceIfOpen(accounting);
   }
   partOpenRecords(accounting.output);
@@ -403,9 +417,10 @@ static void findDifference(Accounting& accounting) {
                        [](const MissingRecord& one, const MissingRecord& other) { return one.begin < other.begin; });
   SurveyedFile& file = *accounting.output.file;
   if (place != NO_RECORD) {
-    const size_t hash = std::hash<std::string_view>()(firstLineOf(recordAt(file, place)));
+    const std::string_view record = recordAt(file, place);
+    const uint64_t hash = hashOfFirstLine(onePiece(record));
     const auto pair = std::find_if(accounting.missing.begin(), accounting.missing.end(),
-                                   [&](const MissingRecord& record) { return record.dnHash == hash; });
+                                   [&](const MissingRecord& one) { return one.dnHash == hash; });
     const bool isPaired = pair != accounting.missing.end();
     first = {true, isPaired ? pair->begin : NO_PLACE, place, "The record is no part of a conversion of the input."};
     if (isPaired) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
 // The end of a record with an install date, whose digits are not known beforehand.
 static constexpr std::string_view dateTag = "installDate: ";
@@ -11,45 +10,26 @@ static constexpr size_t DIGITS = 14;
 
 // The date is that of the run, of which the account knows nothing. It is the only thing in an output that cannot be
 // foretold, and stands in the last line of its record.
-static bool endsWithDate(std::string_view record) {
-  const size_t length = dateTag.size() + DIGITS + dateEnd.size();
-  if (record.size() < length || !record.ends_with(dateEnd)) return false;
-  const std::string_view line = record.substr(record.size() - length);
+static bool endsWithDate(const PiecedText& record) {
+  // With the newline of the line before, unless there is none.
+  char room[1 + dateTag.size() + DIGITS + dateEnd.size()] = {'\n'};
+  const size_t length = std::min(record.size, sizeof room);
+  if (length < sizeof room - 1) return false;
+  copyEnd(record, room + sizeof room - length, length);
+  std::string_view line(room, sizeof room);
+  if (!line.starts_with('\n') || !line.ends_with(dateEnd)) return false;
+  line.remove_prefix(1);
   const std::string_view digits = line.substr(dateTag.size(), DIGITS);
-  const bool beginsLine = record.size() == length || record[record.size() - length - 1] == '\n';
-  return beginsLine && line.starts_with(dateTag) && digits.find_first_not_of("0123456789") == std::string_view::npos;
+  return line.starts_with(dateTag) && digits.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 // The bytes that count where the date does not.
-static std::string_view withoutDate(std::string_view record) {
-  return record.substr(0, record.size() - DIGITS - dateEnd.size());
+static PiecedText withoutDate(const PiecedText& record) {
+  return beginOf(record, record.size - DIGITS - dateEnd.size());
 }
 
-// A quick hash: what it finds is compared byte for byte.
-static uint64_t hashOf(std::string_view text) {
-  constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;
-  uint64_t hash = text.size();
-  uint64_t block = 0;
-  size_t i = 0;
-  for (; i + sizeof block <= text.size(); i += sizeof block) {
-    memcpy(&block, text.data() + i, sizeof block);
-    hash = (hash ^ block) * FACTOR;
-    hash ^= hash >> 29U;
-  }
-  block = 0;
-  memcpy(&block, text.data() + i, text.size() - i);
-  hash = (hash ^ block) * FACTOR;
-  return hash ^ hash >> 32U;
-}
-
-static uint64_t hashOfRecord(std::string_view record) {
+static uint64_t hashOfRecord(const PiecedText& record) {
   return hashOf(endsWithDate(record) ? withoutDate(record) : record);
-}
-
-// Returns the length of the record at the begin of a text: up to its first empty line, which does not belong to it.
-static size_t recordLength(std::string_view text) {
-  const size_t end = text.find("\n\n");
-  return end == std::string_view::npos ? text.size() : end + 1;
 }
 
 // Read in growing steps, because a window need not hold the whole record.
@@ -60,7 +40,7 @@ std::string_view recordAt(SurveyedFile& file, uint64_t place) {
     length *= 2;
     text = textFrom(file, place, length).substr(0, length);
   }
-  return text.substr(0, recordLength(text));
+  return text.substr(0, lengthToEmptyLine(onePiece(text)));
 }
 
 // No record, at the end of a chain.
@@ -82,7 +62,7 @@ static void link(OutputRecords& records, uint32_t number) {
 static uint32_t add(OutputRecords& records, std::string_view text, uint64_t begin) {
   // The place shares its word with two bits: 46 bits are enough for files of 64 TiB.
   constexpr uint64_t PLACES = (uint64_t{1} << 46U) - 1;
-  records.all.push_back({hashOfRecord(text), begin & PLACES, 0, 0, NO_NUMBER});
+  records.all.push_back({hashOfRecord(onePiece(text)), begin & PLACES, 0, 0, NO_NUMBER});
   return static_cast<uint32_t>(records.all.size() - 1);
 }
 
@@ -119,7 +99,7 @@ static bool isAttributeLine(std::string_view text, size_t begin) {
   return begin < text.size() && text[begin] != '\n' && text[begin] != ' ' && text[begin] != '#';
 }
 
-// Returns the length of the record at the begin of a text, as recordLength does, and counts its lines.
+// Returns the length of the record at the begin of a text, up to its first empty line, and counts its lines.
 static size_t measureRecord(std::string_view text, int64_t& lines) {
   for (size_t begin = 0; begin < text.size();) {
     if (text[begin] == '\n') return begin;
@@ -155,35 +135,35 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
 }
 
 // True when the record at the begin of a text is the expected one.
-static bool isSame(std::string_view text, std::string_view expected, bool isOpen, bool hasAddedDate) {
-  const std::string_view record = text.substr(0, expected.size());
+static bool isSame(std::string_view text, const PiecedText& expected, bool isOpen, bool hasAddedDate) {
+  const std::string_view record = text.substr(0, expected.size);
   const bool isEnd =
-      isOpen || text.size() == expected.size() || (text.size() > expected.size() && text[expected.size()] == '\n');
-  if (!isEnd || record.size() != expected.size()) return false;
-  if (!hasAddedDate) return record == expected;
-  return withoutDate(record) == withoutDate(expected);
+      isOpen || text.size() == expected.size || (text.size() > expected.size && text[expected.size] == '\n');
+  if (!isEnd || record.size() != expected.size) return false;
+  const PiecedText compared = hasAddedDate ? withoutDate(expected) : expected;
+  return isEqual(compared, record.substr(0, compared.size));
 }
 
-static bool findOne(OutputRecords& records, std::string_view expected, uint64_t maker, bool hasAddedDate) {
+static bool findOne(OutputRecords& records, const PiecedText& expected, uint64_t maker, bool hasAddedDate) {
   const auto isExpected = [&](const OutputRecord& record) {
-    const std::string_view text = textFrom(*records.file, record.place, expected.size() + 1);
+    const std::string_view text = textFrom(*records.file, record.place, expected.size + 1);
     return isSame(text, expected, record.isOpen != 0, hasAddedDate);
   };
   return takeOut(records, hashOfRecord(expected), maker, isExpected) != NO_NUMBER;
 }
 
-bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, bool hasAddedDate) {
+bool findRecord(OutputRecords& records, PiecedText text, uint64_t maker, bool hasAddedDate) {
   // All of them are marked as found, whether the first one was there or not.
   bool areFound = true;
-  while (!text.empty()) {
-    if (text[0] == '\n') {
-      text.remove_prefix(1);
+  while (text.size > 0) {
+    if (firstLineLength(text) == 0) {
+      text = restOf(text, 1);
       continue;
     }
     // What the conversion writes for one entry reads as several records where a value of it is blank.
-    const std::string_view one = text.substr(0, recordLength(text));
+    const PiecedText one = beginOf(text, lengthToEmptyLine(text));
     areFound = findOne(records, one, maker, hasAddedDate && endsWithDate(one)) && areFound;
-    text.remove_prefix(one.size());
+    text = restOf(text, one.size);
   }
   return areFound;
 }
@@ -218,19 +198,19 @@ bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
   return false;
 }
 
-void announceOpenRecord(OutputRecords& records, std::string_view text) {
-  records.open.push_back({hashOf(firstLineOf(text)), hashOf(text), text.size()});
-  records.longestOpen = std::max(records.longestOpen, text.size());
+void announceOpenRecord(OutputRecords& records, const PiecedText& text) {
+  records.open.push_back({hashOfFirstLine(text), hashOf(text), text.size});
+  records.longestOpen = std::max(records.longestOpen, text.size);
 }
 
 // Returns the length of the record that has been announced and begins there, 0 without one that another one is behind.
 static size_t lengthOfOpen(OutputRecords& records, uint64_t place) {
   const std::string_view text = textFrom(*records.file, place, records.longestOpen + 1);
-  const uint64_t dnHash = hashOf(firstLineOf(text));
+  const uint64_t dnHash = hashOfFirstLine(onePiece(text));
   auto open = std::lower_bound(records.open.begin(), records.open.end(), dnHash,
                                [](const OpenRecord& one, uint64_t hash) { return one.dnHash < hash; });
   for (; open != records.open.end() && open->dnHash == dnHash; ++open)
-    if (open->length < text.size() && text[open->length] != '\n' && hashOf(text.substr(0, open->length)) == open->hash)
+    if (open->length < text.size() && text[open->length] != '\n' && hashOf({{&text, 1}, 0, open->length}) == open->hash)
       return open->length;
   return 0;
 }

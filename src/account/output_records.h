@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "account/pieced_text.h"
 #include "survey/block_list.h"
 #include "survey/findings.h"
 #include "survey/surveyed_file.h"
@@ -40,22 +41,20 @@ struct OutputRecords {
   int64_t lines = 0;                  // attribute lines of the whole output
 };
 
-inline std::string_view firstLineOf(std::string_view record) { return record.substr(0, record.find('\n')); }
-
 // Looks the output through.
 void readRecords(SurveyedFile& file, OutputRecords& records);
 
 // Looks for a record that is as it should be and has not been found before. Returns false when there is none. A text is
 // several records where it holds empty lines; all of them must be there. Of an added install date only the form counts.
 // The maker is the place of the entry in the input.
-bool findRecord(OutputRecords& records, std::string_view text, uint64_t maker, bool hasAddedDate);
+bool findRecord(OutputRecords& records, PiecedText text, uint64_t maker, bool hasAddedDate);
 
 // Finds a record that ends in a place and has no empty line there. What stands behind it is another one. Returns false
 // when no record begins there.
 bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end);
 
 // Announces a record that may have no empty line behind it.
-void announceOpenRecord(OutputRecords& records, std::string_view text);
+void announceOpenRecord(OutputRecords& records, const PiecedText& text);
 
 // Parts the records that go on behind one that has been announced.
 void partOpenRecords(OutputRecords& records);
