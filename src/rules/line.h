@@ -23,6 +23,9 @@ struct Line {
   std::string_view content() const { return {text, contentLength}; }
 };
 
+// True when the merge has left the line where it was.
+inline bool isLeft(const Line& line) { return (line.names & GONE) == 0; }
+
 // The lines of an entry; the first is the dn: line.
 using Entry = std::span<const Line>;
 

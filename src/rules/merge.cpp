@@ -84,13 +84,7 @@ static Matches prepareMatches(std::span<const Line> first, std::span<Line> secon
 
 // Returns the first line left that holds the name anywhere, in any case; null without one.
 static Line* findMatch(Matches& matches, std::string_view name) {
-  if (matches.isIndexed) {
-    std::vector<uint32_t>& holders = linesThatHold(matches.byName, name);
-    // A line that has been taken as a match stays gone, so it leaves the list for good: that keeps all the searches
-    // together in proportion to the size of the entries.
-    while (!holders.empty() && !isLeft(matches.lines[holders.back()])) holders.pop_back();
-    return holders.empty() ? nullptr : &matches.lines[holders.back()];
-  }
+  if (matches.isIndexed) return firstThatHolds(matches.byName, name);
   const ColonText text = ColonText::unknown(name);
   uint64_t holders = 0;
   // A name of one character can have any ending, since another name may end in it; every other name has one.

@@ -12,9 +12,6 @@ struct MergeProblem {
   bool isInFirst = false;      // of the two entries
 };
 
-// True when the merge has left the line where it was.
-inline bool isLeft(const Line& line) { return (line.names & GONE) == 0; }
-
 // Where the merged lines go.
 struct MergedEntry {
   Line* lines;

@@ -32,24 +32,57 @@ static void linkNames(NameMatches& matches) {
   }
 }
 
-// Notes the names in which a text ends. All of them lead to each other, from the longest to the shortest.
-static void noteNames(NameMatches& matches, std::string_view text, uint32_t line) {
+// Notes the longest name in which a text ends. It leads to the others: to note all would take the square of the room
+// where each name ends in all shorter ones.
+static void noteName(NameMatches& matches, std::string_view text, uint32_t line) {
   const auto behind = std::upper_bound(matches.names.begin(), matches.names.end(), text, isBefore);
   if (behind == matches.names.begin()) return;
-  uint32_t name = longestIn(matches, static_cast<uint32_t>(behind - matches.names.begin()) - 1, text);
+  const uint32_t name = longestIn(matches, static_cast<uint32_t>(behind - matches.names.begin()) - 1, text);
   if (!endsIn(text, matches.names[name])) return;
-  for (;; name = matches.shorter[name]) {
-    std::vector<uint32_t>& lines = matches.lines[name];
-    if (lines.empty() || lines.back() != line) lines.push_back(line);
-    if (matches.shorter[name] == name) return;
-  }
+  std::vector<uint32_t>& lines = matches.lines[name];
+  if (lines.empty() || lines.back() != line) lines.push_back(line);
 }
 
-NameMatches findMatches(std::vector<std::string_view> names, Entry entry) {
+static uint32_t firstLine(const NameMatches& matches, uint32_t name) {
+  return matches.lines[name].empty() ? UINT32_MAX : matches.lines[name].back();
+}
+
+static uint32_t winnerOf(const NameMatches& matches, uint32_t one, uint32_t other) {
+  return firstLine(matches, other) < firstLine(matches, one) ? other : one;
+}
+
+static void setWinner(NameMatches& matches, size_t node) {
+  matches.winners[node] = winnerOf(matches, matches.winners[2 * node], matches.winners[2 * node + 1]);
+}
+
+// The leaves, one for each name, stand behind the nodes.
+static void growTree(NameMatches& matches) {
+  const size_t names = matches.names.size();
+  matches.winners.resize(2 * names);
+  for (size_t i = 0; i < names; ++i) matches.winners[names + i] = static_cast<uint32_t>(i);
+  for (size_t node = names; node-- > 1;) setWinner(matches, node);
+}
+
+// Of a range of names returns the one with the first line.
+static uint32_t winnerIn(const NameMatches& matches, size_t begin, size_t end) {
+  auto winner = static_cast<uint32_t>(begin);
+  for (begin += matches.names.size(), end += matches.names.size(); begin < end; begin /= 2, end /= 2) {
+    if (begin % 2 != 0) winner = winnerOf(matches, winner, matches.winners[begin++]);
+    if (end % 2 != 0) winner = winnerOf(matches, winner, matches.winners[--end]);
+  }
+  return winner;
+}
+
+static void forgetFirstLine(NameMatches& matches, uint32_t name) {
+  matches.lines[name].pop_back();
+  for (size_t node = (matches.names.size() + name) / 2; node > 0; node /= 2) setWinner(matches, node);
+}
+
+NameMatches findMatches(std::vector<std::string_view> names, std::span<Line> entry) {
   std::sort(names.begin(), names.end(), isBefore);
   const auto areEqual = [](std::string_view one, std::string_view other) { return !isBefore(one, other); };
   names.erase(std::unique(names.begin(), names.end(), areEqual), names.end());
-  NameMatches matches = {std::move(names), {}, {}};
+  NameMatches matches = {std::move(names), {}, {}, {}, entry};
   matches.lines.resize(matches.names.size());
   linkNames(matches);
   // From the last line to the first, so that the line that is wanted first stands at the end of each list, where taking
@@ -57,12 +90,24 @@ NameMatches findMatches(std::vector<std::string_view> names, Entry entry) {
   for (size_t i = entry.size(); i > 0; --i) {
     const std::string_view line = entry[i - 1].view();
     for (size_t colon = entry[i - 1].firstColon; colon < line.size(); colon = line.find(':', colon + 1))
-      noteNames(matches, line.substr(0, colon + 1), static_cast<uint32_t>(i - 1));
+      noteName(matches, line.substr(0, colon + 1), static_cast<uint32_t>(i - 1));
   }
+  growTree(matches);
   return matches;
 }
 
-std::vector<uint32_t>& linesThatHold(NameMatches& matches, std::string_view name) {
-  const auto place = std::lower_bound(matches.names.begin(), matches.names.end(), name, isBefore);
-  return matches.lines[static_cast<size_t>(place - matches.names.begin())];
+Line* firstThatHolds(NameMatches& matches, std::string_view name) {
+  // The names that end in this one follow it.
+  const auto begin = std::lower_bound(matches.names.begin(), matches.names.end(), name, isBefore);
+  const auto end =
+      std::partition_point(begin, matches.names.end(), [&](std::string_view longer) { return endsIn(longer, name); });
+  const auto placeOf = [&](auto at) { return static_cast<size_t>(at - matches.names.begin()); };
+  for (;;) {
+    const uint32_t winner = winnerIn(matches, placeOf(begin), placeOf(end));
+    if (matches.lines[winner].empty()) return nullptr;
+    Line& line = matches.entry[matches.lines[winner].back()];
+    if (isLeft(line)) return &line;
+    // What is gone stays gone, so that it is looked at once for each of its names.
+    forgetFirstLine(matches, winner);
+  }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -12,11 +13,13 @@
 struct NameMatches {
   std::vector<std::string_view> names;       // each once, in the order of their characters from the colon backwards
   std::vector<uint32_t> shorter;             // for each the longest other one that it ends in; itself without one
-  std::vector<std::vector<uint32_t>> lines;  // of each, the last one first
+  std::vector<std::vector<uint32_t>> lines;  // of each those that hold no longer one at that place, the last one first
+  std::vector<uint32_t> winners;             // binary tree above the names: below each node the one with the first line
+  std::span<Line> entry;                     // lent
 };
 
 // Finds the lines of the entry that hold one of the names. Each name ends in its only colon.
-NameMatches findMatches(std::vector<std::string_view> names, Entry entry);
+NameMatches findMatches(std::vector<std::string_view> names, std::span<Line> entry);
 
-// Returns the lines that hold the name, which is one of them, the last one first. The caller may shorten the list.
-std::vector<uint32_t>& linesThatHold(NameMatches& matches, std::string_view name);
+// Returns the first line left that holds the name, which is one of them; null without one.
+Line* firstThatHolds(NameMatches& matches, std::string_view name);

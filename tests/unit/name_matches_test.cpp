@@ -1,5 +1,6 @@
 #include "rules/name_matches.h"
 
+#include <algorithm>
 #include <random>
 
 #include "test_support.h"
@@ -13,19 +14,46 @@ std::vector<Line> scanned(const Lines& texts) {
 }
 
 // By a plain search for each name.
-std::vector<uint32_t> plainLinesThatHold(const Lines& entry, const std::string& name) {
-  std::vector<uint32_t> lines;
-  for (size_t i = entry.size(); i > 0; i--)
-    if (inLowerCase(entry[i - 1]).find(inLowerCase(name)) != std::string::npos)
-      lines.push_back(static_cast<uint32_t>(i - 1));
+std::vector<size_t> plainLinesThatHold(const Lines& entry, const std::string& name) {
+  std::vector<size_t> lines;
+  for (size_t i = 0; i < entry.size(); i++)
+    if (inLowerCase(entry[i]).find(inLowerCase(name)) != std::string::npos) lines.push_back(i);
+  return lines;
+}
+
+// Takes the lines that hold the name away, one after the other.
+std::vector<size_t> takeLinesThatHold(NameMatches& matches, const std::string& name) {
+  std::vector<size_t> lines;
+  while (Line* const line = firstThatHolds(matches, name)) {
+    lines.push_back(static_cast<size_t>(line - matches.entry.data()));
+    line->names |= GONE;
+  }
   return lines;
 }
 
 void expectMatches(const Lines& names, const Lines& entry) {
-  const std::vector<Line> lines = scanned(entry);
+  for (const std::string& name : names) {
+    std::vector<Line> lines = scanned(entry);
+    NameMatches matches = findMatches({names.begin(), names.end()}, lines);
+    ASSERT_EQ(takeLinesThatHold(matches, name), plainLinesThatHold(entry, name)) << name;
+  }
+}
+
+// What one name has taken away the others do not find.
+void expectMatchesInTurn(const Lines& names, const Lines& entry) {
+  std::vector<Line> lines = scanned(entry);
   NameMatches matches = findMatches({names.begin(), names.end()}, lines);
-  for (const std::string& name : names)
-    ASSERT_EQ(linesThatHold(matches, name), plainLinesThatHold(entry, name)) << name;
+  std::vector<bool> areGone(entry.size());
+  for (const std::string& name : names) {
+    const std::vector<size_t> holders = plainLinesThatHold(entry, name);
+    const auto first = std::find_if(holders.begin(), holders.end(), [&](size_t i) { return !areGone[i]; });
+    Line* const found = firstThatHolds(matches, name);
+    ASSERT_EQ(found == nullptr, first == holders.end()) << name;
+    if (found == nullptr) continue;
+    ASSERT_EQ(static_cast<size_t>(found - lines.data()), *first) << name;
+    found->names |= GONE;
+    areGone[*first] = true;
+  }
 }
 
 struct MatchCase {
@@ -33,28 +61,28 @@ struct MatchCase {
   Lines names;
   Lines entry;
   const char* sought;
-  std::vector<uint32_t> lines;
+  std::vector<size_t> lines;
 };
 class LinesThatHold : public testing::TestWithParam<MatchCase> {};
 const MatchCase matchCases[] = {
-    {"TheLastOneFirst", {"cn:"}, {"cn: a\n", "sn: b\n", "cn: c\n"}, "cn:", {2, 0}},
-    {"AnyCase", {"Cn:"}, {"CN: a\n", "cN: b\n"}, "cn:", {1, 0}},
+    {"InTheirOrder", {"cn:"}, {"cn: a\n", "sn: b\n", "cn: c\n"}, "cn:", {0, 2}},
+    {"AnyCase", {"Cn:"}, {"CN: a\n", "cN: b\n"}, "cn:", {0, 1}},
     {"EndOfALongerName", {"cn:", "seccn:"}, {"seccn: a\n"}, "cn:", {0}},
     {"LongerNameIsNotItsEnd", {"cn:", "seccn:"}, {"cn: a\n"}, "seccn:", {}},
     {"NameInAValue", {"cn:"}, {"text: see cn: a\n"}, "cn:", {0}},
     {"LineThatHoldsItTwiceCountsOnce", {"cn:"}, {"cn: cn: cn:\n"}, "cn:", {0}},
-    {"ColonAlone", {":", "cn:"}, {"a: b\n", "none\n", "cn: a\n"}, ":", {2, 0}},
+    {"ColonAlone", {":", "cn:"}, {"a: b\n", "none\n", "cn: a\n"}, ":", {0, 2}},
     {"NoneHoldsIt", {"cn:", "dn:"}, {"sn: a\n", "n: a\n"}, "cn:", {}},
     {"LineShorterThanTheName", {"description:"}, {"n: a\n"}, "description:", {}},
-    {"ChainOfEnds", {"n:", "cn:", "bcn:", "abcn:"}, {"xbcn: a\n", "abcn: a\n"}, "cn:", {1, 0}},
+    {"ChainOfEnds", {"n:", "cn:", "bcn:", "abcn:"}, {"xbcn: a\n", "abcn: a\n"}, "cn:", {0, 1}},
     {"ShorterNameBesideOneThatEndsOtherwise", {"n:", "an:", "bn:"}, {"cn: a\n"}, "n:", {0}},
     {"EmptyEntry", {"cn:"}, {}, "cn:", {}},
 };
 INSTANTIATE_CASES(LinesThatHold, matchCases);
 TEST_P(LinesThatHold, AreFound) {
-  const std::vector<Line> lines = scanned(GetParam().entry);
+  std::vector<Line> lines = scanned(GetParam().entry);
   NameMatches matches = findMatches({GetParam().names.begin(), GetParam().names.end()}, lines);
-  EXPECT_EQ(linesThatHold(matches, GetParam().sought), GetParam().lines);
+  EXPECT_EQ(takeLinesThatHold(matches, GetParam().sought), GetParam().lines);
   expectMatches(GetParam().names, GetParam().entry);
 }
 
@@ -64,7 +92,7 @@ TEST(NameMatches, KnowEachNameOnce) {
 }
 
 TEST(NameMatches, OfNoNamesAreNone) {
-  const std::vector<Line> lines = {scanLine("cn: a\n")};
+  std::vector<Line> lines = {scanLine("cn: a\n")};
   EXPECT_TRUE(findMatches({}, lines).names.empty());
 }
 
@@ -83,6 +111,7 @@ TEST(NameMatches, AreThoseOfAPlainSearchInPseudorandomEntries) {
     for (size_t count = random() % 30; count > 0; count--) names.push_back(anyText(random, "abA", 6) + ":");
     for (size_t count = random() % 30; count > 0; count--) entry.push_back(anyText(random, "aabBA::", 20) + "\n");
     expectMatches(names, entry);
+    expectMatchesInTurn(names, entry);
   }
 }
 
