@@ -8,7 +8,7 @@
 #include "account/report.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
-#include "survey/freed_memory.h"
+#include "platform/freed_memory.h"
 #include "survey/progress.h"
 #include "survey/shown_place.h"
 

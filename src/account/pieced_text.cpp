@@ -39,8 +39,9 @@ size_t lengthToEmptyLine(const PiecedText& text) {
 }
 
 void copyEnd(const PiecedText& text, char* end, size_t length) {
+  char* next = end;
   forEachPiece(restOf(text, text.size - length), [&](std::string_view piece) {
-    end = std::copy(piece.begin(), piece.end(), end);
+    next = std::copy(piece.begin(), piece.end(), next);
     return true;
   });
 }

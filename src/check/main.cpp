@@ -12,9 +12,9 @@
 #include "check/split.h"
 #include "check/surroundings.h"
 #include "platform/file_operations.h"
+#include "platform/freed_memory.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
-#include "survey/freed_memory.h"
 #include "survey/progress.h"
 #include "survey/shown_place.h"
 
@@ -52,7 +52,7 @@ static int check(const CheckOptions& options) {
   // The conversion gives up before it reads; everything else is foretold as if it did not.
   if (code != 0) failAtOnce(prediction, code);
   endSurveyProgress();
-  report.end(prediction, memoryOfRun(prediction, prediction.slots, isInMemory));
+  report.end(prediction, memoryOfRun(prediction, isInMemory));
   // What has been said may hold for no file that there ever was.
   if (!isUnchanged(file)) endFor(options.input);
   if (options.good != nullptr)

@@ -73,6 +73,7 @@ struct Play {
   std::set<uint32_t> metBefore[2] = {};        // the first entry that is left of owners that one has met
   std::unordered_set<uint64_t> reported = {};  // findings that have been told, by entry and identifier
   std::vector<RunOn> runOn = {};               // in this pass
+  bool isPlanLeft = false;                     // in this pass, because an entry has been left
 };
 
 // Rows of several parts are rare. They stand in a map of their own, so that a slot stays small: there can be as
@@ -188,6 +189,21 @@ static void appendRest(const std::vector<RowPart>& from, uint32_t passed, std::v
   }
 }
 
+// Slots that are opened behind a failure are the play's alone.
+static void noteSlots(Play& play, Side side, size_t slots) {
+  if (play.run.failure.code == 0) play.run.memory.slots[side] = std::max<uint64_t>(play.run.memory.slots[side], slots);
+}
+
+static void noteLookUp(Play& play) {
+  if (play.run.failure.code == 0) play.run.memory.looksOwnersUp = true;
+}
+
+// True for an entry that is gathered without a look at it. Where it is not, the run looks for its owner's slot by the
+// DN.
+static bool isAsPlanned(const GatheredEntry& entry) {
+  return entry.kind == entry.rowKind && entry.opensForKey && entry.lines < columns(static_cast<EntryKind>(entry.kind));
+}
+
 // Puts the entry into the row and, as far as it is too long, into those behind it.
 static void place(Play& play, uint32_t entry, int32_t slot) {
   const EntryKind kind = rowKindOf(play.registry, entry);
@@ -209,6 +225,7 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
     setRow(play, kind, slot, std::move(parts));
     if (slot != first) play.runOn.push_back({kind, slot, entry});
   }
+  noteSlots(play, sideOf(kind), play.slots[sideOf(kind)].size());
   ++play.counts[kind];
 }
 
@@ -217,6 +234,7 @@ static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
   const EntryKind kind = rowKindOf(play.registry, entry);
   const Side side = sideOf(kind);
   Slot& target = slotAt(play, side, slot);
+  if (target.rows[kind] != NONE || !isAsPlanned(play.registry.entries[entry])) noteLookUp(play);
   // Two entries of one kind and owner, or the rest of a long one that came before: the run ends here, in whichever
   // pass the two meet in a slot.
   if (target.rows[kind] != NONE) {
@@ -327,6 +345,9 @@ static void flushSlot(Play& play, Side side, int32_t number) {
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
     if (sideOf(static_cast<EntryKind>(kind)) == side)
       rows.parts[kind] = readOn(play, static_cast<EntryKind>(kind), number);
+  if (play.run.failure.code == 0)
+    for (const auto& parts : rows.parts)
+      play.run.memory.mostLines = std::max(play.run.memory.mostLines, linesOf(parts));
   const auto entries = entriesOf(play.registry, owner);
   const bool isAsAlone = owner.isRegular && std::all_of(entries.begin(), entries.end(), [&](uint32_t i) {
                            return slot.rows[rowKindOf(play.registry, i)] == i;
@@ -398,13 +419,13 @@ static uint32_t firstLeft(Play& play, uint32_t owner) {
 // Sorts the entries of an owner into queues by their kinds. They stand in a range of Registry::byOwner.
 static void addQueues(Play& play, uint32_t begin, uint32_t end) {
   std::vector<uint32_t>& byOwner = play.registry.byOwner;
-  const auto kindOf = [&](uint32_t number) { return play.registry.entries[number].kind; };
+  const auto ofKind = [&](uint32_t number) { return play.registry.entries[number].kind; };
   play.firstQueues.push_back(static_cast<uint32_t>(play.queues.size()));
   std::sort(byOwner.begin() + begin, byOwner.begin() + end, [&](uint32_t one, uint32_t other) {
-    return kindOf(one) != kindOf(other) ? kindOf(one) < kindOf(other) : one < other;
+    return ofKind(one) != ofKind(other) ? ofKind(one) < ofKind(other) : one < other;
   });
   for (uint32_t next = begin; begin < end; begin = next) {
-    while (next < end && kindOf(byOwner[next]) == kindOf(byOwner[begin])) ++next;
+    while (next < end && ofKind(byOwner[next]) == ofKind(byOwner[begin])) ++next;
     play.queues.push_back({begin, next});
   }
 }
@@ -472,6 +493,7 @@ static bool areCountsZero(const Play& play) {
 // A pass in which nothing can happen but that every owner's entries meet in a slot.
 static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
   if (play.run.failure.code == 0) ++play.run.passes;
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) noteSlots(play, side, owners[side].size());
   SlotRows rows;
   for (const auto& side : owners) {
     int32_t slot = 0;
@@ -524,7 +546,11 @@ static bool meetEntries(Play& play, std::vector<uint32_t> heads) {
       followers.pop();
     else
       heads.pop_back();
-    if (!meet(play, head)) continue;
+    if (play.isPlanLeft) noteLookUp(play);
+    if (!meet(play, head)) {
+      play.isPlanLeft = true;
+      continue;
+    }
     isAny = true;
     Queue& left = queueOf(play, head);
     if (++left.next < left.end) followers.push(headOf(play, left));
@@ -532,8 +558,27 @@ static bool meetEntries(Play& play, std::vector<uint32_t> heads) {
   return isAny;
 }
 
+// Owners of which entries are left take their turn again. Returns false when there are none.
+static bool putBack(Play& play, const std::vector<uint32_t> (&owners)[2]) {
+  bool isAny = false;
+  for (const auto& side : owners)
+    for (const uint32_t owner : side) {
+      const uint32_t left = firstLeft(play, owner);
+      if (left == NONE) continue;
+      play.metBefore[play.registry.owners[owner].side].insert(left);
+      isAny = true;
+    }
+  return isAny;
+}
+
+static uint64_t ownersLeft(const Play& play) {
+  const uint32_t next = std::min(play.nextOwner[USER_SIDE], play.nextOwner[GROUP_SIDE]);
+  return play.metBefore[USER_SIDE].size() + play.metBefore[GROUP_SIDE].size() + (noOwner(play) - next);
+}
+
 // Returns false when nothing can be gathered any more.
 static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
+  play.isPlanLeft = false;
   const bool isAny = meetEntries(play, headsInReach(play, owners));
   const bool hasGathered = play.inUse[USER_SIDE] != 0 || play.inUse[GROUP_SIDE] != 0;
   if (hasGathered) {
@@ -545,11 +590,9 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
     play.findings.take({NOTHING_CAN_BE_GATHERED, AT_GIVEN});
     return false;
   }
-  for (const auto& side : owners)
-    for (const uint32_t owner : side) {
-      const uint32_t left = firstLeft(play, owner);
-      if (left != NONE) play.metBefore[play.registry.owners[owner].side].insert(left);
-    }
+  const bool isMore = putBack(play, owners) || !areCountsZero(play);
+  if (isMore && play.run.failure.code == 0)
+    play.run.memory.mostLeft = std::max(play.run.memory.mostLeft, ownersLeft(play));
   return true;
 }
 
@@ -574,11 +617,7 @@ static void reportOthers(Play& play) {
 // While counts are left over, which owners come next cannot be told beforehand: all of them can.
 static void takeBack(Play& play, std::vector<uint32_t> (&owners)[2]) {
   if (areCountsZero(play)) return;
-  for (const auto& side : owners)
-    for (const uint32_t owner : side) {
-      const uint32_t left = firstLeft(play, owner);
-      if (left != NONE) play.metBefore[play.registry.owners[owner].side].insert(left);
-    }
+  putBack(play, owners);
   for (auto& side : owners) side.clear();
 }
 

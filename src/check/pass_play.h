@@ -18,8 +18,17 @@ struct RunFailure {
   std::string earlierFirstLine;  // of a doubled entry, that of the other
 };
 
+// What says how much memory a run takes.
+struct PlayedMemory {
+  uint64_t slots[2] = {0, 0};  // by Side, whose rows are used
+  uint32_t mostLines = 0;      // that are merged, of one of the two
+  bool looksOwnersUp = false;  // by their DNs
+  uint64_t mostLeft = 0;       // owners, when the passes are planned anew because an entry has been left
+};
+
 struct PlayedRun {
   RunFailure failure;
+  PlayedMemory memory;
   int64_t passes = 0;  // that write something, or begin to
   uint64_t bytes = 0;  // that they write
 };

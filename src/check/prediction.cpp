@@ -91,6 +91,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
                 Prediction& prediction) {
   // Nothing else takes so much memory here that entries of usual length could not all be kept.
   prediction.registry.kept.mostBlocks = 60;
+  prediction.inputBytes = file.size;
   EntryCheck entryCheck(findings, prediction);
   prediction.counts = surveyInput(file, prediction.registry, entryCheck);
   const SurveyCounts& counts = prediction.counts;
@@ -105,6 +106,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
   measureRest(maker);
   const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, newDns, findings);
   prediction.passes = played.passes;
+  prediction.memory = played.memory;
   prediction.code = played.failure.code;
   prediction.outputBytes = counts.outputBytes + played.bytes + counts.finalBytes;
   if (counts.problem != NO_DETAIL) {

@@ -8,12 +8,14 @@
 #include "survey/survey.h"
 
 struct Prediction {
+  uint64_t inputBytes = 0;
   SurveyCounts counts;
   Registry registry;
   int32_t slots[2] = {0, 0};         // by Side
   MessageCode code = 0;              // of the message of a run that fails; 0 for one that succeeds
   uint64_t failingEntry = NO_PLACE;  // where the entry begins that the message names
   int64_t passes = 0;
+  PlayedMemory memory;
   uint64_t outputBytes = 0;
   bool endsInPreparation = false;
   bool hasDn = false;                               // an entry begins with one

@@ -18,7 +18,9 @@ static constexpr uint64_t BYTES_OF_NOTE = 24;
 static constexpr uint64_t BYTES_OF_RANK = 16;
 static constexpr uint64_t BYTES_OF_NUMBER = 4;
 static constexpr uint64_t BYTES_OF_SLOT[2] = {112, 48};  // by Side
+static constexpr uint64_t SLOTS_OF_SMALL_TABLE = 8192;
 static constexpr uint64_t BYTES_OF_LINE = 32;
+static constexpr uint64_t BYTES_OF_INDEXED = 48;  // of an owner who is looked up by the DN
 // The converter's tables, as its scratch memory holds them: small ones in memory, larger ones in a file without a
 // name, whose pages the system can take back.
 static constexpr uint64_t LARGEST_IN_MEMORY = 8 * KIBIBYTE * KIBIBYTE;
@@ -32,20 +34,22 @@ static uint64_t roundedUp(uint64_t size, uint64_t unit) { return (size + unit - 
 struct ScratchSize {
   uint64_t memory;
   uint64_t disk;
+  uint64_t memoryBefore;  // before it goes to the disk
 };
 
 static ScratchSize scratchSize(uint64_t size, bool isFolderInMemory) {
   // What is asked for is doubled; what has never been touched takes no memory, but it takes disk.
   uint64_t room = WINDOW;
   while (room < size) room *= 2;
-  if (room > LARGEST_IN_MEMORY) return {isFolderInMemory ? size : 0, room};
-  return {room >= 2 * HUGE_PAGE ? roundedUp(size, HUGE_PAGE) : roundedUp(size, PAGE), 0};
+  if (room > LARGEST_IN_MEMORY) return {isFolderInMemory ? size : 0, room, LARGEST_IN_MEMORY};
+  const uint64_t memory = roundedUp(size, room >= 2 * HUGE_PAGE ? HUGE_PAGE : PAGE);
+  return {memory, 0, memory};
 }
 
 static uint64_t entriesOf(const Prediction& prediction) { return prediction.registry.entries.size(); }
 
-static ScratchSize notesOf(const Prediction& prediction, bool isFolderInMemory) {
-  return scratchSize(entriesOf(prediction) * BYTES_OF_NOTE, isFolderInMemory);
+static ScratchSize notesOf(uint64_t entries, bool isFolderInMemory) {
+  return scratchSize(entries * BYTES_OF_NOTE, isFolderInMemory);
 }
 
 static ScratchSize ranksOf(const Prediction& prediction, bool isFolderInMemory) {
@@ -62,38 +66,77 @@ static ScratchSize numbersOf(const Prediction& prediction, bool isFolderInMemory
 }
 
 // The part of what all slots take that one pass takes.
-static uint64_t ofOnePass(uint64_t bytes, const Registry& registry, const int32_t (&slots)[2]) {
+static uint64_t ofOnePass(uint64_t bytes, const Registry& registry, uint64_t slots) {
   const uint64_t owners = std::max<uint64_t>(registry.ownersOf[USER_SIDE], 1);
-  return bytes / owners * std::min<uint64_t>(owners, static_cast<uint64_t>(slots[USER_SIDE]));
+  return bytes / owners * std::min(owners, slots);
 }
 
-uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bool isFolderInMemory) {
+// Of the windows of the input and the work file, and the table of lines.
+static uint64_t memoryOfFiles(const Prediction& prediction, uint64_t workFile) {
+  return std::min(prediction.inputBytes, WINDOW) + std::min(workFile, WINDOW) +
+         prediction.counts.linesOfLongest * BYTES_OF_LINE;
+}
+
+// The peak while the work file is made, besides the output's window.
+static uint64_t memoryOfPreparation(const Prediction& prediction, uint64_t workFile, uint64_t entries,
+                                    bool isFolderInMemory) {
   const SurveyCounts& counts = prediction.counts;
-  uint64_t atPreparation =
-      BASE + std::min(prediction.registry.measured.workFile, WINDOW) + counts.linesOfLongest * BYTES_OF_LINE;
-  const uint64_t ofInput = std::min(prediction.registry.measured.workFile + counts.outputBytes, WINDOW);
-  atPreparation += ofInput;
   // The window grows to the length of a longer entry, and while it doubles its text stands there twice. Later what is
-  // unfolded stands there once more.
-  const bool hasGrown = counts.longestEntry > WINDOW;
-  if (hasGrown)
-    atPreparation += std::max(counts.longestEntry + counts.longestFolded, 2 * std::bit_floor(counts.longestEntry));
-  const uint64_t notes = notesOf(prediction, isFolderInMemory).memory;
-  const uint64_t atPlan = atPreparation + notes + ranksOf(prediction, isFolderInMemory).memory;
-  uint64_t atPass = atPreparation + std::min(prediction.outputBytes, WINDOW) + notes - (hasGrown ? ofInput : 0);
-  atPass += numbersOf(prediction, isFolderInMemory).memory;
-  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
-    const auto inUse = std::min<uint64_t>(prediction.registry.ownersOf[side], static_cast<uint64_t>(slots[side]));
-    atPass += inUse * BYTES_OF_SLOT[side];
-  }
-  atPass += ofOnePass(prediction.registry.measured.kept, prediction.registry, slots);
-  // What the plan needs to find the owners of entries is given back before the first pass.
-  return std::max({atPreparation + std::min(counts.outputBytes, WINDOW), atPlan, atPass});
+  // unfolded stands there once more. Behind the entry it goes back to its size.
+  uint64_t grown = 0;
+  if (counts.longestEntry > WINDOW)
+    grown = std::max(counts.longestEntry + counts.longestFolded, 2 * std::bit_floor(counts.longestEntry));
+  const uint64_t entriesBefore = std::min(entries, counts.gatheredBeforeLongest);
+  return BASE + memoryOfFiles(prediction, workFile) +
+         std::max(notesOf(entries, isFolderInMemory).memoryBefore,
+                  grown + notesOf(entriesBefore, isFolderInMemory).memoryBefore);
+}
+
+static uint64_t memoryOfPasses(const Prediction& prediction, const PlayedMemory& played, bool isFolderInMemory) {
+  const Registry& registry = prediction.registry;
+  const uint64_t notes = notesOf(entriesOf(prediction), isFolderInMemory).memory;
+  const uint64_t ranks = ranksOf(prediction, isFolderInMemory).memory;
+  uint64_t atPass = BASE + memoryOfFiles(prediction, registry.measured.workFile) + notes;
+  const uint64_t atPlan = atPass + ranks;
+  atPass += std::min(prediction.outputBytes, WINDOW) + numbersOf(prediction, isFolderInMemory).memory;
+  // Tables that are still small are moved as they grow, and leave holes behind.
+  for (const Side side : {USER_SIDE, GROUP_SIDE})
+    atPass += (played.slots[side] + std::min(played.slots[side], SLOTS_OF_SMALL_TABLE) / 2) * BYTES_OF_SLOT[side];
+  atPass += ofOnePass(registry.measured.kept, registry, played.slots[USER_SIDE]);
+  const uint64_t index = (played.slots[USER_SIDE] + played.slots[GROUP_SIDE]) * BYTES_OF_INDEXED;
+  const uint64_t atOddPass = atPass + index + played.mostLines * BYTES_OF_LINE;
+  // Owners that are left lie all over the table, which is given back before the pass.
+  const uint64_t atPlanAgain = atPass + std::min(ranks, played.mostLeft * HUGE_PAGE);
+  return std::max({atPlan, atPass, played.looksOwnersUp ? atOddPass : 0, atPlanAgain});
+}
+
+// Of a run that ends while it prepares the work file.
+static uint64_t memoryUpToFailure(const Prediction& prediction, bool isFolderInMemory) {
+  const uint64_t end = prediction.failingEntry;
+  if (end == NO_PLACE) return BASE;
+  uint64_t entries = 0;
+  while (entries < entriesOf(prediction) && prediction.registry.entries[entries].begin < end) ++entries;
+  const uint64_t workFile = std::min(prediction.registry.measured.workFile, end);
+  // The input is read once more, to tell the line of the entry.
+  return memoryOfPreparation(prediction, workFile, entries, isFolderInMemory) +
+         std::min({prediction.counts.outputBytes, end, WINDOW}) + std::min(end, WINDOW);
+}
+
+static uint64_t memoryOfWholeRun(const Prediction& prediction, const PlayedMemory& played, bool isFolderInMemory) {
+  const uint64_t atPreparation =
+      memoryOfPreparation(prediction, prediction.registry.measured.workFile, entriesOf(prediction), isFolderInMemory) +
+      std::min(prediction.counts.outputBytes, WINDOW);
+  return std::max(atPreparation, memoryOfPasses(prediction, played, isFolderInMemory));
+}
+
+uint64_t memoryOfRun(const Prediction& prediction, bool isFolderInMemory) {
+  return prediction.endsInPreparation ? memoryUpToFailure(prediction, isFolderInMemory)
+                                      : memoryOfWholeRun(prediction, prediction.memory, isFolderInMemory);
 }
 
 uint64_t diskOfRun(const Prediction& prediction) {
   const uint64_t plan = std::max(ranksOf(prediction, false).disk, numbersOf(prediction, false).disk);
-  return prediction.registry.measured.workFile + notesOf(prediction, false).disk + plan;
+  return prediction.registry.measured.workFile + notesOf(entriesOf(prediction), false).disk + plan;
 }
 
 // What the system could give without swapping, which is more than what nobody uses; 0 when it cannot be found out.
@@ -134,7 +177,10 @@ void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
   for (const uint32_t passes : PASSES) {
     const int32_t slots[2] = {slotsFor(owners[USER_SIDE], passes), slotsFor(owners[GROUP_SIDE], passes)};
     if (passes > 1 && owners[USER_SIDE] < passes && owners[GROUP_SIDE] < passes) continue;
-    const uint64_t memory = memoryOfRun(prediction, slots, isFolderInMemory);
+    PlayedMemory pass;
+    for (const Side side : {USER_SIDE, GROUP_SIDE})
+      pass.slots[side] = std::min(owners[side], static_cast<uint32_t>(slots[side]));
+    const uint64_t memory = memoryOfWholeRun(prediction, pass, isFolderInMemory);
     // Half of it: others will want memory, too, while the run lasts.
     const bool fits = !isRecommended && (available == 0 || memory < available / 2);
     isRecommended = isRecommended || fits;

@@ -5,9 +5,9 @@
 
 #include "check/prediction.h"
 
-// The peak of the memory of its own that a run takes, in bytes. Where the folder of the work file lies in memory, what
-// is known of the entries does, too.
-uint64_t memoryOfRun(const Prediction& prediction, const int32_t (&slots)[2], bool isFolderInMemory);
+// The peak of the memory of its own that the run takes, in bytes. Where the folder of the work file lies in memory,
+// what is known of the entries does, too.
+uint64_t memoryOfRun(const Prediction& prediction, bool isFolderInMemory);
 
 // Bytes that a run needs on the disk of its work file besides the output.
 uint64_t diskOfRun(const Prediction& prediction);

@@ -12,6 +12,7 @@
 #include "ldif/object_buffer.h"
 #include "output/flush.h"
 #include "platform/file_operations.h"
+#include "platform/freed_memory.h"
 #include "platform/message_service.h"
 #include "platform/progress_line.h"
 #include "platform/stream.h"
@@ -167,6 +168,7 @@ static void exitForWantOfMemory() {
 
 int main(int argumentCount, char* arguments[]) {
   if (!openMissingStandardStreams()) return -1;  // there is nowhere to say so
+  giveBackLargeBlocks();
   prepareForSignals();
   // They are called in the reverse order: what has been written reaches its files before anything is shown.
   atexit(eraseProgressLine);

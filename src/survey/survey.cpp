@@ -156,8 +156,11 @@ static void takePlainLines(Survey& survey) {
 }
 
 // What a run holds of an entry, in its longest form.
-static void measureEntry(const ReadEntry& entry, SurveyCounts& counts) {
-  counts.longestEntry = std::max<uint64_t>(counts.longestEntry, entry.end - entry.begin);
+static void measureEntry(const ReadEntry& entry, size_t gatheredBefore, SurveyCounts& counts) {
+  if (entry.end - entry.begin > counts.longestEntry) {
+    counts.longestEntry = entry.end - entry.begin;
+    counts.gatheredBeforeLongest = gatheredBefore;
+  }
   counts.linesOfLongest = std::max<uint64_t>(counts.linesOfLongest, entry.count);
   if (entry.end - entry.begin <= counts.longestFolded || entry.continuations == 0 || entry.isOversized) return;
   uint64_t folded = 0;
@@ -168,7 +171,7 @@ static void measureEntry(const ReadEntry& entry, SurveyCounts& counts) {
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   ++survey.counts.entries;
   const uint64_t begin = textBegin + survey.entry.begin;
-  measureEntry(survey.entry, survey.counts);
+  measureEntry(survey.entry, survey.registry.awaitedEnd, survey.counts);
   if (survey.entry.isOversized) {
     survey.prepared = {};
     survey.prepared.objectClass = classOf(survey.entry.lines());

@@ -22,7 +22,8 @@ struct SurveyCounts {
   uint64_t outputBytes = 0;  // that the preparation writes straight through
   uint64_t finalBytes = 0;   // of the resource credentials
   bool changetypeSeen = false;
-  uint64_t longestEntry = 0;  // bytes that are held of one
+  uint64_t longestEntry = 0;           // bytes that are held of one
+  uint64_t gatheredBeforeLongest = 0;  // entries
   uint64_t linesOfLongest = 0;
   uint64_t longestFolded = 0;  // bytes of one in lines that continue others
   // The entry that ends the preparation, if one does.
