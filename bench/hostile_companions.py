@@ -10,16 +10,12 @@ conversion fails is not accounted for. A run that has used as much as the limit 
 more than ten times as long, or an account more than twenty times.
 """
 import argparse
-import os
-import re
 import sys
-import tempfile
 from pathlib import Path
 
-from hostile import RATIO_LIMIT, built, ordinary_seconds
-from hostile_files import FILES
+from hostile import RATIO_LIMIT, built, measure_files
 from measured_run import MEBIBYTE, run, watched_run
-from tables import Limits, print_header, print_row
+from tables import print_row
 
 LIMITS = {"check": RATIO_LIMIT, "account": 2 * RATIO_LIMIT}
 PAUSE = 0.002  # seconds between two looks at the memory
@@ -53,7 +49,7 @@ def measure(setup, limits, seconds_of_a_byte, number, hostile):
         left_over.unlink(missing_ok=True)
 
 
-def main():
+def read_arguments():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--build", type=Path, default=built)
     parser.add_argument("--folder", type=Path)
@@ -63,19 +59,9 @@ def main():
     setup = parser.parse_args()
     setup.build = setup.build.resolve()
     setup.tool, setup.generator = setup.build / "tqldif2v6", setup.build / "generate_export"
-    limits = Limits()
-    with tempfile.TemporaryDirectory() as scratch:
-        setup.folder = (setup.folder or Path(scratch)).resolve()
-        os.makedirs(setup.folder, exist_ok=True)
-        seconds_of_a_byte = ordinary_seconds(setup)
-        print(f"\nConverting an ordinary export takes {seconds_of_a_byte * setup.megabytes * 10**6:.2f} s.")
-        print_header("File", "What it is", "Program", "Time (s)", "Ratio", "At most", "Kept", "MiB")
-        for number, hostile in enumerate(FILES, 1):
-            if re.search(setup.cases, hostile.what):
-                measure(setup, limits, seconds_of_a_byte, number, hostile)
-    limits.print()
-    return 1 if limits.broken else 0
+    return setup
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(measure_files(read_arguments(), ("File", "What it is", "Program", "Time (s)", "Ratio", "At most", "Kept",
+                                              "MiB"), measure))

@@ -6,9 +6,9 @@
 #include "account/accounting.h"
 #include "account/options.h"
 #include "account/report.h"
+#include "platform/freed_memory.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
-#include "platform/freed_memory.h"
 #include "survey/progress.h"
 #include "survey/shown_place.h"
 

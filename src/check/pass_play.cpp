@@ -194,6 +194,10 @@ static void noteSlots(Play& play, Side side, size_t slots) {
   if (play.run.failure.code == 0) play.run.memory.slots[side] = std::max<uint64_t>(play.run.memory.slots[side], slots);
 }
 
+static void noteBytes(Play& play) {
+  if (play.run.failure.code == 0) play.run.memory.bytes = play.run.bytes;
+}
+
 static void noteLookUp(Play& play) {
   if (play.run.failure.code == 0) play.run.memory.looksOwnersUp = true;
 }
@@ -506,6 +510,7 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
       const SlotRecords& records = makeRecords(play.maker, owner.side, rows);
       failForRecords(play, records, rows, owner.side, ofOwner, true);
     }
+    noteBytes(play);
     // Only where odd passes come, too, does anybody ask which entries have been taken.
     if (play.registry.isRegular) continue;
     for (const uint32_t number : side)
@@ -584,6 +589,7 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
   if (hasGathered) {
     if (play.run.failure.code == 0) ++play.run.passes;
     flush(play);
+    noteBytes(play);
     // The run would go round for ever, and ends with a message instead.
   } else if (!isAny) {
     fail(play, PROCESSING_FAILED, NOTHING_GATHERED, {});

@@ -30,6 +30,9 @@ static constexpr uint64_t PAGE = 4 * KIBIBYTE;
 
 static uint64_t roundedUp(uint64_t size, uint64_t unit) { return (size + unit - 1) / unit * unit; }
 
+// What the system gives of a table at once.
+static uint64_t pageOf(uint64_t room) { return room >= 2 * HUGE_PAGE ? HUGE_PAGE : PAGE; }
+
 // A table that grows by doubling, and beyond a size lies in a file.
 struct ScratchSize {
   uint64_t memory;
@@ -42,7 +45,7 @@ static ScratchSize scratchSize(uint64_t size, bool isFolderInMemory) {
   uint64_t room = WINDOW;
   while (room < size) room *= 2;
   if (room > LARGEST_IN_MEMORY) return {isFolderInMemory ? size : 0, room, LARGEST_IN_MEMORY};
-  const uint64_t memory = roundedUp(size, room >= 2 * HUGE_PAGE ? HUGE_PAGE : PAGE);
+  const uint64_t memory = roundedUp(size, pageOf(room));
   return {memory, 0, memory};
 }
 
@@ -98,7 +101,8 @@ static uint64_t memoryOfPasses(const Prediction& prediction, const PlayedMemory&
   const uint64_t ranks = ranksOf(prediction, isFolderInMemory).memory;
   uint64_t atPass = BASE + memoryOfFiles(prediction, registry.measured.workFile) + notes;
   const uint64_t atPlan = atPass + ranks;
-  atPass += std::min(prediction.outputBytes, WINDOW) + numbersOf(prediction, isFolderInMemory).memory;
+  atPass +=
+      std::min(prediction.counts.outputBytes + played.bytes, WINDOW) + numbersOf(prediction, isFolderInMemory).memory;
   // Tables that are still small are moved as they grow, and leave holes behind.
   for (const Side side : {USER_SIDE, GROUP_SIDE})
     atPass += (played.slots[side] + std::min(played.slots[side], SLOTS_OF_SMALL_TABLE) / 2) * BYTES_OF_SLOT[side];
@@ -106,7 +110,7 @@ static uint64_t memoryOfPasses(const Prediction& prediction, const PlayedMemory&
   const uint64_t index = (played.slots[USER_SIDE] + played.slots[GROUP_SIDE]) * BYTES_OF_INDEXED;
   const uint64_t atOddPass = atPass + index + played.mostLines * BYTES_OF_LINE;
   // Owners that are left lie all over the table, which is given back before the pass.
-  const uint64_t atPlanAgain = atPass + std::min(ranks, played.mostLeft * HUGE_PAGE);
+  const uint64_t atPlanAgain = atPass + std::min(ranks, played.mostLeft * pageOf(ranks));
   return std::max({atPlan, atPass, played.looksOwnersUp ? atOddPass : 0, atPlanAgain});
 }
 
@@ -177,7 +181,7 @@ void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
   for (const uint32_t passes : PASSES) {
     const int32_t slots[2] = {slotsFor(owners[USER_SIDE], passes), slotsFor(owners[GROUP_SIDE], passes)};
     if (passes > 1 && owners[USER_SIDE] < passes && owners[GROUP_SIDE] < passes) continue;
-    PlayedMemory pass;
+    PlayedMemory pass = {.bytes = prediction.outputBytes};
     for (const Side side : {USER_SIDE, GROUP_SIDE})
       pass.slots[side] = std::min(owners[side], static_cast<uint32_t>(slots[side]));
     const uint64_t memory = memoryOfWholeRun(prediction, pass, isFolderInMemory);
