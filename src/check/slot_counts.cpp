@@ -85,10 +85,10 @@ static uint64_t memoryOfPreparation(const Prediction& prediction, uint64_t workF
                                     bool isFolderInMemory) {
   const SurveyCounts& counts = prediction.counts;
   // The window grows to the length of a longer entry, and while it doubles its text stands there twice. Later what is
-  // unfolded stands there once more. Behind the entry it goes back to its size.
+  // unfolded or cut stands there once more. Behind the entry it goes back to its size.
   uint64_t grown = 0;
   if (counts.longestEntry > WINDOW)
-    grown = std::max(counts.longestEntry + counts.longestFolded, 2 * std::bit_floor(counts.longestEntry));
+    grown = std::max(counts.longestEntry + counts.mostCopied, 2 * std::bit_floor(counts.longestEntry));
   const uint64_t entriesBefore = std::min(entries, counts.gatheredBeforeLongest);
   return BASE + memoryOfFiles(prediction, workFile) +
          std::max(notesOf(entries, isFolderInMemory).memoryBefore,

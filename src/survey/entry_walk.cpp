@@ -62,11 +62,13 @@ static bool takeOrdinary(EntryWalk& walk, ReadEntry& entry, size_t& taken) {
   // Only the last one taken can be blank: the scan stops behind it.
   if (taken == 0 || !isBlankLine(lines[taken - 1].view())) return false;
   --entry.count;
+  if (entry.count == 0) entry.heldFrom = walk.scan.next;
   return entry.count > 0;
 }
 
-static void beginEntry(ReadEntry& entry) {
+static void beginEntry(const EntryWalk& walk, ReadEntry& entry) {
   entry.count = 0;
+  entry.heldFrom = walk.scan.next;
   entry.isEndedByText = entry.isOversized = entry.hasLongLine = false;
   entry.nuls.clear();
   entry.hasFoldedComment = false;
@@ -120,7 +122,10 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
   }
   // Of the NULs in front of an entry one is enough to tell of: there may be one on every line.
   if (entry.count == 0 && entry.nuls.size() > 1) entry.nuls.resize(1);
-  if (isBlankLine(line.view())) return entry.count > 0;
+  if (isBlankLine(line.view())) {
+    if (entry.count == 0) entry.heldFrom = walk.scan.next;
+    return entry.count > 0;
+  }
   const bool isComment = line.text[0] == '#';
   if (isComment) {
     entry.nuls.resize(nuls);
@@ -134,7 +139,7 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
 }
 
 bool readEntry(EntryWalk& walk, ReadEntry& entry) {
-  beginEntry(entry);
+  beginEntry(walk, entry);
   for (bool isBehindComment = false;;) {
     makeRoom(entry);
     size_t taken = 0;

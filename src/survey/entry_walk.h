@@ -13,6 +13,7 @@
 struct ReadEntry {
   std::vector<Line> room;         // the lines stand at its begin; used again and again
   size_t count = 0;               // of the lines
+  size_t heldFrom = 0;            // behind the blank lines before the entry: comments may stand in front of it
   size_t begin = 0;               // of the first line
   size_t end = 0;                 // behind the blank line that ends it
   bool isEndedByText = false;     // and by no blank line

@@ -44,7 +44,7 @@ static std::string_view readEntryOnceMore(SurveyedFile& file, const Registry& re
 static void measure(RecordMaker& maker, GatheredEntry& entry, Entry lines) {
   const uint64_t bytes = bytesOfLines(lines);
   entry.isMeasured = true;
-  maker.measured.add({bytes + 1, entry.isNormal ? 0 : bytes});  // and the empty line
+  maker.measured.add({bytes + 1, 0});  // and the empty line
 }
 
 static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) {
@@ -65,11 +65,13 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
   const WorkEntry& part = loaded.prepared.parts[entry.part];
   loaded.lines = linesOf(loaded.prepared, part);
   loaded.origins = originsOf(loaded.prepared, part);
-  if (!entry.isMeasured) measure(maker, entry, loaded.lines);
+  const bool isNew = !entry.isMeasured;
+  if (isNew) measure(maker, entry, loaded.lines);
   // A slot holds the first line as its owner's DN has been read from it: blanks and all that stands behind are gone.
   if (entry.isNormal) return;
   const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
   loaded.lines[0] = scanLine(owner.firstLine);
+  if (isNew) maker.measured.kept += bytesOfLines(loaded.lines);
 }
 
 Origin originOf(const Registry& registry, const LoadedEntry& entry, size_t line) {

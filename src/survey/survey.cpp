@@ -45,27 +45,30 @@ static bool holdsChangetypeAsRead(const Line& line) {
   return false;
 }
 
-static void noteOwner(GatheredEntry& gathered, Entry lines, Texts& texts, uint64_t& hash) {
+// What a run cannot leave in the work file: an entry whose first line changes, an owner's DN that does not stand there.
+static void noteKeptTexts(Registry& registry, AwaitedEntry& awaited, const Owner& owner, Entry lines) {
+  const GatheredEntry& gathered = awaited.entry;
+  const bool standsThere = gathered.isNormal && gathered.kind != USERS_SECUSER_KIND &&
+                           gathered.kind != MAP_OF_USER_KIND && gathered.kind != MAP_OF_GROUP_KIND;
+  if (!standsThere) awaited.openerBytes = owner.saved.size();
+  if (gathered.isMeasured && !gathered.isNormal)
+    registry.measured.kept += bytesOfLines(lines.subspan(1)) + owner.firstLine.size();
+}
+
+static void noteOwner(Registry& registry, AwaitedEntry& awaited, Entry lines, Texts& texts) {
+  GatheredEntry& gathered = awaited.entry;
   const Owner owner = ownerOf(lines, static_cast<EntryKind>(gathered.kind), texts, nullptr);
   gathered.problem = owner.problem;
   if (owner.problem != NO_DETAIL) return;
-  hash = hashOfDn(owner.key);
+  awaited.hash = hashOfDn(owner.key);
   // A slot is searched for by the key, and remembers the saved DN: blanks behind the DN of its first entry keep its
   // others out.
   gathered.opensForKey = owner.saved == owner.key;
   gathered.isNormal = owner.firstLine.data() == lines[0].text;
+  noteKeptTexts(registry, awaited, owner, lines);
   // The rewritten first line may read as that of an entry under cn=Users although the entry was not sorted as one.
   if (gathered.kind == SECUSER_KIND && !gathered.isNormal && isUsersLine(owner.firstLine))
     gathered.rowKind = USERS_SECUSER_KIND;
-}
-
-// What a run cannot leave in the work file: an entry whose first line changes, an owner's DN that does not stand there.
-static void noteKeptTexts(Registry& registry, AwaitedEntry& awaited, Entry lines) {
-  const GatheredEntry& gathered = awaited.entry;
-  const bool standsThere = gathered.isNormal && gathered.kind != USERS_SECUSER_KIND &&
-                           gathered.kind != MAP_OF_USER_KIND && gathered.kind != MAP_OF_GROUP_KIND;
-  if (!standsThere) awaited.openerBytes = lines[0].length;
-  if (gathered.isMeasured && !gathered.isNormal) registry.measured.kept += bytesOfLines(lines);
 }
 
 static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint64_t begin) {
@@ -86,7 +89,7 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
   if (part.isTooLong) gathered.problem = ENTRY_TOO_LONG;
   if (part.kind == UNKNOWN_KIND) gathered.problem = UNKNOWN_CLASS;
   if (gathered.problem == NO_DETAIL && part.kind < RESCREDS_KIND)
-    noteOwner(gathered, lines, survey.texts, awaited.hash);
+    noteOwner(survey.registry, awaited, lines, survey.texts);
   if (part.kind == RESCREDS_KIND) {
     // The resource credentials go to the output behind all passes, so that their bytes do not depend on these.
     for (const Line& line : lines)
@@ -94,7 +97,6 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
     ++survey.counts.finalBytes;
     if (!gathered.endsPreparation) survey.visitor.takeCopied(lines, originsOf(survey.prepared, part), REMAINING, begin);
   }
-  if (part.kind < RESCREDS_KIND && gathered.problem == NO_DETAIL) noteKeptTexts(survey.registry, awaited, lines);
   addEntry(survey.registry);
 }
 
@@ -157,15 +159,17 @@ static void takePlainLines(Survey& survey) {
 
 // What a run holds of an entry, in its longest form.
 static void measureEntry(const ReadEntry& entry, size_t gatheredBefore, SurveyCounts& counts) {
-  if (entry.end - entry.begin > counts.longestEntry) {
-    counts.longestEntry = entry.end - entry.begin;
+  const uint64_t length = entry.end - entry.heldFrom;
+  if (length > counts.longestEntry) {
+    counts.longestEntry = length;
     counts.gatheredBeforeLongest = gatheredBefore;
   }
   counts.linesOfLongest = std::max<uint64_t>(counts.linesOfLongest, entry.count);
-  if (entry.end - entry.begin <= counts.longestFolded || entry.continuations == 0 || entry.isOversized) return;
-  uint64_t folded = 0;
-  for (const Line& line : entry.lines()) folded += isContinuation(line) ? line.length : 0;
-  counts.longestFolded = std::max(counts.longestFolded, folded);
+  if (length <= counts.mostCopied || entry.isOversized) return;
+  if (entry.continuations == 0 && !entry.hasLongLine) return;
+  uint64_t copied = entry.hasLongLine ? length : 0;
+  for (const Line& line : entry.lines()) copied += isContinuation(line) ? line.length : 0;
+  counts.mostCopied = std::max(counts.mostCopied, std::min(copied, length));
 }
 
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
@@ -201,6 +205,8 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
     showSurveyProgress(file.program, "entries", textBegin + survey.entry.end, file.size);
     return true;
   });
+  // Comments at the end of the file are held like an entry.
+  measureEntry(survey.entry, registry.awaitedEnd, survey.counts);
   endAdding(registry);
   return survey.counts;
 }

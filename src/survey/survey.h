@@ -25,7 +25,7 @@ struct SurveyCounts {
   uint64_t longestEntry = 0;           // bytes that are held of one
   uint64_t gatheredBeforeLongest = 0;  // entries
   uint64_t linesOfLongest = 0;
-  uint64_t longestFolded = 0;  // bytes of one in lines that continue others
+  uint64_t mostCopied = 0;  // bytes of one in lines that continue others or are cut
   // The entry that ends the preparation, if one does.
   DetailText problem = NO_DETAIL;
   uint64_t problemEntry = 0;  // where it begins

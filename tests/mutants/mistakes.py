@@ -1354,8 +1354,6 @@ mistakes = [
     ("end of a piece counts", "account/pieced_text.cpp", "      piece.remove_prefix(more);\n", ""),
     ("empty line that is a piece of its own parts nothing", "account/pieced_text.cpp",
      "    if (isAtLineBegin && piece[0] == '\\n') return false;\n", ""),
-    ("rest begins with the piece before", "account/pieced_text.cpp", "rest.skipped >= rest.pieces[0].size()", "rest.skipped > rest.pieces[0].size()"),
-    ("first piece is compared alone", "account/pieced_text.cpp", "    return isSame;\n", "    return false;\n"),
     ("one open record of a run is known", "account/output_records.cpp",
      "for (; length > 0; length = lengthOfOpen(records, place)) {", "for (; length > 0; length = 0) {"),
     ("what follows open records is none", "account/output_records.cpp", "    addRest(records, place);\n", ""),
