@@ -36,6 +36,7 @@ static void beginRecord(Accounting& accounting) {
 }
 
 static void addPiece(Accounting& accounting, std::string_view piece) {
+  if (piece.empty()) return;
   accounting.pieces.push_back(piece);
   accounting.size += piece.size();
 }

@@ -28,7 +28,6 @@ size_t lengthToEmptyLine(const PiecedText& text) {
   size_t length = 0;
   bool isAtLineBegin = false;
   forEachPiece(text, [&](std::string_view piece) {
-    if (piece.empty()) return true;
     if (isAtLineBegin && piece[0] == '\n') return false;
     const size_t end = piece.find("\n\n");
     length += end == std::string_view::npos ? piece.size() : end + 1;

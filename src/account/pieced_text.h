@@ -7,12 +7,13 @@
 #include <string_view>
 
 struct PiecedText {
-  std::span<const std::string_view> pieces;  // lent
+  std::span<const std::string_view> pieces;  // lent; none is empty
   size_t skipped = 0;                        // bytes of the first piece that are not part of the text
   size_t size = 0;                           // bytes; there may be more in the pieces
 };
 
 inline PiecedText onePiece(const std::string_view& text) { return {{&text, 1}, 0, text.size()}; }
+PiecedText onePiece(std::string_view&& text) = delete;  // it would be gone
 
 // Calls for each piece, as far as it is part of the text, until a call returns false.
 template <typename TakePiece>

@@ -609,6 +609,9 @@ static void reportOthers(Play& play) {
     // Both are matters of slots: of two entries of a kind, one is gathered in a later pass, or not at all if it meets
     // the first one in its slot; a long one runs on into rows that may be empty, or not there.
     if (owner.isRegular) continue;
+    // Of two entries of a row the second one is told, and the passes have sorted them by their kinds.
+    const auto begin = play.registry.byOwner.begin() + owner.begin;
+    std::sort(begin, begin + owner.entries);
     bool has[RESCREDS_KIND] = {};
     for (const uint32_t i : entriesOf(play.registry, owner)) {
       const EntryKind kind = rowKindOf(play.registry, i);

@@ -22,7 +22,7 @@ struct RunFailure {
 struct PlayedMemory {
   uint64_t slots[2] = {0, 0};  // by Side, whose rows are used
   uint64_t bytes = 0;          // that the passes have written
-  uint32_t mostLines = 0;      // that are merged, of one of the two
+  uint32_t mostLines = 0;      // of an entry as it stands in its rows
   bool looksOwnersUp = false;  // by their DNs
   uint64_t mostLeft = 0;       // owners, when the passes are planned anew because an entry has been left
 };

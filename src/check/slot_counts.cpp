@@ -181,7 +181,7 @@ void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
   for (const uint32_t passes : PASSES) {
     const int32_t slots[2] = {slotsFor(owners[USER_SIDE], passes), slotsFor(owners[GROUP_SIDE], passes)};
     if (passes > 1 && owners[USER_SIDE] < passes && owners[GROUP_SIDE] < passes) continue;
-    PlayedMemory pass = {.bytes = prediction.outputBytes};
+    PlayedMemory pass = {.bytes = prediction.outputBytes - prediction.counts.outputBytes};
     for (const Side side : {USER_SIDE, GROUP_SIDE})
       pass.slots[side] = std::min(owners[side], static_cast<uint32_t>(slots[side]));
     const uint64_t memory = memoryOfWholeRun(prediction, pass, isFolderInMemory);

@@ -1,6 +1,7 @@
 #include "rules/name_matches.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "rules/text.h"
 
@@ -15,31 +16,36 @@ static bool endsIn(std::string_view text, std::string_view name) {
          std::equal(name.rbegin(), name.rend(), text.rbegin(), [](char a, char b) { return lowered(a) == lowered(b); });
 }
 
-// Returns the number of the longest name in which the text ends, looked for from the given one on; that of the last one
-// tried where there is none.
-static uint32_t longestIn(const NameMatches& matches, uint32_t from, std::string_view text) {
-  while (!endsIn(text, matches.names[from]) && matches.shorter[from] != from) from = matches.shorter[from];
-  return from;
+// Returns a character of a name, counted from its end; a shorter name has none, which comes before all others.
+static int fromEnd(std::string_view name, size_t place) {
+  return place < name.size() ? lowered(name[name.size() - 1 - place]) : INT_MIN;
 }
 
-static void linkNames(NameMatches& matches) {
-  matches.shorter.resize(matches.names.size());
-  for (uint32_t i = 0; i < matches.names.size(); ++i) {
-    // In this order the names in which a name ends stand before it, and the longest of them is its neighbour or one in
-    // which the neighbour ends.
-    const uint32_t found = i == 0 ? 0 : longestIn(matches, i - 1, matches.names[i]);
-    matches.shorter[i] = endsIn(matches.names[i], matches.names[found]) ? found : i;
+// Returns the longest name in which the text ends; the end without one. Of the names those are left, character by
+// character from the colon backwards, that end as the text does. None goes beyond the colon before.
+static NameMatches::Names::const_iterator longestIn(const NameMatches::Names& names, std::string_view text) {
+  auto begin = names.begin();
+  auto end = names.end();
+  auto longest = names.end();
+  for (size_t place = 0; place < text.size() && begin != end; ++place) {
+    const int wanted = fromEnd(text, place);
+    const auto comesBefore = [&](std::string_view name) { return fromEnd(name, place) < wanted; };
+    const auto isWanted = [&](std::string_view name) { return fromEnd(name, place) == wanted; };
+    if (!isWanted(*begin)) begin = std::partition_point(begin, end, comesBefore);
+    if (begin == end || !isWanted(*begin)) return longest;
+    if (!isWanted(end[-1])) end = std::partition_point(begin, end, isWanted);
+    // The shortest comes first.
+    if (begin->size() == place + 1) longest = begin++;
   }
+  return longest;
 }
 
 // Notes the longest name in which a text ends. It leads to the others: to note all would take the square of the room
 // where each name ends in all shorter ones.
 static void noteName(NameMatches& matches, std::string_view text, uint32_t line) {
-  const auto behind = std::upper_bound(matches.names.begin(), matches.names.end(), text, isBefore);
-  if (behind == matches.names.begin()) return;
-  const uint32_t name = longestIn(matches, static_cast<uint32_t>(behind - matches.names.begin()) - 1, text);
-  if (!endsIn(text, matches.names[name])) return;
-  std::vector<uint32_t>& lines = matches.lines[name];
+  const auto name = longestIn(matches.names, text);
+  if (name == matches.names.end()) return;
+  std::vector<uint32_t>& lines = matches.lines[static_cast<size_t>(name - matches.names.begin())];
   if (lines.empty() || lines.back() != line) lines.push_back(line);
 }
 
@@ -82,9 +88,8 @@ NameMatches findMatches(std::vector<std::string_view> names, std::span<Line> ent
   std::sort(names.begin(), names.end(), isBefore);
   const auto areEqual = [](std::string_view one, std::string_view other) { return !isBefore(one, other); };
   names.erase(std::unique(names.begin(), names.end(), areEqual), names.end());
-  NameMatches matches = {std::move(names), {}, {}, {}, entry};
+  NameMatches matches = {std::move(names), {}, {}, entry};
   matches.lines.resize(matches.names.size());
-  linkNames(matches);
   // From the last line to the first, so that the line that is wanted first stands at the end of each list, where taking
   // it away costs nothing.
   for (size_t i = entry.size(); i > 0; --i) {

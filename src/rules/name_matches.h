@@ -8,11 +8,11 @@
 
 #include "rules/line.h"
 
-// For each name the lines that hold it anywhere, in any case. Found by one walk over the entry however many names there
+// Which lines hold a name anywhere, in any case. Found by one walk over the entry however many names there
 // are; only worth its memory for long entries.
 struct NameMatches {
-  std::vector<std::string_view> names;       // each once, in the order of their characters from the colon backwards
-  std::vector<uint32_t> shorter;             // for each the longest other one that it ends in; itself without one
+  using Names = std::vector<std::string_view>;
+  Names names;                               // each once, in the order of their characters from the colon backwards
   std::vector<std::vector<uint32_t>> lines;  // of each those that hold no longer one at that place, the last one first
   std::vector<uint32_t> winners;             // binary tree above the names: below each node the one with the first line
   std::span<Line> entry;                     // lent
