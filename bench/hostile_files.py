@@ -76,8 +76,11 @@ def alike(beginning, middle, end):
                          for number in range(size // 4020)]
 
 
-def colons(size):
-    return [b"y%s: v" % (b"0:1:2:3:4:5:6:7:8:9:" * 200) for _ in range(size // LONG)]
+def lines_full_of(text):
+    return lambda size: [b"y%s: v" % (text * (LONG // len(text))) for _ in range(size // LONG)]
+
+
+colons = lines_full_of(b"0:1:2:3:4:5:6:7:8:9:")
 
 
 def failing_at_the_end(size):
@@ -206,6 +209,8 @@ FILES = (
             pair(lambda _: numbered(b"x", 60_000), colons)),
     Hostile("a user with names of every length, a map full of colons", MANY, 1, CONVERTED,
             pair(lambda size: of_every_length(0, range(LONG, 0, -1)), colons)),
+    Hostile("a user with names of every length, a map full of colons behind what ends all of them", MANY, 1, CONVERTED,
+            pair(lambda size: of_every_length(0, range(LONG, 0, -1)), lines_full_of(b"ba:"))),
     Hostile("users and maps of 40,000 lines", MANY, 1, REFUSED,
             each(with_lines(own_entry, *numbered(b"x", 40_000)), with_lines(map_entry, *numbered(b"y", 40_000)))),
     Hostile("entries below Users of 40,000 lines for every 801st user", MANY, 1, CONVERTED,
