@@ -24,14 +24,14 @@ static constexpr uint64_t BYTES_OF_INDEXED = 48;  // of an owner who is looked u
 // The converter's tables, as its scratch memory holds them: small ones in memory, larger ones in a file without a
 // name, whose pages the system can take back.
 static constexpr uint64_t LARGEST_IN_MEMORY = 8 * KIBIBYTE * KIBIBYTE;
-// The system gives a table of several huge pages whole ones, used or not.
+// The system gives a table of that size and more whole ones, used or not.
 static constexpr uint64_t HUGE_PAGE = 2 * KIBIBYTE * KIBIBYTE;
 static constexpr uint64_t PAGE = 4 * KIBIBYTE;
 
 static uint64_t roundedUp(uint64_t size, uint64_t unit) { return (size + unit - 1) / unit * unit; }
 
 // What the system gives of a table at once.
-static uint64_t pageOf(uint64_t room) { return room >= 2 * HUGE_PAGE ? HUGE_PAGE : PAGE; }
+static uint64_t pageOf(uint64_t room) { return room >= HUGE_PAGE ? HUGE_PAGE : PAGE; }
 
 // A table that grows by doubling, and beyond a size lies in a file.
 struct ScratchSize {
@@ -110,7 +110,7 @@ static uint64_t memoryOfPasses(const Prediction& prediction, const PlayedMemory&
   const uint64_t index = (played.slots[USER_SIDE] + played.slots[GROUP_SIDE]) * BYTES_OF_INDEXED;
   const uint64_t atOddPass = atPass + index + played.mostLines * BYTES_OF_LINE;
   // Owners that are left lie all over the table, which is given back before the pass.
-  const uint64_t atPlanAgain = atPass + std::min(ranks, played.mostLeft * pageOf(ranks));
+  const uint64_t atPlanAgain = atPass + std::min(ranks, played.mostLeft * PAGE);
   return std::max({atPlan, atPass, played.looksOwnersUp ? atOddPass : 0, atPlanAgain});
 }
 
