@@ -96,7 +96,8 @@ void addEntry(Registry& registry);
 // Ends the adding.
 void endAdding(Registry& registry);
 
-// Returns the numbers of an owner's entries, in the order of the work file. To be asked when all have been added.
+// Returns the numbers of an owner's entries, in the order of the work file, but sorted by their kinds while the passes
+// of an irregular registry are played. To be asked when all have been added.
 inline std::span<const uint32_t> entriesOf(const Registry& registry, const RegistryOwner& owner) {
   return {registry.byOwner.data() + owner.begin, owner.entries};
 }
