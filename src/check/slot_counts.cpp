@@ -75,22 +75,19 @@ static uint64_t ofOnePass(uint64_t bytes, const Registry& registry, uint64_t slo
 }
 
 // Of the windows of the input and the work file, and the table of lines.
-static uint64_t memoryOfFiles(const Prediction& prediction, uint64_t workFile) {
-  return std::min(prediction.inputBytes, WINDOW) + std::min(workFile, WINDOW) +
-         prediction.counts.linesOfLongest * BYTES_OF_LINE;
+static uint64_t memoryOfFiles(const Prediction& prediction, uint64_t workFile, const HeldMost& held) {
+  return std::min(prediction.inputBytes, WINDOW) + std::min(workFile, WINDOW) + held.lines * BYTES_OF_LINE;
 }
 
 // The peak while the work file is made, besides the output's window.
 static uint64_t memoryOfPreparation(const Prediction& prediction, uint64_t workFile, uint64_t entries,
-                                    bool isFolderInMemory) {
-  const SurveyCounts& counts = prediction.counts;
+                                    const HeldMost& held, bool isFolderInMemory) {
   // The window grows to the length of a longer entry, and while it doubles its text stands there twice. Later what is
   // unfolded or cut stands there once more. Behind the entry it goes back to its size.
   uint64_t grown = 0;
-  if (counts.longestEntry > WINDOW)
-    grown = std::max(counts.longestEntry + counts.mostCopied, 2 * std::bit_floor(counts.longestEntry));
-  const uint64_t entriesBefore = std::min(entries, counts.gatheredBeforeLongest);
-  return BASE + memoryOfFiles(prediction, workFile) +
+  if (held.longest > WINDOW) grown = std::max(held.longest + held.copied, 2 * std::bit_floor(held.longest));
+  const uint64_t entriesBefore = std::min(entries, held.gatheredBeforeLongest);
+  return BASE + memoryOfFiles(prediction, workFile, held) +
          std::max(notesOf(entries, isFolderInMemory).memoryBefore,
                   grown + notesOf(entriesBefore, isFolderInMemory).memoryBefore);
 }
@@ -99,7 +96,7 @@ static uint64_t memoryOfPasses(const Prediction& prediction, const PlayedMemory&
   const Registry& registry = prediction.registry;
   const uint64_t notes = notesOf(entriesOf(prediction), isFolderInMemory).memory;
   const uint64_t ranks = ranksOf(prediction, isFolderInMemory).memory;
-  uint64_t atPass = BASE + memoryOfFiles(prediction, registry.measured.workFile) + notes;
+  uint64_t atPass = BASE + memoryOfFiles(prediction, registry.measured.workFile, prediction.counts.held) + notes;
   const uint64_t atPlan = atPass + ranks;
   atPass +=
       std::min(prediction.counts.outputBytes + played.bytes, WINDOW) + numbersOf(prediction, isFolderInMemory).memory;
@@ -122,14 +119,14 @@ static uint64_t memoryUpToFailure(const Prediction& prediction, bool isFolderInM
   while (entries < entriesOf(prediction) && prediction.registry.entries[entries].begin < end) ++entries;
   const uint64_t workFile = std::min(prediction.registry.measured.workFile, end);
   // The input is read once more, to tell the line of the entry.
-  return memoryOfPreparation(prediction, workFile, entries, isFolderInMemory) +
+  return memoryOfPreparation(prediction, workFile, entries, prediction.counts.heldToProblem, isFolderInMemory) +
          std::min({prediction.counts.outputBytes, end, WINDOW}) + std::min(end, WINDOW);
 }
 
 static uint64_t memoryOfWholeRun(const Prediction& prediction, const PlayedMemory& played, bool isFolderInMemory) {
-  const uint64_t atPreparation =
-      memoryOfPreparation(prediction, prediction.registry.measured.workFile, entriesOf(prediction), isFolderInMemory) +
-      std::min(prediction.counts.outputBytes, WINDOW);
+  const uint64_t atPreparation = memoryOfPreparation(prediction, prediction.registry.measured.workFile,
+                                                     entriesOf(prediction), prediction.counts.held, isFolderInMemory) +
+                                 std::min(prediction.counts.outputBytes, WINDOW);
   return std::max(atPreparation, memoryOfPasses(prediction, played, isFolderInMemory));
 }
 

@@ -107,6 +107,7 @@ static void takePrepared(Survey& survey, uint64_t begin) {
   if (prepared.problem != NO_DETAIL && counts.problem == NO_DETAIL) {
     counts.problem = prepared.problem;
     counts.problemEntry = begin;
+    counts.heldToProblem = counts.held;
   }
   if (prepared.goesToOutput) {
     ++counts.straightThrough;
@@ -158,24 +159,24 @@ static void takePlainLines(Survey& survey) {
 }
 
 // What a run holds of an entry, in its longest form.
-static void measureEntry(const ReadEntry& entry, size_t gatheredBefore, SurveyCounts& counts) {
+static void measureEntry(const ReadEntry& entry, size_t gatheredBefore, HeldMost& held) {
   const uint64_t length = entry.end - entry.heldFrom;
-  if (length > counts.longestEntry) {
-    counts.longestEntry = length;
-    counts.gatheredBeforeLongest = gatheredBefore;
+  if (length > held.longest) {
+    held.longest = length;
+    held.gatheredBeforeLongest = gatheredBefore;
   }
-  counts.linesOfLongest = std::max<uint64_t>(counts.linesOfLongest, entry.count);
-  if (length <= counts.mostCopied || entry.isOversized) return;
+  held.lines = std::max<uint64_t>(held.lines, entry.count);
+  if (length <= held.copied || entry.isOversized) return;
   if (entry.continuations == 0 && !entry.hasLongLine) return;
   uint64_t copied = entry.hasLongLine ? length : 0;
   for (const Line& line : entry.lines()) copied += isContinuation(line) ? line.length : 0;
-  counts.mostCopied = std::max(counts.mostCopied, std::min(copied, length));
+  held.copied = std::max(held.copied, std::min(copied, length));
 }
 
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   ++survey.counts.entries;
   const uint64_t begin = textBegin + survey.entry.begin;
-  measureEntry(survey.entry, survey.registry.awaitedEnd, survey.counts);
+  measureEntry(survey.entry, survey.registry.awaitedEnd, survey.counts.held);
   if (survey.entry.isOversized) {
     survey.prepared = {};
     survey.prepared.objectClass = classOf(survey.entry.lines());
@@ -206,7 +207,7 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
     return true;
   });
   // Comments at the end of the file are held like an entry.
-  measureEntry(survey.entry, registry.awaitedEnd, survey.counts);
+  measureEntry(survey.entry, registry.awaitedEnd, survey.counts.held);
   endAdding(registry);
   return survey.counts;
 }

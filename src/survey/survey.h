@@ -11,6 +11,14 @@
 #include "survey/registry.h"
 #include "survey/surveyed_file.h"
 
+// The most that a run holds of one entry.
+struct HeldMost {
+  uint64_t longest = 0;                // bytes
+  uint64_t gatheredBeforeLongest = 0;  // entries
+  uint64_t lines = 0;
+  uint64_t copied = 0;  // bytes of one in lines that continue others or are cut
+};
+
 struct SurveyCounts {
   int64_t entries = 0;
   int64_t policies = 0;  // of users
@@ -22,13 +30,11 @@ struct SurveyCounts {
   uint64_t outputBytes = 0;  // that the preparation writes straight through
   uint64_t finalBytes = 0;   // of the resource credentials
   bool changetypeSeen = false;
-  uint64_t longestEntry = 0;           // bytes that are held of one
-  uint64_t gatheredBeforeLongest = 0;  // entries
-  uint64_t linesOfLongest = 0;
-  uint64_t mostCopied = 0;  // bytes of one in lines that continue others or are cut
+  HeldMost held = {};
   // The entry that ends the preparation, if one does.
   DetailText problem = NO_DETAIL;
-  uint64_t problemEntry = 0;  // where it begins
+  uint64_t problemEntry = 0;    // where it begins
+  HeldMost heldToProblem = {};  // up to and with it
 };
 
 // What is told of an entry besides, for who wants to know.
