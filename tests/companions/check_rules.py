@@ -7,7 +7,7 @@ import re
 import subprocess
 
 from folder import GOOD, INPUT, REJECTED, Folder, as_somebody, check_report, check_verdict, differs, text_of
-from pieces import (BERT, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, group, line_of, lines, map_of,
+from pieces import (BERT, LINE, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, group, line_of, lines, map_of,
                     map_of_group, own_dn, policy, policy_data, unit, user)
 
 SLOTS = ((1, 1), (2, 1), PLENTY)
@@ -199,6 +199,20 @@ def slot_counts_to_choose_from_have_the_passes_of_their_runs():
     return []
 
 
+def a_run_that_ends_while_it_prepares_holds_nothing_of_what_stands_behind():
+    other = unit(line_of(LINE - 1)) * 100   # more than a window of the input
+    large = unit(*["note: something"] * 100_000)
+    ends = b"# a comment that goes on\n in the next line\n" + unit()
+
+    def foretold(text):
+        with Folder(text) as folder:
+            return json.loads(folder.check("--json", INPUT).stdout)["run"]["memory_bytes"]
+
+    alone, behind, before = (foretold(other + text) for text in (ends, ends + b"\n" + large, large + ends))
+    return (differs("with a large entry behind", alone, behind)
+            + differs("with a large one before: so much more", True, before - alone > len(large)))
+
+
 # Splitting.
 
 REMARK = b"# about the next entry\n# and more of it\n"
@@ -353,7 +367,8 @@ def a_full_standard_output_ends_with_2():
 
 
 RULES = (an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_other_line_ends_comments_and_a_version,
-         slot_counts_to_choose_from_have_the_passes_of_their_runs, values_are_shown_as_they_stand,
+         slot_counts_to_choose_from_have_the_passes_of_their_runs,
+         a_run_that_ends_while_it_prepares_holds_nothing_of_what_stands_behind, values_are_shown_as_they_stand,
          values_are_only_shown_when_they_are_asked_for, values_are_only_shown_by_splitting_when_they_are_asked_for,
          control_characters_do_not_reach_the_terminal, text_begins_with_the_verdict_and_goes_on_with_the_counts,
          text_lists_ten_of_each_kind, text_lists_everything_with_all, json_lists_everything_always,

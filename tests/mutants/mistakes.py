@@ -870,6 +870,8 @@ mistakes = [
      "    if (begin->size() == place + 1) return begin;\n"),
     ("names that end otherwise are left behind the others", "rules/name_matches.cpp",
      "    if (!isWanted(end[-1])) end = std::partition_point(begin, end, isWanted);\n", ""),
+    ("what stands behind the end counts", "check/slot_counts.cpp",
+     "prediction.counts.heldToProblem", "prediction.counts.held"),
     ("first of two entries of one row is doubled", "check/pass_play.cpp", "    std::sort(begin, begin + owner.entries);\n", ""),
     ("longer names are not asked", "rules/name_matches.cpp", "placeOf(begin), placeOf(end));", "placeOf(begin), placeOf(begin) + 1);"),
     ("line is forgotten in its own list alone", "rules/name_matches.cpp", "node > 0; node /= 2) set", "false; node /= 2) set"),
