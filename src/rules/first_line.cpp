@@ -3,7 +3,7 @@
 #include <algorithm>
 
 void append(FirstLine& line, std::string_view piece) {
-  piece = piece.substr(0, piece.find_first_of("\r\n"));
+  for (const char end : {'\r', '\n'}) piece = piece.substr(0, piece.find(end));
   // What has been kept already is looked at, too: a comma and the blanks beside it may stand in two pieces of a folded
   // line.
   for (const char character : piece) {

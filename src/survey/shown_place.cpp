@@ -14,7 +14,8 @@ static std::string_view lineAt(SurveyedFile& file, uint64_t place) {
 
 // What the conversion sees of a line is all that is shown.
 static std::string_view shownPart(std::string_view line) {
-  return line.substr(0, line.find_first_of(std::string_view("\0\r\n", 3)));
+  for (const char end : {'\n', '\r', '\0'}) line = line.substr(0, line.find(end));
+  return line;
 }
 
 // The first line, with those that continue it.

@@ -324,6 +324,8 @@ mistakes = [
     ("earlier entry has the line of the later", "ldif/complaint.cpp",
      "earlier.number = lines.second != 0 ? lines.first : 0;", "earlier.number = lines.first;"),
 
+    ("carriage return is part of a first line", "rules/first_line.cpp", "end : {'\\r', '\\n'}", "end : {'\\n'}"),
+    ("newline is part of a first line", "rules/first_line.cpp", "end : {'\\r', '\\n'}", "end : {'\\r'}"),
     ("blanks beside commas part entries", "rules/first_line.cpp",
      "if (character == ' ' && line.length > 0 && line.text[line.length - 1] == ',') continue;", ""),
     ("piece of a line counts as a line", "ldif/entry_line.cpp",
@@ -1299,6 +1301,8 @@ mistakes = [
     ("NUL in front of an entry is the last", "survey/entry_walk.cpp", "entry.nuls.size() > 1) entry.nuls.resize(1);", "entry.nuls.size() > 1) entry.nuls.erase(entry.nuls.begin());"),
     ("value is shown unasked", "survey/shown_values.cpp", "(withValue ? valueAt(file, finding.line) : \"\")", "valueAt(file, finding.line)"),
     ("base 64 is shown like text", "survey/shown_place.cpp", "text.starts_with(':') || ", ""),
+    ("carriage return goes to the terminal", "survey/shown_place.cpp", "{'\\n', '\\r', '\\0'}", "{'\\n', '\\0'}"),
+    ("bytes behind a NUL are shown", "survey/shown_place.cpp", "{'\\n', '\\r', '\\0'}", "{'\\n', '\\r'}"),
     ("lines are counted from 0", "survey/shown_place.cpp", "linesBefore(file, place) + 1", "linesBefore(file, place)"),
     # check
     ("gate of a kind is always open", "check/pass_play.cpp",
