@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <deque>
 
 #include "rules/attribute.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
 #include "survey/progress.h"
+#include "survey/shown_place.h"
 
 // A record that should be in the output and is not.
 struct MissingRecord {
@@ -101,10 +103,10 @@ static void tally(Accounting& accounting, const EntryFate& entry) {
 static void settleFates(Fates& fates, Entry lines, Road road, bool isFound) {
   for (size_t i = 0; i < fates.size(); ++i) {
     const bool isWritten = fates[i] == KEPT || fates[i] == RENAMED;
-    if (!isFound)
-      fates[i] = fateOfDropped(lines[i], road);
-    else if (isWritten && !isOwnLine(lines[i]))
+    if (isWritten && !(isFound && isOwnLine(lines[i])))
       fates[i] = LOST;
+    else if (!isFound)
+      fates[i] = fateOfDropped(lines[i], road);
   }
 }
 
@@ -152,11 +154,8 @@ class CopiedEntries final : public EntryVisitor {
 
   // Such an entry has its place in the output: where those before it end.
   // It is compared while it is read, since it may be longer than memory.
-  void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) override {
+  void takeOversizedLine(const Line& line, bool isMore, uint64_t begin, uint64_t place) override {
     if (!isOversized_) beginOversized();
-    const bool isMore = isContinuation(line) || (begin_ != begin ? false : !wasClosed_);
-    begin_ = begin;
-    wasClosed_ = line.text[line.length - 1] == '\n';
     const bool isGone = isDropped(line, OVERSIZED);
     if (!isMore && isGone) takeGone(line, begin, place);
     if (!isMore && !isGone) ++kept_;
@@ -176,12 +175,14 @@ class CopiedEntries final : public EntryVisitor {
     isOversized_ = false;
     accounting_.copiedBytes += length;
     accounting_.expectedBytes += length;
-    const bool isFound = isSame_ && takeRecordAt(accounting_.output, from, at_);
+    // Where all lines are dropped only an empty one is left, which is no record.
+    const bool isRecord = at_ > from;
+    const bool isFound = isSame_ && (!isRecord || takeRecordAt(accounting_.output, from, at_));
     accounting_.account.lines[isFound ? KEPT : LOST] += kept_;
-    if (isFound)
-      ++accounting_.account.records[STRAIGHT_RECORD];
-    else
+    if (!isFound)
       accounting_.missing.push_back({begin, 0});
+    else if (isRecord)
+      ++accounting_.account.records[STRAIGHT_RECORD];
   }
 
   int64_t policyDataLines() const { return policyDataLines_; }
@@ -208,8 +209,7 @@ class CopiedEntries final : public EntryVisitor {
   }
 
   void beginOversized() {
-    isOversized_ = isSame_ = wasClosed_ = true;
-    begin_ = NO_PLACE;
+    isOversized_ = isSame_ = true;
     at_ = accounting_.copiedBytes;
     kept_ = 0;
   }
@@ -221,8 +221,6 @@ class CopiedEntries final : public EntryVisitor {
   bool hasDn_ = false;           // an entry has begun with one
   bool isOversized_ = false;
   bool isSame_ = true;
-  bool wasClosed_ = true;
-  uint64_t begin_ = NO_PLACE;
   uint64_t at_ = 0;
 };
 
@@ -268,18 +266,28 @@ static void absorbRenamed(RecordMaker& maker, const LoadedEntry& entry, const Re
                           Fates& fates) {
   for (size_t i = 0; i < fates.size(); ++i) {
     if (fates[i] != REPLACED_BY_SAME || !entry.origins[i].isChanged) continue;
-    const size_t length = entry.lines[i].contentLength;
-    const std::string_view before = textFrom(*maker.file, entry.begin + entry.origins[i].place, length);
+    const std::string before = wholeLineAt(*maker.file, entry.begin + entry.origins[i].place);
     for (const Line* survivor : survivors.lines)
-      if (survivor->content() == before.substr(0, length)) fates[i] = ABSORBED;
+      if (survivor->content() == before) fates[i] = ABSORBED;
   }
+}
+
+// Returns the first entry of those that the owner's record is made of; without any the first one of the owner.
+static uint32_t firstMerged(const Registry& registry, const SlotRows& rows) {
+  uint32_t first = NONE;
+  for (const auto& parts : rows.parts)
+    for (const RowPart& part : parts) {
+      const uint8_t kind = registry.entries[part.entry].rowKind;
+      if (kind != SECPOLICY_KIND && kind != SECPOLICYDATA_KIND) first = std::min(first, part.entry);
+    }
+  return first == NONE ? rows.opener : first;
 }
 
 static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRows& rows, Side side,
                         OwnerRecords& room) {
   // The very functions that the conversion uses make what it should have written.
   const SlotRecords& records = makeRecords(maker, side, rows);
-  const uint64_t begin = maker.registry->entries[rows.opener].begin;
+  const uint64_t begin = maker.registry->entries[firstMerged(*maker.registry, rows)].begin;
   if (records.problem != NO_DETAIL) {
     accounting.missing.push_back({begin, 0});
     for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
@@ -435,25 +443,24 @@ static void findDifference(Accounting& accounting) {
   } else if (missing != accounting.missing.end()) {
     first = {true, missing->begin, NO_RECORD, "The record that the conversion makes of the entry is missing."};
   } else if (accounting.expectedBytes != file.size) {
-    first = {true, NO_PLACE, accounting.output.firstGap, "The records are parted by other than one empty line."};
+    // Where all are parted by one, there is more than there should be, or less, at the end.
+    const uint64_t gap = std::min(accounting.output.firstGap, std::max<uint64_t>(file.size, 1) - 1);
+    first = {true, NO_PLACE, gap, "The records are parted by other than one empty line."};
   }
 }
 
 // Which rows an entry runs on into depends on the slot counts, which the account does not know. Then it can only
 // say that this may be the reason.
-static bool mayRunOn(const GatheredEntry& entry) {
-  return entry.owner != NONE && entry.lines >= static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
-}
-
-static bool mayAnyRunOn(const Registry& registry) {
-  for (uint32_t i = 0; i < registry.entries.size(); ++i)
-    if (mayRunOn(registry.entries[i])) return true;
-  return false;
-}
-
-static void reportLongEntries(const Registry& registry, FindingSink& sink) {
-  for (uint32_t i = 0; i < registry.entries.size(); ++i)
-    if (mayRunOn(registry.entries[i])) sink.take({ENTRY_IN_ANOTHER_ROW, AT_NONE, registry.entries[i].begin});
+// Returns true when there is such an entry.
+static bool reportLongEntries(const Registry& registry, FindingSink& sink) {
+  bool isAny = false;
+  for (uint32_t i = 0; i < registry.entries.size(); ++i) {
+    const GatheredEntry& entry = registry.entries[i];
+    if (entry.owner == NONE || fitsRow(entry)) continue;
+    isAny = true;
+    sink.take({ENTRY_IN_ANOTHER_ROW, AT_NONE, entry.begin});
+  }
+  return isAny;
 }
 
 void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, AccountSink& sink, Account& account) {
@@ -477,7 +484,6 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();
   if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
   findDifference(accounting);
-  if (!account.first.isAny || !mayAnyRunOn(account.registry)) return;
-  account.first.text += " An entry with too many lines may have run on into the row of another one.";
-  reportLongEntries(account.registry, sink);
+  if (account.first.isAny && reportLongEntries(account.registry, sink))
+    account.first.text += " An entry with too many lines may have run on into the row of another one.";
 }

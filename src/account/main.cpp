@@ -21,10 +21,9 @@ static constexpr char PROGRAM[] = "tqldif2v6-account";
 
 static int account(const AccountOptions& options) {
   SurveyedFile input;
-  SurveyedFile opened;
   SurveyedFile output;
-  for (SurveyedFile* file : {&input, &opened})
-    if (!openSurveyed(PROGRAM, options.input, *file)) endFor(options.input);
+  if (!openSurveyed(PROGRAM, options.input, input)) endFor(options.input);
+  SurveyedFile opened = input;
   // In memory as a whole it can be looked at in two places; otherwise each look moves its own window.
   SurveyedFile& again = canBeWhole(input) ? input : opened;
   if (!openSurveyed(PROGRAM, options.output, output)) endFor(options.output);

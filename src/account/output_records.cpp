@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <tuple>
+
+#include "rules/text.h"
 
 // The end of a record with an install date, whose digits are not known beforehand.
 static constexpr std::string_view dateTag = "installDate: ";
@@ -95,18 +98,15 @@ static uint32_t takeOut(OutputRecords& records, uint64_t hash, uint64_t maker, I
   return NO_NUMBER;
 }
 
-static bool isAttributeLine(std::string_view text, size_t begin) {
-  return begin < text.size() && text[begin] != '\n' && text[begin] != ' ' && text[begin] != '#';
-}
+static bool isAttributeLine(std::string_view line) { return line[0] != ' ' && line[0] != '#' && !isBlankLine(line); }
 
 // Returns the length of the record at the begin of a text, up to its first empty line, and counts its lines.
 static size_t measureRecord(std::string_view text, int64_t& lines) {
   for (size_t begin = 0; begin < text.size();) {
     if (text[begin] == '\n') return begin;
-    if (isAttributeLine(text, begin)) ++lines;
-    const size_t end = text.find('\n', begin);
-    if (end == std::string_view::npos) break;
-    begin = end + 1;
+    const size_t end = std::min(text.find('\n', begin), text.size() - 1) + 1;
+    if (isAttributeLine(text.substr(begin, end - begin))) ++lines;
+    begin = end;
   }
   return text.size();
 }
@@ -203,21 +203,28 @@ void announceOpenRecord(OutputRecords& records, const PiecedText& text) {
   records.longestOpen = std::max(records.longestOpen, text.size);
 }
 
+static bool isBefore(const OpenRecord& one, const OpenRecord& other) {
+  return std::tie(one.dnHash, one.length, one.hash) < std::tie(other.dnHash, other.length, other.hash);
+}
+
 // Returns the length of the record that has been announced and begins there, 0 without one that another one is behind.
 static size_t lengthOfOpen(OutputRecords& records, uint64_t place) {
   const std::string_view text = textFrom(*records.file, place, records.longestOpen + 1);
   const uint64_t dnHash = hashOfFirstLine(onePiece(text));
-  auto open = std::lower_bound(records.open.begin(), records.open.end(), dnHash,
-                               [](const OpenRecord& one, uint64_t hash) { return one.dnHash < hash; });
-  for (; open != records.open.end() && open->dnHash == dnHash; ++open)
-    if (open->length < text.size() && text[open->length] != '\n' && hashOf({{&text, 1}, 0, open->length}) == open->hash)
-      return open->length;
+  const auto end = records.open.end();
+  auto open = std::lower_bound(records.open.begin(), end, OpenRecord{dnHash, 0, 0}, isBefore);
+  while (open != end && open->dnHash == dnHash && open->length < text.size()) {
+    // Of those of one length, which may be many, one can be there.
+    const size_t length = open->length;
+    const OpenRecord wanted = {dnHash, hashOf({{&text, 1}, 0, length}), length};
+    if (text[length] != '\n' && std::binary_search(open, end, wanted, isBefore)) return length;
+    open = std::upper_bound(open, end, OpenRecord{dnHash, UINT64_MAX, length}, isBefore);
+  }
   return 0;
 }
 
 void partOpenRecords(OutputRecords& records) {
-  std::sort(records.open.begin(), records.open.end(),
-            [](const OpenRecord& one, const OpenRecord& other) { return one.dnHash < other.dnHash; });
+  std::sort(records.open.begin(), records.open.end(), isBefore);
   const size_t wholeOnes = records.open.empty() ? 0 : records.all.size();
   for (size_t i = 0; i < wholeOnes; ++i) {
     uint64_t place = records.all[i].place;

@@ -15,6 +15,8 @@ static constexpr const char* fateNames[] = {"not_written", "absorbed", "renamed"
                                             "replaced",    "replaced", "bookkeeping", "looks_like_bookkeeping",
                                             "lost"};
 
+static constexpr int64_t SHOWN_OF_EACH = 10;
+
 static bool isAsked(const AccountOptions& options) {
   return options.entry != nullptr || (options.all && !options.json);
 }
@@ -25,10 +27,12 @@ void AccountReport::begin() {
 
 // Kept until the end, because JSON has the list of the losses open meanwhile, and two lists cannot be written at
 // once.
-void AccountReport::take(const Finding& finding) { changes_.push_back(finding); }
+void AccountReport::take(const Finding& finding) {
+  isAnyChange_ = true;
+  if (changesOf_[finding.id]++ < SHOWN_OF_EACH || options_.all || options_.json) changes_.push_back(finding);
+}
 
 void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
-  constexpr int64_t SHOWN = 30;
   const uint64_t place = entry.begin + entry.origins[line].place;
   const LineFate fate = (*entry.fates)[line];
   if (options_.json) {
@@ -40,10 +44,11 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
     // Written at once: a million losses need no memory.
     fputs(losses_ > 0 ? ",\n" : "\n", stdout);
     fputs(dumped(loss).c_str(), stdout);
-  } else if (losses_ < SHOWN) {
+  } else if (lossesOf_[fate] < SHOWN_OF_EACH) {
     // A screen takes no more of them; their number is counted all the same.
     shown_.push_back({entry.begin, place, fate});
   }
+  ++lossesOf_[fate];
   ++losses_;
 }
 
@@ -69,7 +74,7 @@ bool AccountReport::isWanted(const EntryFate& entry) {
   return isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
 }
 
-// Returns the place of the line that stands in the record for one that is replaced.
+// Returns the line that stands in the record for one that is replaced.
 static const Line* replacementOf(const EntryFate& entry, const Line& line) {
   const std::string_view name = line.view().substr(0, std::min(line.firstColon, line.length));
   // The line must be in the record itself: one that has been dropped there stands for nothing.
@@ -162,37 +167,39 @@ void AccountReport::writeJson(const Account& account) {
          dumped(ofRecords).c_str(), dumped(ofLines).c_str());
 }
 
+// Their number says how much there is to do.
+static void writeRest(int64_t count) {
+  if (count > SHOWN_OF_EACH) printf("  and %" PRId64 " more\n", count - SHOWN_OF_EACH);
+}
+
 void AccountReport::writeLosses() {
-  constexpr int64_t SHOWN_OF_EACH = 10;
   for (const LineFate fate : {REPLACED, LOOKS_LIKE_BOOKKEEPING, LOST}) {
-    int64_t shown = 0;
+    if (lossesOf_[fate] > 0) printf("\n%s:\n", fateNames[fate]);
     for (const Loss& loss : shown_) {
-      if (loss.fate != fate || shown == SHOWN_OF_EACH) continue;
-      if (shown++ == 0) printf("\n%s:\n", fateNames[fate]);
+      if (loss.fate != fate) continue;
       const ShownDn dn = dnAt(input_, loss.entry);
       std::string line = attributeAt(input_, loss.line);
       if (options_.values) line += valueAt(input_, loss.line);
       printf("  line %" PRId64 ": %s, %s\n", lineNumberOf(input_, loss.line),
              dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", harmless(line).c_str());
     }
+    writeRest(lossesOf_[fate]);
   }
   if (losses_ > 0 && !options_.all) puts("  (--all shows what became of every line)");
 }
 
 void AccountReport::writeChanges() {
-  constexpr int64_t SHOWN_OF_EACH = 10;
   for (int id = 0; id < NUMBER_OF_FINDINGS; ++id) {
-    int64_t count = 0;
+    if (changesOf_[id] == 0) continue;
+    const FindingKind& kind = kindOf(static_cast<FindingId>(id));
+    printf("\n%s (%s): %s\n", kind.id, nameOf(kind.effect), kind.what);
     for (const Finding& change : changes_) {
-      if (change.id != id || ++count > SHOWN_OF_EACH) continue;
-      const FindingKind& kind = kindOf(change.id);
-      if (count == 1) printf("\n%s (%s): %s\n", kind.id, nameOf(kind.effect), kind.what);
+      if (change.id != id) continue;
       const ShownDn dn = dnAt(input_, change.entry);
       printf("  line %" PRId64 ": %s\n", lineNumberOf(input_, change.line != NO_PLACE ? change.line : change.entry),
              dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown");
     }
-    // Their number says how much there is to do.
-    if (count > SHOWN_OF_EACH) printf("  and %" PRId64 " more\n", count - SHOWN_OF_EACH);
+    if (!options_.all) writeRest(changesOf_[id]);
   }
 }
 

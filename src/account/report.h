@@ -7,7 +7,7 @@
 #include "account/accounting.h"
 #include "account/options.h"
 
-// Takes what is found: losses written at once as JSON, the rest kept, since changes are few.
+// Takes what is found: losses are written at once as JSON; of the rest is kept what will be shown.
 class AccountReport final : public AccountSink {
  public:
   AccountReport(const AccountOptions& options, SurveyedFile& input, SurveyedFile& output)
@@ -20,7 +20,7 @@ class AccountReport final : public AccountSink {
   void takeLoss(const EntryFate& entry, size_t line) override;
   void end(const Account& account);
 
-  bool isAnyFound() const { return losses_ > 0 || !changes_.empty(); }
+  bool isAnyFound() const { return losses_ > 0 || isAnyChange_; }
 
  private:
   struct Loss {
@@ -42,5 +42,8 @@ class AccountReport final : public AccountSink {
   std::deque<Finding> changes_;
   std::deque<Loss> shown_;  // losses
   int64_t losses_ = 0;
+  int64_t lossesOf_[NUMBER_OF_FATES] = {};
+  int64_t changesOf_[NUMBER_OF_FINDINGS] = {};
+  bool isAnyChange_ = false;
   int64_t entriesWritten_ = 0;
 };

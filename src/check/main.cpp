@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <new>
+#include <string>
 
 #include "check/options.h"
 #include "check/prediction.h"
@@ -24,7 +25,9 @@
 }
 
 static void requireDistinctNames(const CheckOptions& options) {
-  const char* const names[] = {options.input, options.good, options.rejected};
+  // The next conversion would take the last of them for a work file that an earlier one has left.
+  const std::string workFile = std::string(options.input) + ".tmp";
+  const char* const names[] = {options.input, options.good, options.rejected, workFile.c_str()};
   for (size_t i = 0; i < std::size(names); ++i)
     for (size_t j = 0; j < i; ++j) {
       if (options.good == nullptr || !isSameFile(names[i], names[j])) continue;
@@ -36,10 +39,9 @@ static void requireDistinctNames(const CheckOptions& options) {
 
 static int check(const CheckOptions& options) {
   SurveyedFile file;
-  SurveyedFile opened;
   requireDistinctNames(options);
   if (!openSurveyed("tqldif2v6-check", options.input, file)) endFor(options.input);
-  if (!openSurveyed("tqldif2v6-check", options.input, opened)) endFor(options.input);
+  SurveyedFile opened = file;
   // In memory as a whole it can be looked at in two places; otherwise each look moves its own window.
   SurveyedFile& again = canBeWhole(file) ? file : opened;
   const bool isInMemory = isFolderInMemory(options.input);

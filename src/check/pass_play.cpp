@@ -204,9 +204,7 @@ static void noteLookUp(Play& play) {
 
 // True for an entry that is gathered without a look at it. Where it is not, the run looks for its owner's slot by the
 // DN.
-static bool isAsPlanned(const GatheredEntry& entry) {
-  return entry.kind == entry.rowKind && entry.opensForKey && entry.lines < columns(static_cast<EntryKind>(entry.kind));
-}
+static bool isAsPlanned(const GatheredEntry& entry) { return fitsOwnRow(entry) && entry.opensForKey; }
 
 // Puts the entry into the row and, as far as it is too long, into those behind it.
 static void place(Play& play, uint32_t entry, int32_t slot) {

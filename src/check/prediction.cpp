@@ -1,7 +1,6 @@
 #include "check/prediction.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 #include "check/regular_records.h"
 #include "rules/attribute.h"
@@ -26,10 +25,11 @@ class EntryCheck final : public EntryVisitor {
     if (prepared.parts.empty()) prediction_.entriesThatEndPreparation.push_back(begin);
   }
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
-    forEachDroppedLine(lines, road, false,
-                       [&](size_t line, LineFate fate) { findLoss(fate, origins[line], begin, findings_); });
+    forEachDroppedLine(lines, road, false, [&](size_t line, LineFate fate) {
+      findLoss(fate, lines[line], road, origins[line], begin, findings_);
+    });
   }
-  void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) override {
+  void takeOversizedLine(const Line& line, bool /*isMore*/, uint64_t begin, uint64_t place) override {
     if (isDropped(line, OVERSIZED) && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
       findings_.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
   }

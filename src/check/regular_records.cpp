@@ -28,10 +28,12 @@ RecordDn takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, Record
                      FindingSink& findings) {
   findSurvivors(maker.records, survivors);
   forEachEntryOfSlot(maker, rows, side, false, [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
+    const Road road = kind == SECPOLICY_KIND ? POLICY : MERGED;
     const auto takeFate = [&](size_t line, LineFate fate) {
-      if (isLoss(fate)) findLoss(fate, originOf(*maker.registry, entry, line), entry.begin, findings);
+      if (!isLoss(fate)) return;
+      findLoss(fate, entry.lines[line], road, originOf(*maker.registry, entry, line), entry.begin, findings);
     };
-    if (kind == SECPOLICY_KIND)
+    if (road == POLICY)
       forEachDroppedLine(entry.lines, POLICY, true, takeFate);
     else
       forEachMissingLine(row, survivors, takeFate);

@@ -4,11 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "platform/file_operations.h"
 #include "platform/message_details.h"
@@ -22,6 +23,22 @@ struct NewFile {
   FILE* stream = nullptr;
 };
 
+// A signal waits as long.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+ private:
+  sigset_t before_;
+};
+
 // Asked before anything is written, so that a name that cannot be given to a file takes no earlier file with it. A pipe
 // or a device is none that may be replaced.
 static bool mayBeReplaced(const char* name) {
@@ -33,6 +50,7 @@ static bool mayBeReplaced(const char* name) {
 static bool beginFile(NewFile& file, const char* name, size_t number) {
   file.name = name;
   file.unfinished = file.name + ".XXXXXX";
+  const BlockedSignals untilItsNameIsKnown;
   // In the folder of the file that it will be, so that it can be renamed; and for its user's eyes alone, as the input
   // should be.
   const int descriptor = mkostemp(file.unfinished.data(), O_CLOEXEC);
@@ -67,40 +85,58 @@ static bool syncFolderOf(const std::string& name) {
   const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
   // A new name is safe once its folder is.
   const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return failWith();
+  // One that may be written to and not read cannot be asked for it, and has the names all the same.
+  if (descriptor < 0) return errno == EACCES || failWith();
   const bool isSynced = fsync(descriptor) == 0 || failWith();
   close(descriptor);
   return isSynced;
 }
 
-static bool isRejected(const Registry& registry, uint32_t number) {
-  const GatheredEntry& entry = registry.entries[number];
-  if (entry.endsPreparation || entry.problem != NO_DETAIL) return true;
-  return entry.owner != NONE && registry.owners[entry.owner].isRejected;
+static bool hasOwnProblem(const GatheredEntry& entry) { return entry.endsPreparation || entry.problem != NO_DETAIL; }
+
+static bool isRejected(const Registry& registry, const GatheredEntry& entry) {
+  return hasOwnProblem(entry) || (entry.owner != NONE && registry.owners[entry.owner].isRejected);
 }
 
 // An entry of the input that has become several in the work file goes as a whole, and takes the owners of all of them
 // along.
-static void rejectOwners(Registry& registry) {
-  for (uint32_t i = 0; i < registry.owners.size(); ++i) {
-    RegistryOwner& owner = registry.owners[i];
-    owner.isRejected = !owner.isRegular || owner.hasProblem;
-  }
-  // Each owner that is rejected can reject entries that hold parts of other owners.
-  for (bool isAnyMore = true; isAnyMore;) {
-    isAnyMore = false;
-    for (uint32_t i = 0, end = 0; i < registry.entries.size(); i = end) {
-      bool isAnyRejected = false;
-      for (end = i; end < registry.entries.size() && registry.entries[end].begin == registry.entries[i].begin; ++end)
-        isAnyRejected = isAnyRejected || isRejected(registry, end);
-      for (uint32_t part = i; isAnyRejected && part < end; ++part) {
-        const uint32_t owner = registry.entries[part].owner;
-        if (owner == NONE || registry.owners[owner].isRejected) continue;
-        registry.owners[owner].isRejected = isAnyMore = true;
-      }
+class OwnerRejection {
+ public:
+  explicit OwnerRejection(Registry& registry) : registry_(registry), isTaken_(registry.entries.size()) {}
+
+  void rejectAll() {
+    for (uint32_t i = 0; i < registry_.owners.size(); ++i)
+      if (!registry_.owners[i].isRegular || registry_.owners[i].hasProblem) reject(i);
+    for (uint32_t i = 0; i < registry_.entries.size(); ++i)
+      if (hasOwnProblem(registry_.entries[i])) rejectPartsBeside(i);
+    // Each owner that is rejected can reject entries that hold parts of other owners.
+    while (!awaiting_.empty()) {
+      const uint32_t owner = awaiting_.back();
+      awaiting_.pop_back();
+      for (const uint32_t i : entriesOf(registry_, registry_.owners[owner])) rejectPartsBeside(i);
     }
   }
-}
+
+ private:
+  void reject(uint32_t owner) {
+    if (registry_.owners[owner].isRejected) return;
+    registry_.owners[owner].isRejected = true;
+    awaiting_.push_back(owner);
+  }
+
+  void rejectPartsBeside(uint32_t number) {
+    const uint32_t first = number - registry_.entries[number].part;
+    if (isTaken_[first]) return;
+    isTaken_[first] = true;
+    const uint64_t begin = registry_.entries[first].begin;
+    for (uint32_t i = first; i < registry_.entries.size() && registry_.entries[i].begin == begin; ++i)
+      if (registry_.entries[i].owner != NONE) reject(registry_.entries[i].owner);
+  }
+
+  Registry& registry_;
+  std::vector<bool> isTaken_;       // by the number of the first part
+  std::vector<uint32_t> awaiting_;  // owners whose entries have not been looked at yet
+};
 
 // Says of each entry of the input, in their order, whether it goes.
 struct Rejections {
@@ -114,7 +150,7 @@ static bool isNextRejected(Rejections& rejections, uint64_t begin) {
   bool isAny = false;
   for (; rejections.next < registry.entries.size() && registry.entries[rejections.next].begin == begin;
        ++rejections.next)
-    isAny = isAny || isRejected(registry, rejections.next);
+    isAny = isAny || isRejected(registry, registry.entries[rejections.next]);
   const auto& copied = rejections.prediction.entriesThatEndPreparation;
   if (rejections.nextCopied < copied.size() && copied[rejections.nextCopied] == begin) {
     ++rejections.nextCopied;
@@ -168,35 +204,43 @@ static const char* makeFiles(SurveyedFile& file, SurveyedFile& again, const Pred
   return isUnchanged(file) ? nullptr : options.input;
 }
 
-// Gives both files their names. The second one can only fail where somebody has changed the folder meanwhile; then the
-// first is taken away.
+// Gives an earlier file of that name another one, under which it can come back. Some file systems have no second names;
+// there it is without one for a moment.
+static bool putAside(const NewFile& file, const std::string& aside) {
+  const bool isAside = link(file.name.c_str(), aside.c_str()) == 0 || rename(file.name.c_str(), aside.c_str()) == 0;
+  return isAside || errno == ENOENT || failWith();
+}
+
+static bool giveName(NewFile& file) {
+  if (rename(file.unfinished.c_str(), file.name.c_str()) != 0) return failWith();
+  file.unfinished.clear();
+  return true;
+}
+
+// Gives both files their names. Where the second one does not get its own, the first gives way to what was there.
 static const char* renameFiles(NewFile (&files)[2], const CheckOptions& options) {
-  if (rename(files[0].unfinished.c_str(), files[0].name.c_str()) != 0) {
-    failWith();
-    return options.good;
+  const BlockedSignals untilBothHaveTheirNames;
+  const std::string aside = files[0].unfinished + "~";
+  if (!putAside(files[0], aside)) return options.good;
+  const bool hasFirst = giveName(files[0]);
+  if (!hasFirst || !giveName(files[1])) {
+    // Of two names of one file neither goes away by that.
+    if (rename(aside.c_str(), files[0].name.c_str()) == 0)
+      unlink(aside.c_str());
+    else if (hasFirst)
+      unlink(files[0].name.c_str());
+    return hasFirst ? options.rejected : options.good;
   }
-  files[0].unfinished.clear();
-  if (rename(files[1].unfinished.c_str(), files[1].name.c_str()) != 0) {
-    failWith();
-    unlink(files[0].name.c_str());
-    return options.rejected;
-  }
-  files[1].unfinished.clear();
+  unlink(aside.c_str());
   if (!syncFolderOf(files[0].name)) return options.good;
   return syncFolderOf(files[1].name) ? nullptr : options.rejected;
 }
 
 const char* splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options) {
-  rejectOwners(prediction.registry);
+  OwnerRejection(prediction.registry).rejectAll();
   NewFile files[2];
   const char* failed = makeFiles(file, again, prediction, options, files);
-  // A signal waits until both have their names.
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
   if (failed == nullptr) failed = renameFiles(files, options);
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
   if (failed != nullptr) {
     // Clearing up may fail, too, and would give its own reason.
     const std::string reason = messageReason;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "rules/adjustments.h"
 #include "rules/attribute.h"
 #include "rules/dn_hash.h"
 #include "rules/policy_container.h"
@@ -24,8 +25,8 @@ static ObjectClass withoutCredentials(ObjectClass code) {
   return code == RESCREDS_CONTAINER ? CONTAINER_OBJECTCLASS : code;
 }
 
-// True when the line names a class that the run knows only in another spelling.
-static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
+// True when the line names a class that the run knows only in another spelling, or in one piece.
+static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry, bool isClassFolded) {
   // Most entries have a line of the class top, too, which is shorter than one with any of these values.
   constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
   if (line.contentLength < SHORTEST || line.firstColon >= line.contentLength) return false;
@@ -34,17 +35,49 @@ static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry) {
   for (const ClassValue& known : classValues)
     if (value.size() == known.value.size() && isSameInAnyCase(value, known.value))
       return withoutCredentials(ofEntry) != known.code && isNamed(line, "objectclass") &&
-             withoutCredentials(classOf({&line, 1})) != known.code;
+             (isClassFolded || withoutCredentials(classOf({&line, 1})) != known.code);
   return false;
+}
+
+static bool isSameToRun(ObjectClass one, ObjectClass other) {
+  // A container is copied like an entry of an unknown class.
+  const auto isCopied = [](ObjectClass code) {
+    return code == UNINTERESTING_OBJECTCLASS || code == CONTAINER_OBJECTCLASS;
+  };
+  return withoutCredentials(one) == withoutCredentials(other) || (isCopied(one) && isCopied(other));
+}
+
+// Returns the number of the line that decides about the class of the entry, where its own attribute decides otherwise;
+// else the number of lines.
+static size_t lineTakenForClass(Entry lines, ObjectClass ofEntry) {
+  constexpr uint32_t OBJECTCLASS = nameBit("objectclass");
+  size_t taken = lines.size();
+  for (const Line& line : lines) {
+    if ((line.names & OBJECTCLASS) == 0) continue;
+    const ObjectClass found = classOf({&line, 1});
+    if (found == UNINTERESTING_OBJECTCLASS) continue;
+    if (isNamed(line, "objectclass")) return isSameToRun(found, ofEntry) ? lines.size() : taken;
+    taken = std::min(taken, static_cast<size_t>(&line - lines.data()));
+  }
+  return isSameToRun(UNINTERESTING_OBJECTCLASS, ofEntry) ? lines.size() : taken;
 }
 
 // Where the whole line begins in which a place of the entry lies.
 // A finding in a piece, or in what continues a line, is shown at the begin of that line, where people look for it.
 static uint64_t wholeLine(const PreparedEntry& prepared, size_t place, uint64_t begin) {
-  size_t found = 0;
-  for (const Origin& origin : prepared.origins)
-    if (!origin.isPiece && origin.line != NO_LINE && origin.place <= place) found = origin.place;
-  return begin + found;
+  const auto& origins = prepared.origins;
+  // In the order of their places; what has been added stands behind them.
+  auto at = std::partition_point(origins.begin(), origins.end(),
+                                 [&](const Origin& origin) { return origin.line != NO_LINE && origin.place <= place; });
+  if (at == origins.begin()) return begin;
+  --at;
+  const auto goesOn = [&] { return at->isPiece && at != origins.begin(); };
+  // The pieces of a line follow one another without a gap.
+  while (goesOn() && (at - 1)->place + LONGEST_LINE == at->place) --at;
+  const size_t own = at->isPiece ? prepared.text.substr(0, at->place).rfind('\n') + 1 : 0;
+  if (own > 0 && prepared.text[own] == '#') return begin + own;
+  while (goesOn()) --at;
+  return begin + at->place;
 }
 
 static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t begin) {
@@ -117,6 +150,9 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   constexpr uint32_t NAMES = CHANGETYPE | nameBit("objectclass");
   bool isChange = false;
   bool hasUnknownName = false;
+  // What is copied is sorted by its lines as they are folded.
+  const bool isClassFolded =
+      !prepared.isForeseen && prepared.goesToOutput && !isSameToRun(classOf(prepared.lines), prepared.objectClass);
   // One finding for an entry is enough, whatever attributes were taken from odd places.
   bool isTaken = prepared.isValueTaken;
   if (isTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
@@ -132,10 +168,15 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
       isTaken = true;
       findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, i, begin)});
     }
-    if (hasUnknownName || !isUnknownSpelling(line, prepared.objectClass)) continue;
+    if (hasUnknownName || !isUnknownSpelling(line, prepared.objectClass, isClassFolded)) continue;
     hasUnknownName = true;
     findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin)});
   }
+  if (isTaken || hasUnknownName || prepared.isForeseen || !prepared.partLines.empty()) return;
+  const ObjectClass ofWritten = prepared.parts.empty() ? prepared.objectClass : prepared.parts[0].objectClass;
+  const size_t taken = lineTakenForClass(prepared.lines, ofWritten);
+  if (taken < prepared.lines.size())
+    findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, taken, begin)});
 }
 
 bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn"); }
@@ -143,7 +184,8 @@ bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn");
 void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
                  FindingSink& findings) {
   if (entry.isOversized) {
-    if (!prepared.goesToOutput) findings.take({OVERSIZED_ENTRY, AT_NONE, begin});
+    const bool isConverted = !prepared.goesToOutput || getsVersionAndDate(prepared.objectClass);
+    if (isConverted) findings.take({OVERSIZED_ENTRY, AT_NONE, begin});
     return;
   }
   if (prepared.lines.empty()) return;
@@ -152,8 +194,10 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
   findOddNames(prepared, begin, findings);
 }
 
-void findLoss(LineFate fate, const Origin& origin, uint64_t begin, FindingSink& findings) {
+void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, uint64_t begin, FindingSink& findings) {
   if (origin.line == NO_LINE || origin.isPiece) return;
+  // Removing the other value would not save a line that is dropped anyway.
+  if (fate == REPLACED && isDropped(line, road)) fate = LOOKS_LIKE_BOOKKEEPING;
   const uint64_t place = begin + origin.place;
   if (fate == REPLACED) findings.take({VALUE_IS_REPLACED, AT_NONE, begin, place});
   if (fate == LOOKS_LIKE_BOOKKEEPING) findings.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});

@@ -19,8 +19,8 @@ void findNuls(const ReadEntry& entry, uint64_t begin, FindingSink& findings);
 // True when it begins with a dn: line.
 bool beginsWithDn(const ReadEntry& entry);
 
-// What is found about a line of an entry that is not in the output.
-void findLoss(LineFate fate, const Origin& origin, uint64_t begin, FindingSink& findings);
+// What is found about a line of an entry that goes a road and is not in the output.
+void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, uint64_t begin, FindingSink& findings);
 
 // The new DN of a record.
 struct RecordDn {

@@ -30,16 +30,19 @@ static bool isNulNear(EntryWalk& walk) {
 
 static bool isCut(const Line& line) { return line.length == LONGEST_LINE && line.text[line.length - 1] != '\n'; }
 
+static void noteLongLine(ReadEntry& entry, size_t place) {
+  if (!entry.hasLongLine) entry.longLine = place;
+  entry.hasLongLine = true;
+}
+
 // Takes the next line, whatever it is, up to its NUL. Returns false at the end of the text.
 static bool takeAnyLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
   const bool mayHoldNul = isNulNear(walk);
   takeLine(walk.scan, line);
   if (line.length == 0) return false;
   walk.isInLine = isCut(line);
-  if (isCut(line) && walk.scan.next < walk.text.size() && !entry.hasLongLine) {
-    entry.hasLongLine = true;
-    entry.longLine = static_cast<size_t>(line.text - walk.text.data());
-  }
+  if (isCut(line) && walk.scan.next < walk.text.size())
+    noteLongLine(entry, static_cast<size_t>(line.text - walk.text.data()));
   if (!mayHoldNul || walk.nul >= walk.scan.next) return true;
   // Strings of the tool end at a NUL, so that what stands behind it on its line is never seen.
   line = scanLine(line.view().substr(0, line.view().find('\0')));
@@ -99,7 +102,7 @@ static void findTraits(ReadEntry& entry) {
   }
   entry.names = names;
   entry.continuations = continuations;
-  entry.isOrdinary = !areOdd && !areOpen && longest < LONGEST_LINE && longestEnd <= 2;
+  entry.isOrdinary = !areOdd && !areOpen && !entry.hasLongLine && longest < LONGEST_LINE && longestEnd <= 2;
   entry.hasReturns = longestEnd == 2;
   entry.mayFoldName = mayFoldName;
 }
@@ -116,6 +119,7 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
   Line& line = entry.room[entry.count];
   const size_t nuls = entry.nuls.size();
   const bool hadLongLine = entry.hasLongLine;
+  const bool isRestOfComment = isBehindComment && walk.isInLine;
   if (!takeAnyLine(walk, entry, line)) {
     entry.isEndedByText = true;
     return true;
@@ -131,6 +135,9 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
     entry.nuls.resize(nuls);
     entry.hasLongLine = hadLongLine;
   }
+  // A long comment does no harm itself; what is left of it is taken for a line.
+  if (isRestOfComment && !isComment)
+    noteLongLine(entry, walk.text.rfind('\n', static_cast<size_t>(line.text - walk.text.data())) + 1);
   // A comment cannot be folded here: what continues it is taken for more of the line before the comment.
   if (isBehindComment && isContinuation(line)) entry.hasFoldedComment = true;
   isBehindComment = isComment || (isBehindComment && isContinuation(line));

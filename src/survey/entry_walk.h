@@ -19,7 +19,7 @@ struct ReadEntry {
   bool isEndedByText = false;     // and by no blank line
   bool isOversized = false;       // it goes on behind the lines that are held
   std::vector<size_t> nuls;       // where lines begin that are cut short by one; the entry, for a piece of a line
-  bool hasLongLine = false;       // a line stands there in pieces
+  bool hasLongLine = false;       // a line stands there in pieces, or what is left of a comment
   size_t longLine = 0;            // where the first of them begins
   bool hasFoldedComment = false;  // what continues a comment is taken for more of the line before it
   bool isOrdinary = false;        // every line is whole and has a newline or CRLF behind it

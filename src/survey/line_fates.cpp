@@ -36,15 +36,43 @@ static std::string_view valueOf(const Line& line) {
   return behindSpaces(line.content().substr(std::min<size_t>(ownName(line).size() + 1, line.contentLength)));
 }
 
-LineFate fateAmong(const Line& line, Entry lines, Road road) {
-  LineFate fate = fateOfDropped(line, road);
-  for (const Line& other : lines) {
-    if (isDropped(other, road) || !isNamed(other, ownName(line))) continue;
-    if (other.content() == line.content()) return fateOfDropped(line, road);
-    if (valueOf(other) == valueOf(line)) fate = REPLACED_BY_SAME;
-    if (fate != REPLACED_BY_SAME) fate = REPLACED;
-  }
-  return fate;
+// Orders names without regard to case.
+static int compareNames(const Line& one, const Line& other) {
+  const std::string_view name = ownName(one);
+  const std::string_view otherName = ownName(other);
+  if (name.size() != otherName.size()) return name.size() < otherName.size() ? -1 : 1;
+  const auto [at, otherAt] = std::mismatch(name.begin(), name.end(), otherName.begin(),
+                                           [](char a, char b) { return lowered(a) == lowered(b); });
+  if (at == name.end()) return 0;
+  return lowered(*at) < lowered(*otherAt) ? -1 : 1;
+}
+
+// How much of two lines is compared: the first of these alone, or more of them.
+enum Likeness : uint8_t { SAME_NAME, SAME_VALUE, SAME_TEXT };
+
+static int compareLines(const Line& one, const Line& other, Likeness likeness) {
+  int order = compareNames(one, other);
+  if (order == 0 && likeness >= SAME_VALUE) order = valueOf(one).compare(valueOf(other));
+  if (order == 0 && likeness >= SAME_TEXT) order = one.content().compare(other.content());
+  return order;
+}
+
+StayingLines::StayingLines(Entry lines, Road road) : road_(road) {
+  for (const Line& line : lines)
+    if (!isDropped(line, road)) sorted_.push_back(&line);
+  std::sort(sorted_.begin(), sorted_.end(),
+            [](const Line* one, const Line* other) { return compareLines(*one, *other, SAME_TEXT) < 0; });
+}
+
+LineFate StayingLines::fateOf(const Line& dropped) const {
+  const auto isAny = [&](Likeness likeness) {
+    const auto at = std::lower_bound(sorted_.begin(), sorted_.end(), dropped, [&](const Line* one, const Line& line) {
+      return compareLines(*one, line, likeness) < 0;
+    });
+    return at != sorted_.end() && compareLines(**at, dropped, likeness) == 0;
+  };
+  if (!isAny(SAME_NAME) || isAny(SAME_TEXT)) return fateOfDropped(dropped, road_);
+  return isAny(SAME_VALUE) ? REPLACED_BY_SAME : REPLACED;
 }
 
 void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, bool getsNewDn, Fates& fates) {
@@ -103,6 +131,16 @@ static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors)
     fate = valueOf(survivor) == valueOf(line) ? REPLACED_BY_SAME : REPLACED;
   }
   return fate == NUMBER_OF_FATES ? fateOfDropped(line, MERGED) : fate;
+}
+
+bool isWholeEntry(const Registry& registry, const std::vector<RowPart>& parts) {
+  if (parts.empty()) return false;
+  uint32_t next = 0;
+  for (const RowPart& part : parts) {
+    if (part.entry != parts[0].entry || part.first != next) return false;
+    next += part.count;
+  }
+  return next == registry.entries[parts[0].entry].lines;
 }
 
 static bool isObjectClass(const Line& line) {

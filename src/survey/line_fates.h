@@ -2,13 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "rules/merge.h"
 #include "survey/record.h"
 
 enum LineFate : uint8_t {
-  LEFT_OUT,                // its whole entry is not
+  LEFT_OUT,                // its whole entry is not written
   ABSORBED,                // another entry of the record says the same: DN, object classes, equal lines
   RENAMED,                 // it is in the output with another name or value, as it has to
   KEPT,                    // it is in the output
@@ -29,16 +30,28 @@ using Fates = std::vector<LineFate>;
 // The fate of a line that is dropped on a road.
 LineFate fateOfDropped(const Line& line, Road road);
 
-// The same where the line stands among those of an entry that is written alone.
-LineFate fateAmong(const Line& line, Entry lines, Road road);
+// The lines of an entry that is written alone, as a dropped one is compared with those that stay.
+class StayingLines {
+ public:
+  StayingLines(Entry lines, Road road);
+  LineFate fateOf(const Line& dropped) const;
+
+ private:
+  Road road_;
+  std::vector<const Line*> sorted_;  // by name, value and spelling
+};
 
 // Calls take with the place and the fate of each line of such an entry that is dropped. Its first line is not looked at
 // when it gets a new DN.
 template <typename Take>
 void forEachDroppedLine(Entry lines, Road road, bool getsNewDn, Take take) {
   const Entry rest = lines.subspan(getsNewDn ? 1 : 0);
-  for (const Line& line : rest)
-    if (isDropped(line, road)) take(static_cast<size_t>(&line - lines.data()), fateAmong(line, rest, road));
+  std::optional<StayingLines> staying;  // most entries do not need them
+  for (const Line& line : rest) {
+    if (!isDropped(line, road)) continue;
+    if (!staying) staying.emplace(rest, road);
+    take(static_cast<size_t>(&line - lines.data()), staying->fateOf(line));
+  }
 }
 
 // Finds the fates of all lines of such an entry.
@@ -86,21 +99,24 @@ void forEachMissingLine(const MergedRow& row, const RecordSurvivors& survivors, 
 void findMergedFates(const MergedRow& row, std::span<const Origin> origins, bool isOwnEntry,
                      const RecordSurvivors& survivors, Fates& fates);
 
-// Has each entry of a slot taken, with its kind and what the merge has made of it if it has been merged; policy data,
-// which are in no record, only where they are wanted. None is taken where the entries do not stand there whole.
+// True when what stands in a row, and in those behind it, is one entry as a whole.
+bool isWholeEntry(const Registry& registry, const std::vector<RowPart>& parts);
+
+// Has each entry of a slot taken that stands there whole, with its kind and what the merge has made of it if it has
+// been merged; policy data, which are in no record, only where they are wanted.
 template <typename TakeEntry>
 void forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, bool withPolicyData, TakeEntry takeEntry) {
-  for (const auto& parts : rows.parts)
-    if (parts.size() > 1 || (parts.size() == 1 && maker.registry->entries[parts[0].entry].lines != parts[0].count))
-      return;
   const bool isMergedTwice = !rows.parts[USERS_SECUSER_KIND].empty();
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const EntryKind baseKind = isMergedTwice ? USERS_SECUSER_KIND : ownKind;
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind) {
-    if (rows.parts[kind].empty() || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
-    const LoadedEntry& entry = loadedEntry(maker, rows.parts[kind][0].entry);
+    const auto& parts = rows.parts[kind];
+    if (!isWholeEntry(*maker.registry, parts) || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
+    const LoadedEntry& entry = loadedEntry(maker, parts[0].entry);
+    // The lines of several rows have been put together.
+    const Entry lines = parts.size() == 1 ? Entry(entry.lines) : Entry(maker.lines[kind]);
     const bool isPartial = isMergedTwice && kind != USERS_SECUSER_KIND;
     takeEntry(entry, static_cast<EntryKind>(kind),
-              MergedRow{entry.lines, isPartial ? maker.partial : Entry(), kind == baseKind});
+              MergedRow{lines, isPartial ? maker.partial : Entry(), kind == baseKind});
   }
 }

@@ -1,6 +1,7 @@
 #include "survey/registry.h"
 
 #include <algorithm>
+#include <new>
 
 // The sides are kept apart by a bit.
 // A user and a group of one DN are two owners.
@@ -49,12 +50,12 @@ static uint32_t findOwner(Registry& registry, uint64_t hash, Side side) {
 
 // The first entry of an owner opens its slot.
 static bool isRegular(const RegistryOwner& owner, const GatheredEntry& entry) {
-  const bool fits =
-      entry.rowKind == entry.kind && entry.lines < static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.kind)));
-  return fits && (owner.first != NONE || entry.opensForKey) && (owner.kinds >> entry.rowKind & 1U) == 0;
+  return fitsOwnRow(entry) && (owner.first != NONE || entry.opensForKey) && (owner.kinds >> entry.rowKind & 1U) == 0;
 }
 
 static void settle(Registry& registry, const AwaitedEntry& awaited) {
+  // There are no more numbers than that; the memory of such a machine would hold more entries.
+  if (registry.entries.size() >= NONE - 1) throw std::bad_alloc();
   GatheredEntry entry = awaited.entry;
   const auto number = static_cast<uint32_t>(registry.entries.size());
   const auto kind = static_cast<EntryKind>(entry.kind);

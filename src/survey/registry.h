@@ -31,6 +31,14 @@ struct GatheredEntry {
 };
 static_assert(sizeof(GatheredEntry) == 32);
 
+// True when the entry has room in one row of its kind. One that fills the row has none: nothing says where it ends.
+inline bool fitsRow(const GatheredEntry& entry) {
+  return entry.lines < static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
+}
+
+// True when that is the row of the kind as which it was sorted.
+inline bool fitsOwnRow(const GatheredEntry& entry) { return entry.rowKind == entry.kind && fitsRow(entry); }
+
 // A user or a group.
 struct RegistryOwner {
   uint64_t hash;          // of the DN, with the side

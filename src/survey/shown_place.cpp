@@ -18,8 +18,7 @@ static std::string_view shownPart(std::string_view line) {
   return line;
 }
 
-// The first line, with those that continue it.
-static std::string firstLineAt(SurveyedFile& file, uint64_t place) {
+std::string wholeLineAt(SurveyedFile& file, uint64_t place) {
   // A value of megabytes would help nobody.
   constexpr size_t LONGEST_SHOWN = size_t{64} * 1024;
   std::string whole;
@@ -36,7 +35,7 @@ static std::string firstLineAt(SurveyedFile& file, uint64_t place) {
 
 ShownDn dnAt(SurveyedFile& file, uint64_t entry) {
   constexpr std::string_view TAG = "dn:";
-  const std::string line = firstLineAt(file, entry);
+  const std::string line = wholeLineAt(file, entry);
   const std::string_view view = line;
   if (!isSameInAnyCase(view.substr(0, TAG.size()), TAG) || view.substr(TAG.size()).starts_with(':')) return {};
   return {std::string(trimmed(behindSpaces(view.substr(TAG.size())))), true};
@@ -47,7 +46,7 @@ static bool isOfName(char c) { return isLetter(c) || (c >= '0' && c <= '9') || c
 
 std::string attributeAt(SurveyedFile& file, uint64_t line) {
   constexpr size_t LONGEST_NAME = 64;
-  const std::string whole = firstLineAt(file, line);
+  const std::string whole = wholeLineAt(file, line);
   const std::string_view text = whole;
   const std::string_view name = text.substr(0, std::min(text.find(':'), text.size()));
   const bool isValid = name.size() < text.size() && !name.empty() && name.size() <= LONGEST_NAME &&
@@ -57,7 +56,7 @@ std::string attributeAt(SurveyedFile& file, uint64_t line) {
 }
 
 std::string valueAt(SurveyedFile& file, uint64_t line) {
-  const std::string whole = firstLineAt(file, line);
+  const std::string whole = wholeLineAt(file, line);
   const std::string_view text = std::string_view(whole).substr(std::min(whole.find(':') + 1, whole.size()));
   // Base 64 and addresses have a second sign behind the colon.
   const size_t signs = text.starts_with(':') || text.starts_with('<') ? 1 : 0;

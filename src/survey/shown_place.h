@@ -14,6 +14,10 @@ struct ShownDn {
 };
 ShownDn dnAt(SurveyedFile& file, uint64_t entry);
 
+// The line that begins in a place, up to its first odd byte, with those that continue it. What is longer than 64 KiB is
+// cut.
+std::string wholeLineAt(SurveyedFile& file, uint64_t place);
+
 // The attribute name of the line that begins in a place; empty unless it is a valid one.
 std::string attributeAt(SurveyedFile& file, uint64_t line);
 

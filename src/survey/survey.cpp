@@ -79,7 +79,7 @@ static void addPart(Survey& survey, const WorkEntry& part, uint32_t number, uint
   gathered.part = number;
   gathered.kind = part.kind;
   gathered.rowKind = part.kind;
-  gathered.isPlain = part.kind != RESCREDS_KIND && survey.prepared.partLines.empty() &&
+  gathered.isPlain = part.kind != RESCREDS_KIND && !survey.entry.hasLongLine && survey.prepared.partLines.empty() &&
                      part.objectClass == survey.prepared.objectClass;
   gathered.isMeasured = !survey.prepared.isForeseen;
   gathered.keptAt = survey.keptAt;
@@ -129,11 +129,11 @@ static void takePrepared(Survey& survey, uint64_t begin) {
 // A line of an entry that is too long to be held goes to the output as it stands.
 static void takeOversizedLine(Survey& survey, const Line& line, uint64_t begin, std::string_view text) {
   // Such lines are not unfolded: a piece counts with the line whose piece it is.
-  const bool isMore = isContinuation(line) || (line.text != text.data() && line.text[-1] != '\n');
+  const size_t place = static_cast<size_t>(line.text - text.data()) - survey.entry.begin;
+  const bool isMore = isContinuation(line) || (place > 0 && line.text[-1] != '\n');
   if (!isMore) ++survey.counts.attributeLines;
   if (!isDropped(line, OVERSIZED)) survey.counts.outputBytes += line.length;
-  const auto place = static_cast<size_t>(line.text - text.data()) - survey.entry.begin;
-  survey.visitor.takeOversizedLine(line, begin, begin + place);
+  survey.visitor.takeOversizedLine(line, isMore, begin, begin + place);
 }
 
 static void takeOversized(Survey& survey, EntryWalk& walk, uint64_t begin) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 
 #include "rules/dropped_lines.h"
 #include "survey/entry_walk.h"
@@ -43,8 +42,8 @@ class EntryVisitor {
   // An entry that goes to the output by itself, straight through or at the end. The lines are as they are written, with
   // those that are dropped; begin is its place in the input.
   virtual void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) = 0;
-  // The same of one that is too long to be held: line by line, and then its end.
-  virtual void takeOversizedLine(const Line& line, uint64_t begin, uint64_t place) = 0;
+  // The same of one that is too long to be held: line by line, and then its end. A line can be more of the one before.
+  virtual void takeOversizedLine(const Line& line, bool isMore, uint64_t begin, uint64_t place) = 0;
   virtual void endOversized(const ReadEntry& entry, uint64_t begin) = 0;
   // Any entry, before the others.
   virtual void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) = 0;
