@@ -126,18 +126,19 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
   }
   // Of the NULs in front of an entry one is enough to tell of: there may be one on every line.
   if (entry.count == 0 && entry.nuls.size() > 1) entry.nuls.resize(1);
-  if (isBlankLine(line.view())) {
+  const bool isBlank = isBlankLine(line.view());
+  const bool isComment = line.text[0] == '#';
+  // A long comment does no harm itself; what is left of it is taken for a line, or ends the entry.
+  if (isRestOfComment && !isComment && (!isBlank || entry.count > 0))
+    noteLongLine(entry, walk.text.rfind('\n', static_cast<size_t>(line.text - walk.text.data()) - 1) + 1);
+  if (isBlank) {
     if (entry.count == 0) entry.heldFrom = walk.scan.next;
     return entry.count > 0;
   }
-  const bool isComment = line.text[0] == '#';
   if (isComment) {
     entry.nuls.resize(nuls);
     entry.hasLongLine = hadLongLine;
   }
-  // A long comment does no harm itself; what is left of it is taken for a line.
-  if (isRestOfComment && !isComment)
-    noteLongLine(entry, walk.text.rfind('\n', static_cast<size_t>(line.text - walk.text.data())) + 1);
   // A comment cannot be folded here: what continues it is taken for more of the line before the comment.
   if (isBehindComment && isContinuation(line)) entry.hasFoldedComment = true;
   isBehindComment = isComment || (isBehindComment && isContinuation(line));

@@ -3,10 +3,11 @@
 What is expected of each is worked out from the rules of the conversion, never from what a program says. The entries in
 question come first, so that their lines count from 1.
 """
-from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, GROUP, GROUP_MAP, HELD, LINE, MAP, UNIT,
-                    USER, WEB, WITHOUT_NAME, beside, changes, credentials, entry, folded, group, line_of, lines, loses,
-                    map_of, map_of_group, oversized_unit, own_dn, policy, policy_data, shown, stops, unit, user,
-                    users_entry)
+from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, GROUP, GROUP_MAP, HELD, LINE, MAP,
+                    UNIT, ROW, USER, WEB, WITHOUT_NAME, beside, changes, credentials, entry, folded, group, line_of,
+                    lines, loses, map_of, map_of_group, oversized_unit, own_dn, policy, policy_data, shown, shown_alone,
+                    stops, unit, user, users_entry)
+
 
 def various(count, begin):
     """Lines of which hardly two have names of one length and end and are of one length."""
@@ -101,6 +102,26 @@ LOSSES = (
     beside("value-replaced", "value that the map has as its second one is no loss",
            (user("bert", "description: b"), map_of("bert", "description: a", "description: b")),
            shows=("\ndescription: a\n", "\ndescription: b\n")),
+    shown("line that would be dropped anyway is not saved by removing the one that stands for it",
+          (user("bert", "description: see acl: x", "description: other"), MAP),
+          loses("looks-like-bookkeeping", 5, BERT), lacks=("see acl",)),
+    shown("loss behind a long line that a NUL cuts has its line",
+          (user("bert", "sn: a\0" + "c" * (LINE - 6) + "x: y", "mail: acl: z"), MAP),
+          loses("looks-like-bookkeeping", 6, BERT), changes("nul-byte", 5, BERT), changes("long-line", 5, BERT),
+          shows=("\nx: y\n",), lacks=("acl: z",)),
+    shown("loss behind a long comment has its line",
+          (user("bert", "#" + "c" * (LINE - 1) + "x: y", "mail: acl: z"), MAP),
+          loses("looks-like-bookkeeping", 6, BERT), changes("long-line", 5, BERT),
+          shows=("\nx: y\n",), lacks=("acl: z",)),
+    shown_alone("user that runs on into a free row loses lines like others",
+                (user("bert", "description: acl: z", *lines(ROW + 1 - 6)), MAP),
+                loses("looks-like-bookkeeping", 5, BERT), stops("too-many-lines", 1, BERT, "others"),
+                slots=(2, 2), ends=((1, 1),), lacks=("acl: z",)),
+    shown_alone("user loses lines beside policy data that run on into a free row",
+                (user("bert", "description: own"), map_of("bert", "description: map's"),
+                 policy_data("bert", *lines(ROW + 1 - 3))),
+                loses("value-replaced", 5, BERT), stops("too-many-lines", 12, BERTS_DATA, "others"),
+                slots=(2, 2), ends=((1, 1),), lacks=("description: own",)),
 )
 
 
@@ -168,6 +189,14 @@ CLASSES = (
           (USER, MAP, entry(f"dn: {BERTS_DATA}", "objectclass: secPolicydata", "cn: Data")),
           changes("unknown-class-name", 11, BERTS_DATA),
           shows=("dn: cn=Policy,cn=Policies,principalName=bert,", "\nobjectclass: secPolicydata\ncn: Data\n")),
+    *(shown(f"class in the folded line {line!r} is not known in what is copied", (of_class(line),),
+            changes("unknown-class-name", 2, BERT), shows=(f"dn: {BERT}\nobjectclass: secUser\n",),
+            lacks=("dn: principalName=bert,",))
+      for line in ("objectclass: secU\n ser", "objectclass:\n  secUser", "object\n class: secUser")),
+    beside("unknown-class-name", "class that is folded behind its name is known",
+           (of_class("objectclass: secUser\n s"), MAP), shows=("dn: principalName=bert,",)),
+    beside("unknown-class-name", "folded class of no such name is none",
+           (entry(f"dn: {UNIT}", "objectclass: organizational\n Unit"),), shows=(f"dn: {UNIT}\n",)),
     *(beside("unknown-class-name", f"class in the line {line!r} is no known one in another spelling", (of_class(line),),
              shows=(f"dn: {BERT}\n{line}\n",))
       for line in ("objectclass: mySecUser", "objectclass: SecUsers", "objectclass: SecUser,x",
@@ -241,6 +270,18 @@ TEXTS = (
     shown("line of 4,095 characters ends its entry in what is copied",
           (unit(line_of(4095), "ou: Other"),), changes("long-line", 3, UNIT), changes("entry-without-dn", 4, None),
           shows=(f"{line_of(4095)}\n\nou: Other\n",)),
+    shown("what is left of a long comment is taken for a line",
+          (unit("#" + "c" * (LINE - 1) + "x: y"),), changes("long-line", 3, UNIT), shows=("\nx: y\n",)),
+    shown("line end that is left of a long comment ends the entry",
+          (unit("#" + "c" * (LINE - 1), "ou: Other"),), changes("long-line", 3, UNIT),
+          changes("entry-without-dn", 4, None), shows=("\n\nou: Other\n",)),
+    shown("what is left of a long comment above an entry is taken for its first line",
+          (b"#" + b"c" * (LINE - 1) + b"x: y\n" + unit(),), changes("long-line", 1, None),
+          shows=("x: y\ndn: ",)),
+    beside("long-line", "comment of 4,094 characters is left out",
+           (unit("#" + "c" * (LINE - 2), "ou: Other"),), lacks=("ccc",)),
+    beside("long-line", "line end that is left of a long comment between entries is blank",
+           (b"#" + b"c" * (LINE - 1) + b"\n" + unit(),), lacks=("ccc",)),
     beside("long-line", "line of 4,094 characters stays with its entry",
            (unit(line_of(4094), "ou: Other"),), shows=(f"{line_of(4094)}\nou: Other\n",)),
     shown("longer line goes on in a line of its own in what is copied",
@@ -298,6 +339,20 @@ TAKEN = (
     shown("changetype in a description marks the policy containers",
           (user("bert", "description: changetype: x"), MAP), changes("value-taken-for-attribute", 5, BERT),
           shows=("dn: cn=Policies,principalName=anna,cn=Users,secAuthority=default\nchangetype: add\n",)),
+    shown("class in a description takes an entry for policy data, which are not written",
+          (entry(f"dn: cn=note,{BERT}", "objectclass: document", "description: the objectclass: secPolicyData was",
+                 "mail: x"), USER, MAP), changes("value-taken-for-attribute", 3, f"cn=note,{BERT}"),
+          lacks=("mail: x",)),
+    shown("class in a description takes a group for a container, which is copied",
+          (entry(f"dn: {CREW}", "description: objectclass: a container of", "objectclass: secGroup", "cn: crew"),),
+          changes("value-taken-for-attribute", 2, CREW), shows=(f"dn: {CREW}\ndescription:",)),
+    shown("class in a description takes an entry for resource credentials, which come last",
+          (unit("description: my objectclass: secResCreds"),), changes("value-taken-for-attribute", 3, UNIT),
+          shows=("description: my objectclass: secResCreds\n\n",)),
+    beside("value-taken-for-attribute", "class in a description behind the entry's own counts for nothing",
+           (user("bert", "description: objectclass: secGroup"), MAP), shows=("dn: principalName=bert,",)),
+    beside("value-taken-for-attribute", "container in a description is copied like other entries",
+           (unit("description: objectclass: a container of"),), shows=(f"dn: {UNIT}\n",)),
     beside("value-taken-for-attribute", "attributes of these names are taken for themselves",
            (user("bert", "secuuid: 2", "secDomainId: 1"), MAP), shows=("\nsecUUID: 2\nsecDomainId: 1\n",)),
     beside("value-taken-for-attribute", "secuuid in a description of what is copied stays",
