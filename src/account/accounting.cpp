@@ -154,11 +154,12 @@ class CopiedEntries final : public EntryVisitor {
 
   // Such an entry has its place in the output: where those before it end.
   // It is compared while it is read, since it may be longer than memory.
-  void takeOversizedLine(const Line& line, bool isMore, uint64_t begin, uint64_t place) override {
+  void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override {
     if (!isOversized_) beginOversized();
     const bool isGone = isDropped(line, OVERSIZED);
-    if (!isMore && isGone) takeGone(line, begin, place);
-    if (!isMore && !isGone) ++kept_;
+    if (what != MORE_OF_LINE && isGone) takeGone(line, fateOfDropped(line, OVERSIZED), begin, place);
+    if (what == JOINED_LINE && !isGone) takeGone(line, LOST, begin, place);
+    if (what == OWN_LINE && !isGone) ++kept_;
     if (isGone) return;
     // Where the entry should stand its lines are compared one by one, so that nothing of it is held.
     const std::string_view there =
@@ -188,9 +189,9 @@ class CopiedEntries final : public EntryVisitor {
   int64_t policyDataLines() const { return policyDataLines_; }
 
  private:
-  void takeGone(const Line& line, uint64_t begin, uint64_t place) {
+  void takeGone(const Line& line, LineFate fate, uint64_t begin, uint64_t place) {
     const Origin origin = {static_cast<size_t>(place - begin), 0, false, false};
-    fates_.assign(1, fateOfDropped(line, OVERSIZED));
+    fates_.assign(1, fate);
     tally(accounting_, {begin, "copied", {}, {&line, 1}, {&origin, 1}, &fates_, {}});
   }
 

@@ -29,9 +29,11 @@ class EntryCheck final : public EntryVisitor {
       findLoss(fate, lines[line], road, origins[line], begin, findings_);
     });
   }
-  void takeOversizedLine(const Line& line, bool /*isMore*/, uint64_t begin, uint64_t place) override {
-    if (isDropped(line, OVERSIZED) && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
+  void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override {
+    const bool isGone = isDropped(line, OVERSIZED);
+    if (isGone && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
       findings_.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
+    if (!isGone && what == JOINED_LINE) findings_.take({LINE_IS_LOST, AT_NONE, begin, place});
   }
   void endOversized(const ReadEntry& entry, uint64_t begin) override { findNuls(entry, begin, findings_); }
 

@@ -59,7 +59,7 @@ static constexpr FindingKind kinds[] = {
      "The entry takes lines from the entry of another user or group, or gives it some.",
      "Remove lines from it: 49 are gathered, of a policy 499."},
     {"unknown-class-name", CHANGES, "The class name is not known in this spelling, and does not count.",
-     "Write it as in secUser or secuser, behind objectClass: and a blank."},
+     "Write it as in secUser or secuser, behind objectClass: and a blank, on one line."},
     {"version-line", CHANGES, "The version line is taken for the DN of the first entry.",
      "Remove it, or put an empty line behind it."},
     {"byte-order-mark", CHANGES, "The byte-order mark is taken for a part of the first line.", "Remove it."},

@@ -21,7 +21,7 @@ std::string wholeLineAt(SurveyedFile& file, uint64_t place);
 // The attribute name of the line that begins in a place; empty unless it is a valid one.
 std::string attributeAt(SurveyedFile& file, uint64_t line);
 
-// The value behind it, as far as it stands in the same line.
+// The value behind it, folding undone.
 std::string valueAt(SurveyedFile& file, uint64_t line);
 
 // Returns the text as it can be shown on a terminal.

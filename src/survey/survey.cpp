@@ -23,6 +23,7 @@ struct Survey {
   PreparedEntry prepared = {};
   bool areLinesKept = false;   // the file is in memory as a whole, so that lines have places that last
   uint32_t keptAt = NOT_KEPT;  // those of the entry
+  bool isLineOpen = false;     // what was written last of an entry that is copied line by line has no newline
   char memory[size_t{64} * 1024] = {};
   Texts texts{memory, sizeof memory};
 };
@@ -131,12 +132,16 @@ static void takeOversizedLine(Survey& survey, const Line& line, uint64_t begin, 
   // Such lines are not unfolded: a piece counts with the line whose piece it is.
   const size_t place = static_cast<size_t>(line.text - text.data()) - survey.entry.begin;
   const bool isMore = isContinuation(line) || (place > 0 && line.text[-1] != '\n');
+  const OversizedLine ofItsOwn = survey.isLineOpen ? JOINED_LINE : OWN_LINE;
+  survey.visitor.takeOversizedLine(line, isMore ? MORE_OF_LINE : ofItsOwn, begin, begin + place);
   if (!isMore) ++survey.counts.attributeLines;
-  if (!isDropped(line, OVERSIZED)) survey.counts.outputBytes += line.length;
-  survey.visitor.takeOversizedLine(line, isMore, begin, begin + place);
+  if (isDropped(line, OVERSIZED)) return;
+  survey.counts.outputBytes += line.length;
+  survey.isLineOpen = line.text[line.length - 1] != '\n';
 }
 
 static void takeOversized(Survey& survey, EntryWalk& walk, uint64_t begin) {
+  survey.isLineOpen = false;
   for (const Line& line : survey.entry.lines()) takeOversizedLine(survey, line, begin, walk.text);
   Line line;
   while (takeOversizedLine(walk, survey.entry, line)) takeOversizedLine(survey, line, begin, walk.text);

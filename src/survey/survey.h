@@ -36,14 +36,21 @@ struct SurveyCounts {
   HeldMost heldToProblem = {};  // up to and with it
 };
 
+// A line of an entry that is copied line by line.
+enum OversizedLine : uint8_t {
+  OWN_LINE,
+  MORE_OF_LINE,  // it goes on with the line before
+  JOINED_LINE    // it is written behind a line that a NUL has cut, whose newline is gone
+};
+
 // What is told of an entry besides, for who wants to know.
 class EntryVisitor {
  public:
   // An entry that goes to the output by itself, straight through or at the end. The lines are as they are written, with
   // those that are dropped; begin is its place in the input.
   virtual void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) = 0;
-  // The same of one that is too long to be held: line by line, and then its end. A line can be more of the one before.
-  virtual void takeOversizedLine(const Line& line, bool isMore, uint64_t begin, uint64_t place) = 0;
+  // The same of one that is too long to be held: line by line, and then its end.
+  virtual void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) = 0;
   virtual void endOversized(const ReadEntry& entry, uint64_t begin) = 0;
   // Any entry, before the others.
   virtual void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) = 0;

@@ -6,7 +6,8 @@ import os
 import re
 import subprocess
 
-from folder import GOOD, INPUT, REJECTED, Folder, as_somebody, check_report, check_verdict, differs, text_of
+from folder import (GOOD, INPUT, REJECTED, WORK_FILE, Folder, Skipped, as_somebody, check_report, check_verdict, differs,
+                    text_of)
 from pieces import (BERT, LINE, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, group, line_of, lines, map_of,
                     map_of_group, own_dn, policy, policy_data, unit, user)
 
@@ -280,6 +281,41 @@ def equal_names_are_refused():
     return faults
 
 
+def a_name_that_a_run_takes_for_its_work_file_is_refused():
+    with Folder(USER + REGISTRY) as folder:
+        run = folder.check("--split", GOOD, WORK_FILE, INPUT)
+        return differs("exit status", 2, run.returncode) + differs("files", [INPUT], folder.names())
+
+
+def earlier_files_stay_where_the_second_one_may_not_be_replaced():
+    """In a folder in which nobody may rename what another one owns."""
+    if os.geteuid() != 0:
+        raise Skipped("only root can give files to others")
+    whom = as_somebody()
+    with Folder(USER + REGISTRY) as folder:
+        for name in (GOOD, REJECTED):
+            folder.write(name, b"earlier\n")
+        (folder.path / INPUT).chmod(0o644)
+        os.chown(folder.path / GOOD, whom["user"], whom["group"])
+        folder.path.chmod(0o1777)
+        run = folder.check("--split", GOOD, REJECTED, INPUT, **whom)
+        return (differs("exit status", 2, run.returncode) + differs("good", b"earlier\n", folder.read(GOOD))
+                + differs("rejected", b"earlier\n", folder.read(REJECTED))
+                + differs("files", sorted((GOOD, INPUT, REJECTED)), folder.names()))
+
+
+def a_folder_that_may_not_be_read_takes_both_files():
+    with Folder(USER + REGISTRY) as folder:
+        (folder.path / INPUT).chmod(0o644)
+        (folder.path / "folder").mkdir()
+        (folder.path / "folder").chmod(0o333)
+        folder.path.chmod(0o755)
+        run = folder.check("--split", "folder/a", "folder/b", INPUT, **as_somebody())
+        (folder.path / "folder").chmod(0o755)
+        return (differs("exit status", 1, run.returncode) + differs("error", b"", run.stderr)
+                + differs("files", ["a", "b"], sorted(os.listdir(folder.path / "folder"))))
+
+
 def split_that_cannot_be_written_leaves_everything_as_it_was():
     faults = []
     for names in ((GOOD, "nowhere/rejected"), ("nowhere/good", REJECTED), (GOOD, "folder"), ("folder", REJECTED),
@@ -366,7 +402,9 @@ def a_full_standard_output_ends_with_2():
     return faults
 
 
-RULES = (an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_other_line_ends_comments_and_a_version,
+RULES = (a_name_that_a_run_takes_for_its_work_file_is_refused,
+         earlier_files_stay_where_the_second_one_may_not_be_replaced, a_folder_that_may_not_be_read_takes_both_files,
+         an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_other_line_ends_comments_and_a_version,
          slot_counts_to_choose_from_have_the_passes_of_their_runs,
          a_run_that_ends_while_it_prepares_holds_nothing_of_what_stands_behind, values_are_shown_as_they_stand,
          values_are_only_shown_when_they_are_asked_for, values_are_only_shown_by_splitting_when_they_are_asked_for,

@@ -11,7 +11,7 @@ import unittest
 
 import folder as folders
 from folder import INPUT, OUTPUT, Folder
-from pieces import (BERT, BERTS_MAP, BERTS_USERS, LINE, PLENTY, credentials, entry, group, line_of, map_of,
+from pieces import (BERT, BERTS_MAP, BERTS_USERS, HELD, LINE, PLENTY, credentials, entry, group, line_of, map_of,
                     map_of_group, oversized_unit, policy, policy_data, unit, user, users_entry)
 
 AUTHORITY_INFO = entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "version: 5.1")
@@ -122,8 +122,8 @@ class Accounts(unittest.TestCase):
 
     def test_a_line_that_is_renamed_is_absorbed_by_one_that_is_equal_to_it_in_the_input(self):
         # The map's identifier keeps its name.
-        for uuid, absorbed, replaced in (("secuuid: 4", 3, 0), ("secUuid: 4", 2, 1)):
-            self.expect(user("bert", uuid) + map_of("bert", "secuuid: 4"),
+        for uuid, absorbed, replaced in (("secuuid: 47", 3, 0), ("secUuid: 47", 2, 1), ("secuuid: 4\n 7", 3, 0)):
+            self.expect(user("bert", uuid) + map_of("bert", "secuuid: 47"),
                         counts(kept=5, renamed=1, absorbed=absorbed, replaced=replaced, added=1), (2, 0, 2, 0),
                         {"users": 1})
 
@@ -158,6 +158,19 @@ class Accounts(unittest.TestCase):
         self.expect(oversized_unit("xoq-entryuuid: 9"), counts(kept=249999, bookkeeping=1), (1, 1, 0, 0),
                     {"straight_through": 1})
 
+    def test_an_entry_of_250000_lines_that_are_all_dropped_leaves_no_record(self):
+        self.expect(unit() + entry(*["xoq-entryuuid: 9"] * HELD) + unit(), counts(kept=4, bookkeeping=HELD), (3, 3, 0, 0),
+                    {"straight_through": 2})
+
+    def test_the_rest_of_a_long_comment_in_an_entry_of_250000_lines_is_added(self):
+        self.expect(oversized_unit()[:-1] + b"#" + b"c" * (LINE - 1) + b"x: y\na: b\n\n",
+                    counts(kept=HELD + 1, added=1), (1, 1, 0, 0), {"straight_through": 1})
+
+    def test_a_line_behind_one_that_a_nul_cuts_in_an_entry_of_250000_lines_is_lost(self):
+        said = self.account(oversized_unit()[:-1] + b"a: b\0c\nsn: d\ne: f\n\n")
+        self.assertEqual((said["verdict"], said["lines"]), ("complete", counts(kept=HELD + 2, lost=1)))
+        self.assertEqual([(one["line"], one["attribute"]) for one in said["losses"]], [(HELD + 2, "sn")])
+
     def test_slot_counts_make_no_difference(self):
         registry = b"".join(user(name) + map_of(name) for name in ("anna", "bert", "carl"))
         for slots in ((1, 1), (2, 1), (3, 3)):
@@ -180,6 +193,22 @@ class Accounts(unittest.TestCase):
             first = said["first_difference"]
             self.assertEqual((first["input_line"], first["output_line"]), (10, None), begin)
             self.assertIn("is missing", first["text"])
+
+    def test_a_changed_record_of_a_user_is_named_by_the_first_entry_that_is_merged_into_it(self):
+        # The policy of three lines, and policy data, come first.
+        said = self.account(policy("bert") + policy_data("bert") + user("bert") + map_of("bert"),
+                            spoil=lambda output: output.replace(b"secDN: cn=bert", b"secDN: cn=Bert"))
+        self.assertEqual((said["first_difference"]["input_line"], said["first_difference"]["output_line"]), (9, 1))
+
+    def test_a_missing_record_has_lost_what_is_not_dropped_on_its_way(self):
+        # Access lists of entries that are copied stay.
+        said = self.account(unit("aci: 1"), spoil=lambda output: output.replace(b"aci: 1\n", b""))
+        self.assertEqual(said["lines"], counts(lost=3, added=2))
+        self.assertEqual([one["line"] for one in said["losses"]], [1, 2, 3])
+
+    def test_line_ends_of_another_kind_are_differences_and_no_lines(self):
+        said = self.account(unit(), spoil=lambda output: output.replace(b"\n", b"\r\n"))
+        self.assertEqual((said["verdict"], said["lines"]), ("differs", counts(lost=2, added=2)))
 
     def test_bookkeeping_is_none_of_what_a_missing_record_has_lost(self):
         said = self.account(unit("XOQ-ENTRYUUID: 1") + user("bert", "aclEntry: x", "description: acl: x")
@@ -250,6 +279,22 @@ class Accounts(unittest.TestCase):
                             (lambda output: output[:-1], 4), (lambda output: output.replace(b"\n\n", b"\n\n\n"), 4)):
             said = self.account(unit() + unit(), spoil=spoil)
             self.assertEqual((said["verdict"], said["first_difference"]["output_line"]), ("differs", line))
+
+    def test_an_empty_line_too_many_behind_an_entry_of_250000_lines_is_found(self):
+        # At the end of the text no empty line ends it, and none is written.
+        said = self.account(oversized_unit()[:-1], spoil=lambda output: output + b"\n")
+        self.assertEqual((said["verdict"], said["first_difference"]["output_line"]), ("differs", HELD + 1))
+
+    def test_text_shows_ten_losses_and_changes_of_each_kind_and_all_shows_all_changes(self):
+        many = b"".join(user(f"p{i}", "description: own") + map_of(f"p{i}", "description: map's") for i in range(40))
+        with Folder(many + user("bert", "description: acl: x") + map_of("bert") + 12 * unit("changetype: add")) as folder:
+            folder.convert((50, 1))
+            texts = [folder.run(folders.programs["account"], *options, INPUT, OUTPUT).stdout.decode()
+                     for options in ((), ("--all",))]
+        for text, more in zip(texts, (["  and 30 more", "  and 2 more"], ["  and 30 more"])):
+            self.assertEqual([line for line in text.splitlines() if line.endswith("more")], more)
+            losses = text[text.index("\nreplaced:"):]
+            self.assertIn(f"\nlooks_like_bookkeeping:\n  line {40 * 11 + 5}: {BERT}, description\n", losses)
 
     def test_one_entry_is_answered_for_in_any_case_and_with_any_blanks(self):
         with Folder(user("bert", "description: secret") + map_of("bert") + users_entry("bert")) as folder:
