@@ -24,6 +24,7 @@ struct Accounting {
   std::deque<MissingRecord> missing = {};
   uint64_t expectedBytes = 0;
   uint64_t copiedBytes = 0;  // of those that the preparation writes
+  DnComparison newDns = {};
 
   // A record as the conversion writes it, in the pieces in which its lines lie in memory.
   std::vector<std::string_view> pieces = {};
@@ -147,6 +148,7 @@ class CopiedEntries final : public EntryVisitor {
   }
 
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
+    accounting_.newDns.takeCopied(lines[0]);
     if (road == REMAINING) return;  // their turn comes at the end, as in a run
     takeCopiedEntry(accounting_, lines, origins, road, begin, fates_);
     accounting_.copiedBytes += accounting_.size;
@@ -234,7 +236,6 @@ struct OwnerRecords {
   SlotRows rows;
   RecordSurvivors survivors;
   Fates fates;
-  DnComparison newDns;
 };
 
 static void putMerged(Accounting& accounting, const SlotRecords& records) {
@@ -302,7 +303,7 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   // is a difference of its own.
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen,
                                                                  maker.registry->entries[rows.policyDn].begin);
-  room.newDns.compare(findNameChanges(maker, rows, side, accounting.sink), accounting.sink);
+  accounting.newDns.compare(findNameChanges(maker, rows, side, accounting.sink), accounting.sink);
   findSurvivors(records, room.survivors);
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const bool withPolicyData = accounting.sink.wantsEntries() || !maker.registry->isRegular;

@@ -11,7 +11,8 @@
 // Finds what is odd about the entries that are looked at first.
 class EntryCheck final : public EntryVisitor {
  public:
-  EntryCheck(FindingSink& findings, Prediction& prediction) : findings_(findings), prediction_(prediction) {}
+  EntryCheck(FindingSink& findings, DnComparison& newDns, Prediction& prediction)
+      : findings_(findings), newDns_(newDns), prediction_(prediction) {}
 
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
     findChanges(entry, prepared, begin, prediction_.hasDn, findings_);
@@ -25,6 +26,7 @@ class EntryCheck final : public EntryVisitor {
     if (prepared.parts.empty()) prediction_.entriesThatEndPreparation.push_back(begin);
   }
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
+    newDns_.takeCopied(lines[0]);
     forEachDroppedLine(lines, road, false, [&](size_t line, LineFate fate) {
       findLoss(fate, lines[line], road, origins[line], begin, findings_);
     });
@@ -39,6 +41,7 @@ class EntryCheck final : public EntryVisitor {
 
  private:
   FindingSink& findings_;
+  DnComparison& newDns_;
   Prediction& prediction_;
 };
 
@@ -94,7 +97,8 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
   // Nothing else takes so much memory here that entries of usual length could not all be kept.
   prediction.registry.kept.mostBlocks = 60;
   prediction.inputBytes = file.size;
-  EntryCheck entryCheck(findings, prediction);
+  DnComparison newDns;
+  EntryCheck entryCheck(findings, newDns, prediction);
   prediction.counts = surveyInput(file, prediction.registry, entryCheck);
   const SurveyCounts& counts = prediction.counts;
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
@@ -103,7 +107,6 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
     prediction.slots[side] = slots[side] > 0 ? slots[side] : std::max(owners, 1);
   }
   RecordMaker maker(again, prediction.registry, counts.changetypeSeen);
-  DnComparison newDns;
   makeRegularRecords(prediction.registry, maker, newDns, findings);
   measureRest(maker);
   const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, newDns, findings);

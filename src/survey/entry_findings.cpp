@@ -228,16 +228,25 @@ void DnComparison::grow() {
     if (hash != 0) insert(hash);
 }
 
-void DnComparison::compare(const RecordDn& dn, FindingSink& findings) {
+bool DnComparison::add(uint64_t hash) {
   if (count_ >= places_.size() / 4 * 3) grow();
-  size_t place = firstPlace(dn.hash);
-  while (places_[place] != 0 && places_[place] != dn.hash) place = (place + 1) & (places_.size() - 1);
-  if (places_[place] == dn.hash) {
-    findings.take({NEW_DN_TWICE, AT_NONE, dn.entry});
-    return;
-  }
-  places_[place] = dn.hash;
+  size_t place = firstPlace(hash);
+  while (places_[place] != 0 && places_[place] != hash) place = (place + 1) & (places_.size() - 1);
+  if (places_[place] == hash) return false;
+  places_[place] = hash;
   ++count_;
+  return true;
+}
+
+static uint64_t hashOfNewDn(std::string_view dnLine) { return hashOfDn(dnLine) | 1U; }  // never 0
+
+void DnComparison::takeCopied(const Line& firstLine) {
+  // All new DNs end with it, and few others.
+  if (holdsInAnyCase(firstLine.view(), ",secauthority=default")) add(hashOfNewDn(firstLine.view()));
+}
+
+void DnComparison::compare(const RecordDn& dn, FindingSink& findings) {
+  if (!add(dn.hash)) findings.take({NEW_DN_TWICE, AT_NONE, dn.entry});
 }
 
 RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
@@ -251,5 +260,5 @@ RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side si
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
   if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
-  return {hashOfDn(records.newDn) | 1U, begin};  // never 0
+  return {hashOfNewDn(records.newDn), begin};
 }

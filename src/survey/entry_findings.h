@@ -34,12 +34,16 @@ RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side si
 // Finds the new DNs that there have been before.
 class DnComparison {
  public:
+  // The DN of an entry that is copied. It has to be taken before the new ones.
+  void takeCopied(const Line& firstLine);
   void compare(const RecordDn& dn, FindingSink& findings);
   // Brings near what a comparison will ask for.
   void fetch(const RecordDn& dn) const { __builtin_prefetch(&places_[firstPlace(dn.hash)]); }
 
  private:
   size_t firstPlace(uint64_t hash) const { return static_cast<size_t>(hash >> 1U) & (places_.size() - 1); }
+  // Returns false when it is there already.
+  bool add(uint64_t hash);
   void insert(uint64_t hash);
   void grow();
 

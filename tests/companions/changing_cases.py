@@ -167,6 +167,12 @@ NAMES = (
     beside("new-dn-twice", "users of one name in different domains get different DNs",
            (USER, MAP, user("carl", principal="bert", authority="Sales"), map_of("carl", authority="Sales")),
            shows=("dn: principalName=bert,cn=Users,secAuthority=Sales,cn=Subdomains,secAuthority=default\n",)),
+    shown("user gets the DN of an entry that is copied",
+          (USER, MAP, entry("dn: principalname=Bert,cn=Users,secAuthority=Default", "objectclass: person")),
+          changes("new-dn-twice", 1, BERT), shows=("dn: principalname=Bert,cn=Users,secAuthority=Default\n",
+                                                   "dn: principalName=bert,cn=Users,secAuthority=default\n")),
+    beside("new-dn-twice", "entries of one DN that are copied have no new one",
+           (2 * entry("dn: principalName=bert,cn=Users,secAuthority=default", "objectclass: person"),)),
     beside("new-dn-twice", "user and group of one name get different DNs",
            (USER, MAP, group("crew", cn="bert"), GROUP_MAP)),
 )
