@@ -62,33 +62,59 @@ static size_t lineTakenForClass(Entry lines, ObjectClass ofEntry) {
   return isSameToRun(UNINTERESTING_OBJECTCLASS, ofEntry) ? lines.size() : taken;
 }
 
-// Where the whole line begins in which a place of the entry lies.
-// A finding in a piece, or in what continues a line, is shown at the begin of that line, where people look for it.
-static uint64_t wholeLine(const PreparedEntry& prepared, size_t place, uint64_t begin) {
-  const auto& origins = prepared.origins;
-  // In the order of their places; what has been added stands behind them.
-  auto at = std::partition_point(origins.begin(), origins.end(),
-                                 [&](const Origin& origin) { return origin.line != NO_LINE && origin.place <= place; });
-  if (at == origins.begin()) return begin;
-  --at;
-  const auto goesOn = [&] { return at->isPiece && at != origins.begin(); };
-  // The pieces of a line follow one another without a gap.
-  while (goesOn() && (at - 1)->place + LONGEST_LINE == at->place) --at;
-  const size_t own = at->isPiece ? prepared.text.substr(0, at->place).rfind('\n') + 1 : 0;
-  if (own > 0 && prepared.text[own] == '#') return begin + own;
-  while (goesOn()) --at;
-  return begin + at->place;
+// True for a piece that goes on where another one ends.
+static bool isBehind(const Origin& piece, const Origin& before) {
+  return piece.isPiece && before.place + LONGEST_LINE == piece.place;
 }
 
-static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t begin) {
+// Where the whole lines of an entry begin in which places of it lie. Quick for places in their order.
+// A finding in a piece, or in what continues a line, is shown at the begin of that line, where people look for it.
+class WholeLines {
+ public:
+  WholeLines(const PreparedEntry& prepared, uint64_t begin) : prepared_(prepared), begin_(begin) {}
+
+  uint64_t lineOf(size_t place) {
+    const auto& origins = prepared_.origins;
+    // In the order of their places; what has been added stands behind them.
+    auto at = std::partition_point(origins.begin(), origins.end(), [&](const Origin& origin) {
+      return origin.line != NO_LINE && origin.place <= place;
+    });
+    if (at == origins.begin()) return begin_;
+    --at;
+    const auto goesOn = [&] { return at->isPiece && at != origins.begin(); };
+    // The pieces of a line follow one another without a gap.
+    while (goesOn() && isBehind(*at, *(at - 1))) --at;
+    if (at->isPiece && isOfComment(at->place)) return begin_ + lineBegin_;
+    while (goesOn()) --at;
+    return begin_ + at->place;
+  }
+
+ private:
+  bool isOfComment(size_t place) {
+    if (place < searched_) searched_ = lineBegin_ = 0;
+    // One line can be asked for again and again, and be most of the file.
+    const size_t newline = prepared_.text.substr(searched_, place - searched_).rfind('\n');
+    if (newline != std::string_view::npos) lineBegin_ = searched_ + newline + 1;
+    searched_ = place;
+    return prepared_.text[lineBegin_] == '#';
+  }
+
+  const PreparedEntry& prepared_;
+  uint64_t begin_;
+  size_t searched_ = 0;
+  size_t lineBegin_ = 0;  // of the line in which that lies
+};
+
+static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t begin, WholeLines& wholeLines) {
   if (prepared.isForeseen) return begin + static_cast<uint64_t>(prepared.lines[line].text - prepared.text.data());
   if (prepared.origins.size() < prepared.lines.size()) return begin + placeInText(prepared, line);
-  return line < prepared.origins.size() ? wholeLine(prepared, prepared.origins[line].place, begin) : begin;
+  return line < prepared.origins.size() ? wholeLines.lineOf(prepared.origins[line].place) : begin;
 }
 
 static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin,
                           FindingSink& findings) {
   if (entry.isOrdinary && entry.end - entry.begin <= LONGEST_LINE) return;
+  WholeLines wholeLines(prepared, begin);
   uint64_t last = NO_PLACE;
   bool isAny = entry.hasLongLine;
   for (size_t i = 0; i < prepared.lines.size(); ++i) {
@@ -97,7 +123,8 @@ static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared,
     if (!isLong && !isPiece) continue;
     isAny = true;
     if (i < prepared.origins.size() && prepared.origins[i].line == NO_LINE) continue;  // it has been added
-    const uint64_t place = placeOf(prepared, i, begin);
+    if (isPiece && i > 0 && last != NO_PLACE && isBehind(prepared.origins[i], prepared.origins[i - 1])) continue;
+    const uint64_t place = placeOf(prepared, i, begin, wholeLines);
     if (place != last) findings.take({LONG_LINE, AT_NONE, begin, place});
     last = place;
   }
@@ -110,12 +137,13 @@ static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared,
 // A finding for each line in which one of the places lies, in their order.
 static void findInLines(FindingId id, const std::vector<size_t>& places, const PreparedEntry& prepared, uint64_t begin,
                         FindingSink& findings) {
+  WholeLines wholeLines(prepared, begin);
   uint64_t last = NO_PLACE;
   for (const size_t place : places) {
     // A line that is cut to nothing is none of the entry's any more; one in front of it never was, and its place in
     // the entry is less than none.
     const bool isOutside = place >= prepared.text.size() || prepared.text[place] == '\0';
-    const uint64_t line = isOutside ? begin + place : wholeLine(prepared, place, begin);
+    const uint64_t line = isOutside ? begin + place : wholeLines.lineOf(place);
     if (line != last) findings.take({id, AT_NONE, begin, line});
     last = line;
   }
@@ -148,6 +176,7 @@ static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, 
 static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
   constexpr uint32_t NAMES = CHANGETYPE | nameBit("objectclass");
+  WholeLines wholeLines(prepared, begin);
   bool isChange = false;
   bool hasUnknownName = false;
   // What is copied is sorted by its lines as they are folded.
@@ -163,20 +192,20 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
       // it can only name a class
     } else if (!isChange && isNamed(line, "changetype")) {
       isChange = true;
-      findings.take({CHANGE_RECORD, AT_NONE, begin, placeOf(prepared, i, begin)});
+      findings.take({CHANGE_RECORD, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
     } else if (!isTaken && !prepared.goesToOutput && holdsChangetype(line) && !isNamed(line, "changetype")) {
       isTaken = true;
-      findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, i, begin)});
+      findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
     }
     if (hasUnknownName || !isUnknownSpelling(line, prepared.objectClass, isClassFolded)) continue;
     hasUnknownName = true;
-    findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin)});
+    findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
   }
   if (isTaken || hasUnknownName || prepared.isForeseen || !prepared.partLines.empty()) return;
   const ObjectClass ofWritten = prepared.parts.empty() ? prepared.objectClass : prepared.parts[0].objectClass;
   const size_t taken = lineTakenForClass(prepared.lines, ofWritten);
   if (taken < prepared.lines.size())
-    findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, taken, begin)});
+    findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, taken, begin, wholeLines)});
 }
 
 bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn"); }

@@ -129,8 +129,10 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
   const bool isBlank = isBlankLine(line.view());
   const bool isComment = line.text[0] == '#';
   // A long comment does no harm itself; what is left of it is taken for a line, or ends the entry.
-  if (isRestOfComment && !isComment && (!isBlank || entry.count > 0))
-    noteLongLine(entry, walk.text.rfind('\n', static_cast<size_t>(line.text - walk.text.data()) - 1) + 1);
+  if (isRestOfComment && !isComment && (!isBlank || entry.count > 0) && !entry.hasLongLine) {
+    const auto place = static_cast<size_t>(line.text - walk.text.data());
+    noteLongLine(entry, walk.text.rfind('\n', place - 1) + 1);
+  }
   if (isBlank) {
     if (entry.count == 0) entry.heldFrom = walk.scan.next;
     return entry.count > 0;
