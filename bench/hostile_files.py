@@ -218,4 +218,14 @@ FILES = (
     Hostile("three entries of up to 49 lines for each user, no name in two", MANY, 1, CONVERTED,
             each(*[with_lines(maker, *numbered(name, FULL))
                    for maker, name in ((own_entry, b"x"), (map_entry, b"y"), (entry_below_users, b"z"))])),
+
+    # What is found about many lines of one entry.
+    Hostile("lines that are dropped, entries of 100,000", 1, 1, CONVERTED,
+            each(with_lines(other_entry, *[b"xoq-entryuuid: x"] * 100_000))),
+    Hostile("lines that are dropped beside others, resource credentials of 200,000", 1, 1, CONVERTED,
+            each(with_lines(credential, *[b"acl: x", b"sn: x", b"sn: acl: x"] * 66_000))),
+    Hostile("lines that a NUL byte cuts, entries of 100,000", 1, 1, CONVERTED,
+            each(with_lines(other_entry, *[b"a: b\0c"] * 100_000))),
+    Hostile("a comment that goes on as lines and comments in turn", 1, 1, CONVERTED,
+            lambda size: [entry(b"dn: o=e", (b"#" + b"c" * 4094 + b"x: " + b"c" * 4092) * (size // 8190))]),
 )

@@ -42,8 +42,8 @@ def map_of_group(number):
                  b"secDN: cn=g%d" % number)
 
 
-def credential(number):
-    return entry(b"dn: cn=r%d" % number, b"objectclass: secResCreds")
+def credential(number, *lines):
+    return entry(b"dn: cn=r%d" % number, b"objectclass: secResCreds", *lines)
 
 
 def other_entry(number, *lines):
