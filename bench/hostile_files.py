@@ -228,4 +228,7 @@ FILES = (
             each(with_lines(other_entry, *[b"a: b\0c"] * 100_000))),
     Hostile("a comment that goes on as lines and comments in turn", 1, 1, CONVERTED,
             lambda size: [entry(b"dn: o=e", (b"#" + b"c" * 4094 + b"x: " + b"c" * 4092) * (size // 8190))]),
+    Hostile("a user and a map of 124,000 lines of one name and different values", MANY, 1, CONVERTED,
+            pair(lambda size: [b"a: %0*d" % (size // 248_000 - 4, number) for number in range(124_000)],
+                 lambda size: [b"a: %0*d" % (size // 248_000 - 4, -number) for number in range(1, 124_001)])),
 )

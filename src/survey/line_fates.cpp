@@ -47,9 +47,7 @@ static int compareNames(const Line& one, const Line& other) {
   return lowered(*at) < lowered(*otherAt) ? -1 : 1;
 }
 
-// How much of two lines is compared: the first of these alone, or more of them.
-enum Likeness : uint8_t { SAME_NAME, SAME_VALUE, SAME_TEXT };
-
+// By so much of them.
 static int compareLines(const Line& one, const Line& other, Likeness likeness) {
   int order = compareNames(one, other);
   if (order == 0 && likeness >= SAME_VALUE) order = valueOf(one).compare(valueOf(other));
@@ -57,22 +55,37 @@ static int compareLines(const Line& one, const Line& other, Likeness likeness) {
   return order;
 }
 
-StayingLines::StayingLines(Entry lines, Road road) : road_(road) {
-  for (const Line& line : lines)
-    if (!isDropped(line, road)) sorted_.push_back(&line);
+void WrittenLines::sort() {
   std::sort(sorted_.begin(), sorted_.end(),
             [](const Line* one, const Line* other) { return compareLines(*one, *other, SAME_TEXT) < 0; });
 }
 
-LineFate StayingLines::fateOf(const Line& dropped) const {
-  const auto isAny = [&](Likeness likeness) {
-    const auto at = std::lower_bound(sorted_.begin(), sorted_.end(), dropped, [&](const Line* one, const Line& line) {
-      return compareLines(*one, line, likeness) < 0;
+Likeness WrittenLines::likenessOf(const Line& line) const {
+  auto found = sorted_.begin();
+  Likeness most = NOTHING;
+  // Those with more in common stand behind the first with less.
+  for (const Likeness likeness : {SAME_NAME, SAME_VALUE, SAME_TEXT}) {
+    found = std::lower_bound(found, sorted_.end(), line, [&](const Line* one, const Line& other) {
+      return compareLines(*one, other, likeness) < 0;
     });
-    return at != sorted_.end() && compareLines(**at, dropped, likeness) == 0;
-  };
-  if (!isAny(SAME_NAME) || isAny(SAME_TEXT)) return fateOfDropped(dropped, road_);
-  return isAny(SAME_VALUE) ? REPLACED_BY_SAME : REPLACED;
+    if (found == sorted_.end() || compareLines(**found, line, likeness) != 0) break;
+    most = likeness;
+  }
+  return most;
+}
+
+WrittenLines stayingLines(Entry lines, Road road) {
+  WrittenLines staying;
+  for (const Line& line : lines)
+    if (!isDropped(line, road)) staying.take(line);
+  staying.sort();
+  return staying;
+}
+
+LineFate fateAmong(const Line& line, const WrittenLines& others, Road road) {
+  const Likeness likeness = others.likenessOf(line);
+  if (likeness == SAME_NAME) return REPLACED;
+  return likeness == SAME_VALUE ? REPLACED_BY_SAME : fateOfDropped(line, road);
 }
 
 void findFatesAlone(Entry lines, std::span<const Origin> origins, Road road, bool getsNewDn, Fates& fates) {
@@ -91,6 +104,9 @@ static uint32_t nameMarkOf(const Line& line) {
 }
 
 static uint64_t endingOf(uint32_t nameMark) { return endingBit(nameMark % PAIRS); }
+
+// So few lines are sooner looked at one by one than sorted.
+static constexpr size_t MOST_UNSORTED = 256;
 
 void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
   survivors.lines.clear();
@@ -112,6 +128,10 @@ void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors) {
     survivors.nameMarks.push_back(nameMarkOf(line));
     survivors.endings |= endingOf(survivors.nameMarks.back());
   }
+  survivors.sorted.clear();
+  if (survivors.lines.size() <= MOST_UNSORTED) return;
+  for (const Line* line : survivors.lines) survivors.sorted.take(*line);
+  survivors.sorted.sort();
 }
 
 static bool isEqualLine(const Line& line, const Line& other) {
@@ -119,6 +139,10 @@ static bool isEqualLine(const Line& line, const Line& other) {
 }
 
 static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors) {
+  if (!survivors.sorted.isEmpty()) {
+    const bool isThere = survivors.sorted.likenessOf(line) == SAME_TEXT;
+    return isThere ? ABSORBED : fateAmong(line, survivors.sorted, MERGED);
+  }
   LineFate fate = NUMBER_OF_FATES;
   const uint32_t mark = nameMarkOf(line);
   const std::span marks = survivors.nameMarks;

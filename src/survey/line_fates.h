@@ -30,27 +30,38 @@ using Fates = std::vector<LineFate>;
 // The fate of a line that is dropped on a road.
 LineFate fateOfDropped(const Line& line, Road road);
 
-// The lines of an entry that is written alone, as a dropped one is compared with those that stay.
-class StayingLines {
+// How much two lines have in common.
+enum Likeness : uint8_t { NOTHING, SAME_NAME, SAME_VALUE, SAME_TEXT };
+
+// Lines that are written, as one that is not is compared with them. Quick for any number of them.
+class WrittenLines {
  public:
-  StayingLines(Entry lines, Road road);
-  LineFate fateOf(const Line& dropped) const;
+  void clear() { sorted_.clear(); }
+  bool isEmpty() const { return sorted_.empty(); }
+  void take(const Line& line) { sorted_.push_back(&line); }
+  void sort();
+  // The most that the line has in common with one of them.
+  Likeness likenessOf(const Line& line) const;
 
  private:
-  Road road_;
-  std::vector<const Line*> sorted_;  // by name, value and spelling
+  std::vector<const Line*> sorted_;  // by name, value and text
 };
+
+// The fate of a line that is dropped from an entry that is written alone.
+LineFate fateAmong(const Line& line, const WrittenLines& others, Road road);
+// Those that stay of its lines.
+WrittenLines stayingLines(Entry lines, Road road);
 
 // Calls take with the place and the fate of each line of such an entry that is dropped. Its first line is not looked at
 // when it gets a new DN.
 template <typename Take>
 void forEachDroppedLine(Entry lines, Road road, bool getsNewDn, Take take) {
   const Entry rest = lines.subspan(getsNewDn ? 1 : 0);
-  std::optional<StayingLines> staying;  // most entries do not need them
+  std::optional<WrittenLines> staying;  // most entries do not need them
   for (const Line& line : rest) {
     if (!isDropped(line, road)) continue;
-    if (!staying) staying.emplace(rest, road);
-    take(static_cast<size_t>(&line - lines.data()), staying->fateOf(line));
+    if (!staying) staying = stayingLines(rest, road);
+    take(static_cast<size_t>(&line - lines.data()), fateAmong(line, *staying, road));
   }
 }
 
@@ -64,6 +75,7 @@ struct RecordSurvivors {
   std::vector<uint32_t> nameMarks;   // of these; different for most attributes
   std::vector<const Line*> byPlace;  // in the merged record; null for a line that is not in the output
   uint64_t endings = 0;              // Bloom filter: endingBits of their names
+  WrittenLines sorted;               // where there are many; else none
 };
 // To be made of the records first.
 void findSurvivors(const SlotRecords& records, RecordSurvivors& survivors);

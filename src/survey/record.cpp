@@ -55,10 +55,13 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
   loaded.number = number;
   loaded.begin = entry.begin;
   const std::string_view text = readEntryOnceMore(file, registry, entry, loaded);
+  // Among many lines each one would be looked for from the first on.
+  constexpr uint32_t FEW_LINES = 256;
+  const bool areOriginsWanted = maker.areOriginsWanted || entry.lines > FEW_LINES;
   // What the first look found need not be found again; it is most of the work.
-  loaded.areOriginsKnown = !entry.isPlain || maker.areOriginsWanted;
+  loaded.areOriginsKnown = !entry.isPlain || areOriginsWanted;
   if (entry.isPlain)
-    prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), maker.areOriginsWanted,
+    prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), areOriginsWanted,
                       loaded.texts, loaded.prepared);
   else
     prepareEntry(loaded.read, text, true, loaded.texts, loaded.prepared);

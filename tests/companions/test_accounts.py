@@ -120,6 +120,14 @@ class Accounts(unittest.TestCase):
         self.expect(user("bert", "mail: b") + map_of("bert", "MAIL: b"),
                     counts(kept=5, renamed=1, absorbed=2, replaced=1, added=1), (2, 0, 2, 0), {"users": 1})
 
+    def test_so_are_lines_of_a_long_record(self):
+        # Of the user's lines one is equal to one of the map, and one has its value in another spelling.
+        own = ["a: 1000", "A: 1001", *(f"a: {number}" for number in range(298))]
+        said = self.account(user("bert", *own) + map_of("bert", *(f"a: {1000 + number}" for number in range(300))))
+        self.assertEqual((said["verdict"], said["lines"]),
+                         ("complete", counts(kept=304, renamed=1, absorbed=3, replaced=299, added=1)))
+        self.assertEqual([one["line"] for one in said["losses"]], list(range(7, 305)))
+
     def test_a_line_that_is_renamed_is_absorbed_by_one_that_is_equal_to_it_in_the_input(self):
         # The map's identifier keeps its name.
         for uuid, absorbed, replaced in (("secuuid: 47", 3, 0), ("secUuid: 47", 2, 1), ("secuuid: 4\n 7", 3, 0)):
