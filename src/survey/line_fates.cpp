@@ -159,12 +159,12 @@ static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors)
 
 bool isWholeEntry(const Registry& registry, const std::vector<RowPart>& parts) {
   if (parts.empty()) return false;
-  uint32_t next = 0;
+  uint32_t lines = 0;
   for (const RowPart& part : parts) {
-    if (part.entry != parts[0].entry || part.first != next) return false;
-    next += part.count;
+    if (part.entry != parts[0].entry) return false;
+    lines += part.count;
   }
-  return next == registry.entries[parts[0].entry].lines;
+  return lines == registry.entries[parts[0].entry].lines;
 }
 
 static bool isObjectClass(const Line& line) {

@@ -11,7 +11,7 @@ import unittest
 
 import folder as folders
 from folder import INPUT, OUTPUT, Folder
-from pieces import (BERT, BERTS_MAP, BERTS_USERS, HELD, LINE, PLENTY, credentials, entry, group, line_of, map_of,
+from pieces import (BERT, BERTS_MAP, BERTS_USERS, HELD, LINE, PLENTY, UNIT, credentials, entry, group, line_of, map_of,
                     map_of_group, oversized_unit, policy, policy_data, unit, user, users_entry)
 
 AUTHORITY_INFO = entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "version: 5.1")
@@ -121,12 +121,20 @@ class Accounts(unittest.TestCase):
                     counts(kept=5, renamed=1, absorbed=2, replaced=1, added=1), (2, 0, 2, 0), {"users": 1})
 
     def test_so_are_lines_of_a_long_record(self):
-        # Of the user's lines one is equal to one of the map, and one has its value in another spelling.
-        own = ["a: 1000", "A: 1001", *(f"a: {number}" for number in range(298))]
-        said = self.account(user("bert", *own) + map_of("bert", *(f"a: {1000 + number}" for number in range(300))))
+        # Of the user's lines one is equal to one of the map, and one has its value in another spelling. The group,
+        # whose description is replaced, has nothing to do with them.
+        own = ["a: 1298", "A: 1299", *(f"a: {number}" for number in range(298))]
+        said = self.account(user("bert", *own) + map_of("bert", *(f"a: {1000 + number}" for number in range(300)))
+                            + group("crew", "description: own") + map_of_group("crew", "description: map's"))
         self.assertEqual((said["verdict"], said["lines"]),
-                         ("complete", counts(kept=304, renamed=1, absorbed=3, replaced=299, added=1)))
-        self.assertEqual([one["line"] for one in said["losses"]], list(range(7, 305)))
+                         ("complete", counts(kept=304 + 4, renamed=2, absorbed=3 + 2, replaced=299 + 1, added=1)))
+        self.assertEqual([(one["line"], one["how"]) for one in said["losses"]],
+                         [*((line, "replaced") for line in range(7, 305)), (305 + 304 + 4, "replaced")])
+
+    def test_lines_that_are_dropped_do_not_replace_one_another(self):
+        self.expect(unit("description: xoq-entryuuid: 1", "description: xoq-entryuuid: 2"),
+                    counts(kept=2, looks_like_bookkeeping=2), (1, 1, 0, 0), {"straight_through": 1},
+                    [(line, UNIT, "description", "looks_like_bookkeeping") for line in (3, 4)])
 
     def test_a_line_that_is_renamed_is_absorbed_by_one_that_is_equal_to_it_in_the_input(self):
         # The map's identifier keeps its name.
