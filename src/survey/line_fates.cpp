@@ -157,14 +157,9 @@ static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors)
   return fate == NUMBER_OF_FATES ? fateOfDropped(line, MERGED) : fate;
 }
 
-bool isWholeEntry(const Registry& registry, const std::vector<RowPart>& parts) {
-  if (parts.empty()) return false;
-  uint32_t lines = 0;
-  for (const RowPart& part : parts) {
-    if (part.entry != parts[0].entry) return false;
-    lines += part.count;
-  }
-  return lines == registry.entries[parts[0].entry].lines;
+bool isOneEntry(const std::vector<RowPart>& parts) {
+  return !parts.empty() &&
+         std::all_of(parts.begin(), parts.end(), [&](const RowPart& part) { return part.entry == parts[0].entry; });
 }
 
 static bool isObjectClass(const Line& line) {

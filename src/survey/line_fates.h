@@ -111,8 +111,8 @@ void forEachMissingLine(const MergedRow& row, const RecordSurvivors& survivors, 
 void findMergedFates(const MergedRow& row, std::span<const Origin> origins, bool isOwnEntry,
                      const RecordSurvivors& survivors, Fates& fates);
 
-// True when what stands in a row, and in those behind it, is one entry as a whole.
-bool isWholeEntry(const Registry& registry, const std::vector<RowPart>& parts);
+// True when what stands in a row, and in those on which it runs on, is one entry and nothing else.
+bool isOneEntry(const std::vector<RowPart>& parts);
 
 // Has each entry of a slot taken that stands there whole, with its kind and what the merge has made of it if it has
 // been merged; policy data, which are in no record, only where they are wanted.
@@ -123,7 +123,7 @@ void forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, boo
   const EntryKind baseKind = isMergedTwice ? USERS_SECUSER_KIND : ownKind;
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind) {
     const auto& parts = rows.parts[kind];
-    if (!isWholeEntry(*maker.registry, parts) || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
+    if (!isOneEntry(parts) || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
     const LoadedEntry& entry = loadedEntry(maker, parts[0].entry);
     // The lines of several rows have been put together.
     const Entry lines = parts.size() == 1 ? Entry(entry.lines) : Entry(maker.lines[kind]);

@@ -135,6 +135,8 @@ class Accounts(unittest.TestCase):
         self.expect(unit("description: xoq-entryuuid: 1", "description: xoq-entryuuid: 2"),
                     counts(kept=2, looks_like_bookkeeping=2), (1, 1, 0, 0), {"straight_through": 1},
                     [(line, UNIT, "description", "looks_like_bookkeeping") for line in (3, 4)])
+        self.expect(unit("description: xoq-entryuuid: 1", "description: x"), counts(kept=3, replaced=1), (1, 1, 0, 0),
+                    {"straight_through": 1}, [(3, UNIT, "description", "replaced")])
 
     def test_a_line_that_is_renamed_is_absorbed_by_one_that_is_equal_to_it_in_the_input(self):
         # The map's identifier keeps its name.
