@@ -192,7 +192,9 @@ bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
     if (records.all[i].isFound != 0 || records.all[i].place != begin) continue;
     takeOut(records, records.all[i]);
     takeOut(records, addOpen(records, begin, static_cast<size_t>(end - begin)));
-    addRest(records, end);
+    // What would be the empty line behind a last line that a NUL has cut is only its newline.
+    const bool isLineOpen = end > begin && textFrom(*records.file, end - 1, 1)[0] != '\n';
+    addRest(records, isLineOpen ? end + 1 : end);
     return true;
   }
   return false;

@@ -8,7 +8,7 @@ import subprocess
 
 from folder import (GOOD, INPUT, REJECTED, WORK_FILE, Folder, Skipped, as_somebody, check_report, check_verdict, differs,
                     text_of)
-from pieces import (BERT, LINE, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, group, line_of, lines, map_of,
+from pieces import (BERT, LINE, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, group, line_of, lines, map_dn, map_of,
                     map_of_group, own_dn, policy, policy_data, unit, user)
 
 SLOTS = ((1, 1), (2, 1), PLENTY)
@@ -240,6 +240,19 @@ def owners_of_entries_that_fill_their_rows_are_rejected():
     return faults
 
 
+def owners_of_an_entry_that_falls_apart_are_rejected_together():
+    """A line that begins with a carriage return is blank in the work file; what stands behind it is Carl's map."""
+    broken = user("bert", "\rx", f"dn: {map_dn('carl')}", "objectclass: secMap", "secDN: cn=carl,o=example")
+    faults = []
+    # Bert has no map, or Carl no entry of his own.
+    for first, second in ((user("carl"), broken), (broken, user("carl")), (broken, MAP)):
+        with Folder(first + second + REGISTRY) as folder:
+            folder.check("--split", GOOD, REJECTED, INPUT)
+            faults += (differs("rejected", first + second, folder.read(REJECTED))
+                       + differs("good", REGISTRY, folder.read(GOOD)))
+    return faults
+
+
 def what_is_found_besides_does_not_matter_to_the_split():
     text = user("bert", "description: own") + map_of("bert", "description: acl: x") + REGISTRY
     with Folder(text) as folder:
@@ -402,7 +415,7 @@ def a_full_standard_output_ends_with_2():
     return faults
 
 
-RULES = (a_name_that_a_run_takes_for_its_work_file_is_refused,
+RULES = (owners_of_an_entry_that_falls_apart_are_rejected_together, a_name_that_a_run_takes_for_its_work_file_is_refused,
          earlier_files_stay_where_the_second_one_may_not_be_replaced, a_folder_that_may_not_be_read_takes_both_files,
          an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_other_line_ends_comments_and_a_version,
          slot_counts_to_choose_from_have_the_passes_of_their_runs,

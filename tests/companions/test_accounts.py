@@ -189,6 +189,10 @@ class Accounts(unittest.TestCase):
         self.assertEqual((said["verdict"], said["lines"]), ("complete", counts(kept=HELD + 2, lost=1)))
         self.assertEqual([(one["line"], one["attribute"]) for one in said["losses"]], [(HELD + 2, "sn")])
 
+    def test_a_nul_in_the_last_line_of_an_entry_of_250000_lines_leaves_the_next_one_alone(self):
+        said = self.account(oversized_unit()[:-1] + b"a: b\0c\n\n" + oversized_unit())
+        self.assertEqual((said["verdict"], said["lines"], said["losses"]), ("complete", counts(kept=2 * HELD + 1), []))
+
     def test_slot_counts_make_no_difference(self):
         registry = b"".join(user(name) + map_of(name) for name in ("anna", "bert", "carl"))
         for slots in ((1, 1), (2, 1), (3, 3)):
