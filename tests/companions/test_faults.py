@@ -24,6 +24,10 @@ def users(count):
                     b"principalName: user%d\ndescription: %s\n\n" % (i, i, b"x" * 60) for i in range(count))
 
 
+def no_core_dump():
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
 class Faults(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory(dir="/dev/shm" if os.access("/dev/shm", os.W_OK) else None)
@@ -108,9 +112,10 @@ class Faults(unittest.TestCase):
 
     def test_a_split_that_is_interrupted_leaves_no_file(self):
         self.write("input.ldif", users(200_000))
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT, signal.SIGPIPE, signal.SIGALRM,
+                       signal.SIGXCPU):
             with subprocess.Popen([CHECK, "--split", "good", "rejected", self.input], cwd=self.folder.name,
-                                  stdout=subprocess.DEVNULL) as process:
+                                  stdout=subprocess.DEVNULL, preexec_fn=no_core_dump) as process:
                 while len(os.listdir(self.folder.name)) < 4 and process.poll() is None:
                     pass
                 process.send_signal(number)
