@@ -67,7 +67,7 @@ bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
   if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
   file.size = static_cast<uint64_t>(file.state.st_size);
   handle(SIGBUS, endForLostText, 0);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGALRM, SIGXCPU})
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXCPU})
     if (!isIgnored(number)) handle(number, endForSignal, static_cast<int>(SA_RESETHAND));
   return true;
 }

@@ -1416,7 +1416,7 @@ mistakes = [
     ("half may have no name", "check/split.cpp", " && *name != '\\0'", ""),
     ("ignored signal ends the split", "survey/surveyed_file.cpp", "if (!isIgnored(number)) ", ""),
     ("interrupted split stays", "survey/surveyed_file.cpp", "SIGINT, SIGTERM, SIGHUP, SIGQUIT,", "SIGINT, SIGTERM,"),
-    ("interrupted split stays for some signals", "survey/surveyed_file.cpp", " SIGQUIT, SIGPIPE, SIGALRM, SIGXCPU}", "}"),
+    ("interrupted split stays for some signals", "survey/surveyed_file.cpp", " SIGQUIT, SIGPIPE, SIGXCPU}", "}"),
     ("changed record is named by the first entry of its owner", "account/accounting.cpp",
      "maker.registry->entries[firstMerged(*maker.registry, rows)].begin;", "maker.registry->entries[rows.opener].begin;"),
     ("line of a missing record is dropped by its name", "account/accounting.cpp",
