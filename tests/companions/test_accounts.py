@@ -315,6 +315,7 @@ class Accounts(unittest.TestCase):
                      for options in ((), ("--all",))]
         for text, more in zip(texts, (["  and 30 more", "  and 2 more"], ["  and 30 more"])):
             self.assertEqual([line for line in text.splitlines() if line.endswith("more")], more)
+            self.assertEqual(text.count(f": {UNIT}\n"), 10 if "  and 2 more" in more else 12)
             losses = text[text.index("\nreplaced:"):]
             self.assertIn(f"\nlooks_like_bookkeeping:\n  line {40 * 11 + 5}: {BERT}, description\n", losses)
 
