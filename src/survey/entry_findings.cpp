@@ -172,6 +172,15 @@ static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, 
   findLongLines(entry, prepared, begin, findings);
 }
 
+// The class that decides about an entry may stand in a value.
+static void findTakenClass(const PreparedEntry& prepared, uint64_t begin, WholeLines& wholeLines,
+                           FindingSink& findings) {
+  const ObjectClass ofWritten = prepared.parts.empty() ? prepared.objectClass : prepared.parts[0].objectClass;
+  const size_t taken = lineTakenForClass(prepared.lines, ofWritten);
+  if (taken < prepared.lines.size())
+    findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, taken, begin, wholeLines)});
+}
+
 // What the names of its lines show.
 static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
@@ -201,11 +210,8 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
     hasUnknownName = true;
     findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
   }
-  if (isTaken || hasUnknownName || prepared.isForeseen || !prepared.partLines.empty()) return;
-  const ObjectClass ofWritten = prepared.parts.empty() ? prepared.objectClass : prepared.parts[0].objectClass;
-  const size_t taken = lineTakenForClass(prepared.lines, ofWritten);
-  if (taken < prepared.lines.size())
-    findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, taken, begin, wholeLines)});
+  const bool mayBeTaken = !isTaken && !hasUnknownName && !prepared.isForeseen && prepared.partLines.empty();
+  if (mayBeTaken) findTakenClass(prepared, begin, wholeLines, findings);
 }
 
 bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn"); }
