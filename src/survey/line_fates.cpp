@@ -62,7 +62,7 @@ void WrittenLines::sort() {
 
 Likeness WrittenLines::likenessOf(const Line& line) const {
   auto found = sorted_.begin();
-  Likeness most = NOTHING;
+  Likeness most = UNLIKE;
   // Those with more in common stand behind the first with less.
   for (const Likeness likeness : {SAME_NAME, SAME_VALUE, SAME_TEXT}) {
     found = std::lower_bound(found, sorted_.end(), line, [&](const Line* one, const Line& other) {

@@ -31,7 +31,7 @@ using Fates = std::vector<LineFate>;
 LineFate fateOfDropped(const Line& line, Road road);
 
 // How much two lines have in common.
-enum Likeness : uint8_t { NOTHING, SAME_NAME, SAME_VALUE, SAME_TEXT };
+enum Likeness : uint8_t { UNLIKE, SAME_NAME, SAME_VALUE, SAME_TEXT };
 
 // Lines that are written, as one that is not is compared with them. Quick for any number of them.
 class WrittenLines {
