@@ -172,6 +172,15 @@ class Accounts(unittest.TestCase):
                     counts(kept=3 * 5 + 3, renamed=4, absorbed=3 * 2 + 2, added=3), (8, 0, 8, 0),
                     {"users": 3, "groups": 1})
 
+    def test_so_are_those_of_one_new_dn_whose_lengths_differ(self):
+        cut = "x: " + "y" * (LINE - 5) + "\n " + "yyacl: z"
+        anna = user("anna", "note: long", principal="bert") + map_of("anna", cut)
+        bert = user("bert") + map_of("bert", cut)
+        for text in (anna + bert, bert + anna):
+            self.expect(text + group("staff") + map_of_group("staff"),
+                        counts(kept=6 + 5 + 3, renamed=3, absorbed=3 * 2, added=2), (6, 0, 6, 0),
+                        {"users": 2, "groups": 1})
+
     def test_an_entry_of_250000_lines_is_copied_line_by_line(self):
         self.expect(oversized_unit("xoq-entryuuid: 9"), counts(kept=249999, bookkeeping=1), (1, 1, 0, 0),
                     {"straight_through": 1})

@@ -1292,7 +1292,6 @@ mistakes = [
     ("lines that stay stand as they come", "survey/line_fates.cpp", "  std::sort(sorted_.begin(),", "  (void)std::is_sorted(sorted_.begin(),"),
     ("dropped lines stay", "survey/line_fates.cpp", "    if (!isDropped(line, road)) staying.take(line);", "    staying.take(line);"),
     ("row of two entries is whole", "survey/line_fates.cpp", "return part.entry == parts[0].entry;", "return true;"),
-    ("lines of two rows are those of the entry", "survey/line_fates.h", "parts.size() == 1 ? Entry(entry.lines)", "true ? Entry(entry.lines)"),
     ("copied entry has no DN", "survey/entry_findings.cpp", 'if (holdsInAnyCase(firstLine.view(), ",secauthority=default")) add(', 'if (false) add('),
     ("folded class is known", "survey/entry_findings.cpp", "(isClassFolded || ", "(false || "),
     ("class in a value is the entry's own", "survey/entry_findings.cpp",
