@@ -12,7 +12,7 @@
 // What a run keeps of each entry, owner and slot, as measured and as its tables are laid out.
 static constexpr uint64_t KIBIBYTE = 1024;
 // The program itself, with the C library's buffers and the catalogue.
-static constexpr uint64_t BASE = 345 * KIBIBYTE;
+static constexpr uint64_t BASE = 325 * KIBIBYTE;
 static constexpr uint64_t WINDOW = 256 * KIBIBYTE;  // of each file
 static constexpr uint64_t BYTES_OF_NOTE = 24;
 static constexpr uint64_t BYTES_OF_RANK = 16;
@@ -37,7 +37,7 @@ static uint64_t pageOf(uint64_t room) { return room >= HUGE_PAGE ? HUGE_PAGE : P
 struct ScratchSize {
   uint64_t memory;
   uint64_t disk;
-  uint64_t memoryBefore;  // before it goes to the disk
+  uint64_t mostMemory;  // while it grows, before it goes to the disk
 };
 
 static ScratchSize scratchSize(uint64_t size, bool isFolderInMemory) {
@@ -46,7 +46,9 @@ static ScratchSize scratchSize(uint64_t size, bool isFolderInMemory) {
   while (room < size) room *= 2;
   if (room > LARGEST_IN_MEMORY) return {isFolderInMemory ? size : 0, room, LARGEST_IN_MEMORY};
   const uint64_t memory = roundedUp(size, pageOf(room));
-  return {memory, 0, memory};
+  // While it doubles it stands there twice.
+  const uint64_t doubled = room > WINDOW ? room / 2 + roundedUp(room / 2, pageOf(room)) : 0;
+  return {memory, 0, std::max(memory, doubled)};
 }
 
 static uint64_t entriesOf(const Prediction& prediction) { return prediction.registry.entries.size(); }
@@ -88,8 +90,8 @@ static uint64_t memoryOfPreparation(const Prediction& prediction, uint64_t workF
   if (held.longest > WINDOW) grown = std::max(held.longest + held.copied, 2 * std::bit_floor(held.longest));
   const uint64_t entriesBefore = std::min(entries, held.gatheredBeforeLongest);
   return BASE + memoryOfFiles(prediction, workFile, held) +
-         std::max(notesOf(entries, isFolderInMemory).memoryBefore,
-                  grown + notesOf(entriesBefore, isFolderInMemory).memoryBefore);
+         std::max(notesOf(entries, isFolderInMemory).mostMemory,
+                  grown + notesOf(entriesBefore, isFolderInMemory).mostMemory);
 }
 
 static uint64_t memoryOfPasses(const Prediction& prediction, const PlayedMemory& played, bool isFolderInMemory) {

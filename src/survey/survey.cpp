@@ -173,8 +173,9 @@ static void measureEntry(const ReadEntry& entry, size_t gatheredBefore, HeldMost
   held.lines = std::max<uint64_t>(held.lines, entry.count);
   if (length <= held.copied || entry.isOversized) return;
   if (entry.continuations == 0 && !entry.hasLongLine) return;
-  uint64_t copied = entry.hasLongLine ? length : 0;
-  for (const Line& line : entry.lines()) copied += isContinuation(line) ? line.length : 0;
+  uint64_t copied = 0;
+  for (const Line& line : entry.lines())
+    if (isContinuation(line) || line.text[line.length - 1] != '\n') copied += line.length;
   held.copied = std::max(held.copied, std::min(copied, length));
 }
 
