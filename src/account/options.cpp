@@ -16,6 +16,13 @@ static constexpr char usage[] =
     "exit status: 0 when the output is complete and nothing was lost, 1 for losses, changes or another output, 2 when\n"
     "the account itself failed\n";
 
+// Ends with what was asked for.
+[[noreturn]] static void endWith(const char* text) {
+  if (fputs(text, stdout) >= 0 && fflush(stdout) == 0) exit(0);
+  perror("tqldif2v6-account: standard output");
+  exit(2);
+}
+
 [[noreturn]] static void endForUsage(const char* problem) {
   fprintf(stderr, "tqldif2v6-account: %s\n%s", problem, usage);
   exit(2);
@@ -37,14 +44,8 @@ AccountOptions readOptions(int argumentCount, char** arguments) {
     if (found == ALL) read.all = true;
     if (found == VALUES) read.values = true;
     if (found == ENTRY) read.entry = optarg;
-    if (found == HELP) {
-      fputs(usage, stdout);
-      exit(0);
-    }
-    if (found == VERSION) {
-      puts("tqldif2v6-account " TQLDIF2V6_VERSION);
-      exit(0);
-    }
+    if (found == HELP) endWith(usage);
+    if (found == VERSION) endWith("tqldif2v6-account " TQLDIF2V6_VERSION "\n");
     if (found == '?') endForUsage("an option is not known or incomplete");
   }
   // A third name would be one too many to guess what was meant.

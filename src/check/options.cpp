@@ -19,6 +19,13 @@ static constexpr char usage[] =
     "  --help, --version\n"
     "exit status: 0 when nothing was found, 1 for problems, 2 when the check itself failed\n";
 
+// Ends with what was asked for.
+[[noreturn]] static void endWith(const char* text) {
+  if (fputs(text, stdout) >= 0 && fflush(stdout) == 0) exit(0);
+  perror("tqldif2v6-check: standard output");
+  exit(2);
+}
+
 [[noreturn]] static void endForUsage(const char* problem) {
   fprintf(stderr, "tqldif2v6-check: %s\n%s", problem, usage);
   exit(2);
@@ -55,14 +62,8 @@ CheckOptions readOptions(int argumentCount, char** arguments) {
       // getopt_long takes one argument of an option; the second one is the next word.
       read.rejected = arguments[optind++];
     }
-    if (found == HELP) {
-      fputs(usage, stdout);
-      exit(0);
-    }
-    if (found == VERSION) {
-      puts("tqldif2v6-check " TQLDIF2V6_VERSION);
-      exit(0);
-    }
+    if (found == HELP) endWith(usage);
+    if (found == VERSION) endWith("tqldif2v6-check " TQLDIF2V6_VERSION "\n");
     if (found == '?') endForUsage("an option is not known or incomplete");
   }
   // Slot counts come in pairs: for one of them alone the other would have to be guessed.

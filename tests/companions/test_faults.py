@@ -159,7 +159,9 @@ class Faults(unittest.TestCase):
 
     def test_what_cannot_be_said_ends_both_with_2(self):
         with open("/dev/full", "wb") as full:
-            for command in ([CHECK, self.input], [ACCOUNT, self.input, self.output]):
+            for command in ([CHECK, self.input], [ACCOUNT, self.input, self.output],
+                            *([program, option] for program in (CHECK, ACCOUNT)
+                              for option in ("--help", "--version"))):
                 done = subprocess.run(command, stdout=full, stderr=subprocess.PIPE, check=False)
                 self.assertEqual(done.returncode, 2)
                 self.assertIn(b"standard output", done.stderr)
