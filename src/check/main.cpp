@@ -2,9 +2,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "check/options.h"
 #include "check/prediction.h"
@@ -19,18 +19,21 @@
 #include "survey/progress.h"
 #include "survey/shown_place.h"
 
+using std::string_literals::operator""s;
+
 [[noreturn]] static void endFor(const char* name) {
   fprintf(stderr, "tqldif2v6-check: %s: %s\n", harmless(name).c_str(), messageReason);
   exit(2);
 }
 
 static void requireDistinctNames(const CheckOptions& options) {
-  // The next conversion would take the last of them for a work file that an earlier one has left.
-  const std::string workFile = std::string(options.input) + ".tmp";
-  const char* const names[] = {options.input, options.good, options.rejected, workFile.c_str()};
-  for (size_t i = 0; i < std::size(names); ++i)
+  if (options.good == nullptr) return;
+  std::vector<std::string> names = {options.input, options.good, options.rejected};
+  // The conversion of each of them has a work file, and would take another one for what an earlier run has left.
+  for (const char* const name : {options.input, options.good, options.rejected}) names.push_back(name + ".tmp"s);
+  for (size_t i = 0; i < names.size(); ++i)
     for (size_t j = 0; j < i; ++j) {
-      if (options.good == nullptr || !isSameFile(names[i], names[j])) continue;
+      if (!isSameFile(names[i].c_str(), names[j].c_str())) continue;
       fprintf(stderr, "tqldif2v6-check: two names lead to the same file: %s and %s\n", harmless(names[j]).c_str(),
               harmless(names[i]).c_str());
       exit(2);

@@ -295,9 +295,18 @@ def equal_names_are_refused():
 
 
 def a_name_that_a_run_takes_for_its_work_file_is_refused():
-    with Folder(USER + REGISTRY) as folder:
-        run = folder.check("--split", GOOD, WORK_FILE, INPUT)
-        return differs("exit status", 2, run.returncode) + differs("files", [INPUT], folder.names())
+    """A run for the input, or for one of the two that it is split into."""
+    faults = []
+    for names in ((GOOD, WORK_FILE, INPUT), (WORK_FILE, REJECTED, INPUT), (GOOD, f"{GOOD}.tmp", INPUT),
+                  (f"{REJECTED}.tmp", REJECTED, INPUT), (GOOD, REJECTED, f"{GOOD}.tmp"),
+                  (GOOD, REJECTED, f"./{REJECTED}.tmp")):
+        with Folder(USER + REGISTRY) as folder:
+            if names[2] != INPUT:
+                (folder.path / INPUT).rename(folder.path / names[2])
+            before = folder.names()
+            faults += differs(f"{names}: exit status", 2, folder.check("--split", *names).returncode)
+            faults += differs(f"{names}: files", before, folder.names())
+    return faults
 
 
 def earlier_files_stay_where_the_second_one_may_not_be_replaced():
