@@ -119,7 +119,7 @@ static void takeCopiedEntry(Accounting& accounting, Entry lines, std::span<const
   const bool isFound = find(accounting, road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD, begin, hasAddedDate);
   findFatesAlone(lines, origins, road, false, fates);
   settleFates(fates, lines, road, isFound);
-  tally(accounting, {begin, isFound ? "copied" : "missing", lines[0].content(), lines, origins, &fates, lines});
+  tally(accounting, {begin, isFound ? "copied" : "missing", lines[0].content(), lines, origins, &fates, lines, road});
 }
 
 class CopiedEntries final : public EntryVisitor {
@@ -260,7 +260,7 @@ static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool 
 static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKind kind, Fates& fates) {
   fates.assign(entry.lines.size(), LEFT_OUT);
   if (kind != SECPOLICYDATA_KIND) settleFates(fates, entry.lines, kind == SECPOLICY_KIND ? POLICY : MERGED, false);
-  tally(accounting, {entry.begin, "missing", {}, entry.lines, entry.origins, &fates, {}});
+  tally(accounting, {entry.begin, "missing", {}, entry.lines, entry.origins, &fates});
 }
 
 // A line that is written with another name may be equal to one that stays, as it stood in the input.
@@ -307,26 +307,30 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   findSurvivors(records, room.survivors);
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const bool withPolicyData = accounting.sink.wantsEntries() || !maker.registry->isRegular;
-  forEachEntryOfSlot(
-      maker, rows, side, withPolicyData, [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
-        if (kind == SECPOLICYDATA_KIND) {
-          room.fates.assign(entry.lines.size(), LEFT_OUT);
-          tally(accounting, {entry.begin, "not written", {}, entry.lines, entry.origins, &room.fates, {}});
-          return;
-        }
-        const bool isPolicy = kind == SECPOLICY_KIND;
-        const bool isThere = isPolicy ? isPolicyFound : isFound;
-        if (isPolicy)
-          findFatesAlone(entry.lines, entry.origins, POLICY, true, room.fates);
-        else
-          findMergedFates(row, entry.origins, kind == ownKind, room.survivors, room.fates);
-        if (!isPolicy) absorbRenamed(maker, entry, room.survivors, room.fates);
-        settleFates(room.fates, entry.lines, isPolicy ? POLICY : MERGED, isThere);
-        const char* const whereFound = isPolicy ? "copied" : "merged";
-        tally(accounting, {entry.begin, isThere ? whereFound : "missing",
-                           withoutLineEnd(isPolicy ? records.policyDn : records.newDn), entry.lines, entry.origins,
-                           &room.fates, isPolicy ? Entry(records.policyLines) : Entry(records.merged)});
-      });
+  const auto takeEntry = [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
+    if (kind == SECPOLICYDATA_KIND) {
+      room.fates.assign(entry.lines.size(), LEFT_OUT);
+      tally(accounting, {entry.begin, "not written", {}, entry.lines, entry.origins, &room.fates});
+      return;
+    }
+    const bool isPolicy = kind == SECPOLICY_KIND;
+    const bool isThere = isPolicy ? isPolicyFound : isFound;
+    if (isPolicy)
+      findFatesAlone(entry.lines, entry.origins, POLICY, true, room.fates);
+    else
+      findMergedFates(row, entry.origins, kind == ownKind, room.survivors, room.fates);
+    if (!isPolicy) absorbRenamed(maker, entry, room.survivors, room.fates);
+    settleFates(room.fates, entry.lines, isPolicy ? POLICY : MERGED, isThere);
+    const char* const whereFound = isPolicy ? "copied" : "merged";
+    EntryFate fate = {entry.begin, isThere ? whereFound : "missing", {}, entry.lines, entry.origins, &room.fates};
+    fate.record = withoutLineEnd(isPolicy ? records.policyDn : records.newDn);
+    fate.written = isPolicy ? records.policyLines : records.merged;
+    fate.road = isPolicy ? POLICY : MERGED;
+    fate.between = row.between;
+    fate.sources = {maker.loaded.data(), maker.loadedCount};
+    tally(accounting, fate);
+  };
+  forEachEntryOfSlot(maker, rows, side, withPolicyData, takeEntry);
 }
 
 // Returns how many there are of the kind with most.

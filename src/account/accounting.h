@@ -2,7 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "account/output_records.h"
 #include "survey/entry_findings.h"
@@ -46,7 +49,11 @@ struct EntryFate {
   Entry lines;
   std::span<const Origin> origins;
   const Fates* fates;  // of its lines
-  Entry written;       // the lines of the record, for those that have taken the place of others
+  Entry written = {};  // the lines of the record, for those that have taken the place of others; dropped ones, too
+  Road road = MERGED;
+  Entry between = {};  // as in MergedRow
+  // Of an entry that is merged all those of its slot.
+  std::span<const std::unique_ptr<LoadedEntry>> sources = {};
 };
 
 // Who takes the fates as they are found.

@@ -9,6 +9,7 @@
 #include "rules/text.h"
 #include "survey/shown_place.h"
 #include "survey/shown_values.h"
+#include "survey/spellings.h"
 
 // By LineFate.
 static constexpr const char* fateNames[] = {"not_written", "absorbed", "renamed",     "kept",
@@ -52,19 +53,6 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
   ++losses_;
 }
 
-// Without blanks that do not matter in a DN: beside the signs between its parts, at its ends, and beside other blanks.
-static std::string withoutSpareBlanks(std::string_view dn) {
-  constexpr std::string_view SIGNS = ",=+";
-  std::string plain;
-  for (const char character : trimmed(behindSpaces(dn))) {
-    const bool isSign = SIGNS.find(character) != std::string_view::npos;
-    const bool isBehindSign = !plain.empty() && SIGNS.find(plain.back()) != std::string_view::npos;
-    if (isSign && plain.ends_with(' ')) plain.pop_back();
-    if (character != ' ' || !(plain.ends_with(' ') || isBehindSign)) plain += character;
-  }
-  return plain;
-}
-
 bool AccountReport::isWanted(const EntryFate& entry) {
   if (options_.entry == nullptr) return true;
   const ShownDn dn = dnAt(input_, entry.begin);
@@ -74,15 +62,68 @@ bool AccountReport::isWanted(const EntryFate& entry) {
   return isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
 }
 
-// Returns the line that stands in the record for one that is replaced.
+// Returns the line of the same attribute that is in the record.
 static const Line* replacementOf(const EntryFate& entry, const Line& line) {
   const std::string_view name = line.view().substr(0, std::min(line.firstColon, line.length));
   // The line must be in the record itself: one that has been dropped there stands for nothing.
   for (const Line& other : entry.written)
     if (&other != entry.written.data() && other.firstColon == line.firstColon &&
-        isSameInAnyCase(other.view().substr(0, other.firstColon), name) && other.view() != line.view())
+        isSameInAnyCase(other.view().substr(0, other.firstColon), name) && !isDropped(other, entry.road))
       return &other;
   return nullptr;
+}
+
+// Returns the line that the merge has put in the place of one that is lost, dropped or not; null without one.
+static const Line* takerOf(const EntryFate& entry, const Line& line) {
+  const Line* taken = &line;
+  if (!isLeft(*taken) && !entry.between.empty()) taken = entry.between.data() + taken->endings;
+  if (isLeft(*taken) || entry.sources.empty() || entry.road != MERGED) return nullptr;
+  const Line* const taker = entry.written.data() + taken->endings;
+  return taker->text == line.text ? nullptr : taker;
+}
+
+static uint64_t placeIn(Entry lines, std::span<const Origin> origins, uint64_t begin, const Line& line) {
+  // Merging moves lines, and their texts stay where they are.
+  const auto found = std::find_if(lines.begin(), lines.end(), [&](const Line& one) { return one.text == line.text; });
+  if (found == lines.end()) return NO_PLACE;
+  const Origin& origin = origins[static_cast<size_t>(found - lines.begin())];
+  return origin.line == NO_LINE ? NO_PLACE : begin + origin.place;
+}
+
+// Returns where a line of the record comes from; NO_PLACE when it has been added.
+static uint64_t sourceOf(const EntryFate& entry, const Line& line) {
+  uint64_t place = placeIn(entry.lines, entry.origins, entry.begin, line);
+  for (const auto& source : entry.sources)
+    if (place == NO_PLACE) place = placeIn(source->lines, source->origins, source->begin, line);
+  return place;
+}
+
+// The line that has taken the place of another one.
+void AccountReport::writeTaker(const EntryFate& entry, const Line& taker) {
+  const uint64_t source = sourceOf(entry, taker);
+  if (source == NO_PLACE)
+    fputs("  by a line that is added", stdout);
+  else
+    printf("  by line %" PRId64, lineNumberOf(input_, source));
+  if (isDropped(taker, entry.road)) fputs(", which is dropped", stdout);
+  if (options_.values) printf(": %s", harmless(std::string(taker.content())).c_str());
+}
+
+// What became of a line of the input, and why.
+void AccountReport::writeFate(const EntryFate& entry, size_t i) {
+  const LineFate fate = (*entry.fates)[i];
+  const Line& line = entry.lines[i];
+  const uint64_t place = entry.begin + entry.origins[i].place;
+  const std::string attribute = attributeAt(input_, place);
+  printf("  line %" PRId64 "  %s  %s", lineNumberOf(input_, place), fateNames[fate],
+         attribute.empty() ? "(no attribute name)" : attribute.c_str());
+  if (options_.values) fputs(harmless(valueAt(input_, place)).c_str(), stdout);
+  const Line* by = nullptr;
+  if (fate == REPLACED || fate == REPLACED_BY_SAME) by = replacementOf(entry, line);
+  if (fate == LOST) by = takerOf(entry, line);
+  if (by != nullptr) writeTaker(entry, *by);
+  if (fate == LOST && by == nullptr && isBlankLine(line.view())) fputs("  (blank once it is written)", stdout);
+  puts("");
 }
 
 // The lines by their number, each with what became of it.
@@ -100,16 +141,7 @@ void AccountReport::writeEntry(const EntryFate& entry) {
     // Lines that were added, and further pieces of a long one, are none of the input.
     if (origin.line == NO_LINE || origin.isPiece || origin.line == last) continue;
     last = origin.line;
-    const uint64_t place = entry.begin + origin.place;
-    const LineFate fate = (*entry.fates)[i];
-    const std::string attribute = attributeAt(input_, place);
-    printf("  line %" PRId64 "  %s  %s", lineNumberOf(input_, place), fateNames[fate],
-           attribute.empty() ? "(no attribute name)" : attribute.c_str());
-    if (options_.values) fputs(harmless(valueAt(input_, place)).c_str(), stdout);
-    const bool isReplaced = fate == REPLACED || fate == REPLACED_BY_SAME;
-    const Line* by = isReplaced ? replacementOf(entry, entry.lines[i]) : nullptr;
-    if (by != nullptr && options_.values) printf("  by %s", harmless(std::string(by->content())).c_str());
-    puts("");
+    writeFate(entry, i);
   }
 }
 

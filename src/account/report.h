@@ -31,6 +31,8 @@ class AccountReport final : public AccountSink {
 
   bool isWanted(const EntryFate& entry);
   void writeEntry(const EntryFate& entry);
+  void writeTaker(const EntryFate& entry, const Line& taker);
+  void writeFate(const EntryFate& entry, size_t i);
   void writeJson(const Account& account);
   void writeText(const Account& account);
   void writeLosses();

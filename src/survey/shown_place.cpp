@@ -46,6 +46,8 @@ static bool isOfName(char c) { return isLetter(c) || (c >= '0' && c <= '9') || c
 
 std::string attributeAt(SurveyedFile& file, uint64_t line) {
   constexpr size_t LONGEST_NAME = 64;
+  // What is left of a long comment, or of a value, has no name.
+  if (line > 0 && textFrom(file, line - 1, 1)[0] != '\n') return {};
   const std::string whole = wholeLineAt(file, line);
   const std::string_view text = whole;
   const std::string_view name = text.substr(0, std::min(text.find(':'), text.size()));

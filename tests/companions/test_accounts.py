@@ -181,6 +181,35 @@ class Accounts(unittest.TestCase):
                         counts(kept=6 + 5 + 3, renamed=3, absorbed=3 * 2, added=2), (6, 0, 6, 0),
                         {"users": 2, "groups": 1})
 
+    def written(self, text, *options):
+        with Folder(text) as folder:
+            self.assertEqual(folder.convert(PLENTY).returncode, 0)
+            return folder.run(folders.programs["account"], *options, INPUT, OUTPUT).stdout.decode()
+
+    def test_each_line_that_is_gone_is_told_with_the_line_in_its_place(self):
+        # The user's lines 5 to 8 stand in front of the map's 13 to 15. Of x and z each, the merge takes the map's line
+        # for the user's; z is found in the name of another attribute.
+        text = (user("bert", "mail: own", "x: 1", "z: 1", "x: acl: 2") + map_of("bert", "mail: map's", "x: acl: 3", "yz: 2"))
+        for options, lines in ((("--all",), ("line 5  replaced  mail  by line 13",
+                                             "line 6  lost  x  by line 14, which is dropped",
+                                             "line 7  lost  z  by line 15")),
+                               (("--entry", BERT, "--values"), ("line 5  replaced  mail: own  by line 13: mail: map's",
+                                                                "line 7  lost  z: 1  by line 15: yz: 2"))):
+            shown = self.written(text, *options)
+            for line in lines:
+                self.assertIn(f"  {line}\n", shown)
+
+    def test_a_line_that_is_dropped_itself_replaces_none(self):
+        text = unit("description: XOQ-ENTRYUUID: 1", "description: XOQ-ENTRYUUID: 2", "description: kept")
+        shown = self.written(text, "--all")
+        for line in (3, 4):
+            self.assertIn(f"  line {line}  replaced  description  by line 5\n", shown)
+
+    def test_what_is_left_of_a_long_comment_has_no_name(self):
+        shown = self.written(b"#" + b"c" * (LINE - 1) + b"secret: x\n" + unit(), "--all")
+        self.assertIn("  line 1  kept  (no attribute name)\n", shown)
+        self.assertNotIn("secret", shown)
+
     def test_an_entry_of_250000_lines_is_copied_line_by_line(self):
         self.expect(oversized_unit("xoq-entryuuid: 9"), counts(kept=249999, bookkeeping=1), (1, 1, 0, 0),
                     {"straight_through": 1})
