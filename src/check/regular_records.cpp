@@ -110,7 +110,7 @@ static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range, Meanwhi
       continue;
     }
     const uint32_t entry = entryOf(worker.rows, records, owner.side);
-    worker.found.take({findingOf(records.problem), AT_GIVEN, registry.entries[entry].begin});
+    worker.found.take(Finding{findingOf(records.problem), AT_GIVEN, registry.entries[entry].begin});
   }
 }
 

@@ -7,6 +7,7 @@
 #include "rules/dn_hash.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
+#include "survey/spellings.h"
 
 // The values that name a class that is known.
 struct ClassValue {
@@ -25,18 +26,15 @@ static ObjectClass withoutCredentials(ObjectClass code) {
   return code == RESCREDS_CONTAINER ? CONTAINER_OBJECTCLASS : code;
 }
 
-// True when the line names a class that the run knows only in another spelling, or in one piece.
-static bool isUnknownSpelling(const Line& line, ObjectClass ofEntry, bool isClassFolded) {
-  // Most entries have a line of the class top, too, which is shorter than one with any of these values.
-  constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
-  if (line.contentLength < SHORTEST || line.firstColon >= line.contentLength) return false;
-  std::string_view value = behindSpaces(line.content().substr(size_t{line.firstColon} + 1));
+// The value of a line with a colon. One in base 64 is decoded, into the room given.
+static std::string_view valueOf(const Line& line, std::string& decoded) {
+  std::string_view value = line.content().substr(size_t{line.firstColon} + 1);
+  const bool isBase64 = value.starts_with(':');
+  value = behindSpaces(value.substr(isBase64 ? 1 : 0));
   while (value.ends_with(' ') || value.ends_with('\t')) value.remove_suffix(1);
-  for (const ClassValue& known : classValues)
-    if (value.size() == known.value.size() && isSameInAnyCase(value, known.value))
-      return withoutCredentials(ofEntry) != known.code && isNamed(line, "objectclass") &&
-             (isClassFolded || withoutCredentials(classOf({&line, 1})) != known.code);
-  return false;
+  if (!isBase64) return value;
+  decoded = decodedBase64(value);
+  return decoded;
 }
 
 static bool isSameToRun(ObjectClass one, ObjectClass other) {
@@ -60,6 +58,27 @@ static size_t lineTakenForClass(Entry lines, ObjectClass ofEntry) {
     taken = std::min(taken, static_cast<size_t>(&line - lines.data()));
   }
   return isSameToRun(UNINTERESTING_OBJECTCLASS, ofEntry) ? lines.size() : taken;
+}
+
+// True when the class would have the entry gathered, but another one stands before it and has it copied.
+static bool isBehindAnother(ObjectClass code, const PreparedEntry& prepared) {
+  return prepared.goesToOutput && !goesStraightThrough(code, prepared.lines[0].view()) &&
+         lineTakenForClass(prepared.lines, prepared.objectClass) == prepared.lines.size();
+}
+
+// True when the line names a class that the run knows only in another spelling, in one piece, or in front of others.
+static bool isClassOverlooked(const Line& line, const PreparedEntry& prepared, bool isFolded) {
+  // Most entries have a line of the class top, too, which is shorter than one with any of these values.
+  constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
+  if (line.contentLength < SHORTEST || line.firstColon >= line.contentLength) return false;
+  std::string decoded;
+  const std::string_view value = valueOf(line, decoded);
+  for (const ClassValue& known : classValues)
+    if (value.size() == known.value.size() && isSameInAnyCase(value, known.value))
+      return withoutCredentials(prepared.objectClass) != known.code && isNamed(line, "objectclass") &&
+             (isFolded || withoutCredentials(classOf({&line, 1})) != known.code ||
+              isBehindAnother(known.code, prepared));
+  return false;
 }
 
 // True for a piece that goes on where another one ends.
@@ -159,9 +178,12 @@ static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, 
   const Entry lines = prepared.lines;
   // Other programs write a line with the version of LDIF above the first entry. The conversion takes it for the first
   // line of that entry, and the DN for an attribute.
-  const bool isVersion = isNamed(lines[0], "version");
+  constexpr std::string_view MARK = "\xEF\xBB\xBF";
+  const bool hasMark = lines[0].view().starts_with(MARK);
+  constexpr std::string_view VERSION = "version:";
+  const bool isVersion = isSameInAnyCase(lines[0].view().substr(hasMark ? MARK.size() : 0, VERSION.size()), VERSION);
   if (lines.size() > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
-  if (lines[0].view().starts_with("\xEF\xBB\xBF")) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
+  if (hasMark) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
   if (isBehindDn && prepared.goesToOutput && !isVersion && !beginsWithDn(entry) && prepared.problem == NO_DETAIL)
     findings.take({ENTRY_WITHOUT_DN, AT_NONE, begin});
   std::vector<size_t> nuls = entry.nuls;
@@ -181,6 +203,20 @@ static void findTakenClass(const PreparedEntry& prepared, uint64_t begin, WholeL
     findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, taken, begin, wholeLines)});
 }
 
+// True when the line that begins in a place, which is counted from the begin of the entry, is continued.
+static bool isFolded(const PreparedEntry& prepared, uint64_t place) {
+  const size_t newline = prepared.text.find('\n', static_cast<size_t>(place));
+  return newline < prepared.text.size() - 1 && prepared.text[newline + 1] == ' ';
+}
+
+static constexpr std::string_view DN = "dn";
+
+// True for a dn: line of an entry that begins with one. A piece of a longer line is none.
+static bool isSecondDn(const PreparedEntry& prepared, size_t line) {
+  const bool isPiece = line < prepared.origins.size() && prepared.origins[line].isPiece;
+  return line > 0 && !isPiece && isNamed(prepared.lines[line], DN) && isNamed(prepared.lines[0], DN);
+}
+
 // What the names of its lines show.
 static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
@@ -188,6 +224,7 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   WholeLines wholeLines(prepared, begin);
   bool isChange = false;
   bool hasUnknownName = false;
+  bool hasSecondDn = false;
   // What is copied is sorted by its lines as they are folded.
   const bool isClassFolded =
       !prepared.isForeseen && prepared.goesToOutput && !isSameToRun(classOf(prepared.lines), prepared.objectClass);
@@ -195,8 +232,12 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   bool isTaken = prepared.isValueTaken;
   if (isTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
   for (const Line& line : prepared.lines) {
-    if ((line.names & NAMES) == 0) continue;
     const auto i = static_cast<size_t>(&line - prepared.lines.data());
+    if (line.firstColon == DN.size() && isSecondDn(prepared, i)) {
+      if (!hasSecondDn) findings.take({SECOND_DN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
+      hasSecondDn = true;
+    }
+    if ((line.names & NAMES) == 0) continue;
     if ((line.names & CHANGETYPE) == 0) {
       // it can only name a class
     } else if (!isChange && isNamed(line, "changetype")) {
@@ -206,7 +247,8 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
       isTaken = true;
       findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
     }
-    if (hasUnknownName || !isUnknownSpelling(line, prepared.objectClass, isClassFolded)) continue;
+    const bool isFoldedHere = isClassFolded && isFolded(prepared, placeOf(prepared, i, 0, wholeLines));
+    if (hasUnknownName || !isClassOverlooked(line, prepared, isFoldedHere)) continue;
     hasUnknownName = true;
     findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
   }
@@ -273,15 +315,32 @@ bool DnComparison::add(uint64_t hash) {
   return true;
 }
 
-static uint64_t hashOfNewDn(std::string_view dnLine) { return hashOfDn(dnLine) | 1U; }  // never 0
+// For any spelling of its letters and blanks; never 0.
+static uint64_t hashOfNewDn(std::string_view dn) {
+  const bool mayHaveSpareBlanks = dn.find(' ') != std::string_view::npos;
+  return hashOfDn(mayHaveSpareBlanks ? withoutSpareBlanks(dn) : dn) | 1U;
+}
 
 void DnComparison::takeCopied(const Line& firstLine) {
+  if (!isNamed(firstLine, "dn")) return;
+  std::string decoded;
+  const std::string dn = withoutSpareBlanks(valueOf(firstLine, decoded));
   // All new DNs end with it, and few others.
-  if (holdsInAnyCase(firstLine.view(), ",secauthority=default")) add(hashOfNewDn(firstLine.view()));
+  if (!holdsInAnyCase(dn, ",secauthority=default")) return;
+  add(hashOfNewDn(dn));
+  constexpr std::string_view CONTAINER = "cn=policies,";
+  constexpr std::string_view POLICY = "cn=policy,cn=policies,";
+  const std::string_view view = dn;
+  if (isSameInAnyCase(view.substr(0, CONTAINER.size()), CONTAINER))
+    aboveContainers_.insert(hashOfNewDn(view.substr(CONTAINER.size())));
+  if (isSameInAnyCase(view.substr(0, POLICY.size()), POLICY))
+    abovePolicies_.insert(hashOfNewDn(view.substr(POLICY.size())));
 }
 
 void DnComparison::compare(const RecordDn& dn, FindingSink& findings) {
   if (!add(dn.hash)) findings.take({NEW_DN_TWICE, AT_NONE, dn.entry});
+  const bool isTwice = aboveContainers_.contains(dn.hash) || (dn.isPolicyWritten && abovePolicies_.contains(dn.hash));
+  if (dn.policy != NO_PLACE && isTwice) findings.take({NEW_DN_TWICE, AT_NONE, dn.policy});
 }
 
 RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
@@ -295,5 +354,6 @@ RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side si
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
   if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
-  return {hashOfNewDn(records.newDn), begin};
+  const uint64_t policy = rows.policyDn == NONE ? NO_PLACE : maker.registry->entries[rows.policyDn].begin;
+  return {hashOfNewDn(dnOfFirstLine(withoutLineEnd(records.newDn))), begin, policy, records.hasPolicy};
 }

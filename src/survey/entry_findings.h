@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_set>
 #include <vector>
 
 #include "survey/findings.h"
@@ -25,7 +26,9 @@ void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, 
 // The new DN of a record.
 struct RecordDn {
   uint64_t hash;
-  uint64_t entry;  // where the owner's own entry begins
+  uint64_t entry;               // where the owner's own entry begins
+  uint64_t policy = NO_PLACE;   // where that begins for whose sake a container is written below it
+  bool isPolicyWritten = true;  // below the container
 };
 
 // Finds what is odd about it, but for whether there has been the same before. Returns it for that question.
@@ -36,6 +39,7 @@ class DnComparison {
  public:
   // The DN of an entry that is copied. It has to be taken before the new ones.
   void takeCopied(const Line& firstLine);
+  // With it those of its container and policy, which differ from one another where it does.
   void compare(const RecordDn& dn, FindingSink& findings);
   // Brings near what a comparison will ask for.
   void fetch(const RecordDn& dn) const { __builtin_prefetch(&places_[firstPlace(dn.hash)]); }
@@ -49,6 +53,9 @@ class DnComparison {
 
   std::vector<uint64_t> places_ = std::vector<uint64_t>(1024);  // hash table of the hashes; 0 where there is none
   size_t count_ = 0;
+  // Of entries that are copied and have the DN of a container or a policy, the hashes of what they stand below.
+  std::unordered_set<uint64_t> aboveContainers_;
+  std::unordered_set<uint64_t> abovePolicies_;
 };
 
 // Finds the lines of an entry for the work file that are gone because they read as nothing there.

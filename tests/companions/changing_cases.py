@@ -3,10 +3,16 @@
 What is expected of each is worked out from the rules of the conversion, never from what a program says. The entries in
 question come first, so that their lines count from 1.
 """
+from base64 import b64encode
+
 from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, GROUP, GROUP_MAP, HELD, LINE, MAP,
                     UNIT, ROW, USER, WEB, WITHOUT_NAME, beside, changes, credentials, entry, folded, group, line_of,
                     lines, loses, map_of, map_of_group, oversized_unit, own_dn, policy, policy_data, shown, shown_alone,
                     stops, unit, user, users_entry)
+
+
+def in_base64(text):
+    return b64encode(text.encode()).decode()
 
 
 def various(count, begin):
@@ -175,6 +181,21 @@ NAMES = (
           (USER, MAP, entry("dn: principalname=Bert,cn=Users,secAuthority=Default", "objectclass: person")),
           changes("new-dn-twice", 1, BERT), shows=("dn: principalname=Bert,cn=Users,secAuthority=Default\n",
                                                    "dn: principalName=bert,cn=Users,secAuthority=default\n")),
+    *(shown(f"user gets the DN that is given as {line!r}",
+            (USER, MAP, entry(line, "objectclass: person")), changes("new-dn-twice", 1, BERT))
+      for line in ("dn:principalName=bert,cn=Users,secAuthority=default",
+                   "DN:  principalName=bert, cn = Users ,secAuthority=default ",
+                   f"dn:: {in_base64('principalName=bert,cn=Users,secAuthority=default')}")),
+    *(shown(f"{what} of a user gets the DN of an entry that is copied",
+            (USER, MAP, policy("bert"), entry(f"dn: {begin},principalName=bert,cn=Users,secAuthority=default",
+                                              "objectclass: person")),
+            changes("new-dn-twice", 10, BERTS_POLICY))
+      for what, begin in (("container", "cn=Policies"), ("policy", "cn=Policy, cn=Policies"))),
+    beside("new-dn-twice", "user without a policy gets no container",
+           (USER, MAP, entry("dn: cn=Policies,principalName=bert,cn=Users,secAuthority=default",
+                             "objectclass: person"))),
+    beside("new-dn-twice", "DN with another name is another one",
+           (USER, MAP, entry("dn: principalName=be rt,cn=Users,secAuthority=default", "objectclass: person"))),
     beside("new-dn-twice", "entries of one DN that are copied have no new one",
            (2 * entry("dn: principalName=bert,cn=Users,secAuthority=default", "objectclass: person"),)),
     beside("new-dn-twice", "user and group of one name get different DNs",
@@ -203,6 +224,18 @@ CLASSES = (
             changes("unknown-class-name", 2, BERT), shows=(f"dn: {BERT}\nobjectclass: secUser\n",),
             lacks=("dn: principalName=bert,",))
       for line in ("objectclass: secU\n ser", "objectclass:\n  secUser", "object\n class: secUser")),
+    shown("class in base 64 is not known", (of_class(f"objectclass:: {in_base64('secUser')}"),),
+          changes("unknown-class-name", 2, BERT), lacks=("dn: principalName=bert,",)),
+    beside("unknown-class-name", "other class in base 64 is none of these",
+           (of_class(f"objectclass:: {in_base64('organizationalUnit')}"),)),
+    *(shown(f"class behind {other} does not count", (of_class(f"objectclass: {other}\nobjectclass: secUser"),),
+            changes("unknown-class-name", 3, BERT), lacks=("dn: principalName=bert,",))
+      for other in ("container", "secAuthorityInfo")),
+    beside("unknown-class-name", "policy of the domain is copied in any case, whatever stands before its class",
+           (entry("dn: cn=Policies,secAuthority=Default", "objectclass: container", "objectclass: secPolicy"),)),
+    beside("unknown-class-name", "class beside a folded value that holds a class is known",
+           (entry("dn: cn=Policies,secAuthority=Default", "description: objectClass:\n  secUser",
+                  "objectclass: secPolicy", "objectclass: container"),)),
     beside("unknown-class-name", "class that is folded behind its name is known",
            (of_class("objectclass: secUser\n s"), MAP), shows=("dn: principalName=bert,",)),
     beside("unknown-class-name", "folded class of no such name is none",
@@ -229,6 +262,9 @@ TEXTS = (
     beside("version-line", "version attribute is no version line", (unit("version: 1"),)),
     shown("byte-order mark is taken for a part of the first line",
           (MARK, unit("ou: Other")), changes("byte-order-mark", 1, None), shows=(f"\ufeffdn: {UNIT}\n",)),
+    shown("version line behind a byte-order mark is one, too",
+          (MARK + b"version: 1\n", unit("ou: Other")), changes("byte-order-mark", 1, None),
+          changes("version-line", 1, None), shows=(f"\ufeffversion: 1\ndn: {UNIT}\n",)),
     beside("byte-order-mark", "bytes of a byte-order mark in a value are not in the way", (unit("ou: \ufeffOther"),)),
     shown("change record is copied as it is",
           (unit("changetype: add", "ou: Other"),), changes("change-record", 3, UNIT),
@@ -385,6 +421,14 @@ PARTED = (
           shows=("\ndescription: a\n\nou: Other\n",)),
     beside("entry-without-dn", "folded line of more than blanks goes on",
            (unit("description: a", " b", "ou: Other"),), shows=("\ndescription: ab\nou: Other\n",)),
+    shown("two entries without an empty line between them are one",
+          (unit("ou: one")[:-1], unit("ou: two")[:-1], unit("ou: three")), changes("second-dn", 4, UNIT),
+          shows=(f"\nou: one\ndn: {UNIT}\n",)),
+    beside("second-dn", "piece of a long line is no line", (unit(line_of(LINE - 1) + "dn: x"), USER, MAP),
+           changes("long-line", 3, UNIT)),
+    beside("second-dn", "attribute of another name is no DN", (unit("dnq: x", "ou: dn: x", "cn: x"), USER, MAP)),
+    beside("second-dn", "entry behind a version line has one DN", (b"version: 1\n", unit()),
+           changes("version-line", 1, None)),
     beside("entry-without-dn", "version line on its own is copied", (entry("version: 1"),), shows=("version: 1\n\n",)),
 )
 
