@@ -53,6 +53,12 @@ MessageCode findFileProblems(const char* input, FindingSink& findings) {
 static constexpr std::string_view foreignBegins[] = {"\x1F\x8B",         "PK\x03\x04", "BZh",     "\xFD\x37zXZ",
                                                      "\x28\xB5\x2F\xFD", "\xFF\xFE",   "\xFE\xFF"};
 
+// Characters of two bytes, of which the first is a NUL, as a file in that set begins that has no mark.
+static bool beginsWithWideCharacters(std::string_view text) {
+  constexpr size_t WIDTH = 2;
+  return text.size() >= 2 * WIDTH && text[0] == '\0' && text[1] != '\0' && text[WIDTH] == '\0';
+}
+
 // A byte-order mark in front of it is a finding of its own.
 static bool beginsLikeLdif(std::string_view text) {
   constexpr std::string_view MARK = "\xEF\xBB\xBF";
@@ -63,8 +69,9 @@ static bool beginsLikeLdif(std::string_view text) {
 
 void findWholeProblems(const char* input, std::string_view text, const Prediction& prediction, FindingSink& findings) {
   const SurveyCounts& counts = prediction.counts;
-  const bool isForeign = std::any_of(std::begin(foreignBegins), std::end(foreignBegins),
-                                     [&](std::string_view begin) { return text.starts_with(begin); });
+  const bool isForeign =
+      beginsWithWideCharacters(text) || std::any_of(std::begin(foreignBegins), std::end(foreignBegins),
+                                                    [&](std::string_view begin) { return text.starts_with(begin); });
   // Text without a single DN is a table, a log, or a script.
   const bool isNotLdif = isForeign || (counts.entries > 0 && !prediction.hasDn && !beginsLikeLdif(text));
   if (isNotLdif) findings.take({NOT_LDIF});

@@ -208,7 +208,8 @@ def packed_text_and_other_text_is_no_ldif():
     for what, content in (("gzip", gzip.compress(REGISTRY)), ("bzip2", bz2.compress(REGISTRY)),
                           ("xz", lzma.compress(REGISTRY)), ("UTF-16", text.encode("utf-16")),
                           ("UTF-16, the other way round", b"\xFE\xFF" + text.encode("utf-16-be")),
-                          ("UTF-16 without a mark", text.encode("utf-16-le"))):
+                          ("UTF-16 without a mark", text.encode("utf-16-le")),
+                          ("the same, the other way round", text.encode("utf-16-be"))):
         with Folder(content) as folder:
             found = {one.id for one in found_by(json.loads(folder.check("--json", INPUT).stdout))}
             faults += differs(what, {"not-ldif"}, found & {"not-ldif", "empty-input", "nothing-to-convert"})

@@ -1484,6 +1484,7 @@ mistakes = [
     ("work file may have any name", "check/surroundings.cpp", "length <= static_cast<size_t>(longest)", "true"),
     ("work file may be in any folder", "check/surroundings.cpp",
      "faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0", "true"),
+    ("wide characters are text", "check/surroundings.cpp", "beginsWithWideCharacters(text) ||", "false ||"),
     ("version line alone makes no LDIF", "check/surroundings.cpp", ' || isSameInAnyCase(text.substr(0, 8), "version:")', ""),
     ("mark alone makes LDIF", "check/surroundings.cpp",
      "  if (text.starts_with(MARK)) text.remove_prefix(MARK.size());", "  if (text.starts_with(MARK)) return true;"),
