@@ -131,6 +131,7 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
     place += record.size();
   }
   if (!isParted) records.firstGap = std::min(records.firstGap, last);
+  records.read = records.all.size();
   linkAll(records);
 }
 
@@ -187,17 +188,33 @@ static void takeOut(OutputRecords& records, const OutputRecord& wanted) {
   takeOut(records, wanted.hash, NO_PLACE, [&](const OutputRecord& record) { return &record == &wanted; });
 }
 
-bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
-  for (size_t i = 0; i < records.all.size(); ++i) {
-    if (records.all[i].isFound != 0 || records.all[i].place != begin) continue;
-    takeOut(records, records.all[i]);
-    takeOut(records, addOpen(records, begin, static_cast<size_t>(end - begin)));
-    // What would be the empty line behind a last line that a NUL has cut is only its newline.
-    const bool isLineOpen = end > begin && textFrom(*records.file, end - 1, 1)[0] != '\n';
-    addRest(records, isLineOpen ? end + 1 : end);
-    return true;
+// Returns the number of the record that begins in a place and has not been found.
+static size_t numberAt(const OutputRecords& records, uint64_t begin) {
+  const auto isThere = [&](size_t i) { return records.all[i].place == begin && records.all[i].isFound == 0; };
+  // The first of those in their order that does not begin before it.
+  size_t first = 0;
+  for (size_t end = records.read; first < end;) {
+    const size_t middle = first + (end - first) / 2;
+    if (records.all[middle].place < begin)
+      first = middle + 1;
+    else
+      end = middle;
   }
-  return false;
+  if (first < records.read && isThere(first)) return first;
+  size_t number = records.read;
+  while (number < records.all.size() && !isThere(number)) ++number;
+  return number;
+}
+
+bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
+  const size_t number = numberAt(records, begin);
+  if (number == records.all.size()) return false;
+  takeOut(records, records.all[number]);
+  takeOut(records, addOpen(records, begin, static_cast<size_t>(end - begin)));
+  // What would be the empty line behind a last line that a NUL has cut is only its newline.
+  const bool isLineOpen = end > begin && textFrom(*records.file, end - 1, 1)[0] != '\n';
+  addRest(records, isLineOpen ? end + 1 : end);
+  return true;
 }
 
 void announceOpenRecord(OutputRecords& records, const PiecedText& text) {

@@ -34,6 +34,7 @@ struct OpenRecord {
 struct OutputRecords {
   SurveyedFile* file = nullptr;
   BlockList<OutputRecord> all = {};   // in their order; behind them those into which one has been parted
+  size_t read = 0;                    // how many stand in their order
   std::vector<uint32_t> chains = {};  // by the hash: the first record of each chain
   std::vector<OpenRecord> open = {};  // that have been announced
   size_t longestOpen = 0;             // bytes

@@ -224,6 +224,10 @@ CLASSES = (
             changes("unknown-class-name", 2, BERT), shows=(f"dn: {BERT}\nobjectclass: secUser\n",),
             lacks=("dn: principalName=bert,",))
       for line in ("objectclass: secU\n ser", "objectclass:\n  secUser", "object\n class: secUser")),
+    shown("authority information whose class is folded is copied as it is",
+          (entry("dn: secAuthority=Default", "objectclass: secAuthority\n Info", "version: 5.1"),),
+          changes("unknown-class-name", 2, "secAuthority=Default"),
+          shows=("dn: secAuthority=Default\nobjectclass: secAuthorityInfo\nversion: 5.1\n",)),
     shown("class in base 64 is not known", (of_class(f"objectclass:: {in_base64('secUser')}"),),
           changes("unknown-class-name", 2, BERT), lacks=("dn: principalName=bert,",)),
     beside("unknown-class-name", "other class in base 64 is none of these",
