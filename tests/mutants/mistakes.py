@@ -1404,7 +1404,7 @@ mistakes = [
     ("earlier file is lost for the second one", "check/split.cpp", "if (rename(aside.c_str(), files[0].name.c_str()) == 0)", "if (false)"),
     ("earlier file stays under another name", "check/split.cpp", "  unlink(aside.c_str());\n  if", "  if"),
     ("folder that cannot be read is an error", "check/split.cpp", "return errno == EACCES || failWith();", "return failWith();"),
-    ("split may make a work file", "check/main.cpp", 'names.push_back(name + ".tmp"s);', "(void)name;"),
+    ("split may make a work file", "check/main.cpp", 'names.push_back(std::string(name) + ".tmp");', "(void)name;"),
     ("split may make a work file of its halves", "check/main.cpp",
      "  for (const char* const name : {options.input, options.good, options.rejected}) names",
      "  for (const char* const name : {options.input}) names"),
