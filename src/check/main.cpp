@@ -28,7 +28,8 @@ static void requireDistinctNames(const CheckOptions& options) {
   if (options.good == nullptr) return;
   std::vector<std::string> names = {options.input, options.good, options.rejected};
   // The conversion of each of them has a work file, and would take another one for what an earlier run has left.
-  for (const char* const name : {options.input, options.good, options.rejected}) names.push_back(std::string(name) + ".tmp");
+  for (const char* const name : {options.input, options.good, options.rejected})
+    names.push_back(std::string(name) + ".tmp");
   for (size_t i = 0; i < names.size(); ++i)
     for (size_t j = 0; j < i; ++j) {
       if (!isSameFile(names[i].c_str(), names[j].c_str())) continue;
