@@ -205,6 +205,10 @@ class Accounts(unittest.TestCase):
         for line in (3, 4):
             self.assertIn(f"  line {line}  replaced  description  by line 5\n", shown)
 
+    def test_a_line_that_is_blank_once_it_is_written_is_lost_for_that(self):
+        shown = self.written(b"\r" + credentials(), "--all")
+        self.assertIn("  line 1  lost  (no attribute name)  (blank once it is written)\n", shown)
+
     def test_what_is_left_of_a_long_comment_has_no_name(self):
         shown = self.written(b"#" + b"c" * (LINE - 1) + b"secret: x\n" + unit(), "--all")
         self.assertIn("  line 1  kept  (no attribute name)\n", shown)
