@@ -199,6 +199,11 @@ class Accounts(unittest.TestCase):
             for line in lines:
                 self.assertIn(f"  {line}\n", shown)
 
+    def test_so_is_one_of_a_user_of_three_entries(self):
+        shown = self.written(user("bert", "cn: Bert") + map_of("bert", "secCn: b") + users_entry("bert", "mail: x"),
+                             "--all")
+        self.assertIn("  line 5  lost  cn  by line 10\n", shown)
+
     def test_a_line_that_is_dropped_itself_replaces_none(self):
         text = unit("description: XOQ-ENTRYUUID: 1", "description: XOQ-ENTRYUUID: 2", "description: kept")
         shown = self.written(text, "--all")
