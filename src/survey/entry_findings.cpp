@@ -26,8 +26,9 @@ static ObjectClass withoutCredentials(ObjectClass code) {
   return code == RESCREDS_CONTAINER ? CONTAINER_OBJECTCLASS : code;
 }
 
-// The value of a line with a colon. One in base 64 is decoded, into the room given.
+// The value of a line, empty without a colon. One in base 64 is decoded, into the room given.
 static std::string_view valueOf(const Line& line, std::string& decoded) {
+  if (line.firstColon >= line.contentLength) return {};
   std::string_view value = line.content().substr(size_t{line.firstColon} + 1);
   const bool isBase64 = value.starts_with(':');
   value = behindSpaces(value.substr(isBase64 ? 1 : 0));
@@ -70,7 +71,7 @@ static bool isBehindAnother(ObjectClass code, const PreparedEntry& prepared) {
 static bool isClassOverlooked(const Line& line, const PreparedEntry& prepared, bool isFolded) {
   // Most entries have a line of the class top, too, which is shorter than one with any of these values.
   constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
-  if (line.contentLength < SHORTEST || line.firstColon >= line.contentLength) return false;
+  if (line.contentLength < SHORTEST) return false;
   std::string decoded;
   const std::string_view value = valueOf(line, decoded);
   for (const ClassValue& known : classValues)

@@ -203,6 +203,7 @@ NAMES = (
     beside("new-dn-twice", "user without a policy gets no container",
            (USER, MAP, entry("dn: cn=Policies,principalName=bert,cn=Users,secAuthority=default",
                              "objectclass: person"))),
+    beside("new-dn-twice", "line of a name alone has no DN", (entry("dn", "objectclass: person"), USER, MAP)),
     beside("new-dn-twice", "DN with another name is another one",
            (USER, MAP, entry("dn: principalName=be rt,cn=Users,secAuthority=default", "objectclass: person"))),
     beside("new-dn-twice", "entries of one DN that are copied have no new one",
