@@ -324,10 +324,12 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
     const char* const whereFound = isPolicy ? "copied" : "merged";
     EntryFate fate = {entry.begin, isThere ? whereFound : "missing", {}, entry.lines, entry.origins, &room.fates};
     fate.record = withoutLineEnd(isPolicy ? records.policyDn : records.newDn);
-    fate.written = isPolicy ? records.policyLines : records.merged;
     fate.road = isPolicy ? POLICY : MERGED;
-    fate.between = row.between;
-    fate.sources = {maker.loaded.data(), maker.loadedCount};
+    if (isThere) {
+      fate.written = isPolicy ? records.policyLines : records.merged;
+      fate.between = row.between;
+      fate.sources = {maker.loaded.data(), maker.loadedCount};
+    }
     tally(accounting, fate);
   };
   forEachEntryOfSlot(maker, rows, side, withPolicyData, takeEntry);

@@ -49,7 +49,9 @@ struct EntryFate {
   Entry lines;
   std::span<const Origin> origins;
   const Fates* fates;  // of its lines
-  Entry written = {};  // the lines of the record, for those that have taken the place of others; dropped ones, too
+  // The lines of the record, for those that have taken the place of others; dropped ones, too. None where it is
+  // missing.
+  Entry written = {};
   Road road = MERGED;
   Entry between = {};  // as in MergedRow
   // Of an entry that is merged all those of its slot.

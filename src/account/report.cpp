@@ -98,6 +98,12 @@ static uint64_t sourceOf(const EntryFate& entry, const Line& line) {
   return place;
 }
 
+// Why a line is lost in whose place there is no other. Of a record that is missing that is said already.
+static const char* reasonOf(const EntryFate& entry, const Line& line) {
+  if (isBlankLine(line.view())) return "  (blank once it is written)";
+  return entry.sources.empty() ? "" : "  (not merged)";
+}
+
 // The line that has taken the place of another one.
 void AccountReport::writeTaker(const EntryFate& entry, const Line& taker) {
   const uint64_t source = sourceOf(entry, taker);
@@ -122,7 +128,7 @@ void AccountReport::writeFate(const EntryFate& entry, size_t i) {
   if (fate == REPLACED || fate == REPLACED_BY_SAME) by = replacementOf(entry, line);
   if (fate == LOST) by = takerOf(entry, line);
   if (by != nullptr) writeTaker(entry, *by);
-  if (fate == LOST && by == nullptr && isBlankLine(line.view())) fputs("  (blank once it is written)", stdout);
+  if (fate == LOST && by == nullptr) fputs(reasonOf(entry, line), stdout);
   puts("");
 }
 

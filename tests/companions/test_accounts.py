@@ -214,6 +214,16 @@ class Accounts(unittest.TestCase):
         shown = self.written(b"\r" + credentials(), "--all")
         self.assertIn("  line 1  lost  (no attribute name)  (blank once it is written)\n", shown)
 
+    def test_a_second_dn_of_a_merged_entry_is_not_merged(self):
+        shown = self.written(user("bert") + map_of("bert", "DN: again"), "--all")
+        self.assertIn("  line 9  lost  DN  (not merged)\n", shown)
+
+    def test_the_lines_of_a_missing_record_are_lost_with_it(self):
+        with Folder(user("bert", "mail: x") + map_of("bert", "mail: y")) as folder:
+            folder.write(OUTPUT, b"")
+            shown = folder.run(folders.programs["account"], "--all", INPUT, OUTPUT).stdout.decode()
+        self.assertIn("  line 5  lost  mail\n", shown)
+
     def test_what_is_left_of_a_long_comment_has_no_name(self):
         shown = self.written(b"#" + b"c" * (LINE - 1) + b"secret: x\n" + unit(), "--all")
         self.assertIn("  line 1  kept  (no attribute name)\n", shown)
