@@ -316,10 +316,12 @@ bool DnComparison::add(uint64_t hash) {
   return true;
 }
 
-// For any spelling of its letters and blanks; never 0.
+// Of a DN without spare blanks, in any letter case; never 0.
+static uint64_t hashOfPlainDn(std::string_view dn) { return hashOfDn(dn) | 1U; }
+
 static uint64_t hashOfNewDn(std::string_view dn) {
   const bool mayHaveSpareBlanks = dn.find(' ') != std::string_view::npos;
-  return hashOfDn(mayHaveSpareBlanks ? withoutSpareBlanks(dn) : dn) | 1U;
+  return mayHaveSpareBlanks ? hashOfPlainDn(withoutSpareBlanks(dn)) : hashOfPlainDn(dn);
 }
 
 void DnComparison::takeCopied(const Line& firstLine) {
@@ -328,14 +330,14 @@ void DnComparison::takeCopied(const Line& firstLine) {
   const std::string dn = withoutSpareBlanks(valueOf(firstLine, decoded));
   // All new DNs end with it, and few others.
   if (!holdsInAnyCase(dn, ",secauthority=default")) return;
-  add(hashOfNewDn(dn));
+  add(hashOfPlainDn(dn));
   constexpr std::string_view CONTAINER = "cn=policies,";
   constexpr std::string_view POLICY = "cn=policy,cn=policies,";
   const std::string_view view = dn;
   if (isSameInAnyCase(view.substr(0, CONTAINER.size()), CONTAINER))
-    aboveContainers_.insert(hashOfNewDn(view.substr(CONTAINER.size())));
+    aboveContainers_.insert(hashOfPlainDn(view.substr(CONTAINER.size())));
   if (isSameInAnyCase(view.substr(0, POLICY.size()), POLICY))
-    abovePolicies_.insert(hashOfNewDn(view.substr(POLICY.size())));
+    abovePolicies_.insert(hashOfPlainDn(view.substr(POLICY.size())));
 }
 
 void DnComparison::compare(const RecordDn& dn, FindingSink& findings) {

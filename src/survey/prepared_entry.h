@@ -57,8 +57,8 @@ struct PreparedEntry {
 // Most entries are plain: there is nothing odd about them, and what becomes of them shows before they are prepared.
 // Preparing is most of the work, so that such an entry is prepared once, when its record is made.
 // Works out what is asked of a plain entry before that: its kind and how many lines it will have. Its bytes stay
-// unknown, and there is nothing to be found in it but an unknown spelling of its class. Returns false for other
-// entries.
+// unknown, and there is nothing to be found in it but an unknown spelling of its class and a second DN. Returns false
+// for other entries.
 bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, PreparedEntry& prepared);
 
 // Gives the first line of such an entry the form in which it will be. In that of the others it makes no difference to
