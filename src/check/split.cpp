@@ -40,10 +40,11 @@ class BlockedSignals {
 };
 
 // Asked before anything is written, so that a name that cannot be given to a file takes no earlier file with it. A pipe
-// or a device is none that may be replaced.
+// or a device is none that may be replaced, and a symbolic link, as the names of the standard streams are, would be
+// lost to whoever else goes by it.
 static bool mayBeReplaced(const char* name) {
   struct stat status;
-  if (stat(name, &status) != 0) return (errno == ENOENT && *name != '\0') || failWith();
+  if (lstat(name, &status) != 0) return (errno == ENOENT && *name != '\0') || failWith();
   return S_ISREG(status.st_mode) || failWith("it is not a regular file");
 }
 

@@ -341,15 +341,21 @@ def a_folder_that_may_not_be_read_takes_both_files():
 def split_that_cannot_be_written_leaves_everything_as_it_was():
     faults = []
     for names in ((GOOD, "nowhere/rejected"), ("nowhere/good", REJECTED), (GOOD, "folder"), ("folder", REJECTED),
-                  (GOOD, ""), ("", REJECTED), (GOOD, "pipe"), ("pipe", REJECTED)):
+                  (GOOD, ""), ("", REJECTED), (GOOD, "pipe"), ("pipe", REJECTED), (GOOD, "link"), ("link", REJECTED),
+                  (GOOD, "loose"), ("loose", REJECTED)):
         with Folder(USER + REGISTRY) as folder:
             (folder.path / "folder").mkdir()
             os.mkfifo(folder.path / "pipe")
+            (folder.path / "link").symlink_to(REJECTED if names[0] == GOOD else GOOD)
+            (folder.path / "loose").symlink_to("nowhere")
             for name in (GOOD, REJECTED):
                 folder.write(name, b"earlier\n")
             run = folder.check("--split", *names, INPUT)
             faults += differs(f"{names}: exit status", 2, run.returncode)
-            faults += differs(f"{names}: files", sorted(["folder", GOOD, INPUT, "pipe", REJECTED]), folder.names())
+            faults += differs(f"{names}: files", sorted(["folder", GOOD, INPUT, "link", "loose", "pipe", REJECTED]),
+                              folder.names())
+            faults += differs(f"{names}: links", [True] * 2,
+                              [(folder.path / name).is_symlink() for name in ("link", "loose")])
             faults += differs(f"{names}: pipe", True, (folder.path / "pipe").is_fifo())
             for name in (GOOD, REJECTED):
                 faults += differs(f"{names}: {name}", b"earlier\n", folder.read(name))
