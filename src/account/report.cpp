@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "rules/attribute.h"
 #include "rules/text.h"
 #include "survey/shown_place.h"
 #include "survey/shown_values.h"
@@ -62,15 +63,17 @@ bool AccountReport::isWanted(const EntryFate& entry) {
   return isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
 }
 
-// Returns the line of the same attribute that is in the record.
+// Returns the line of the same attribute that is in the record, rather one that says the same.
 static const Line* replacementOf(const EntryFate& entry, const Line& line) {
-  const std::string_view name = line.view().substr(0, std::min(line.firstColon, line.length));
+  const std::string_view name = ownName(line);
+  const Line* found = nullptr;
   // The line must be in the record itself: one that has been dropped there stands for nothing.
-  for (const Line& other : entry.written)
-    if (&other != entry.written.data() && other.firstColon == line.firstColon &&
-        isSameInAnyCase(other.view().substr(0, other.firstColon), name) && !isDropped(other, entry.road))
-      return &other;
-  return nullptr;
+  for (const Line& other : entry.written) {
+    if (&other == entry.written.data() || !isNamed(other, name) || isDropped(other, entry.road)) continue;
+    if (isReplacedBySame(line, other)) return &other;
+    if (found == nullptr) found = &other;
+  }
+  return found;
 }
 
 // Returns the line that the merge has put in the place of one that is lost, dropped or not; null without one.

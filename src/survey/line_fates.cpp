@@ -6,6 +6,7 @@
 #include "rules/attribute.h"
 #include "rules/known_names.h"
 #include "rules/text.h"
+#include "survey/spellings.h"
 
 // Of the numbers that pairOf returns.
 static constexpr uint32_t PAIRS = 1024;
@@ -31,9 +32,15 @@ LineFate fateOfDropped(const Line& line, Road road) {
 // True when the line is in the output but for what has been changed in it on purpose.
 static LineFate fateOfWritten(const Origin& origin) { return origin.isChanged ? RENAMED : KEPT; }
 
-// Blanks before a value do not count, as they do not in LDIF.
-static std::string_view valueOf(const Line& line) {
-  return behindSpaces(line.content().substr(std::min<size_t>(ownName(line).size() + 1, line.contentLength)));
+static int compareValues(const Line& one, const Line& other) {
+  const auto behindName = [](const Line& line) {
+    return line.content().substr(std::min<size_t>(ownName(line).size() + 1, line.contentLength));
+  };
+  return compareValues(behindName(one), behindName(other));
+}
+
+bool isReplacedBySame(const Line& line, const Line& other) {
+  return isNamed(other, ownName(line)) && compareValues(line, other) == 0;
 }
 
 // Orders names without regard to case.
@@ -50,7 +57,7 @@ static int compareNames(const Line& one, const Line& other) {
 // By so much of them.
 static int compareLines(const Line& one, const Line& other, Likeness likeness) {
   int order = compareNames(one, other);
-  if (order == 0 && likeness >= SAME_VALUE) order = valueOf(one).compare(valueOf(other));
+  if (order == 0 && likeness >= SAME_VALUE) order = compareValues(one, other);
   if (order == 0 && likeness >= SAME_TEXT) order = one.content().compare(other.content());
   return order;
 }
@@ -152,7 +159,7 @@ static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors)
     const Line& survivor = *survivors.lines[static_cast<size_t>(&other - marks.data())];
     if (isEqualLine(line, survivor)) return ABSORBED;
     if (fate == REPLACED_BY_SAME || !isNamed(survivor, ownName(line))) continue;
-    fate = valueOf(survivor) == valueOf(line) ? REPLACED_BY_SAME : REPLACED;
+    fate = compareValues(line, survivor) == 0 ? REPLACED_BY_SAME : REPLACED;
   }
   return fate == NUMBER_OF_FATES ? fateOfDropped(line, MERGED) : fate;
 }

@@ -1,6 +1,9 @@
 #include "survey/spellings.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <optional>
 
 #include "rules/text.h"
 
@@ -16,21 +19,102 @@ std::string withoutSpareBlanks(std::string_view dn) {
   return plain;
 }
 
-std::string decodedBase64(std::string_view text) {
+static constexpr size_t GROUP_DIGITS = 4;
+static constexpr size_t GROUP_BYTES = 3;
+static constexpr unsigned BITS_OF_DIGIT = 6;
+static constexpr unsigned BITS_OF_BYTE = 8;
+static constexpr uint8_t NO_DIGIT = 255;
+
+static constexpr auto digitValues = [] {
   constexpr std::string_view DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  constexpr unsigned BITS_OF_DIGIT = 6;
-  constexpr unsigned BITS_OF_BYTE = 8;
-  std::string decoded;
+  std::array<uint8_t, 256> values{};
+  values.fill(NO_DIGIT);
+  for (size_t i = 0; i < DIGITS.size(); ++i) values[static_cast<unsigned char>(DIGITS[i])] = static_cast<uint8_t>(i);
+  return values;
+}();
+
+static constexpr size_t bytesOf(size_t digits) { return digits * BITS_OF_DIGIT / BITS_OF_BYTE; }
+
+// Decodes the digits that stand in front, a group at most, and returns how many those are.
+static size_t decodeGroup(std::string_view text, char (&bytes)[GROUP_BYTES]) {
   uint32_t bits = 0;
-  unsigned count = 0;  // of those that are in no byte yet
-  for (const char character : text) {
-    const size_t digit = DIGITS.find(character);
-    if (digit == std::string_view::npos) break;
-    bits = (bits << BITS_OF_DIGIT) | static_cast<uint32_t>(digit);
-    count += BITS_OF_DIGIT;
-    if (count < BITS_OF_BYTE) continue;
-    count -= BITS_OF_BYTE;
-    decoded += static_cast<char>(bits >> count);
+  size_t digits = 0;
+  for (; digits < std::min(GROUP_DIGITS, text.size()); ++digits) {
+    const uint8_t value = digitValues[static_cast<unsigned char>(text[digits])];
+    if (value == NO_DIGIT) break;
+    bits = (bits << BITS_OF_DIGIT) | value;
+  }
+  bits <<= BITS_OF_DIGIT * (GROUP_DIGITS - digits);
+  for (size_t i = 0; i < GROUP_BYTES; ++i)
+    bytes[i] = static_cast<char>(bits >> (BITS_OF_BYTE * static_cast<unsigned>(GROUP_BYTES - 1 - i)));
+  return digits;
+}
+
+std::string decodedBase64(std::string_view text) {
+  std::string decoded;
+  char bytes[GROUP_BYTES];
+  size_t digits = GROUP_DIGITS;
+  for (; digits == GROUP_DIGITS; text.remove_prefix(digits)) {
+    digits = decodeGroup(text, bytes);
+    decoded.append(bytes, bytesOf(digits));
   }
   return decoded;
+}
+
+// Gives what a value says, piece by piece. From where it stops being base 64 it says what stands there, behind a NUL,
+// so that it is the same as no text.
+class ValueReader {
+ public:
+  explicit ValueReader(std::string_view value) : isBase64_(value.starts_with(':')) {
+    rest_ = behindSpaces(value.substr(isBase64_ ? 1 : 0));
+    if (!isBase64_) return;
+    while (rest_.ends_with(' ') || rest_.ends_with('\t')) rest_.remove_suffix(1);
+    while (rest_.ends_with('=')) rest_.remove_suffix(1);
+  }
+
+  // All of one that is not in base 64.
+  std::optional<std::string_view> plain() const { return isBase64_ ? std::nullopt : std::optional(rest_); }
+
+  // Valid until the next call; shorter than PIECE at the end alone.
+  std::string_view next() {
+    size_t length = 0;
+    while (isBase64_ && length < PIECE && !rest_.empty()) length += nextGroup(&piece_[length]);
+    const size_t plainLength = isBase64_ ? 0 : std::min(PIECE - length, rest_.size());
+    std::copy_n(rest_.begin(), plainLength, &piece_[length]);
+    rest_.remove_prefix(plainLength);
+    return {piece_, length + plainLength};
+  }
+
+  static constexpr size_t PIECE = 16 * GROUP_BYTES;
+
+ private:
+  size_t nextGroup(char* place) {
+    char bytes[GROUP_BYTES];
+    const size_t digits = decodeGroup(rest_, bytes);
+    isBase64_ = digits > 1 && (digits == GROUP_DIGITS || digits == rest_.size());
+    if (!isBase64_) {
+      *place = '\0';
+      return 1;
+    }
+    rest_.remove_prefix(digits);
+    std::copy_n(bytes, bytesOf(digits), place);
+    return bytesOf(digits);
+  }
+
+  std::string_view rest_;
+  bool isBase64_;
+  char piece_[PIECE] = {};
+};
+
+int compareValues(std::string_view one, std::string_view other) {
+  if (one == other) return 0;
+  ValueReader reader(one);
+  ValueReader otherReader(other);
+  if (reader.plain() && otherReader.plain()) return reader.plain()->compare(*otherReader.plain());
+  while (true) {
+    const std::string_view piece = reader.next();
+    const std::string_view otherPiece = otherReader.next();
+    const int order = piece.compare(otherPiece);
+    if (order != 0 || piece.size() < ValueReader::PIECE) return order;
+  }
 }

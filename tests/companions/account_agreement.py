@@ -14,11 +14,12 @@ How the lines that an account must call lost are found, from the two files alone
 - A line that stands in these records, letter for letter, is not lost; where it was cut off at a NUL or a carriage
   return, the account must say something of it or its entry. Any other one is lost, but for first lines and object
   classes of entries that are merged, a line whose value stands there under the same attribute name in other letter
-  case, and the bookkeeping of the directory server, by its attribute's name.
+  case, as text or in base 64, and the bookkeeping of the directory server, by its attribute's name.
 
 Some lines may be called lost or not (see `mayBeLost`): those are where the wording leaves it open.
 """
 
+import base64
 import random
 import re
 import sys
@@ -192,6 +193,18 @@ def bareValue(text):
     return withoutCommaBlanks(ldif.valueOf(text)).strip(ldif.WHITE)
 
 
+def decodedValue(text):
+    """The value, one in base 64 as the text that it is; malformed, it is compared as it stands."""
+    value = ldif.valueOf(text)
+    if value[:1] != b":":
+        return value
+    digits = value[1:].strip(b" \t").rstrip(b"=")
+    try:
+        return base64.b64decode(digits + b"=" * (-len(digits) % 4), validate=True)
+    except ValueError:
+        return value
+
+
 def isNoLoss(text, kind, there):
     """Whether nothing is lost by a line that is not there, letter for letter."""
     holds_bookkeeping = any(name + b":" in text.lower() for name in BOOKKEEPING)  # then it is dropped from any entry
@@ -199,7 +212,7 @@ def isNoLoss(text, kind, there):
         return True
     name = ldif.nameOf(text)
     return name is not None and any(
-        (ldif.nameOf(other) or b"").lower() == name.lower() and ldif.valueOf(other) == ldif.valueOf(text)
+        (ldif.nameOf(other) or b"").lower() == name.lower() and decodedValue(other) == decodedValue(text)
         for other in there)
 
 

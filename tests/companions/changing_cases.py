@@ -105,6 +105,8 @@ LOSSES = (
           slots=(USERS, 1)),
     beside("value-replaced", "same value in both is no loss, whatever the case of the attribute",
            (user("bert", "description: same", "sn: Bert"), map_of("bert", "description: same", "SN: Bert"))),
+    beside("value-replaced", "same value in base 64 is no loss",
+           (user("bert", "description: same", "sn:: QmVydA=="), map_of("bert", "description:: c2FtZQ==", "sn: Bert"))),
     beside("value-replaced", "value that the map has as its second one is no loss",
            (user("bert", "description: b"), map_of("bert", "description: a", "description: b")),
            shows=("\ndescription: a\n", "\ndescription: b\n")),

@@ -3,6 +3,7 @@
 
     test_accounts.py TOOL ACCOUNT
 """
+import base64
 import json
 import os
 import sys
@@ -120,6 +121,28 @@ class Accounts(unittest.TestCase):
         self.expect(user("bert", "mail: b") + map_of("bert", "MAIL: b"),
                     counts(kept=5, renamed=1, absorbed=2, replaced=1, added=1), (2, 0, 2, 0), {"users": 1})
 
+    def test_a_value_in_base_64_is_that_of_its_text(self):
+        texts = ("Same", "M\u00fcller", *("x" * length for length in (1, 2, 3, 47, 48, 49, 96, 97)))
+        encoded = [(text, ": " + base64.b64encode(text.encode()).decode()) for text in texts]
+        same = (*encoded, *((code, text) for text, code in encoded), ("Same", ":U2FtZQ"), ("Same", ":  U2FtZQ== \t"),
+                (": U2FtZQ==", ": U2FtZQ"))
+        others = (("Same1", ": U2FtZQ=="), ("Sam", ": U2FtZQ=="), (": U2FtZQ==", "Samf"), ("U2FtZQ==", ": U2FtZQ=="),
+                  ("Same", ": U2FtZR9="), ("x" * 48, ": " + base64.b64encode(b"x" * 49).decode()),
+                  ("x" * 49, ": " + base64.b64encode(b"x" * 48).decode()), (": U2FtZQ==", ": U2FtZg=="),
+                  # What is no base 64 is the same as no text.
+                  ("Sam", ": U2Ft!"), ("Sam!", ": U2Ft!"), ("Sam", ": U2FtZ"), ("SamZ", ": U2FtZ"), ("Same", ": U2FtZQ==A"),
+                  ("Same", ": U2Ft=ZQ=="))
+        for is_same, values in ((True, same), (False, others)):
+            for own, maps in values:
+                # Many lines are compared in another way.
+                for more in ((), tuple(f"a: {number}" for number in range(300))):
+                    with self.subTest(own=own, maps=maps, more=len(more)):
+                        said = self.account(user("bert", f"description:{own}" if own[0] == ":" else f"description: {own}")
+                                            + map_of("bert", f"DESCRIPTION:{maps}" if maps[0] == ":"
+                                                     else f"DESCRIPTION: {maps}", *more))
+                        self.assertEqual(said["lines"]["replaced"], 1)
+                        self.assertEqual([one["line"] for one in said["losses"]], [] if is_same else [5])
+
     def test_so_are_lines_of_a_long_record(self):
         # Of the user's lines one is equal to one of the map, and one has its value in another spelling. The group,
         # whose description is replaced, has nothing to do with them.
@@ -198,6 +221,10 @@ class Accounts(unittest.TestCase):
             shown = self.written(text, *options)
             for line in lines:
                 self.assertIn(f"  {line}\n", shown)
+
+    def test_of_several_lines_that_one_is_told_which_says_the_same(self):
+        text = user("bert", "mail: b", "x: y") + map_of("bert", "mail: a", "mail:: Yg==", "mail: B")
+        self.assertIn("  line 5  replaced  mail  by line 12\n", self.written(text, "--all"))
 
     def test_so_is_one_of_a_user_of_three_entries(self):
         shown = self.written(user("bert", "cn: Bert") + map_of("bert", "secCn: b") + users_entry("bert", "mail: x"),
