@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <optional>
 
 #include "rules/text.h"
 
@@ -25,13 +24,17 @@ static constexpr unsigned BITS_OF_DIGIT = 6;
 static constexpr unsigned BITS_OF_BYTE = 8;
 static constexpr uint8_t NO_DIGIT = 255;
 
-static constexpr auto digitValues = [] {
+using DigitValues = std::array<uint8_t, 256>;
+
+static constexpr DigitValues valuesOfDigits() {
   constexpr std::string_view DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::array<uint8_t, 256> values{};
+  DigitValues values{};
   values.fill(NO_DIGIT);
   for (size_t i = 0; i < DIGITS.size(); ++i) values[static_cast<unsigned char>(DIGITS[i])] = static_cast<uint8_t>(i);
   return values;
-}();
+}
+
+static constexpr DigitValues digitValues = valuesOfDigits();
 
 static constexpr size_t bytesOf(size_t digits) { return digits * BITS_OF_DIGIT / BITS_OF_BYTE; }
 
@@ -50,6 +53,8 @@ static size_t decodeGroup(std::string_view text, char (&bytes)[GROUP_BYTES]) {
   return digits;
 }
 
+static bool isInBase64(std::string_view value) { return value.starts_with(':'); }
+
 std::string decodedBase64(std::string_view text) {
   std::string decoded;
   char bytes[GROUP_BYTES];
@@ -65,15 +70,12 @@ std::string decodedBase64(std::string_view text) {
 // so that it is the same as no text.
 class ValueReader {
  public:
-  explicit ValueReader(std::string_view value) : isBase64_(value.starts_with(':')) {
+  explicit ValueReader(std::string_view value) : isBase64_(isInBase64(value)) {
     rest_ = behindSpaces(value.substr(isBase64_ ? 1 : 0));
     if (!isBase64_) return;
     while (rest_.ends_with(' ') || rest_.ends_with('\t')) rest_.remove_suffix(1);
     while (rest_.ends_with('=')) rest_.remove_suffix(1);
   }
-
-  // All of one that is not in base 64.
-  std::optional<std::string_view> plain() const { return isBase64_ ? std::nullopt : std::optional(rest_); }
 
   // Valid until the next call; shorter than PIECE at the end alone.
   std::string_view next() {
@@ -85,13 +87,13 @@ class ValueReader {
     return {piece_, length + plainLength};
   }
 
-  static constexpr size_t PIECE = 16 * GROUP_BYTES;
+  static constexpr size_t PIECE = 4 * GROUP_BYTES;
 
  private:
   size_t nextGroup(char* place) {
     char bytes[GROUP_BYTES];
     const size_t digits = decodeGroup(rest_, bytes);
-    isBase64_ = digits > 1 && (digits == GROUP_DIGITS || digits == rest_.size());
+    isBase64_ = digits > 1;
     if (!isBase64_) {
       *place = '\0';
       return 1;
@@ -107,10 +109,10 @@ class ValueReader {
 };
 
 int compareValues(std::string_view one, std::string_view other) {
+  if (!isInBase64(one) && !isInBase64(other)) return behindSpaces(one).compare(behindSpaces(other));
   if (one == other) return 0;
   ValueReader reader(one);
   ValueReader otherReader(other);
-  if (reader.plain() && otherReader.plain()) return reader.plain()->compare(*otherReader.plain());
   while (true) {
     const std::string_view piece = reader.next();
     const std::string_view otherPiece = otherReader.next();

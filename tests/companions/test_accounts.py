@@ -131,7 +131,7 @@ class Accounts(unittest.TestCase):
                   ("x" * 49, ": " + base64.b64encode(b"x" * 48).decode()), (": U2FtZQ==", ": U2FtZg=="),
                   # What is no base 64 is the same as no text.
                   ("Sam", ": U2Ft!"), ("Sam!", ": U2Ft!"), ("Sam", ": U2FtZ"), ("SamZ", ": U2FtZ"), ("Same", ": U2FtZQ==A"),
-                  ("Same", ": U2Ft=ZQ=="))
+                  ("Same", ": U2Ft=ZQ=="), (": U2Ft!a", ": U2Ft!b"))
         for is_same, values in ((True, same), (False, others)):
             for own, maps in values:
                 # Many lines are compared in another way.
