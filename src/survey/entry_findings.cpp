@@ -5,6 +5,7 @@
 #include "rules/adjustments.h"
 #include "rules/attribute.h"
 #include "rules/dn_hash.h"
+#include "rules/new_dn.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
 #include "survey/spellings.h"
@@ -257,6 +258,18 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   if (mayBeTaken) findTakenClass(prepared, begin, wholeLines, findings);
 }
 
+// Of the versions of the authority information the conversion changes the first one, where it stands as it knows it.
+static void findVersionsThatStay(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+  if (!getsVersionAndDate(prepared.objectClass)) return;
+  WholeLines wholeLines(prepared, begin);
+  for (const Line& line : prepared.lines) {
+    std::string decoded;
+    if (!isNamed(line, "version") || valueOf(line, decoded) == "6.0") continue;
+    const auto i = static_cast<size_t>(&line - prepared.lines.data());
+    findings.take({VERSION_STAYS, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
+  }
+}
+
 bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn"); }
 
 void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
@@ -270,6 +283,8 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
   // A plain entry has a DN, whole lines and no odd byte.
   if (!prepared.isForeseen) findOddBytes(entry, prepared, begin, isBehindDn, findings);
   findOddNames(prepared, begin, findings);
+  if (prepared.isAuthorityCoded) findings.take({AUTHORITY_IN_BASE_64, AT_NONE, begin});
+  findVersionsThatStay(prepared, begin, findings);
 }
 
 void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, uint64_t begin, FindingSink& findings) {
@@ -291,6 +306,26 @@ void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& f
 static bool needsEscapes(std::string_view name) {
   return name.find_first_of(",+\"\\<>;=") != std::string_view::npos || name.front() == '#' || name.front() == ' ' ||
          name.back() == ' ';
+}
+
+static bool hasComponent(std::string_view dn, std::string_view component) {
+  std::string_view first = upToComma(dn);
+  while (!isSameInAnyCase(first, component) && first.size() < dn.size()) {
+    dn.remove_prefix(first.size() + 1);
+    first = upToComma(dn);
+  }
+  return isSameInAnyCase(first, component);
+}
+
+// True when the conversion takes a DN for one of another domain. It looks for the names of the default domain and of
+// its subdomains anywhere in the text.
+static bool isDomainMistaken(NewDnOf what, std::string_view oldDn) {
+  std::string closed;
+  std::string_view dn = trimmed(oldDn);
+  if (dn.find(' ') != std::string_view::npos) dn = closed = withoutSpareBlanks(dn);
+  const bool isInDefault = hasComponent(dn, "secauthority=default") && !hasComponent(dn, "cn=subdomains");
+  const bool isTakenForDefault = subdomainOf(what, oldDn).component.data() == nullptr;
+  return isInDefault != isTakenForDefault;
 }
 
 void DnComparison::insert(uint64_t hash) {
@@ -357,6 +392,10 @@ RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side si
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
   if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
+  if (isDomainMistaken(side == USER_SIDE ? NEW_USER_DN : NEW_GROUP_DN, records.oldDn))
+    findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, begin});
   const uint64_t policy = rows.policyDn == NONE ? NO_PLACE : maker.registry->entries[rows.policyDn].begin;
+  if (records.hasPolicy && isDomainMistaken(NEW_POLICY_DN, records.oldPolicyDn))
+    findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, policy});
   return {hashOfNewDn(dnOfFirstLine(withoutLineEnd(records.newDn))), begin, policy, records.hasPolicy};
 }

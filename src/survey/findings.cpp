@@ -52,6 +52,12 @@ static constexpr FindingKind kinds[] = {
      "Write the name in plain characters."},
     {"special-character-in-new-dn", CHANGES, "The name has a character that a DN must escape, and the new DN does not.",
      "Escape it in the new DN, or change the name."},
+    {"base-64-in-domain-id", CHANGES, "The authority is in base 64, and the secDomainId that is added gets that text.",
+     "Write the authority in plain characters."},
+    {"domain-mistaken", CHANGES,
+     "The new DN is of another domain: a name in the old one that only holds secAuthority=Default or cn=Subdomains is "
+     "taken for that, or one of these is spelled with blanks.",
+     "Write the old DN otherwise, or mend the new one."},
     {"name-from-another-line", CHANGES, "The new DN gets its name from a line of another attribute.",
      "Put the line with the name before it."},
     {"new-dn-twice", CHANGES, "Another record has the same new DN.", "Give one of the two another name."},
@@ -82,6 +88,9 @@ static constexpr FindingKind kinds[] = {
      "See whether a line of blanks parts the two."},
     {"second-dn", CHANGES, "The entry has a second dn: line, and is taken for one entry: it may be two.",
      "See whether an empty line is missing before it."},
+    {"version-stays", CHANGES,
+     "A version is not 6.0 in the output: it is not known in this spelling, or not the first.",
+     "Write it as in version: 5.1, once in the entry."},
 
     {"input-not-writable", SURROUNDINGS, "The conversion opens its input for writing, which is not allowed.",
      "Give yourself write permission."},

@@ -147,8 +147,14 @@ static void adjustAuthorityInfo(ReadEntry& entry, Texts& texts, PreparedEntry& p
     noteTakenAnywhere(entry, "installdate", prepared);
 }
 
+static bool isInBase64(const Line& line) {
+  const std::string_view view = line.view();
+  return line.firstColon < line.contentLength && view.substr(size_t{line.firstColon} + 1).starts_with(':');
+}
+
 static void adjustUser(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
   const Adjustment domainId = addDomainId(entry.lines(), texts, nullptr);
+  prepared.isAuthorityCoded = domainId.line >= 0 && isInBase64(entry.room[static_cast<size_t>(domainId.sources[0])]);
   noteTaken(entry, domainId.sources[0], "secauthority", prepared);
   noteTaken(entry, domainId.sources[1], "principalname", prepared);
   if (domainId.line < 0 && domainId.problem == NO_DETAIL) noteTakenAnywhere(entry, "secdomainid", prepared);
@@ -292,6 +298,7 @@ static size_t bytesOf(Entry lines, bool areDropped) {
 static void beginPreparing(PreparedEntry& prepared) {
   prepared.problem = NO_DETAIL;
   prepared.isValueTaken = false;
+  prepared.isAuthorityCoded = false;
   prepared.lacksOrigins = false;
   prepared.isForeseen = false;
   prepared.parts.clear();
@@ -346,11 +353,13 @@ static bool standsIn(const Line& line, std::string_view name) {
   return false;
 }
 
-// True when each deciding name that stands in a line is that line's own one; the names that are there are returned,
-// too. Such names are looked for anywhere in a line; here every way of looking leads to the first line of that name.
+// True when each deciding name that stands in a line is that line's own one, with a value in plain text; the names that
+// are there are returned, too. Such names are looked for anywhere in a line; here every way of looking leads to the
+// first line of that name.
 static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
   names = 0;
-  for (const Line& line : lines)
+  for (const Line& line : lines) {
+    if ((line.names & AUTHORITY) != 0 && isInBase64(line)) return false;
     for (uint32_t found = line.names & DECIDING; found != 0; found &= found - 1) {
       const std::string_view name = knownNames[std::countr_zero(found)];
       // The bits only say that the name may stand here.
@@ -359,6 +368,7 @@ static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
       else if (standsIn(line, name))
         return false;
     }
+  }
   return true;
 }
 

@@ -36,12 +36,13 @@ struct PreparedEntry {
   EntryKind kind = UNKNOWN_KIND;
   DetailText problem = NO_DETAIL;  // why the run ends here
   bool goesToOutput = false;
-  bool lacksOrigins = false;     // they are needed: it has to be read and prepared once more with them
-  bool isValueTaken = false;     // for an attribute that its line is not
-  size_t takenPlace = 0;         // of the line; 0 where that is not known
-  bool isForeseen = false;       // the lines are those that have been read: it is a plain entry, and not prepared yet
-  Line foreseenFirst;            // of such an entry, the first line as it will be
-  uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
+  bool lacksOrigins = false;      // they are needed: it has to be read and prepared once more with them
+  bool isValueTaken = false;      // for an attribute that its line is not
+  size_t takenPlace = 0;          // of the line; 0 where that is not known
+  bool isAuthorityCoded = false;  // in base 64, as which it stands in the domain identifier that is added
+  bool isForeseen = false;        // the lines are those that have been read: it is a plain entry, and not prepared yet
+  Line foreseenFirst;             // of such an entry, the first line as it will be
+  uint32_t attributeLines = 0;    // of the input, each in one piece with those that continue it
   size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
   std::string_view text;         // of the input, from the entry on
   std::span<Line> lines;         // as they are written, a newline behind each; they stand in the room of the entry

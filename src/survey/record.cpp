@@ -206,8 +206,8 @@ static void makePolicy(RecordMaker& maker, const SlotRows& rows, std::string_vie
   SlotRecords& records = maker.records;
   const auto policy = linesOfRow(maker, rows, SECPOLICY_KIND);
   const std::string_view subject = policy.empty() ? std::string_view() : policy[0].view();
-  const std::string_view oldDn = dnOfFirstLine(loadedEntry(maker, rows.policyDn).lines[0].view());
-  if (!storeNewDn(maker, NEW_POLICY_DN, oldDn, subject, records.policyDn)) {
+  records.oldPolicyDn = dnOfFirstLine(loadedEntry(maker, rows.policyDn).lines[0].view());
+  if (!storeNewDn(maker, NEW_POLICY_DN, records.oldPolicyDn, subject, records.policyDn)) {
     records.subjectKind = SECPOLICY_KIND;
     return;
   }
@@ -254,7 +254,8 @@ const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& ro
     complain(records, side == USER_SIDE ? USER_WITHOUT_NAME : GROUP_WITHOUT_NAME, ownLine);
   if (records.problem != NO_DETAIL) return records;
   const NewDnOf what = side == USER_SIDE ? NEW_USER_DN : NEW_GROUP_DN;
-  if (!storeNewDn(maker, what, ownerDn(maker, rows.opener), ownLine, records.newDn)) return records;
+  records.oldDn = ownerDn(maker, rows.opener);
+  if (!storeNewDn(maker, what, records.oldDn, ownLine, records.newDn)) return records;
   if (!isInUse(rows, mapKind)) {
     complainOfMissing(records, withoutMap, mapKind, ownKind, maker, rows);
     return records;

@@ -169,6 +169,48 @@ NAMES = (
     beside("name-from-another-line", "later line that holds principalName: or cn: does not matter",
            (user("bert", "description: principalName: wrong"), MAP, group("crew", "description: cn: wrong"), GROUP_MAP),
            shows=("dn: principalName=bert,", "dn: cn=crew,")),
+    shown("authority in base 64 is not decoded",
+          (USER.replace(b"secAuthority: Default", b"secAuthority:: RGVmYXVsdA=="), MAP),
+          changes("base-64-in-domain-id", 1, BERT), shows=("\nsecDomainId: : RGVmYXVsdA==%bert\n",)),
+    beside("base-64-in-domain-id", "domain identifier that is there already does not come from the authority",
+           (USER.replace(b"secAuthority: Default", b"secAuthority:: RGVmYXVsdA==\nsecDomainId: Default%bert"), MAP)),
+    beside("base-64-in-domain-id", "authority that begins with a blank and a colon is none",
+           (USER.replace(b"secAuthority: Default", b"secAuthority: :Default"), MAP),
+           shows=("\nsecDomainId: :Default%bert\n",)),
+    *(shown(f"user of the domain {domain} gets a DN in the default one",
+            (user("bert", authority=domain), map_of("bert", authority=domain)),
+            changes("domain-mistaken", 1, own_dn("bert", domain)),
+            shows=("dn: principalName=bert,cn=Users,secAuthority=default\n",))
+      for domain in ("Default2", "Defaulters")),
+    shown("group of a domain that begins like the default one gets a DN there",
+          (group("crew", authority="Default2"), map_of_group("crew", authority="Default2")),
+          changes("domain-mistaken", 1, own_dn("crew", "Default2")),
+          shows=("dn: cn=crew,cn=Groups,secAuthority=default\n",)),
+    shown("user below an entry that is called like the subdomains gets a DN in a subdomain",
+          (entry("dn: secAuthority=Default,cn=bert,cn=Subdomains2,o=example", "objectclass: secUser",
+                 "secAuthority: Default", "principalName: bert"),
+           entry(f"dn: {BERTS_MAP}", "objectclass: secMap", "secDN: cn=bert,cn=Subdomains2,o=example")),
+          changes("domain-mistaken", 1, "secAuthority=Default,cn=bert,cn=Subdomains2,o=example"),
+          shows=("dn: principalName=bert,cn=Users,secAuthority=Default,cn=Subdomains,secAuthority=default\n",)),
+    shown("default domain that is spelled with blanks is taken for another one",
+          (entry("dn: secAuthority = Default,cn=bert,o=example", "objectclass: secUser", "secAuthority: Default",
+                 "principalName: bert"),
+           entry("dn: cn=map-bert,cn=Users,secAuthority = Default", "objectclass: secMap", "secDN: cn=bert,o=example")),
+          changes("domain-mistaken", 1, "secAuthority = Default,cn=bert,o=example"),
+          shows=("dn: principalName=bert,cn=Users,secAuthority = Default,cn=Subdomains,secAuthority=default\n",)),
+    *(beside("domain-mistaken", f"user of the domain {domain} gets a DN there",
+             (user("bert", authority=domain), map_of("bert", authority=domain)), shows=(f"cn=Users,{behind}\n",))
+      for domain, behind in (("DEFAULT", "secAuthority=default"),
+                             ("NoDefault", "secAuthority=NoDefault,cn=Subdomains,secAuthority=default"))),
+    beside("domain-mistaken", "user below the subdomains is none of the default domain",
+           (entry("dn: secAuthority=Default,cn=bert,cn=Subdomains,o=example", "objectclass: secUser",
+                  "secAuthority: Default", "principalName: bert"),
+            entry(f"dn: {BERTS_MAP}", "objectclass: secMap", "secDN: cn=bert,cn=Subdomains,o=example"))),
+    shown("policy that is called like the subdomains gets a DN in a subdomain",
+          (USER, MAP, entry(f"dn: cn=Subdomains2,{BERT}", "objectclass: secPolicy", "cn: Policy")),
+          changes("domain-mistaken", 10, f"cn=Subdomains2,{BERT}"),
+          shows=("dn: cn=Policy,cn=Policies,principalName=bert,cn=Users,"
+                 "secAuthority=Default,cn=Subdomains,secAuthority=default\n",)),
     shown("two users of one name get one DN",
           (USER, MAP, user("carl", principal="BERT"), map_of("carl")), changes("new-dn-twice", 10, own_dn("carl")),
           shows=("dn: principalName=bert,cn=Users,secAuthority=default\n",
@@ -266,6 +308,11 @@ CLASSES = (
            (user("bert", "objectclass: SECUSER"), MAP), shows=("dn: principalName=bert,",)),
 )
 
+
+def authority_info(*lines):
+    return entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", *lines)
+
+
 MARK = b"\xEF\xBB\xBF"
 TEXTS = (
     shown("version line is taken for the DN of the first entry",
@@ -276,6 +323,17 @@ TEXTS = (
     beside("version-line", "version line with an empty line behind it is no part of an entry",
            (b"# an export\nversion: 1\n\n", unit("ou: Other"))),
     beside("version-line", "version attribute is no version line", (unit("version: 1"),)),
+    *(shown(f"version that is written {line!r} stays", (authority_info(line),),
+            changes("version-stays", 3, "secAuthority=Default"), shows=(f"\n{stays}\n",))
+      for line, stays in (("Version: 5.1", "Version: 5.1"), ("version:5.1", "version:5.1"),
+                          ("version:: NS4x", "version:: NS4x"), ("version: 5.1.2", "version: 6.0.2"),
+                          ("version: 5.\n 1", "version: 6.01"))),
+    shown("second version stays", (authority_info("version: 5.1", "version: 4.0"),),
+          changes("version-stays", 4, "secAuthority=Default"), shows=("\nversion: 6.0\nversion: 4.0\n",)),
+    *(beside("version-stays", f"version that is written {line!r} is 6.0 then", (authority_info(line),))
+      for line in ("version: 5.1", "version:   4.0", "version: 6.0", "version: 5", "Version: 6.0", "versions: 5.1")),
+    beside("version-stays", "version of another entry does not matter", (unit("version: 5.1"), USER, MAP),
+           shows=("\nversion: 5.1\n",)),
     shown("byte-order mark is taken for a part of the first line",
           (MARK, unit("ou: Other")), changes("byte-order-mark", 1, None), shows=(f"\ufeffdn: {UNIT}\n",)),
     shown("version line behind a byte-order mark is one, too",
@@ -387,6 +445,7 @@ TAKEN = (
     shown("version in a description is converted in place of the real one",
           (entry(*AUTHORITY, "description: version: 5.0", "version: 5.1"),),
           changes("value-taken-for-attribute", 3, "secAuthority=Other"),
+          changes("version-stays", 4, "secAuthority=Other"),
           shows=("\ndescription: version: 6.0\nversion: 5.1\n",)),
     shown("install date in a description keeps the real one from being added",
           (entry(*AUTHORITY, "description: installDate: 1", "version: 5.1"),),

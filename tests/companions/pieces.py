@@ -88,14 +88,14 @@ def policy_data(name, *more):
     return entry(f"dn: cn=Data,{own_dn(name)}", "objectclass: secPolicyData", "cn: Data", *more)
 
 
-def group(name, *more, cn=None):
+def group(name, *more, cn=None, authority="Default"):
     """Three lines and more."""
-    return entry(f"dn: {own_dn(name)}", "objectclass: secGroup", f"cn: {cn or name}", *more)
+    return entry(f"dn: {own_dn(name, authority)}", "objectclass: secGroup", f"cn: {cn or name}", *more)
 
 
-def map_of_group(name, *more):
+def map_of_group(name, *more, authority="Default"):
     """Three lines and more."""
-    return entry(f"dn: {group_map_dn(name)}", "objectclass: secMap", f"secDN: cn={name},o=example", *more)
+    return entry(f"dn: {group_map_dn(name, authority)}", "objectclass: secMap", f"secDN: cn={name},o=example", *more)
 
 
 def unit(*more):
