@@ -320,9 +320,8 @@ static bool hasComponent(std::string_view dn, std::string_view component) {
 // True when the conversion takes a DN for one of another domain. It looks for the names of the default domain and of
 // its subdomains anywhere in the text.
 static bool isDomainMistaken(NewDnOf what, std::string_view oldDn) {
-  std::string closed;
-  std::string_view dn = trimmed(oldDn);
-  if (dn.find(' ') != std::string_view::npos) dn = closed = withoutSpareBlanks(dn);
+  const bool hasBlanks = oldDn.find(' ') != std::string_view::npos;
+  const std::string dn = hasBlanks ? withoutSpareBlanks(oldDn) : std::string(trimmed(oldDn));
   const bool isInDefault = hasComponent(dn, "secauthority=default") && !hasComponent(dn, "cn=subdomains");
   const bool isTakenForDefault = subdomainOf(what, oldDn).component.data() == nullptr;
   return isInDefault != isTakenForDefault;

@@ -1316,7 +1316,7 @@ mistakes = [
     ("default domain is a part of a name", "survey/entry_findings.cpp", "hasComponent(dn, \"secauthority=default\")", "holdsInAnyCase(dn, \"secauthority=default\")"),
     ("subdomains are a part of a name", "survey/entry_findings.cpp", "!hasComponent(dn, \"cn=subdomains\")", "!holdsInAnyCase(dn, \"cn=subdomains\")"),
     ("subdomains are in the default domain", "survey/entry_findings.cpp", " && !hasComponent(dn, \"cn=subdomains\")", ""),
-    ("blanks tell domains apart", "survey/entry_findings.cpp", "  if (dn.find(' ') != std::string_view::npos) dn = closed = withoutSpareBlanks(dn);\n", ""),
+    ("blanks tell domains apart", "survey/entry_findings.cpp", "hasBlanks ? withoutSpareBlanks(oldDn) : ", ""),
     ("domain is the first component of a DN", "survey/entry_findings.cpp", "!isSameInAnyCase(first, component) && first.size() < dn.size()", "false"),
     ("policies are in the domain of their user", "survey/entry_findings.cpp", "records.hasPolicy && isDomainMistaken(NEW_POLICY_DN, records.oldPolicyDn)", "false"),
     ("authority in base 64 is plain", "survey/prepared_entry.cpp", "(line.names & AUTHORITY) != 0 && isInBase64(line)", "false"),
