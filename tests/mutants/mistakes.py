@@ -1320,7 +1320,6 @@ mistakes = [
     ("domain is the first component of a DN", "survey/entry_findings.cpp", "!isSameInAnyCase(first, component) && first.size() < dn.size()", "false"),
     ("policies are in the domain of their user", "survey/entry_findings.cpp", "records.hasPolicy && isDomainMistaken(NEW_POLICY_DN, records.oldPolicyDn)", "false"),
     ("authority in base 64 is plain", "survey/prepared_entry.cpp", "(line.names & AUTHORITY) != 0 && isInBase64(line)", "false"),
-    ("identifier that is there comes from the authority", "survey/prepared_entry.cpp", "domainId.line >= 0 && isInBase64", "domainId.sources[0] >= 0 && isInBase64"),
     ("coded authority is that of the entry before", "survey/prepared_entry.cpp", "  prepared.isAuthorityCoded = false;\n", ""),
     ("colon behind blanks is base 64", "survey/prepared_entry.cpp", "view.substr(size_t{line.firstColon} + 1).starts_with(':')", "behindSpaces(view.substr(size_t{line.firstColon} + 1)).starts_with(':')"),
     ("versions of all entries change", "survey/entry_findings.cpp", "  if (!getsVersionAndDate(prepared.objectClass)) return;\n", ""),
