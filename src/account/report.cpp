@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "rules/attribute.h"
 #include "rules/text.h"
 #include "survey/shown_place.h"
 #include "survey/shown_values.h"
@@ -63,44 +62,6 @@ bool AccountReport::isWanted(const EntryFate& entry) {
   return isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
 }
 
-// Returns the line of the same attribute that is in the record, rather one that says the same.
-static const Line* replacementOf(const EntryFate& entry, const Line& line) {
-  const std::string_view name = ownName(line);
-  const Line* found = nullptr;
-  // The line must be in the record itself: one that has been dropped there stands for nothing.
-  for (const Line& other : entry.written) {
-    if (&other == entry.written.data() || !isNamed(other, name) || isDropped(other, entry.road)) continue;
-    if (isReplacedBySame(line, other)) return &other;
-    if (found == nullptr) found = &other;
-  }
-  return found;
-}
-
-// Returns the line that the merge has put in the place of one that is lost, dropped or not; null without one.
-static const Line* takerOf(const EntryFate& entry, const Line& line) {
-  const Line* taken = &line;
-  if (!isLeft(*taken) && !entry.between.empty()) taken = entry.between.data() + taken->endings;
-  if (isLeft(*taken) || entry.sources.empty() || entry.road != MERGED) return nullptr;
-  const Line* const taker = entry.written.data() + taken->endings;
-  return taker->text == line.text ? nullptr : taker;
-}
-
-static uint64_t placeIn(Entry lines, std::span<const Origin> origins, uint64_t begin, const Line& line) {
-  // Merging moves lines, and their texts stay where they are.
-  const auto found = std::find_if(lines.begin(), lines.end(), [&](const Line& one) { return one.text == line.text; });
-  if (found == lines.end()) return NO_PLACE;
-  const Origin& origin = origins[static_cast<size_t>(found - lines.begin())];
-  return origin.line == NO_LINE ? NO_PLACE : begin + origin.place;
-}
-
-// Returns where a line of the record comes from; NO_PLACE when it has been added.
-static uint64_t sourceOf(const EntryFate& entry, const Line& line) {
-  uint64_t place = placeIn(entry.lines, entry.origins, entry.begin, line);
-  for (const auto& source : entry.sources)
-    if (place == NO_PLACE) place = placeIn(source->lines, source->origins, source->begin, line);
-  return place;
-}
-
 // Why a line is lost in whose place there is no other. Of a record that is missing that is said already.
 static const char* reasonOf(const EntryFate& entry, const Line& line) {
   if (isBlankLine(line.view())) return "  (blank once it is written)";
@@ -108,18 +69,17 @@ static const char* reasonOf(const EntryFate& entry, const Line& line) {
 }
 
 // The line that has taken the place of another one.
-void AccountReport::writeTaker(const EntryFate& entry, const Line& taker) {
-  const uint64_t source = sourceOf(entry, taker);
+void AccountReport::writeTaker(const Line& taker, uint64_t source, Road road) {
   if (source == NO_PLACE)
     fputs("  by a line that is added", stdout);
   else
     printf("  by line %" PRId64, lineNumberOf(input_, source));
-  if (isDropped(taker, entry.road)) fputs(", which is dropped", stdout);
+  if (isDropped(taker, road)) fputs(", which is dropped", stdout);
   if (options_.values) printf(": %s", harmless(std::string(taker.content())).c_str());
 }
 
 // What became of a line of the input, and why.
-void AccountReport::writeFate(const EntryFate& entry, size_t i) {
+void AccountReport::writeFate(const EntryFate& entry, Takers& takers, size_t i) {
   const LineFate fate = (*entry.fates)[i];
   const Line& line = entry.lines[i];
   const uint64_t place = entry.begin + entry.origins[i].place;
@@ -127,11 +87,9 @@ void AccountReport::writeFate(const EntryFate& entry, size_t i) {
   printf("  line %" PRId64 "  %s  %s", lineNumberOf(input_, place), fateNames[fate],
          attribute.empty() ? "(no attribute name)" : attribute.c_str());
   if (options_.values) fputs(harmless(valueAt(input_, place)).c_str(), stdout);
-  const Line* by = nullptr;
-  if (fate == REPLACED || fate == REPLACED_BY_SAME) by = replacementOf(entry, line);
-  if (fate == LOST) by = takerOf(entry, line);
-  if (by != nullptr) writeTaker(entry, *by);
-  if (fate == LOST && by == nullptr) fputs(reasonOf(entry, line), stdout);
+  const Line* const taker = takers.takerOf(i);
+  if (taker != nullptr) writeTaker(*taker, takers.placeOf(*taker), entry.road);
+  if (fate == LOST && taker == nullptr) fputs(reasonOf(entry, line), stdout);
   puts("");
 }
 
@@ -143,6 +101,7 @@ void AccountReport::writeEntry(const EntryFate& entry) {
   const bool isMerged = std::string_view(entry.what) == "merged";
   if (isMerged) printf(" into %s", harmless(std::string(behindSpaces(entry.record.substr(3)))).c_str());
   puts("");
+  Takers takers(entry);
   uint32_t last = NO_LINE;
   for (size_t i = 0; i < entry.lines.size(); ++i) {
     const Origin& origin = entry.origins[i];
@@ -150,7 +109,7 @@ void AccountReport::writeEntry(const EntryFate& entry) {
     // Lines that were added, and further pieces of a long one, are none of the input.
     if (origin.line == NO_LINE || origin.isPiece || origin.line == last) continue;
     last = origin.line;
-    writeFate(entry, i);
+    writeFate(entry, takers, i);
   }
 }
 

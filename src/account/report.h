@@ -6,6 +6,7 @@
 
 #include "account/accounting.h"
 #include "account/options.h"
+#include "account/takers.h"
 
 // Takes what is found: losses are written at once as JSON; of the rest is kept what will be shown.
 class AccountReport final : public AccountSink {
@@ -31,8 +32,8 @@ class AccountReport final : public AccountSink {
 
   bool isWanted(const EntryFate& entry);
   void writeEntry(const EntryFate& entry);
-  void writeTaker(const EntryFate& entry, const Line& taker);
-  void writeFate(const EntryFate& entry, size_t i);
+  void writeTaker(const Line& taker, uint64_t source, Road road);
+  void writeFate(const EntryFate& entry, Takers& takers, size_t i);
   void writeJson(const Account& account);
   void writeText(const Account& account);
   void writeLosses();

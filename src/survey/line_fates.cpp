@@ -39,10 +39,6 @@ static int compareValues(const Line& one, const Line& other) {
   return compareValues(behindName(one), behindName(other));
 }
 
-bool isReplacedBySame(const Line& line, const Line& other) {
-  return isNamed(other, ownName(line)) && compareValues(line, other) == 0;
-}
-
 // Orders names without regard to case.
 static int compareNames(const Line& one, const Line& other) {
   const std::string_view name = ownName(one);
@@ -54,8 +50,7 @@ static int compareNames(const Line& one, const Line& other) {
   return lowered(*at) < lowered(*otherAt) ? -1 : 1;
 }
 
-// By so much of them.
-static int compareLines(const Line& one, const Line& other, Likeness likeness) {
+int compareLines(const Line& one, const Line& other, Likeness likeness) {
   int order = compareNames(one, other);
   if (order == 0 && likeness >= SAME_VALUE) order = compareValues(one, other);
   if (order == 0 && likeness >= SAME_TEXT) order = one.content().compare(other.content());

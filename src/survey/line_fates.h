@@ -30,11 +30,11 @@ using Fates = std::vector<LineFate>;
 // The fate of a line that is dropped on a road.
 LineFate fateOfDropped(const Line& line, Road road);
 
-// True when another line says the same, in another spelling.
-bool isReplacedBySame(const Line& line, const Line& other);
-
 // How much two lines have in common.
 enum Likeness : uint8_t { UNLIKE, SAME_NAME, SAME_VALUE, SAME_TEXT };
+
+// Orders lines by so much of them.
+int compareLines(const Line& one, const Line& other, Likeness likeness);
 
 // Lines that are written, as one that is not is compared with them. Quick for any number of them.
 class WrittenLines {
