@@ -231,6 +231,19 @@ class Accounts(unittest.TestCase):
                              "--all")
         self.assertIn("  line 5  lost  cn  by line 10\n", shown)
 
+    def test_a_line_that_is_added_replaces_others(self):
+        # The user gets a secDomainId, which wins over that under cn=Users.
+        shown = self.written(user("bert") + map_of("bert") + users_entry("bert", "secDomainId: Other%b"), "--all")
+        self.assertIn("  line 15  replaced  secDomainId  by a line that is added\n", shown)
+
+    def test_each_line_of_a_long_entry_is_told_with_the_one_in_its_place(self):
+        # The user's lines begin in line 5, the map in line 46, the entry under cn=Users in line 50, with five of its own.
+        names = [f"x{number}" for number in range(40)]
+        shown = self.written(user("bert", *(f"{name}: own" for name in names)) + map_of("bert")
+                             + users_entry("bert", *(f"{name}: other" for name in reversed(names))), "--all")
+        for number, name in enumerate(names):
+            self.assertIn(f"  line {94 - number}  replaced  {name}  by line {5 + number}\n", shown)
+
     def test_a_line_that_is_dropped_itself_replaces_none(self):
         text = unit("description: XOQ-ENTRYUUID: 1", "description: XOQ-ENTRYUUID: 2", "description: kept")
         shown = self.written(text, "--all")
