@@ -8,6 +8,7 @@
 
 std::string withoutSpareBlanks(std::string_view dn) {
   constexpr std::string_view SIGNS = ",=+";
+  if (dn.find(' ') == std::string_view::npos) return std::string(trimmed(dn));
   std::string plain;
   for (const char character : trimmed(behindSpaces(dn))) {
     const bool isSign = SIGNS.find(character) != std::string_view::npos;
@@ -53,6 +54,9 @@ static size_t decodeGroup(std::string_view text, char (&bytes)[GROUP_BYTES]) {
   return digits;
 }
 
+// Of a file that has the value.
+static bool isAddress(std::string_view value) { return value.starts_with('<'); }
+
 static bool isInBase64(std::string_view value) { return value.starts_with(':'); }
 
 std::string decodedBase64(std::string_view text) {
@@ -66,8 +70,7 @@ std::string decodedBase64(std::string_view text) {
   return decoded;
 }
 
-// Gives what a value says, piece by piece. From where it stops being base 64 it says what stands there, behind a NUL,
-// so that it is the same as no text.
+// Gives what a value says, piece by piece. From where it stops being base 64 it says what stands there.
 class ValueReader {
  public:
   explicit ValueReader(std::string_view value) : isBase64_(isInBase64(value)) {
@@ -80,12 +83,15 @@ class ValueReader {
   // Valid until the next call; shorter than PIECE at the end alone.
   std::string_view next() {
     size_t length = 0;
-    while (isBase64_ && length < PIECE && !rest_.empty()) length += nextGroup(&piece_[length]);
-    const size_t plainLength = isBase64_ ? 0 : std::min(PIECE - length, rest_.size());
+    while (isBase64_ && !isBroken_ && length < PIECE && !rest_.empty()) length += nextGroup(&piece_[length]);
+    const size_t plainLength = isBase64_ && !isBroken_ ? 0 : std::min(PIECE - length, rest_.size());
     std::copy_n(rest_.begin(), plainLength, &piece_[length]);
     rest_.remove_prefix(plainLength);
     return {piece_, length + plainLength};
   }
+
+  // True when it has stopped being base 64.
+  bool isBroken() const { return isBroken_; }
 
   static constexpr size_t PIECE = 4 * GROUP_BYTES;
 
@@ -93,11 +99,8 @@ class ValueReader {
   size_t nextGroup(char* place) {
     char bytes[GROUP_BYTES];
     const size_t digits = decodeGroup(rest_, bytes);
-    isBase64_ = digits > 1;
-    if (!isBase64_) {
-      *place = '\0';
-      return 1;
-    }
+    isBroken_ = digits < 2;
+    if (isBroken_) return 0;
     rest_.remove_prefix(digits);
     std::copy_n(bytes, bytesOf(digits), place);
     return bytesOf(digits);
@@ -105,10 +108,12 @@ class ValueReader {
 
   std::string_view rest_;
   bool isBase64_;
+  bool isBroken_ = false;
   char piece_[PIECE] = {};
 };
 
 int compareValues(std::string_view one, std::string_view other) {
+  if (isAddress(one) != isAddress(other)) return isAddress(one) ? -1 : 1;
   if (!isInBase64(one) && !isInBase64(other)) return behindSpaces(one).compare(behindSpaces(other));
   if (one == other) return 0;
   ValueReader reader(one);
@@ -117,6 +122,9 @@ int compareValues(std::string_view one, std::string_view other) {
     const std::string_view piece = reader.next();
     const std::string_view otherPiece = otherReader.next();
     const int order = piece.compare(otherPiece);
-    if (order != 0 || piece.size() < ValueReader::PIECE) return order;
+    if (order != 0) return order;
+    if (piece.size() == ValueReader::PIECE) continue;
+    // What is no base 64 is the same as no text.
+    return static_cast<int>(reader.isBroken()) - static_cast<int>(otherReader.isBroken());
   }
 }

@@ -12,6 +12,6 @@ std::string withoutSpareBlanks(std::string_view dn);
 std::string decodedBase64(std::string_view text);
 
 // Orders two values as they stand behind the colon of their name: a text in base 64, which has a second colon in front
-// of it, is the same as the text itself. Blanks in front do not count, as they do not in LDIF. Quick where they differ
-// soon.
+// of it, is the same as the text itself; the address of a file, behind <, is the same as no text. Blanks in front do
+// not count, as they do not in LDIF. Quick where they differ soon.
 int compareValues(std::string_view one, std::string_view other);

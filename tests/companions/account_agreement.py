@@ -196,6 +196,8 @@ def bareValue(text):
 def decodedValue(text):
     """The value, one in base 64 as the text that it is; malformed, it is compared as it stands."""
     value = ldif.valueOf(text)
+    if text.partition(b":")[2][:1] == b"<":
+        return "the file", value
     if value[:1] != b":":
         return value
     digits = value[1:].strip(b" \t").rstrip(b"=")

@@ -131,14 +131,16 @@ class Accounts(unittest.TestCase):
                   ("x" * 49, ": " + base64.b64encode(b"x" * 48).decode()), (": U2FtZQ==", ": U2FtZg=="),
                   # What is no base 64 is the same as no text.
                   ("Sam", ": U2Ft!"), ("Sam!", ": U2Ft!"), ("Sam", ": U2FtZ"), ("SamZ", ": U2FtZ"), ("Same", ": U2FtZQ==A"),
-                  ("Same", ": U2Ft=ZQ=="), (": U2Ft!a", ": U2Ft!b"))
+                  ("Same", ": U2Ft=ZQ=="), (": U2Ft!a", ": U2Ft!b"), (": AFE=", ": Q"), (": UQ==", ": Q"),
+                  # The address of a file that has the value.
+                  ("< file:///x", ": PCBmaWxlOi8vL3g="), ("<file:///x", " <file:///x"), (" <file:///x", "<file:///x"))
         for is_same, values in ((True, same), (False, others)):
             for own, maps in values:
                 # Many lines are compared in another way.
                 for more in ((), tuple(f"a: {number}" for number in range(300))):
                     with self.subTest(own=own, maps=maps, more=len(more)):
-                        said = self.account(user("bert", f"description:{own}" if own[0] == ":" else f"description: {own}")
-                                            + map_of("bert", f"DESCRIPTION:{maps}" if maps[0] == ":"
+                        said = self.account(user("bert", f"description:{own}" if own[0] in ":< " else f"description: {own}")
+                                            + map_of("bert", f"DESCRIPTION:{maps}" if maps[0] in ":< "
                                                      else f"DESCRIPTION: {maps}", *more))
                         self.assertEqual(said["lines"]["replaced"], 1)
                         self.assertEqual([one["line"] for one in said["losses"]], [] if is_same else [5])
