@@ -66,9 +66,6 @@ static void putRecord(Accounting& accounting, std::string_view firstLine, Entry 
   addPiece(accounting, "\n");
 }
 
-// A written line that is not one of its own in the output: it goes on in the line before, or reads as none.
-static bool isOwnLine(const Line& line) { return line.text[0] != ' ' && line.text[0] != '#' && line.contentLength > 0; }
-
 static bool isCounted(const Origin& origin, uint32_t last) {
   return origin.line != NO_LINE && !origin.isPiece && origin.line != last;
 }

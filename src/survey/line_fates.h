@@ -55,16 +55,22 @@ LineFate fateAmong(const Line& line, const WrittenLines& others, Road road);
 // Those that stay of its lines.
 WrittenLines stayingLines(Entry lines, Road road);
 
-// Calls take with the place and the fate of each line of such an entry that is dropped. Its first line is not looked at
-// when it gets a new DN.
+// True when a line that is written is one of its own in the output: it does not go on in the line before, nor reads as
+// none.
+inline bool isOwnLine(const Line& line) { return line.text[0] != ' ' && line.text[0] != '#' && line.contentLength > 0; }
+
+// Calls take with the place and the fate of each line of such an entry that is dropped, or none of its own once it is
+// written. Its first line is not looked at when it gets a new DN.
 template <typename Take>
 void forEachDroppedLine(Entry lines, Road road, bool getsNewDn, Take take) {
   const Entry rest = lines.subspan(getsNewDn ? 1 : 0);
   std::optional<WrittenLines> staying;  // most entries do not need them
   for (const Line& line : rest) {
-    if (!isDropped(line, road)) continue;
+    const bool isWritten = !isDropped(line, road);
+    if (isWritten && isOwnLine(line)) continue;
     if (!staying) staying = stayingLines(rest, road);
-    take(static_cast<size_t>(&line - lines.data()), fateAmong(line, *staying, road));
+    const LineFate fate = isWritten ? LOST : fateAmong(line, *staying, road);
+    take(static_cast<size_t>(&line - lines.data()), fate);
   }
 }
 
