@@ -5,9 +5,9 @@
 #include "rules/adjustments.h"
 #include "rules/attribute.h"
 #include "rules/dn_hash.h"
-#include "rules/new_dn.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
+#include "survey/domains.h"
 #include "survey/spellings.h"
 
 // The values that name a class that is known.
@@ -259,14 +259,17 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
 }
 
 // Of the versions of the authority information the conversion changes the first one, where it stands as it knows it.
+// One finding for an entry is enough.
 static void findVersionsThatStay(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   if (!getsVersionAndDate(prepared.objectClass)) return;
   WholeLines wholeLines(prepared, begin);
   for (const Line& line : prepared.lines) {
     std::string decoded;
-    if (!isNamed(line, "version") || valueOf(line, decoded) == "6.0") continue;
+    const bool isVersion = isNamed(line, "version") && !isDropped(line, STRAIGHT_THROUGH);
+    if (!isVersion || valueOf(line, decoded) == "6.0") continue;
     const auto i = static_cast<size_t>(&line - prepared.lines.data());
     findings.take({VERSION_STAYS, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
+    return;
   }
 }
 
@@ -283,7 +286,6 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
   // A plain entry has a DN, whole lines and no odd byte.
   if (!prepared.isForeseen) findOddBytes(entry, prepared, begin, isBehindDn, findings);
   findOddNames(prepared, begin, findings);
-  if (prepared.isAuthorityCoded) findings.take({AUTHORITY_IN_BASE_64, AT_NONE, begin});
   findVersionsThatStay(prepared, begin, findings);
 }
 
@@ -306,25 +308,6 @@ void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& f
 static bool needsEscapes(std::string_view name) {
   return name.find_first_of(",+\"\\<>;=") != std::string_view::npos || name.front() == '#' || name.front() == ' ' ||
          name.back() == ' ';
-}
-
-static bool hasComponent(std::string_view dn, std::string_view component) {
-  std::string_view first = upToComma(dn);
-  while (!isSameInAnyCase(first, component) && first.size() < dn.size()) {
-    dn.remove_prefix(first.size() + 1);
-    first = upToComma(dn);
-  }
-  return isSameInAnyCase(first, component);
-}
-
-// True when the conversion takes a DN for one of another domain. It looks for the names of the default domain and of
-// its subdomains anywhere in the text.
-static bool isDomainMistaken(NewDnOf what, std::string_view oldDn) {
-  const bool hasBlanks = oldDn.find(' ') != std::string_view::npos;
-  const std::string dn = hasBlanks ? withoutSpareBlanks(oldDn) : std::string(trimmed(oldDn));
-  const bool isInDefault = hasComponent(dn, "secauthority=default") && !hasComponent(dn, "cn=subdomains");
-  const bool isTakenForDefault = subdomainOf(what, oldDn).component.data() == nullptr;
-  return isInDefault != isTakenForDefault;
 }
 
 void DnComparison::insert(uint64_t hash) {
@@ -380,7 +363,30 @@ void DnComparison::compare(const RecordDn& dn, FindingSink& findings) {
   if (dn.policy != NO_PLACE && isTwice) findings.take({NEW_DN_TWICE, AT_NONE, dn.policy});
 }
 
-RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
+// True when a user's record has a secDomainId that the conversion has made, and not of what it stands for.
+static bool isDomainIdMistaken(RecordMaker& maker, uint32_t ownEntry) {
+  const LoadedEntry& own = loadedEntry(maker, ownEntry);
+  const size_t last = own.lines.size() - 1;
+  const Line& added = own.lines[last];
+  if (originOf(*maker.registry, own, last).line != NO_LINE || !isNamed(added, "secdomainid")) return false;
+  const std::vector<Line>& merged = maker.records.merged;
+  const bool isThere =
+      std::any_of(merged.begin(), merged.end(), [&](const Line& line) { return line.text == added.text; });
+  const std::string_view name = maker.records.name;
+  const std::string_view authority = added.content().substr(0, added.contentLength - name.size());
+  const bool isOfName = added.content().ends_with(name) && authority.ends_with('%');
+  return isThere && (!isOfName || own.prepared.isAuthorityCoded);
+}
+
+// True when the policy's DN is not below that of its container.
+static bool isApartFromContainer(const SlotRecords& records) {
+  if (records.policyDn.ends_with(records.containerDn)) return false;
+  const std::string dn = withoutSpareBlanks(records.policyDn);
+  const std::string above = withoutSpareBlanks(records.containerDn);
+  return !isSameInAnyCase(std::string_view(dn).substr(dn.size() - std::min(dn.size(), above.size())), above);
+}
+
+RecordDn findNameChanges(RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
   const EntryKind own = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const uint64_t begin = maker.registry->entries[rows.parts[own][0].entry].begin;
   const SlotRecords& records = maker.records;
@@ -393,8 +399,9 @@ RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side si
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
   if (isDomainMistaken(side == USER_SIDE ? NEW_USER_DN : NEW_GROUP_DN, records.oldDn))
     findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, begin});
+  if (side == USER_SIDE && isDomainIdMistaken(maker, rows.parts[own][0].entry))
+    findings.take({DOMAIN_ID_IS_MISTAKEN, AT_NONE, begin});
   const uint64_t policy = rows.policyDn == NONE ? NO_PLACE : maker.registry->entries[rows.policyDn].begin;
-  if (records.hasPolicy && isDomainMistaken(NEW_POLICY_DN, records.oldPolicyDn))
-    findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, policy});
+  if (records.hasPolicy && isApartFromContainer(records)) findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, policy});
   return {hashOfNewDn(dnOfFirstLine(withoutLineEnd(records.newDn))), begin, policy, records.hasPolicy};
 }

@@ -32,7 +32,7 @@ struct RecordDn {
 };
 
 // Finds what is odd about it, but for whether there has been the same before. Returns it for that question.
-RecordDn findNameChanges(const RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings);
+RecordDn findNameChanges(RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings);
 
 // Finds the new DNs that there have been before.
 class DnComparison {

@@ -43,8 +43,8 @@ static constexpr FindingKind kinds[] = {
     {"looks-like-bookkeeping", LOSES, "The line is dropped: it holds the name of an attribute that is.",
      "Reword the value."},
     {"line-lost", LOSES,
-     "The line is dropped: what stood for it in the record is dropped, or of another attribute; or it is blank once it is "
-     "written.",
+     "The line is dropped: what stood for it in the record is dropped, or of another attribute; or it is no line of its "
+     "own once it is written.",
      "Reword the value, or remove the line."},
     {"value-replaced", LOSES, "Another value of the attribute takes its place.", "Remove one of the two values."},
 
@@ -52,11 +52,12 @@ static constexpr FindingKind kinds[] = {
      "Write the name in plain characters."},
     {"special-character-in-new-dn", CHANGES, "The name has a character that a DN must escape, and the new DN does not.",
      "Escape it in the new DN, or change the name."},
-    {"base-64-in-domain-id", CHANGES, "The authority is in base 64, and the secDomainId that is added gets that text.",
-     "Write the authority in plain characters."},
+    {"domain-id-mistaken", CHANGES,
+     "The secDomainId that is added has another name than the new DN, or an authority in base 64.",
+     "Add the right one to the user."},
     {"domain-mistaken", CHANGES,
-     "The new DN is of another domain: a name in the old one that only holds secAuthority=Default or cn=Subdomains is "
-     "taken for that, or one of these is spelled with blanks.",
+     "The new DN is of another domain than the old one, or a policy's than its user's: the names of the default domain "
+     "and of the subdomains are looked for anywhere in a DN.",
      "Write the old DN otherwise, or mend the new one."},
     {"name-from-another-line", CHANGES, "The new DN gets its name from a line of another attribute.",
      "Put the line with the name before it."},

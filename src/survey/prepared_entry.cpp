@@ -111,6 +111,13 @@ static void apply(const Adjustment& adjustment, ReadEntry& entry, Texts& texts, 
     prepared.origins[place].isChanged = !isUnchanged;
 }
 
+// Returns where the attribute line begins in which a place of the entry lies.
+static size_t beginOfLine(std::string_view entry, size_t place) {
+  size_t begin = entry.substr(0, place).rfind('\n') + 1;
+  while (begin > 0 && entry[begin] == ' ') begin = entry.substr(0, begin - 1).rfind('\n') + 1;
+  return begin;
+}
+
 // Notes when a line that stands for an attribute has not its name. Lines are as they have been read.
 // The conversion looks for a name anywhere in a line, so that it can find, say, principalName: in a description.
 // That goes well or not, but an administrator will want to know.
@@ -118,12 +125,13 @@ static void noteTaken(const ReadEntry& entry, int32_t line, std::string_view nam
   if (line < 0 || prepared.isValueTaken || static_cast<size_t>(line) >= entry.count) return;
   if (isNamed(entry.room[static_cast<size_t>(line)], name)) return;
   prepared.isValueTaken = true;
-  const std::string_view first = entry.room[0].view();
+  const std::string_view text(entry.room[0].text, entry.end - entry.begin);
   auto whole = static_cast<size_t>(line);
   while (whole > 0 && isContinuation(entry.room[whole])) --whole;
-  const char* const text = entry.room[whole].text;
-  const bool isThere = text > first.data() && text < first.data() + (entry.end - entry.begin) && text[-1] == '\n';
-  prepared.takenPlace = isThere ? static_cast<size_t>(text - first.data()) : 0;
+  const char* const begin = entry.room[whole].text;
+  const bool isThere = begin > text.data() && begin < text.data() + text.size();
+  // A piece of a longer line is shown at the begin of that.
+  prepared.takenPlace = isThere ? beginOfLine(text, static_cast<size_t>(begin - text.data())) : 0;
 }
 
 // The same of an attribute that is not added because the entry seems to have it.
@@ -147,14 +155,15 @@ static void adjustAuthorityInfo(ReadEntry& entry, Texts& texts, PreparedEntry& p
     noteTakenAnywhere(entry, "installdate", prepared);
 }
 
-static bool isInBase64(const Line& line) {
-  const std::string_view view = line.view();
-  return line.firstColon < line.contentLength && view.substr(size_t{line.firstColon} + 1).starts_with(':');
+static bool isInBase64(std::string_view line) {
+  const size_t colon = line.find(':');
+  return colon != std::string_view::npos && line.substr(colon + 1).starts_with(':');
 }
 
 static void adjustUser(ReadEntry& entry, Texts& texts, PreparedEntry& prepared) {
   const Adjustment domainId = addDomainId(entry.lines(), texts, nullptr);
-  prepared.isAuthorityCoded = domainId.line >= 0 && isInBase64(entry.room[static_cast<size_t>(domainId.sources[0])]);
+  prepared.isAuthorityCoded =
+      domainId.line >= 0 && isInBase64(unfold(entry.lines(), domainId.sources[0], 0, texts).text);
   noteTaken(entry, domainId.sources[0], "secauthority", prepared);
   noteTaken(entry, domainId.sources[1], "principalname", prepared);
   if (domainId.line < 0 && domainId.problem == NO_DETAIL) noteTakenAnywhere(entry, "secdomainid", prepared);
@@ -359,7 +368,7 @@ static bool standsIn(const Line& line, std::string_view name) {
 static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
   names = 0;
   for (const Line& line : lines) {
-    if ((line.names & AUTHORITY) != 0 && isInBase64(line)) return false;
+    if ((line.names & AUTHORITY) != 0 && isInBase64(line.view())) return false;
     for (uint32_t found = line.names & DECIDING; found != 0; found &= found - 1) {
       const std::string_view name = knownNames[std::countr_zero(found)];
       // The bits only say that the name may stand here.
@@ -434,6 +443,7 @@ void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass obje
   prepared.partLines.clear();
   prepared.objectClass = objectClass;
   prepared.isValueTaken = true;  // or not: nobody asks again
+  prepared.isAuthorityCoded = false;
   findOrigins(entry, text, withOrigins, prepared);
   prepareLines(entry, text, true, texts, prepared);
   prepared.parts.push_back({0, prepared.lines.size(), objectClass, UNKNOWN_KIND});

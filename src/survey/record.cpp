@@ -206,8 +206,8 @@ static void makePolicy(RecordMaker& maker, const SlotRows& rows, std::string_vie
   SlotRecords& records = maker.records;
   const auto policy = linesOfRow(maker, rows, SECPOLICY_KIND);
   const std::string_view subject = policy.empty() ? std::string_view() : policy[0].view();
-  records.oldPolicyDn = dnOfFirstLine(loadedEntry(maker, rows.policyDn).lines[0].view());
-  if (!storeNewDn(maker, NEW_POLICY_DN, records.oldPolicyDn, subject, records.policyDn)) {
+  const std::string_view oldDn = dnOfFirstLine(loadedEntry(maker, rows.policyDn).lines[0].view());
+  if (!storeNewDn(maker, NEW_POLICY_DN, oldDn, subject, records.policyDn)) {
     records.subjectKind = SECPOLICY_KIND;
     return;
   }

@@ -69,12 +69,11 @@ struct SlotRecords {
   std::string_view name;                 // of the owner
   Line nameLine;                         // in which that stands
   std::string_view oldDn;                // of the owner
-  std::string_view oldPolicyDn;
-  std::string_view newDn;        // dn: lines
-  std::string_view containerDn;  // without CONTAINER_DN_BEGIN
-  std::string_view policyDn;     // empty without one
-  bool hasPolicy = false;        // a record of it, behind that of the container
-  std::vector<Line> merged;      // the lines of the record, dropped ones among them; the first is not written
+  std::string_view newDn;                // dn: lines
+  std::string_view containerDn;          // without CONTAINER_DN_BEGIN
+  std::string_view policyDn;             // empty without one
+  bool hasPolicy = false;                // a record of it, behind that of the container
+  std::vector<Line> merged;              // the lines of the record, dropped ones among them; the first is not written
   std::vector<Line> policyLines;
   uint64_t bytes = 0;  // of all records
 };
