@@ -362,13 +362,11 @@ static bool standsIn(const Line& line, std::string_view name) {
   return false;
 }
 
-// True when each deciding name that stands in a line is that line's own one, with a value in plain text; the names that
-// are there are returned, too. Such names are looked for anywhere in a line; here every way of looking leads to the
-// first line of that name.
+// True when each deciding name that stands in a line is that line's own one; the names that are there are returned,
+// too. Such names are looked for anywhere in a line; here every way of looking leads to the first line of that name.
 static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
   names = 0;
-  for (const Line& line : lines) {
-    if ((line.names & AUTHORITY) != 0 && isInBase64(line.view())) return false;
+  for (const Line& line : lines)
     for (uint32_t found = line.names & DECIDING; found != 0; found &= found - 1) {
       const std::string_view name = knownNames[std::countr_zero(found)];
       // The bits only say that the name may stand here.
@@ -377,7 +375,6 @@ static bool holdsNamesPlainly(Entry lines, uint32_t& names) {
       else if (standsIn(line, name))
         return false;
     }
-  }
   return true;
 }
 

@@ -235,7 +235,10 @@ NAMES = (
           ("Default", "secAuthority=Default,cn=bert\\,cn=Subdomains,o=example",
            "secAuthority=Default,cn=Subdomains,secAuthority=default"),
           ("Sales", "secAuthority=Sales,cn=bert\\,secAuthority=Default,o=example", "secAuthority=default"),
-          ("Sales", "secAuthority=Sales,cn=bert,secAuthority=Default", "secAuthority=default"))),
+          ("Sales", "secAuthority=Sales,cn=bert,secAuthority=Default", "secAuthority=default"),
+          # The map gives up to the comma, and its secDN what follows.
+          ("Sales\\", "secAuthority=Sales\\,x,cn=bert,o=example",
+           "secAuthority=Sales\\,cn=Subdomains,secAuthority=default"))),
     *(beside("domain-mistaken", f"user of the domain {authority} is in it",
              (entry(f"dn: secAuthority={authority},cn=bert,o=example", "objectclass: secUser", "secAuthority: x",
                     "principalName: bert"),

@@ -1309,7 +1309,6 @@ mistakes = [
     ("blanks in the DN of a copied entry count", "survey/entry_findings.cpp",
      "const std::string dn = withoutSpareBlanks(valueOf(firstLine, decoded));",
      "const std::string dn(valueOf(firstLine, decoded));"),
-    ("authority in base 64 is plain", "survey/prepared_entry.cpp", "(line.names & AUTHORITY) != 0 && isInBase64(line.view())", "false"),
     ("versions of all entries change", "survey/entry_findings.cpp", "  if (!getsVersionAndDate(prepared.objectClass)) return;\n", ""),
     ("version is never mentioned", "survey/entry_findings.cpp", "valueOf(line, decoded) == \"6.0\"", "valueOf(line, decoded).size() > 2"),
     ("escaped comma parts a DN", "survey/domains.cpp", "== '\\\\' ? ESCAPED : 1", "== '\\\\' ? 1 : 1"),
