@@ -16,6 +16,8 @@ How the lines that an account must call lost are found, from the two files alone
   classes of entries that are merged, a line whose value stands there under the same attribute name in other letter
   case, as text or in base 64, and the bookkeeping of the directory server, by its attribute's name.
 
+The check must have foretold just these losses.
+
 Some lines may be called lost or not (see `mayBeLost`): those are where the wording leaves it open.
 """
 
@@ -397,6 +399,15 @@ def entangled(programs, text, slots):
     return report.said is not None and any(problem["id"] in ENTANGLED for problem in report.said["problems"])
 
 
+def checkForetold(programs, text, slots, said):
+    """Whether the check has foretold just the losses."""
+    report = runs.ask(programs["check"], ["--all"], {runs.INPUT: text}, slots)
+    if report.said is None:
+        return report.faults
+    foretold = sorted(problem["line"] for problem in report.said["problems"] if problem["effect"] == "loses")
+    return runs.differs("lines of losses, by the check", sorted(loss["line"] for loss in said["losses"]), foretold)
+
+
 def recordsOf(output):
     """The records in an order that does not depend on the slot counts, without install dates."""
     return sorted(re.sub(rb"(?i)installdate: [^\n]*", b"", b"\n".join(line.text for line in record.lines))
@@ -413,7 +424,8 @@ def examineOutput(programs, text, slots, conversion, whole):
         expected = "complete" if recordsOf(conversion.output) in whole else "differs"
         return runs.differs("verdict on what a failed run left", expected, report.said["verdict"])
     if report.said["verdict"] == "complete":
-        faults = checkCounts(report.said, text, conversion) + checkLosses(report.said, text, conversion.output)
+        faults = (checkCounts(report.said, text, conversion) + checkLosses(report.said, text, conversion.output)
+                  + checkForetold(programs, text, slots, report.said))
     else:
         faults = [f"differs: {report.said['first_difference']}"]
     return [] if faults and entangled(programs, text, slots) else faults
