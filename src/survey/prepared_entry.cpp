@@ -307,7 +307,6 @@ static size_t bytesOf(Entry lines, bool areDropped) {
 static void beginPreparing(PreparedEntry& prepared) {
   prepared.problem = NO_DETAIL;
   prepared.isValueTaken = false;
-  prepared.isAuthorityCoded = false;
   prepared.lacksOrigins = false;
   prepared.isForeseen = false;
   prepared.parts.clear();
@@ -440,7 +439,6 @@ void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass obje
   prepared.partLines.clear();
   prepared.objectClass = objectClass;
   prepared.isValueTaken = true;  // or not: nobody asks again
-  prepared.isAuthorityCoded = false;
   findOrigins(entry, text, withOrigins, prepared);
   prepareLines(entry, text, true, texts, prepared);
   prepared.parts.push_back({0, prepared.lines.size(), objectClass, UNKNOWN_KIND});

@@ -39,7 +39,7 @@ struct PreparedEntry {
   bool lacksOrigins = false;      // they are needed: it has to be read and prepared once more with them
   bool isValueTaken = false;      // for an attribute that its line is not
   size_t takenPlace = 0;          // of the line; 0 where that is not known
-  bool isAuthorityCoded = false;  // in base 64, as it stands in the domain identifier that is added
+  bool isAuthorityCoded = false;  // of a user: in base 64, as it stands in the identifier that is added
   bool isForeseen = false;        // the lines are those that have been read: it is a plain entry, and not prepared yet
   Line foreseenFirst;             // of such an entry, the first line as it will be
   uint32_t attributeLines = 0;    // of the input, each in one piece with those that continue it
