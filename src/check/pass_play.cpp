@@ -22,7 +22,7 @@ struct Slot {
   uint32_t opener;
   uint32_t policyDn;
   uint32_t owner;
-  bool isOverrun;  // by an entry that does not fit: in a run it ends there
+  bool isRunOver;  // an entry that did not fit has taken what stood in a row, and the run has failed for it
 };
 static constexpr uint32_t ODD = NONE - 1;  // the parts stand elsewhere
 static constexpr int32_t NO_SLOT = -1;
@@ -42,6 +42,7 @@ struct RunOn {
   EntryKind kind;
   int32_t slot;
   uint32_t entry;
+  bool isOverAnother;  // that had been gathered there
 };
 
 // The entries of one kind and owner that are left, in the order of the work file. What keeps one of them from being
@@ -113,6 +114,11 @@ static void setRow(Play& play, EntryKind kind, int32_t slot, std::vector<RowPart
   play.oddRows[keyOf(kind, slot)] = std::move(parts);
 }
 
+static void clearRow(Play& play, EntryKind kind, int32_t slot) {
+  play.oddRows.erase(keyOf(kind, slot));
+  slotAt(play, sideOf(kind), slot).rows[kind] = NONE;
+}
+
 // Loads an entry in the place of all others. One that fills many rows is asked for again and again, and stays loaded.
 static const LoadedEntry& loadedAlone(Play& play, uint32_t entry) {
   RecordMaker& maker = play.maker;
@@ -159,6 +165,26 @@ static bool beginsWithDn(const std::string& line) {
   return isSameInAnyCase(std::string_view(line).substr(0, TAG.size()), TAG);
 }
 
+// Takes an entry for which the run has failed out of the rows behind its own.
+// Once it has been mended it is no longer than its row, and the entries of those rows are gathered: they are not
+// missing for anybody, and the play goes on with them.
+static void takeBackRest(Play& play, EntryKind kind, int32_t first, uint32_t entry) {
+  const auto isOfEntry = [&](const auto& part) { return part.entry == entry; };
+  setRow(play, kind, first, {{entry, 0, play.registry.entries[entry].lines}});
+  for (const RunOn& rest : play.runOn) {
+    if (!isOfEntry(rest)) continue;
+    std::vector<RowPart> others = partsOf(play, kind, rest.slot);
+    std::erase_if(others, isOfEntry);
+    if (others.empty())
+      clearRow(play, kind, rest.slot);
+    else
+      setRow(play, kind, rest.slot, std::move(others));
+    // What stood there cannot be told any more.
+    if (rest.isOverAnother) slotAt(play, sideOf(kind), rest.slot).isRunOver = true;
+  }
+  std::erase_if(play.runOn, isOfEntry);
+}
+
 // The row holds an entry already, or the rest of one that was too long for its own.
 static void failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_t entry) {
   // An entry fills the rows behind its own from their begin, so that the row of the entry to blame is the first one
@@ -168,8 +194,12 @@ static void failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_
     --owner;
   const std::string earlier = firstLineOf(play, partsOf(play, kind, owner));
   if (owner != slot) {
+    const uint32_t tooLong = partsOf(play, kind, owner)[0].entry;
     fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, earlier);
-    reportFailure(play, ROW_OVERRUN, partsOf(play, kind, owner)[0].entry);
+    reportFailure(play, ROW_OVERRUN, tooLong);
+    const auto rest =
+        std::find_if(play.runOn.begin(), play.runOn.end(), [&](const RunOn& other) { return other.entry == tooLong; });
+    if (rest != play.runOn.end()) takeBackRest(play, kind, rest->slot - 1, tooLong);
     return;
   }
   fail(play, ROW_ALREADY_OCCUPIED, DOUBLED, firstLineOf(play, {{entry, 0, 1}}), earlier);
@@ -219,13 +249,14 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
     if (slot == play.limits[sideOf(kind)]) {
       fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, firstLineOf(play, {{entry, 0, 1}}));
       reportFailure(play, ROW_OVERRUN, entry);
-      slotAt(play, sideOf(kind), first).isOverrun = true;
+      takeBackRest(play, kind, first, entry);
       break;
     }
     std::vector<RowPart> parts = {{entry, passed, std::min(columns(kind), lines - passed)}};
-    appendRest(partsOf(play, kind, slot), parts[0].count, parts);
+    const std::vector<RowPart> before = partsOf(play, kind, slot);
+    appendRest(before, parts[0].count, parts);
     setRow(play, kind, slot, std::move(parts));
-    if (slot != first) play.runOn.push_back({kind, slot, entry});
+    if (slot != first) play.runOn.push_back({kind, slot, entry, !before.empty()});
   }
   noteSlots(play, sideOf(kind), play.slots[sideOf(kind)].size());
   ++play.counts[kind];
@@ -239,10 +270,8 @@ static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
   if (target.rows[kind] != NONE || !isAsPlanned(play.registry.entries[entry])) noteLookUp(play);
   // Two entries of one kind and owner, or the rest of a long one that came before: the run ends here, in whichever
   // pass the two meet in a slot.
-  if (target.rows[kind] != NONE) {
-    failForOccupiedRow(play, kind, slot, entry);
-    return;
-  }
+  if (target.rows[kind] != NONE) failForOccupiedRow(play, kind, slot, entry);
+  if (target.rows[kind] != NONE) return;
   if (kind == SECPOLICY_KIND) target.policyDn = entry;
   if (isNewSlot) {
     target.opener = entry;
@@ -281,21 +310,18 @@ static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
   if (partsOf(play, kind, slot).empty()) return;
   --play.counts[kind];
   const std::vector<RowPart> own = partsOf(play, kind, slot);
-  uint64_t lines = 0;
-  bool goesOn = true;
-  for (int32_t next = slot; goesOn && !partsOf(play, kind, next).empty(); ++next) {
+  int32_t next = slot;
+  for (bool goesOn = true; goesOn && !partsOf(play, kind, next).empty(); ++next) {
     const auto parts = partsOf(play, kind, next);
     const bool isOfAnother = next != slot && next < play.inUse[sideOf(kind)] && parts[0].entry != own[0].entry;
     if (isOfAnother) reportRunOn(play, kind, own[0].entry);
-    lines += linesOf(parts);
     goesOn = linesOf(parts) == columns(kind);
-    play.oddRows.erase(keyOf(kind, next));
-    slotAt(play, sideOf(kind), next).rows[kind] = NONE;
+    clearRow(play, kind, next);
   }
   // It has emptied the rows of later slots. Should one of these lack an entry of this kind, this is the one to blame;
   // only the last of each kind is remembered, as in the run.
-  if (lines <= columns(kind) || slot + 1 >= play.inUse[sideOf(kind)]) return;
-  const auto last = slot + static_cast<int32_t>((lines - 1) / columns(kind));
+  const int32_t last = next - 1;
+  if (last == slot || slot + 1 >= play.inUse[sideOf(kind)]) return;
   const PlayedOverrun overrun = {kind, slot, last, firstLineOf(play, own), own[0].entry};
   const auto old = std::find_if(play.overruns.begin(), play.overruns.end(),
                                 [&](const PlayedOverrun& other) { return other.kind == kind; });
@@ -354,11 +380,9 @@ static void flushSlot(Play& play, Side side, int32_t number) {
   const bool isAsAlone = owner.isRegular && std::all_of(entries.begin(), entries.end(), [&](uint32_t i) {
                            return slot.rows[rowKindOf(play.registry, i)] == i;
                          });
-  if (slot.isOverrun) {
-    slotAt(play, side, number).isOverrun = false;
-  } else if (isAsAlone && !owner.hasProblem) {
+  if (isAsAlone && !owner.hasProblem) {
     play.run.bytes += owner.bytes;
-  } else if (!owner.isSpoilt) {
+  } else if (!owner.isSpoilt && !slot.isRunOver) {
     const SlotRecords& records = makeRecords(play.maker, side, rows);
     play.run.bytes += records.bytes;
     if (records.problem != NO_DETAIL)
@@ -380,11 +404,18 @@ static void flush(Play& play) {
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (int32_t slot = 0; slot < play.inUse[side]; ++slot) flushSlot(play, side, slot);
     play.inUse[side] = 0;
+  }
+  const bool hasFailed = play.run.failure.code != 0;
+  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (Slot& slot : play.slots[side]) {
       if (slot.owner != NONE) play.slotOfOwner[slot.owner] = NO_SLOT;
-      slot.opener = slot.owner = slot.policyDn = NONE;
+      slot = {hasFailed ? EMPTY_SLOT.rows : slot.rows, NONE, NONE, NONE, false};
     }
   }
+  // What is left in rows and counts is left by what has to be mended.
+  if (!hasFailed) return;
+  play.oddRows.clear();
+  std::fill(std::begin(play.counts), std::end(play.counts), 0);
 }
 
 // The number behind that of the last owner: of the entries that have none.

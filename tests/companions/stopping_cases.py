@@ -298,6 +298,22 @@ ROWS = (
           changes("entry-in-another-row", 40, BERTS_USERS), stops("too-many-lines", 40, BERTS_USERS, "others"),
           slots=(3, 1), ends=((1, 1),)),
     *(without_room(kind) for kind in KINDS if kind.is_optional),
+    # None of them would be missing for a run once Bert's entry has been mended.
+    *(beside("user-without-own-entry", f"entries behind one of too many lines are there, with slots for {slots}",
+             (user("bert", *lines(ROW + 10)), user("carl"), user("dora"), user("emil"),
+              *(map_of(name) for name in ("emil", "dora", "carl", "bert"))),
+             stops("too-many-lines", 1, BERT), slots=(slots, 1)) for slots in (1, 2, 3, 4)),
+    beside("user-without-own-entry", "entry that one of too many lines has run over is there",
+           (MAP, user("carl"), user("bert", *lines(2 * ROW + 10)), user("dora"), map_of("carl"), map_of("dora")),
+           stops("too-many-lines", 10, BERT), slots=(3, 1)),
+    shown("user of too many lines who has no map has two problems",
+          (user("bert", *lines(ROW + 10)), user("carl"), map_of("carl")), stops("too-many-lines", 1, BERT),
+          stops("user-without-map", 1, BERT), slots=(2, 1)),
+    # Carl counts as gathered when he is gone, which would leave room for one of the two behind him.
+    beside("user-without-own-entry", "entries in the passes behind one of too many lines are there",
+           (MAP, user("carl"), user("bert", *lines(ROW + 10)), map_of("carl"), user("dora"), user("emil"),
+            map_of("dora"), map_of("emil")), stops("too-many-lines", 10, BERT),
+           changes("entry-in-another-row", 10, BERT), slots=(2, 1)),
     beside("entry-in-another-row", "policy data of 50 lines swallows what is not written anyway", KINDS[4].of(ROW),
            stops("too-many-lines", 10, BERTS_DATA, "others"), slots=(2, 1)),
     beside("entry-in-another-row", "policy of 499 lines leaves that of the next user alone",
@@ -371,9 +387,9 @@ BROKEN = (
     shown("user that grows beyond 250,000 lines stops the run",
           (entry(*LONG_USER, *lines(HELD - 1 - 5)), ), changes("long-line", 4, BERT),
           stops("entry-too-long", 1, BERT), slots=(1, 1)),
-    beside("entry-too-long", "user that grows to 250,000 lines has only too many for its row",
+    beside("entry-too-long", "user that grows to 250,000 lines has too many for its row, and too long a name",
            (entry(*LONG_USER, *lines(HELD - 2 - 5)), ), changes("long-line", 4, BERT),
-           stops("too-many-lines", 1, BERT), slots=(1, 1)),
+           stops("too-many-lines", 1, BERT), stops("name-too-long", 1, BERT), slots=(1, 1)),
 )
 
 STOPPING = (*ATTRIBUTES, *PARTNERS, *LENGTHS, *ROWS, *BROKEN)
