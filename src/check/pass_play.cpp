@@ -404,18 +404,15 @@ static void flush(Play& play) {
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (int32_t slot = 0; slot < play.inUse[side]; ++slot) flushSlot(play, side, slot);
     play.inUse[side] = 0;
-  }
-  const bool hasFailed = play.run.failure.code != 0;
-  for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (Slot& slot : play.slots[side]) {
       if (slot.owner != NONE) play.slotOfOwner[slot.owner] = NO_SLOT;
-      slot = {hasFailed ? EMPTY_SLOT.rows : slot.rows, NONE, NONE, NONE, false};
+      slot = {slot.rows, NONE, NONE, NONE, false};
     }
   }
-  // What is left in rows and counts is left by what has to be mended.
-  if (!hasFailed) return;
-  play.oddRows.clear();
+  // What counts as gathered once all is released has been taken by an entry that has to be mended.
+  if (play.run.failure.code == 0) return;
   std::fill(std::begin(play.counts), std::end(play.counts), 0);
+  play.overruns.clear();
 }
 
 // The number behind that of the last owner: of the entries that have none.
