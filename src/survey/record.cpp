@@ -47,14 +47,17 @@ static void measure(RecordMaker& maker, GatheredEntry& entry, Entry lines) {
   maker.measured.add({bytes + 1, 0});  // and the empty line
 }
 
-static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) {
-  SurveyedFile& file = *maker.file;
+// True when an earlier part of the same entry of the input is there, and nobody has made anything of this one yet.
+// One long line can be the better part of a million parts.
+static bool holdsPart(const LoadedEntry& loaded, const Registry& registry, const GatheredEntry& entry) {
+  return loaded.number != NONE && loaded.begin == entry.begin && registry.entries[loaded.number].part < entry.part;
+}
+
+static void prepareOnceMore(RecordMaker& maker, const GatheredEntry& entry, LoadedEntry& loaded) {
   Registry& registry = *maker.registry;
-  GatheredEntry& entry = registry.entries[number];
   loaded.texts.release();
-  loaded.number = number;
   loaded.begin = entry.begin;
-  const std::string_view text = readEntryOnceMore(file, registry, entry, loaded);
+  const std::string_view text = readEntryOnceMore(*maker.file, registry, entry, loaded);
   // Among many lines each one would be looked for from the first on.
   constexpr uint32_t FEW_LINES = 256;
   const bool areOriginsWanted = maker.areOriginsWanted || entry.lines > FEW_LINES;
@@ -65,6 +68,12 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
                       loaded.texts, loaded.prepared);
   else
     prepareEntry(loaded.read, text, true, loaded.texts, loaded.prepared);
+}
+
+static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) {
+  GatheredEntry& entry = maker.registry->entries[number];
+  if (!holdsPart(loaded, *maker.registry, entry)) prepareOnceMore(maker, entry, loaded);
+  loaded.number = number;
   const WorkEntry& part = loaded.prepared.parts[entry.part];
   loaded.lines = linesOf(loaded.prepared, part);
   loaded.origins = originsOf(loaded.prepared, part);
