@@ -19,6 +19,11 @@ static constexpr char PROGRAM[] = "tqldif2v6-account";
   exit(2);
 }
 
+// What has been found would hold for no file that there ever was: before the verdict, and behind what the report reads.
+static void endIfChanged(const SurveyedFile& file) {
+  if (!isUnchanged(file)) endFor(file.name);
+}
+
 static int account(const AccountOptions& options) {
   SurveyedFile input;
   SurveyedFile output;
@@ -35,10 +40,11 @@ static int account(const AccountOptions& options) {
   Account made;
   accountFor(input, again, records, report, made);
   endSurveyProgress();
+  endIfChanged(input);
+  endIfChanged(output);
   report.end(made);
-  // What has been said may hold for no files that there ever were.
-  if (!isUnchanged(input)) endFor(options.input);
-  if (!isUnchanged(output)) endFor(options.output);
+  endIfChanged(input);
+  endIfChanged(output);
   // An account that has not come out must not look like one without losses.
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     failWith();

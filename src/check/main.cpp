@@ -39,6 +39,11 @@ static void requireDistinctNames(const CheckOptions& options) {
     }
 }
 
+// What has been found would hold for no file that there ever was: before the verdict, and behind what the report reads.
+static void endIfChanged(const SurveyedFile& file) {
+  if (!isUnchanged(file)) endFor(file.name);
+}
+
 static int check(const CheckOptions& options) {
   SurveyedFile file;
   requireDistinctNames(options);
@@ -56,9 +61,9 @@ static int check(const CheckOptions& options) {
   // The conversion gives up before it reads; everything else is foretold as if it did not.
   if (code != 0) failAtOnce(prediction, code);
   endSurveyProgress();
+  endIfChanged(file);
   report.end(prediction, memoryOfRun(prediction, isInMemory));
-  // What has been said may hold for no file that there ever was.
-  if (!isUnchanged(file)) endFor(options.input);
+  endIfChanged(file);
   if (options.good != nullptr)
     if (const char* const failed = splitInput(file, again, prediction, options); failed != nullptr) endFor(failed);
   // A report that has not come out must not look like one without problems.

@@ -219,6 +219,37 @@ static bool isSecondDn(const PreparedEntry& prepared, size_t line) {
   return line > 0 && !isPiece && isNamed(prepared.lines[line], DN) && isNamed(prepared.lines[0], DN);
 }
 
+// Returns the line whose value is taken for the DN of the entry's owner, as many as there are lines for none.
+static size_t lineTakenForOwner(const PreparedEntry& prepared) {
+  constexpr uint32_t SECDN = nameBit("secdn");
+  if (prepared.takenForOwner != NO_LINE) return prepared.takenForOwner;
+  const Entry lines = prepared.lines;
+  const bool isNamedInLine =
+      prepared.kind == MAP_OF_USER_KIND || prepared.kind == MAP_OF_GROUP_KIND || prepared.kind == USERS_SECUSER_KIND;
+  const auto mayBeTaken = [](const Line& line) { return (line.names & SECDN) != 0 && !isNamed(line, "secdn"); };
+  if (!isNamedInLine || prepared.isForeseen || std::none_of(lines.begin(), lines.end(), mayBeTaken))
+    return lines.size();
+  Texts texts;
+  const Attribute owner = valueOf(lines, "secdn", texts, nullptr);
+  const auto found = static_cast<size_t>(owner.line);
+  return owner.line >= 0 && mayBeTaken(lines[found]) ? found : lines.size();
+}
+
+// What becomes of the DNs of the entry and its owner. Returns true when a value is taken for one.
+static bool findOddDns(const PreparedEntry& prepared, uint64_t begin, WholeLines& wholeLines, FindingSink& findings) {
+  const Line& first = prepared.lines[0];
+  const bool isMap = prepared.kind == MAP_OF_USER_KIND || prepared.kind == MAP_OF_GROUP_KIND;
+  if (isMap && isNamed(first, DN) && ownName(first) != "dn" && ownName(first) != "DN")
+    findings.take({DN_STAYS, AT_NONE, begin});
+  const auto placeOfLine = [&](size_t line) { return placeOf(prepared, line, begin, wholeLines); };
+  if (prepared.shortenedOwner != NO_LINE)
+    findings.take({DN_LOSES_BLANK, AT_NONE, begin, placeOfLine(prepared.shortenedOwner)});
+  const size_t taken = lineTakenForOwner(prepared);
+  const bool isTaken = !prepared.isValueTaken && taken < prepared.lines.size();
+  if (isTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOfLine(taken)});
+  return isTaken;
+}
+
 // What the names of its lines show.
 static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
@@ -232,7 +263,8 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
       !prepared.isForeseen && prepared.goesToOutput && !isSameToRun(classOf(prepared.lines), prepared.objectClass);
   // One finding for an entry is enough, whatever attributes were taken from odd places.
   bool isTaken = prepared.isValueTaken;
-  if (isTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
+  isTaken |= findOddDns(prepared, begin, wholeLines, findings);
+  if (prepared.isValueTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
   for (const Line& line : prepared.lines) {
     const auto i = static_cast<size_t>(&line - prepared.lines.data());
     if (line.firstColon == DN.size() && isSecondDn(prepared, i)) {

@@ -92,6 +92,10 @@ static constexpr FindingKind kinds[] = {
     {"version-stays", CHANGES,
      "A version is not 6.0 in the output: it is not known in this spelling, or not the first.",
      "Write it as in version: 5.1, once in the entry."},
+    {"dn-loses-blank", CHANGES, "The owner's DN loses a blank that is part of a name, beside a comma.",
+     "Write the comma as \\2C and the blank as \\20."},
+    {"dn-stays", CHANGES, "The dn: line of the map is in the record, too: it is not known in this spelling.",
+     "Write it as dn: or DN:."},
 
     {"input-not-writable", SURROUNDINGS, "The conversion opens its input for writing, which is not allowed.",
      "Give yourself write permission."},

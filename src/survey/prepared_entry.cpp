@@ -10,6 +10,9 @@
 #include "rules/known_names.h"
 #include "rules/text.h"
 #include "rules/unfolding.h"
+#include "survey/spellings.h"
+
+static constexpr uint32_t SECDN = nameBit("secdn");
 
 // True when the line stands at the begin of one of the text: others go on with it.
 static bool beginsLine(const Line& line, std::string_view text) {
@@ -263,10 +266,25 @@ uint64_t bytesOfLines(Entry lines) {
   return bytes;
 }
 
+// Takes the blanks beside commas out of the lines that may name the owner, and notes what else that changes.
+static bool tightenOwners(Texts& texts, PreparedEntry& prepared) {
+  bool isAnyChanged = false;
+  for (Line& line : prepared.lines) {
+    const Line before = line;
+    if ((line.names & SECDN) == 0 || !tightenOwnerNames({&line, 1}, texts)) continue;
+    isAnyChanged = true;
+    const auto number = static_cast<uint32_t>(&line - prepared.lines.data());
+    if (!isNamed(before, "secdn"))
+      prepared.takenForOwner = std::min(prepared.takenForOwner, number);
+    else if (losesBlankOfName(before.content()))
+      prepared.shortenedOwner = std::min(prepared.shortenedOwner, number);
+  }
+  return isAnyChanged;
+}
+
 // Gives the lines the form in which they are written. Returns true when they are those that have been read.
 static bool prepareLines(ReadEntry& entry, std::string_view text, bool areTightened, Texts& texts,
                          PreparedEntry& prepared) {
-  constexpr uint32_t SECDN = nameBit("secdn");
   if (entry.room.size() == entry.count) entry.room.resize(entry.count + 1);
   if (entry.isOrdinary && entry.hasReturns) closeLines(entry, text, texts);
   if (isContinuation(entry.room[0]))
@@ -279,8 +297,7 @@ static bool prepareLines(ReadEntry& entry, std::string_view text, bool areTighte
   prepared.lines = {entry.room.data(), unfolded.lines};
   const bool areNamesKnown = entry.isOrdinary && entry.continuations == 0;
   prepared.names = areNamesKnown ? entry.names : namesOf(prepared.lines);
-  const bool mayNameOwner = (prepared.names & SECDN) != 0;
-  const bool isTightened = areTightened && mayNameOwner && tightenOwnerNames(prepared.lines, texts);
+  const bool isTightened = areTightened && (prepared.names & SECDN) != 0 && tightenOwners(texts, prepared);
   return unfolded.isAsRead && !isTightened;
 }
 
@@ -307,6 +324,7 @@ static size_t bytesOf(Entry lines, bool areDropped) {
 static void beginPreparing(PreparedEntry& prepared) {
   prepared.problem = NO_DETAIL;
   prepared.isValueTaken = false;
+  prepared.takenForOwner = prepared.shortenedOwner = NO_LINE;
   prepared.lacksOrigins = false;
   prepared.isForeseen = false;
   prepared.parts.clear();
@@ -351,7 +369,7 @@ static constexpr uint32_t AUTHORITY = nameBit("secauthority");
 static constexpr uint32_t PRINCIPAL = nameBit("principalname");
 static constexpr uint32_t UUID = nameBit("secuuid");
 static constexpr uint32_t CLASS = nameBit("objectclass");
-static constexpr uint32_t DECIDING = DOMAIN_ID | AUTHORITY | PRINCIPAL | UUID | CLASS;
+static constexpr uint32_t DECIDING = DOMAIN_ID | AUTHORITY | PRINCIPAL | UUID | CLASS | SECDN;
 
 // True when the name ends at a colon of the line.
 static bool standsIn(const Line& line, std::string_view name) {
@@ -382,6 +400,13 @@ static bool isPlainlyAdjusted(ObjectClass objectClass, uint32_t names) {
   return !getsDomainId(objectClass) || (names & (DOMAIN_ID | AUTHORITY | PRINCIPAL)) == (AUTHORITY | PRINCIPAL);
 }
 
+// True when the owner's DN may lose a blank that is part of a name.
+static bool mayShortenOwner(const ReadEntry& entry, std::string_view text, uint32_t names) {
+  const std::string_view whole = text.substr(entry.begin, entry.end - entry.begin);
+  return (names & SECDN) != 0 &&
+         (whole.find('\\') != std::string_view::npos || whole.find('"') != std::string_view::npos);
+}
+
 // The first line as it is written.
 static Line writtenFirstLine(const ReadEntry& entry, Texts& texts) {
   Line first = entry.room[0];
@@ -405,7 +430,7 @@ bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, Pr
   if ((first.names & ~DN) != 0 || !isNamed(first, "dn")) return false;
   beginPreparing(prepared);
   uint32_t names = 0;
-  if (!holdsNamesPlainly(entry.lines(), names)) return false;
+  if (!holdsNamesPlainly(entry.lines(), names) || mayShortenOwner(entry, text, names)) return false;
   const std::string_view dnLine = first.content();
   prepared.objectClass = classOf(entry.lines());
   prepared.kind = kindOf(prepared.objectClass, dnLine);

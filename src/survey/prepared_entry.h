@@ -36,13 +36,15 @@ struct PreparedEntry {
   EntryKind kind = UNKNOWN_KIND;
   DetailText problem = NO_DETAIL;  // why the run ends here
   bool goesToOutput = false;
-  bool lacksOrigins = false;      // they are needed: it has to be read and prepared once more with them
-  bool isValueTaken = false;      // for an attribute that its line is not
-  size_t takenPlace = 0;          // of the line; 0 where that is not known
-  bool isAuthorityCoded = false;  // of a user: in base 64, as it stands in the identifier that is added
-  bool isForeseen = false;        // the lines are those that have been read: it is a plain entry, and not prepared yet
-  Line foreseenFirst;             // of such an entry, the first line as it will be
-  uint32_t attributeLines = 0;    // of the input, each in one piece with those that continue it
+  bool lacksOrigins = false;          // they are needed: it has to be read and prepared once more with them
+  bool isValueTaken = false;          // for an attribute that its line is not
+  size_t takenPlace = 0;              // of the line; 0 where that is not known
+  uint32_t takenForOwner = NO_LINE;   // of the lines: a value that has lost blanks as if it were the owner's DN
+  uint32_t shortenedOwner = NO_LINE;  // the owner's DN has lost blanks of a name
+  bool isAuthorityCoded = false;      // of a user: in base 64, as it stands in the identifier that is added
+  bool isForeseen = false;       // the lines are those that have been read: it is a plain entry, and not prepared yet
+  Line foreseenFirst;            // of such an entry, the first line as it will be
+  uint32_t attributeLines = 0;   // of the input, each in one piece with those that continue it
   size_t bytes = 0;              // of the lines as they are written, without those that are dropped, and the empty line
   std::string_view text;         // of the input, from the entry on
   std::span<Line> lines;         // as they are written, a newline behind each; they stand in the room of the entry

@@ -19,6 +19,19 @@ std::string withoutSpareBlanks(std::string_view dn) {
   return plain;
 }
 
+bool losesBlankOfName(std::string_view dn) {
+  bool isQuoted = false;
+  for (size_t i = 0; i < dn.size(); ++i) {
+    if (dn[i] == '"') isQuoted = !isQuoted;
+    const bool isEscaped = dn[i] == '\\';
+    if (isEscaped) ++i;
+    if (!isEscaped && !isQuoted) continue;
+    const std::string_view rest = dn.substr(std::min(i, dn.size()));
+    if (rest.starts_with(", ") || (rest.starts_with(' ') && behindSpaces(rest).starts_with(','))) return true;
+  }
+  return false;
+}
+
 static constexpr size_t GROUP_DIGITS = 4;
 static constexpr size_t GROUP_BYTES = 3;
 static constexpr unsigned BITS_OF_DIGIT = 6;

@@ -8,6 +8,10 @@
 // blanks.
 std::string withoutSpareBlanks(std::string_view dn);
 
+// True when a blank beside a comma, which the conversion takes out, is part of a name: where the two are escaped or
+// quoted.
+bool losesBlankOfName(std::string_view dn);
+
 // Returns the text that is given in base 64, up to the first character that is none of it.
 std::string decodedBase64(std::string_view text);
 

@@ -7,8 +7,8 @@ from base64 import b64encode
 
 from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, GROUP, GROUP_MAP, HELD, LINE, MAP,
                     UNIT, ROW, USER, WEB, WITHOUT_NAME, beside, changes, credentials, entry, folded, group, line_of,
-                    lines, loses, map_dn, map_of, map_of_group, oversized_unit, own_dn, policy, policy_data, shown, shown_alone,
-                    stops, unit, user, users_entry)
+                    lines, loses, map_dn, map_of, map_of_group, oversized_unit, own_dn, policy, policy_data, shown,
+                    shown_alone, stops, unit, user, users_dn, users_entry)
 
 
 def in_base64(text):
@@ -552,6 +552,75 @@ TAKEN = (
            shows=("\ndescription: secuuid: 1 secDomainId: changetype: x\n",)),
 )
 
+
+def john(dn, *of_map, tag="dn"):
+    """A user of a DN, and what its map says of that."""
+    return (entry(f"dn: secAuthority=Default,{dn}", "objectclass: secUser", "secAuthority: Default",
+                  "principalName: john"), entry(f"{tag}: {JOHNS_MAP}", "objectclass: secMap", *of_map))
+
+
+JOHNS_MAP = map_dn("john")
+SMITH = "cn=Smith\\, John,o=example"
+QUOTED = 'cn="Smith, John",o=example'
+QUOTED_BEFORE = 'cn="Smith ,John",o=example'
+ENDING = "cn=Smith\\ ,o=example"
+BEHIND_BACKSLASH = "cn=Smith\\\\, ou=x,o=example"
+CARLS_MAP = map_dn("carl")
+CARLS_USERS = users_dn("carl")
+
+# Of lines with secdn: in them, in this spelling, the conversion takes out the blanks beside commas.
+OWNERS = (
+    *(shown(f"owner {dn} of a user loses a blank", john(dn, f"secdn: {dn}"), changes("dn-loses-blank", 8, JOHNS_MAP),
+            shows=(f"\nsecdn: {left}\n",))
+      for dn, left in ((SMITH, "cn=Smith\\,John,o=example"), (QUOTED, 'cn="Smith,John",o=example'),
+                       (QUOTED_BEFORE, 'cn="Smith,John",o=example'), (ENDING, "cn=Smith\\,o=example"))),
+    shown("blank is lost from an owner that is folded there, too", john(SMITH, "secdn: cn=Smith\\,", "  John,o=example"),
+          changes("dn-loses-blank", 8, JOHNS_MAP), shows=("\nsecdn: cn=Smith\\,John,o=example\n",)),
+    shown("blank is lost in a policy", (USER, MAP, policy("bert", f"secdn: {SMITH}")),
+          changes("dn-loses-blank", 13, BERTS_POLICY), shows=("\nsecdn: cn=Smith\\,John,o=example\n",)),
+    *(beside("dn-loses-blank", f"nothing is lost from {line}", john(dn, line), shows=(f"\n{left}\n",))
+      for dn, line, left in ((SMITH, f"secDN: {SMITH}", f"secDN: {SMITH}"),
+                             ("cn=Smith\\2C John,o=example",) + ("secdn: cn=Smith\\2C John,o=example",) * 2,
+                             ("cn=Smith\\,John,o=example",) + ("secdn: cn=Smith\\,John,o=example",) * 2,
+                             ("cn=john,o=example", "secdn: cn=john , o=example", "secdn: cn=john,o=example"),
+                             (BEHIND_BACKSLASH, f"secdn: {BEHIND_BACKSLASH}", "secdn: cn=Smith\\\\,ou=x,o=example"),
+                             ('cn="Smith", o=example', 'secdn: cn="Smith", o=example', 'secdn: cn="Smith",o=example'))),
+    beside("dn-loses-blank", "nothing is lost in an entry that is copied", (unit(f"secdn: {SMITH}"),),
+           shows=(f"\nsecdn: {SMITH}\n",)),
+    shown("value with secdn in it loses blanks", (user("bert", "description: has secdn: a , b"), MAP),
+          changes("value-taken-for-attribute", 5, BERT), shows=("\ndescription: has secdn: a,b\n",)),
+    shown("value of a longer name loses blanks", (credentials("mysecdn: Hello, World"),),
+          changes("value-taken-for-attribute", 4, WEB), shows=("\nmysecdn: Hello,World\n",)),
+    beside("value-taken-for-attribute", "value with secdn in it has no blank beside a comma",
+           (user("bert", "description: has secdn: a,b"), MAP), shows=("\ndescription: has secdn: a,b\n",)),
+    beside("value-taken-for-attribute", "value has secDN in it, in another spelling",
+           (user("bert", "description: has secDN: a , b"), MAP), shows=("\ndescription: has secDN: a , b\n",)),
+    shown("value with secdn in it takes an entry under cn=Users to another user",
+          (USER, MAP, user("carl"), map_of("carl"),
+           entry(f"dn: {CARLS_USERS}", "objectclass: secUser", "description: secdn: cn=bert,o=example",
+                 "secAuthority: Default", "principalName: carl", "secDN: cn=carl,o=example")),
+          changes("value-taken-for-attribute", 21, CARLS_USERS), loses("value-replaced", 23, CARLS_USERS),
+          loses("value-replaced", 24, CARLS_USERS), shows=("\ndescription: secdn: cn=bert,o=example\n",)),
+    shown("value of a longer name takes a map to another user",
+          (USER, MAP, user("carl"), entry(f"dn: {CARLS_MAP}", "objectclass: secMap", "mysecdn: cn=carl,o=example",
+                                          "secDN: cn=bert,o=example")),
+          changes("value-taken-for-attribute", 17, CARLS_MAP),
+          shows=("\nmysecdn: cn=carl,o=example\nsecDN: cn=bert,o=example\n",)),
+    beside("value-taken-for-attribute", "value with secdn in it stands behind the owner's DN",
+           (USER, map_of("bert", "description: secdn: cn=carl,o=example")),
+           shows=("\nsecDN: cn=bert,o=example\ndescription: secdn: cn=carl,o=example\n",)),
+    *(shown(f"tag {tag} of a map leaves its DN in the record", john("cn=john,o=example", "secDN: cn=john,o=example", tag=tag),
+            changes("dn-stays", 6, JOHNS_MAP), shows=(f"\n{tag}: {JOHNS_MAP}\n",)) for tag in ("Dn", "dN")),
+    beside("dn-stays", "tag DN of a map leaves nothing", john("cn=john,o=example", "secDN: cn=john,o=example", tag="DN"),
+           lacks=(f": {JOHNS_MAP}\n",)),
+    beside("dn-stays", "tag Dn of a user leaves nothing",
+           (entry(f"Dn: {BERT}", "objectclass: secUser", "secAuthority: Default", "principalName: bert"), MAP),
+           lacks=("Dn:", BERT)),
+    beside("dn-stays", "tag Dn of an entry under cn=Users leaves nothing",
+           (USER, MAP, entry(f"Dn: {BERTS_USERS}", "objectclass: secUser", "secAuthority: Default",
+                             "principalName: bert", "secDN: cn=bert,o=example")), lacks=("Dn:", BERTS_USERS)),
+)
+
 # A line of blanks ends its entry, though it was to continue a line.
 PARTED = (
     shown("folded line of a blank alone parts an entry in two",
@@ -570,4 +639,4 @@ PARTED = (
     beside("entry-without-dn", "version line on its own is copied", (entry("version: 1"),), shows=("version: 1\n\n",)),
 )
 
-CHANGING = (*LOSSES, *NAMES, *CLASSES, *TEXTS, *TAKEN, *PARTED)
+CHANGING = (*LOSSES, *NAMES, *CLASSES, *TEXTS, *TAKEN, *OWNERS, *PARTED)

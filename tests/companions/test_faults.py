@@ -51,7 +51,7 @@ class Faults(unittest.TestCase):
         with subprocess.Popen(command, cwd=self.folder.name, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
             self.wait_until_asleep(process.pid)
             change()
-            _, said = process.communicate(timeout=LIMIT)
+            self.report, said = process.communicate(timeout=LIMIT)
         return process.returncode, said.decode()
 
     def wait_until_asleep(self, pid):
@@ -93,6 +93,12 @@ class Faults(unittest.TestCase):
         status, said = self.run_halted([ACCOUNT, "--json", self.input, self.output], self.touch_input)
         self.assertEqual(status, 2, said)
         self.assertIn("it has changed while it was read", said)
+
+    def test_an_account_of_an_input_that_changes_gives_no_verdict(self):
+        status, said = self.run_halted([ACCOUNT, "--all", self.input, self.output], self.touch_input)
+        self.assertEqual(status, 2, said)
+        self.assertIn(b"line 1: ", self.report)
+        self.assertNotIn(b"conversion of", self.report)
 
     def test_a_split_without_room_leaves_no_file(self):
         room = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (64 * 1024, 64 * 1024))
