@@ -22,6 +22,7 @@ struct Accounting {
   AccountSink& sink;
   Account& account;
   std::deque<MissingRecord> missing = {};
+  std::vector<uint32_t> longMissing = {};  // entries that fill their rows, or more, whose records are missing
   uint64_t expectedBytes = 0;
   uint64_t copiedBytes = 0;  // of those that the preparation writes
   DnComparison newDns = {};
@@ -254,6 +255,14 @@ static bool findPolicy(Accounting& accounting, const SlotRecords& records, bool 
   return find(accounting, POLICY_RECORD, begin);
 }
 
+// Policy data go nowhere, whatever stands in their rows.
+static void noteLongEntries(Accounting& accounting, const Registry& registry, const SlotRows& rows, bool isPolicy) {
+  for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
+    for (const RowPart& part : rows.parts[kind])
+      if (kind != SECPOLICYDATA_KIND && (kind == SECPOLICY_KIND) == isPolicy && !fitsRow(registry.entries[part.entry]))
+        accounting.longMissing.push_back(part.entry);
+}
+
 static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKind kind, Fates& fates) {
   fates.assign(entry.lines.size(), LEFT_OUT);
   if (kind != SECPOLICYDATA_KIND) settleFates(fates, entry.lines, kind == SECPOLICY_KIND ? POLICY : MERGED, false);
@@ -300,6 +309,8 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   // is a difference of its own.
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen,
                                                                  maker.registry->entries[rows.policyDn].begin);
+  if (!isFound) noteLongEntries(accounting, *maker.registry, rows, false);
+  if (!isPolicyFound) noteLongEntries(accounting, *maker.registry, rows, true);
   accounting.newDns.compare(findNameChanges(maker, rows, side, accounting.sink), accounting.sink);
   findSurvivors(records, room.survivors);
   const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
@@ -456,12 +467,19 @@ static void findDifference(Accounting& accounting) {
 
 // Which rows an entry runs on into depends on the slot counts, which the account does not know. Then it can only
 // say that this may be the reason.
+// An entry of just so many lines as its row has takes what stands in the next one into its own record; a longer one
+// leaves its own as it should be, and writes over that of another.
 // Returns true when there is such an entry.
-static bool reportLongEntries(const Registry& registry, FindingSink& sink) {
+static bool reportLongEntries(Accounting& accounting, FindingSink& sink) {
+  const Registry& registry = accounting.account.registry;
+  std::vector<uint32_t>& missing = accounting.longMissing;
+  std::sort(missing.begin(), missing.end());
   bool isAny = false;
   for (uint32_t i = 0; i < registry.entries.size(); ++i) {
     const GatheredEntry& entry = registry.entries[i];
-    if (entry.owner == NONE || fitsRow(entry)) continue;
+    if (entry.owner == NONE || entry.rowKind == SECPOLICYDATA_KIND || fitsRow(entry)) continue;
+    const auto columns = static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
+    if (entry.lines == columns && !std::binary_search(missing.begin(), missing.end(), i)) continue;
     isAny = true;
     sink.take({ENTRY_IN_ANOTHER_ROW, AT_NONE, entry.begin});
   }
@@ -489,6 +507,6 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();
   if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
   findDifference(accounting);
-  if (account.first.isAny && reportLongEntries(account.registry, sink))
+  if (account.first.isAny && reportLongEntries(accounting, sink))
     account.first.text += " An entry with too many lines may have run on into the row of another one.";
 }

@@ -78,14 +78,19 @@ void AccountReport::writeTaker(const Line& taker, uint64_t source, Road road) {
   if (options_.values) printf(": %s", harmless(std::string(taker.content())).c_str());
 }
 
+// The name of the attribute in a line of the input.
+static std::string shownAttribute(SurveyedFile& input, uint64_t place) {
+  const std::string attribute = attributeAt(input, place);
+  return attribute.empty() ? "(no attribute name)" : attribute;
+}
+
 // What became of a line of the input, and why.
 void AccountReport::writeFate(const EntryFate& entry, Takers& takers, size_t i) {
   const LineFate fate = (*entry.fates)[i];
   const Line& line = entry.lines[i];
   const uint64_t place = entry.begin + entry.origins[i].place;
-  const std::string attribute = attributeAt(input_, place);
   printf("  line %" PRId64 "  %s  %s", lineNumberOf(input_, place), fateNames[fate],
-         attribute.empty() ? "(no attribute name)" : attribute.c_str());
+         shownAttribute(input_, place).c_str());
   if (options_.values) fputs(harmless(valueAt(input_, place)).c_str(), stdout);
   const Line* const taker = takers.takerOf(i);
   if (taker != nullptr) writeTaker(*taker, takers.placeOf(*taker), entry.road);
@@ -178,7 +183,7 @@ void AccountReport::writeLosses() {
     for (const Loss& loss : shown_) {
       if (loss.fate != fate) continue;
       const ShownDn dn = dnAt(input_, loss.entry);
-      std::string line = attributeAt(input_, loss.line);
+      std::string line = shownAttribute(input_, loss.line);
       if (options_.values) line += valueAt(input_, loss.line);
       printf("  line %" PRId64 ": %s, %s\n", lineNumberOf(input_, loss.line),
              dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", harmless(line).c_str());

@@ -253,7 +253,7 @@ static uint32_t namesOf(Entry lines) {
 static void noteGoneLines(PreparedEntry& prepared) {
   std::vector<bool> isThere(prepared.attributeLines);
   for (const Origin& origin : prepared.partOrigins)
-    if (origin.line != NO_LINE) isThere[origin.line] = true;
+    if (origin.line != NO_LINE && !origin.isPiece) isThere[origin.line] = true;
   for (size_t i = 0; i < prepared.lines.size(); ++i) {
     const Origin& origin = prepared.origins[i];
     if (origin.line != NO_LINE && !origin.isPiece && !isThere[origin.line]) prepared.goneLines.push_back(i);

@@ -12,8 +12,8 @@ import unittest
 
 import folder as folders
 from folder import INPUT, OUTPUT, Folder
-from pieces import (BERT, BERTS_MAP, BERTS_USERS, HELD, LINE, PLENTY, UNIT, credentials, entry, group, line_of, map_of,
-                    map_of_group, oversized_unit, policy, policy_data, unit, user, users_entry)
+from pieces import (BERT, BERTS_MAP, BERTS_USERS, HELD, LINE, PLENTY, UNIT, credentials, entry, group, line_of, lines, map_of,
+                    map_of_group, oversized_unit, policy, policy_data, unit, user, users_entry, WEB)
 
 AUTHORITY_INFO = entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "version: 5.1")
 
@@ -100,6 +100,29 @@ class Accounts(unittest.TestCase):
         self.expect(user("anna") + map_of("anna") + user("bert", *extra) + map_of("bert"),
                     counts(kept=4 + 60, renamed=2, absorbed=4, added=2), (4, 0, 4, 0), {"users": 2})
 
+    def long_entries(self, text, **how):
+        """The lines of the entries that are named as those that may have run on."""
+        said = self.account(text, **how)
+        self.assertEqual(said["verdict"], "differs")
+        return [change["line"] for change in said["changes"] if change["id"] == "entry-in-another-row"]
+
+    def test_a_policy_that_fills_its_row_is_named_where_it_has_taken_another_one(self):
+        # Carl's entry fills its row, too, and has the pass to itself.
+        text = (user("bert") + map_of("bert") + policy("bert", *lines(500 - 3)) + user("anna") + map_of("anna")
+                + policy("anna") + user("carl", *lines(50 - 5)) + map_of("carl"))
+        self.assertEqual(self.long_entries(text, slots=(2, 1)), [10])
+
+    def test_an_entry_of_more_lines_is_named_though_its_record_is_as_it_should_be(self):
+        text = (user("bert") + map_of("bert") + users_entry("carl") + user("carl") + map_of("carl")
+                + users_entry("bert", *lines(51 - 6)))
+        self.assertEqual(self.long_entries(text, slots=(2, 1)), [25])
+
+    def test_entries_that_fill_their_rows_are_not_named_for_what_happened_to_another(self):
+        text = (user("anna") + map_of("anna") + user("bert", *lines(50 - 5)) + map_of("bert")
+                + policy_data("bert", *lines(50)))
+        spoil = lambda output: output.replace(b"\nprincipalName: anna\n", b"\nprincipalName: Anna\n")
+        self.assertEqual(self.long_entries(text, spoil=spoil), [])
+
     def test_an_entry_with_a_dn_in_base_64_is_copied(self):
         self.expect(entry("dn:: b3U9T3RoZXI=", "objectclass: organizationalUnit", "description: xoq-entryuuid: 9"),
                     counts(kept=2, looks_like_bookkeeping=1), (1, 1, 0, 0), {"straight_through": 1},
@@ -107,6 +130,12 @@ class Accounts(unittest.TestCase):
 
     def test_a_line_of_5000_characters_is_kept_and_its_rest_added(self):
         self.expect(unit(line_of(5000)), counts(kept=3, added=1), (1, 1, 0, 0), {"straight_through": 1})
+
+    def test_a_long_line_that_begins_with_a_carriage_return_is_lost_though_its_end_stays(self):
+        # Its first 4,095 characters read as a blank line, behind which the rest begins an entry.
+        text = credentials("\r" + "x" * (LINE - 1) + "objectclass: secResCreds", "mail: x")
+        self.expect(text, counts(kept=4, lost=1, added=1), (1, 1, 0, 0), {"resource_credentials": 2},
+                    [(4, WEB, None, "lost")])
 
     def test_a_line_that_begins_with_a_carriage_return_is_blank_in_the_work_file_and_lost(self):
         self.expect(b"\r" + credentials(), counts(kept=2, lost=1), (1, 1, 0, 0), {"resource_credentials": 1},
