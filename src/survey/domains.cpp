@@ -27,6 +27,10 @@ static std::string_view authorityIn(std::string_view component) {
 }
 
 bool isDomainMistaken(NewDnOf what, std::string_view oldDn) {
+  constexpr std::string_view IN_DEFAULT = "secauthority=default,";
+  // Most owners' DNs begin so, and need not be taken apart.
+  if (isSameInAnyCase(oldDn.substr(0, IN_DEFAULT.size()), IN_DEFAULT))
+    return subdomainOf(what, oldDn).component.data() != nullptr;
   const std::string dn = withoutSpareBlanks(oldDn);
   std::string_view rest = dn;
   std::string_view domain;  // the component

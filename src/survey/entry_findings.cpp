@@ -251,7 +251,7 @@ static bool findOddDns(const PreparedEntry& prepared, uint64_t begin, WholeLines
 }
 
 // What the names of its lines show.
-static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
   constexpr uint32_t NAMES = CHANGETYPE | nameBit("objectclass");
   WholeLines wholeLines(prepared, begin);
@@ -259,8 +259,9 @@ static void findOddNames(const PreparedEntry& prepared, uint64_t begin, FindingS
   bool hasUnknownName = false;
   bool hasSecondDn = false;
   // What is copied is sorted by its lines as they are folded.
+  const bool isAnyFolded = !entry.isOrdinary || entry.continuations > 0;
   const bool isClassFolded =
-      !prepared.isForeseen && prepared.goesToOutput && !isSameToRun(classOf(prepared.lines), prepared.objectClass);
+      isAnyFolded && prepared.goesToOutput && !isSameToRun(classOf(prepared.lines), prepared.objectClass);
   // One finding for an entry is enough, whatever attributes were taken from odd places.
   bool isTaken = prepared.isValueTaken;
   isTaken |= findOddDns(prepared, begin, wholeLines, findings);
@@ -317,7 +318,7 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
   if (prepared.lines.empty()) return;
   // A plain entry has a DN, whole lines and no odd byte.
   if (!prepared.isForeseen) findOddBytes(entry, prepared, begin, isBehindDn, findings);
-  findOddNames(prepared, begin, findings);
+  findOddNames(entry, prepared, begin, findings);
   findVersionsThatStay(prepared, begin, findings);
 }
 

@@ -270,8 +270,9 @@ uint64_t bytesOfLines(Entry lines) {
 static bool tightenOwners(Texts& texts, PreparedEntry& prepared) {
   bool isAnyChanged = false;
   for (Line& line : prepared.lines) {
+    if ((line.names & SECDN) == 0) continue;
     const Line before = line;
-    if ((line.names & SECDN) == 0 || !tightenOwnerNames({&line, 1}, texts)) continue;
+    if (!tightenOwnerNames({&line, 1}, texts)) continue;
     isAnyChanged = true;
     const auto number = static_cast<uint32_t>(&line - prepared.lines.data());
     if (!isNamed(before, "secdn"))
