@@ -185,8 +185,9 @@ static void takeBackRest(Play& play, EntryKind kind, int32_t first, uint32_t ent
   std::erase_if(play.runOn, isOfEntry);
 }
 
-// The row holds an entry already, or the rest of one that was too long for its own.
-static void failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_t entry) {
+// The row holds an entry already, or the rest of one that was too long for its own. Returns true when that has been
+// taken back.
+static bool failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_t entry) {
   // An entry fills the rows behind its own from their begin, so that the row of the entry to blame is the first one
   // before that begins with a DN.
   int32_t owner = slot;
@@ -200,10 +201,11 @@ static void failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_
     const auto rest =
         std::find_if(play.runOn.begin(), play.runOn.end(), [&](const RunOn& other) { return other.entry == tooLong; });
     if (rest != play.runOn.end()) takeBackRest(play, kind, rest->slot - 1, tooLong);
-    return;
+    return partsOf(play, kind, slot).empty();
   }
   fail(play, ROW_ALREADY_OCCUPIED, DOUBLED, firstLineOf(play, {{entry, 0, 1}}), earlier);
   reportFailure(play, DOUBLED, entry);
+  return false;
 }
 
 // What is left of the parts behind their first lines.
@@ -270,8 +272,7 @@ static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
   if (target.rows[kind] != NONE || !isAsPlanned(play.registry.entries[entry])) noteLookUp(play);
   // Two entries of one kind and owner, or the rest of a long one that came before: the run ends here, in whichever
   // pass the two meet in a slot.
-  if (target.rows[kind] != NONE) failForOccupiedRow(play, kind, slot, entry);
-  if (target.rows[kind] != NONE) return;
+  if (target.rows[kind] != NONE && !failForOccupiedRow(play, kind, slot, entry)) return;
   if (kind == SECPOLICY_KIND) target.policyDn = entry;
   if (isNewSlot) {
     target.opener = entry;

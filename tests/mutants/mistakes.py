@@ -1439,7 +1439,7 @@ mistakes = [
     ("last entry that is left of an owner is its first", "check/pass_play.cpp",
      "first = std::min(first, headOf(play, queue));", "first = headOf(play, queue);"),
     ("second entry of a row is taken for the first", "check/pass_play.cpp",
-     "  if (target.rows[kind] != NONE) failForOccupiedRow(play, kind, slot, entry);\n", ""),
+     " && !failForOccupiedRow(play, kind, slot, entry)", ""),
     ("what a failed entry has taken stays taken", "check/pass_play.cpp",
      "    if (rest != play.runOn.end()) takeBackRest(play, kind, rest->slot - 1, tooLong);\n", ""),
     ("entry without room stays in the rows behind its own", "check/pass_play.cpp",
