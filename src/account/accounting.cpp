@@ -5,6 +5,7 @@
 #include <deque>
 
 #include "rules/attribute.h"
+#include "rules/line_scan.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
 #include "survey/progress.h"
@@ -141,7 +142,7 @@ class CopiedEntries final : public EntryVisitor {
       return;
     }
     // The run ends with this entry, so that nothing of it can be in a complete output.
-    accounting_.account.lines[LOST] += prepared.attributeLines;
+    takeFailed(prepared, begin);
     accounting_.missing.push_back({begin, 0});
   }
 
@@ -189,6 +190,28 @@ class CopiedEntries final : public EntryVisitor {
   int64_t policyDataLines() const { return policyDataLines_; }
 
  private:
+  // Its lines are told as they have been read: what would be written of them, nobody knows.
+  void takeFailed(const PreparedEntry& prepared, uint64_t begin) {
+    EntryWalk walk = walkOver(prepared.text);
+    ReadEntry entry;
+    readEntry(walk, entry);
+    Texts texts;
+    std::vector<Line> lines;
+    std::vector<Origin> origins;
+    for (const Line& line : entry.lines()) {
+      const auto place = static_cast<size_t>(line.text - prepared.text.data());
+      const bool isMore = place > 0 && (isContinuation(line) || line.text[-1] != '\n');
+      if (isMore) continue;
+      const auto number = static_cast<int32_t>(&line - entry.room.data());
+      lines.push_back(scanLine(unfold(entry.lines(), number, 0, texts).text));
+      origins.push_back({place, static_cast<uint32_t>(origins.size()), false, false});
+    }
+    const Road road = prepared.goesToOutput ? STRAIGHT_THROUGH : MERGED;
+    fates_.assign(lines.size(), LEFT_OUT);
+    if (prepared.kind != SECPOLICYDATA_KIND) settleFates(fates_, lines, road, false);
+    tally(accounting_, {begin, "missing", {}, lines, origins, &fates_, {}, road});
+  }
+
   void takeGone(const Line& line, LineFate fate, uint64_t begin, uint64_t place) {
     const Origin origin = {static_cast<size_t>(place - begin), 0, false, false};
     fates_.assign(1, fate);

@@ -100,6 +100,31 @@ class Accounts(unittest.TestCase):
         self.expect(user("anna") + map_of("anna") + user("bert", *extra) + map_of("bert"),
                     counts(kept=4 + 60, renamed=2, absorbed=4, added=2), (4, 0, 4, 0), {"users": 2})
 
+    def failed(self, text):
+        """How the lines are told that an output does not have, by their numbers, and their counts."""
+        with Folder(text) as folder:
+            folder.write(OUTPUT, b"")
+            done = folder.run(folders.programs["account"], "--json", INPUT, OUTPUT)
+        said = json.loads(done.stdout)
+        self.assertEqual(said["lines"]["input"], sum(said["lines"][name] for name in counts() if name not in
+                                                     ("input", "output", "added")))
+        return {one["line"]: one["how"] for one in said["losses"]}, said["lines"]
+
+    def test_every_line_of_an_entry_that_ends_the_run_is_told(self):
+        # Without a name it has no identifier of its domain.
+        told, lines = self.failed(entry("dn: secAuthority=Default,cn=bert,o=example", "objectclass: secUser", "cn: b",
+                                        " ert", "description: acl: x", "XOQ-ENTRYUUID: 1"))
+        self.assertEqual(told, {1: "lost", 2: "lost", 3: "lost", 5: "looks_like_bookkeeping"})
+        self.assertEqual((lines["lost"], lines["looks_like_bookkeeping"], lines["bookkeeping"]), (3, 1, 1))
+
+    def test_every_line_of_an_entry_that_begins_with_a_continuation_is_told(self):
+        told, lines = self.failed(entry(" rest", f"dn: {UNIT}", "objectclass: organizationalUnit"))
+        self.assertEqual((told, lines["lost"]), ({1: "lost", 2: "lost", 3: "lost"}, 3))
+
+    def test_policy_data_that_end_the_run_are_not_written(self):
+        told, lines = self.failed(entry(" rest", "objectclass: secPolicyData"))
+        self.assertEqual((told, lines["not_written"]), ({}, 2))
+
     def long_entries(self, text, **how):
         """The lines of the entries that are named as those that may have run on."""
         said = self.account(text, **how)
