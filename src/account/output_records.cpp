@@ -61,18 +61,28 @@ static void link(OutputRecords& records, uint32_t number) {
   first = number;
 }
 
-// Returns its number.
-static uint32_t add(OutputRecords& records, std::string_view text, uint64_t begin) {
+static void add(OutputRecords& records, uint64_t hash, uint64_t begin) {
   // The place shares its word with two bits: 46 bits are enough for files of 64 TiB.
   constexpr uint64_t PLACES = (uint64_t{1} << 46U) - 1;
-  records.all.push_back({hashOfRecord(onePiece(text)), begin & PLACES, 0, 0, NO_NUMBER});
-  return static_cast<uint32_t>(records.all.size() - 1);
+  records.all.push_back({hash, begin & PLACES, 0, 0, NO_NUMBER});
 }
 
-static void linkAll(OutputRecords& records) {
-  records.chains.assign(std::bit_ceil(records.all.size() + 1), NO_NUMBER);
+static void addLinked(OutputRecords& records, std::string_view text, uint64_t begin) {
+  add(records, hashOfRecord(onePiece(text)), begin);
+  link(records, static_cast<uint32_t>(records.all.size() - 1));
+}
+
+// Has those searched for by their hashes that have not been found in their order.
+static void linkRest(OutputRecords& records) {
+  if (records.areLinked) return;
+  records.areLinked = true;
+  records.chains.assign(std::bit_ceil(records.all.size() - records.foundInOrder + 1), NO_NUMBER);
+  for (size_t i = records.foundInOrder; i < records.all.size(); ++i) {
+    const std::string_view text = recordAt(*records.file, records.all[i].place);
+    records.all[i].hash = hashOfRecord(onePiece(text));
+  }
   // From the last to the first, so that of equal ones the first comes first.
-  for (size_t i = records.all.size(); i > 0; --i) link(records, static_cast<uint32_t>(i - 1));
+  for (size_t i = records.all.size(); i > records.foundInOrder; --i) link(records, static_cast<uint32_t>(i - 1));
 }
 
 // Takes the first record of a hash that is wanted out of its chain, as found, and returns its number.
@@ -125,14 +135,12 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
     }
     isParted = false;
     const std::string_view text = isWhole(file) ? textFrom(file, place, 1) : recordAt(file, place);
-    const std::string_view record = text.substr(0, measureRecord(text, records.lines));
-    add(records, record, place);
+    add(records, 0, place);
     last = place;
-    place += record.size();
+    place += measureRecord(text, records.lines);
   }
   if (!isParted) records.firstGap = std::min(records.firstGap, last);
   records.read = records.all.size();
-  linkAll(records);
 }
 
 // True when the record at the begin of a text is the expected one.
@@ -142,7 +150,8 @@ static bool isSame(std::string_view text, const PiecedText& expected, bool isOpe
       isOpen || text.size() == expected.size || (text.size() > expected.size && text[expected.size] == '\n');
   if (!isEnd || record.size() != expected.size) return false;
   const PiecedText compared = hasAddedDate ? withoutDate(expected) : expected;
-  return isEqual(compared, record.substr(0, compared.size));
+  if (!isEqual(compared, record.substr(0, compared.size))) return false;
+  return !hasAddedDate || endsWithDate(onePiece(record));
 }
 
 static bool findOne(OutputRecords& records, const PiecedText& expected, uint64_t maker, bool hasAddedDate) {
@@ -150,6 +159,16 @@ static bool findOne(OutputRecords& records, const PiecedText& expected, uint64_t
     const std::string_view text = textFrom(*records.file, record.place, expected.size + 1);
     return isSame(text, expected, record.isOpen != 0, hasAddedDate);
   };
+  // Most records stand in the order of the input: all that are copied, and those of the first pass. Comparing them
+  // takes less time than searching.
+  const bool isInOrder = !records.areLinked && records.foundInOrder < records.read;
+  if (isInOrder && isExpected(records.all[records.foundInOrder])) {
+    OutputRecord& record = records.all[records.foundInOrder++];
+    record.isFound = 1;
+    record.nextOrMaker = maker;
+    return true;
+  }
+  linkRest(records);
   return takeOut(records, hashOfRecord(expected), maker, isExpected) != NO_NUMBER;
 }
 
@@ -170,9 +189,8 @@ bool findRecord(OutputRecords& records, PiecedText text, uint64_t maker, bool ha
 }
 
 static OutputRecord& addOpen(OutputRecords& records, uint64_t begin, size_t length) {
-  const uint32_t number = add(records, textFrom(*records.file, begin, length).substr(0, length), begin);
-  link(records, number);
-  OutputRecord& record = records.all[number];
+  addLinked(records, textFrom(*records.file, begin, length).substr(0, length), begin);
+  OutputRecord& record = records.all[records.all.size() - 1];
   record.isOpen = 1;
   return record;
 }
@@ -180,7 +198,7 @@ static OutputRecord& addOpen(OutputRecords& records, uint64_t begin, size_t leng
 // Adds what stands behind an open record, up to the next empty line.
 static void addRest(OutputRecords& records, uint64_t begin) {
   const std::string_view rest = begin < records.file->size ? recordAt(*records.file, begin) : std::string_view();
-  if (!rest.empty() && rest[0] != '\n') link(records, add(records, rest, begin));
+  if (!rest.empty() && rest[0] != '\n') addLinked(records, rest, begin);
 }
 
 // Takes one out that is none, or has been found without being searched for.
@@ -207,6 +225,7 @@ static size_t numberAt(const OutputRecords& records, uint64_t begin) {
 }
 
 bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
+  linkRest(records);
   const size_t number = numberAt(records, begin);
   if (number == records.all.size()) return false;
   takeOut(records, records.all[number]);
@@ -243,6 +262,7 @@ static size_t lengthOfOpen(OutputRecords& records, uint64_t place) {
 }
 
 void partOpenRecords(OutputRecords& records) {
+  linkRest(records);
   std::sort(records.open.begin(), records.open.end(), isBefore);
   const size_t wholeOnes = records.open.empty() ? 0 : records.all.size();
   for (size_t i = 0; i < wholeOnes; ++i) {
@@ -259,6 +279,12 @@ void partOpenRecords(OutputRecords& records) {
   }
 }
 
+static uint64_t hashOfStored(const OutputRecords& records, const OutputRecord& record) {
+  if (record.hash != 0) return record.hash;
+  const std::string_view text = recordAt(*records.file, record.place);
+  return hashOfRecord(onePiece(text));
+}
+
 uint64_t firstUnfound(const OutputRecords& records, uint64_t& maker) {
   const OutputRecord* first = nullptr;
   for (size_t i = 0; i < records.all.size(); ++i) {
@@ -267,10 +293,12 @@ uint64_t firstUnfound(const OutputRecords& records, uint64_t& maker) {
   }
   maker = NO_PLACE;
   if (first == nullptr) return NO_RECORD;
+  const uint64_t hash = hashOfStored(records, *first);
   // An equal one that is there by right makes the unexpected one a double.
   for (size_t i = 0; i < records.all.size(); ++i) {
     const OutputRecord& record = records.all[i];
-    if (record.isFound != 0 && record.hash == first->hash && record.nextOrMaker != NO_PLACE) maker = record.nextOrMaker;
+    const bool isExpected = record.isFound != 0 && record.nextOrMaker != NO_PLACE;
+    if (isExpected && hashOfStored(records, record) == hash) maker = record.nextOrMaker;
   }
   return first->place;
 }

@@ -15,7 +15,7 @@ constexpr uint64_t NO_RECORD = UINT64_MAX;
 
 // A run of lines between empty lines.
 struct OutputRecord {
-  uint64_t hash;
+  uint64_t hash;        // 0 for one that has not been searched for by it
   uint64_t place : 46;  // where it begins
   uint64_t isOpen : 1;  // another one goes on where it ends, without an empty line
   uint64_t isFound : 1;
@@ -35,6 +35,8 @@ struct OutputRecords {
   SurveyedFile* file = nullptr;
   BlockList<OutputRecord> all = {};   // in their order; behind them those into which one has been parted
   size_t read = 0;                    // how many stand in their order
+  size_t foundInOrder = 0;            // of these, at their begin, before any was searched for
+  bool areLinked = false;             // the others can be searched for
   std::vector<uint32_t> chains = {};  // by the hash: the first record of each chain
   std::vector<OpenRecord> open = {};  // that have been announced
   size_t longestOpen = 0;             // bytes

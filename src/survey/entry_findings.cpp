@@ -287,8 +287,10 @@ static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, 
     hasUnknownName = true;
     findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
   }
+  // An entry in which no line says anything of a known class has been asked that already.
+  const bool hasClass = isAnyFolded || prepared.objectClass != UNINTERESTING_OBJECTCLASS;
   const bool mayBeTaken = !isTaken && !hasUnknownName && !prepared.isForeseen && prepared.partLines.empty();
-  if (mayBeTaken) findTakenClass(prepared, begin, wholeLines, findings);
+  if (hasClass && mayBeTaken) findTakenClass(prepared, begin, wholeLines, findings);
 }
 
 // Of the versions of the authority information the conversion changes the first one, where it stands as it knows it.
@@ -376,6 +378,10 @@ static uint64_t hashOfNewDn(std::string_view dn) {
 
 void DnComparison::takeCopied(const Line& firstLine) {
   if (!isNamed(firstLine, "dn")) return;
+  // Most DNs are those of persons, and end otherwise.
+  const std::string_view asWritten = dnOfFirstLine(firstLine.view());
+  const bool mayEndSo = asWritten.starts_with(':') || holdsInAnyCase(asWritten, "secauthority");
+  if (!mayEndSo) return;
   std::string decoded;
   const std::string dn = withoutSpareBlanks(valueOf(firstLine, decoded));
   // All new DNs end with it, and few others.
