@@ -50,7 +50,8 @@ def findings_of_the_manual():
     findings = {}
     for heading, section in re.findall(r"^\.Ss Findings (.*)\n((?:(?!\.S[hs]).*\n)*)",
                                        (PAGES / "tqldif2v6-check.1").read_text(), re.MULTILINE):
-        findings[heading] = [(identifier, " ".join(text.split()))
+        # A backslash is written as an escape there.
+        findings[heading] = [(identifier, " ".join(text.split()).replace(r"\e", "\\"))
                              for identifier, text in re.findall(r"^\.It Li (.*)\n((?:[^.].*\n)*)", section, re.MULTILINE)]
     return findings
 
