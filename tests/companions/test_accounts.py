@@ -139,7 +139,8 @@ class Accounts(unittest.TestCase):
 
     def test_an_entry_of_more_lines_is_named_though_its_record_is_as_it_should_be(self):
         text = (user("bert") + map_of("bert") + users_entry("carl") + user("carl") + map_of("carl")
-                + users_entry("bert", *lines(51 - 6)))
+                + users_entry("bert", *lines(60 - 6)))
+        # All of Carl's entry is gone under the rest of Bert's.
         self.assertEqual(self.long_entries(text, slots=(2, 1)), [25])
 
     def test_entries_that_fill_their_rows_are_not_named_for_what_happened_to_another(self):
