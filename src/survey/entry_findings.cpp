@@ -287,8 +287,8 @@ static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, 
     hasUnknownName = true;
     findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
   }
-  // An entry in which no line says anything of a known class has been asked that already.
-  const bool hasClass = isAnyFolded || prepared.objectClass != UNINTERESTING_OBJECTCLASS;
+  // Nothing is taken for the class of an entry that has none.
+  const bool hasClass = prepared.objectClass != UNINTERESTING_OBJECTCLASS;
   const bool mayBeTaken = !isTaken && !hasUnknownName && !prepared.isForeseen && prepared.partLines.empty();
   if (hasClass && mayBeTaken) findTakenClass(prepared, begin, wholeLines, findings);
 }

@@ -48,7 +48,7 @@ static void measure(RecordMaker& maker, GatheredEntry& entry, Entry lines) {
 }
 
 // True when an earlier part of the same entry of the input is there, and nobody has made anything of this one yet.
-// One long line can be the better part of a million parts.
+// A long line that is not folded is as many parts as it has pieces.
 static bool holdsPart(const LoadedEntry& loaded, const Registry& registry, const GatheredEntry& entry) {
   return loaded.number != NONE && loaded.begin == entry.begin && registry.entries[loaded.number].part < entry.part;
 }
