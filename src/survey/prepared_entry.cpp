@@ -333,9 +333,10 @@ static void beginPreparing(PreparedEntry& prepared) {
   prepared.goneLines.clear();
 }
 
-void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared) {
+void prepareEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, bool withOrigins, Texts& texts,
+                  PreparedEntry& prepared) {
   beginPreparing(prepared);
-  prepared.objectClass = classOf(entry.lines());
+  prepared.objectClass = objectClass;
   const bool beginsInside = isContinuation(entry.room[0]);
   const std::string_view dnLine = beginsInside ? entry.room[0].content() : unfold(entry.lines(), 0, 0, texts).text;
   prepared.goesToOutput = goesStraightThrough(prepared.objectClass, dnLine);
@@ -420,7 +421,8 @@ static Line writtenFirstLine(const ReadEntry& entry, Texts& texts) {
   return first;
 }
 
-bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, PreparedEntry& prepared) {
+bool foreseePlainEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
+                       PreparedEntry& prepared) {
   constexpr uint32_t DN = nameBit("dn");
   // An entry as a whole may be no longer than a line, so that none of its lines can become too long, nor the one that
   // may be added, which has two of their values and a name.
@@ -429,15 +431,16 @@ bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, Pr
   if (!entry.isOrdinary || !isShort || entry.mayFoldName || !entry.nuls.empty()) return false;
   const Line first = writtenFirstLine(entry, texts);
   if ((first.names & ~DN) != 0 || !isNamed(first, "dn")) return false;
-  beginPreparing(prepared);
+  const std::string_view dnLine = first.content();
+  const EntryKind kind = kindOf(objectClass, dnLine);
+  const bool isGathered = kind < RESCREDS_KIND && kind != SECPOLICYDATA_KIND;
+  if (!isGathered || goesStraightThrough(objectClass, dnLine)) return false;
   uint32_t names = 0;
   if (!holdsNamesPlainly(entry.lines(), names) || mayShortenOwner(entry, text, names)) return false;
-  const std::string_view dnLine = first.content();
-  prepared.objectClass = classOf(entry.lines());
-  prepared.kind = kindOf(prepared.objectClass, dnLine);
-  const bool isGathered = prepared.kind < RESCREDS_KIND && prepared.kind != SECPOLICYDATA_KIND;
-  if (!isGathered || goesStraightThrough(prepared.objectClass, dnLine)) return false;
-  if (!isPlainlyAdjusted(prepared.objectClass, names)) return false;
+  if (!isPlainlyAdjusted(objectClass, names)) return false;
+  beginPreparing(prepared);
+  prepared.objectClass = objectClass;
+  prepared.kind = kind;
   findOrigins(entry, text, false, prepared);
   prepared.goesToOutput = false;
   prepared.isForeseen = true;

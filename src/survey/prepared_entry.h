@@ -62,7 +62,8 @@ struct PreparedEntry {
 // Works out what is asked of a plain entry before that: its kind and how many lines it will have. Its bytes stay
 // unknown, and there is nothing to be found in it but an unknown spelling of its class and a second DN. Returns false
 // for other entries.
-bool foreseePlainEntry(ReadEntry& entry, std::string_view text, Texts& texts, PreparedEntry& prepared);
+bool foreseePlainEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, Texts& texts,
+                       PreparedEntry& prepared);
 
 // Gives the first line of such an entry the form in which it will be. In that of the others it makes no difference to
 // the entry's owner.
@@ -72,9 +73,11 @@ void prepareFirstLine(PreparedEntry& prepared);
 // have not been found.
 size_t placeInText(const PreparedEntry& prepared, size_t line);
 
-// Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk.
+// Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk,
+// the class that of the lines as they have been read.
 // The origins are only found where they may be needed, unless they are asked for. Texts last until they are released.
-void prepareEntry(ReadEntry& entry, std::string_view text, bool withOrigins, Texts& texts, PreparedEntry& prepared);
+void prepareEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, bool withOrigins, Texts& texts,
+                  PreparedEntry& prepared);
 
 // The same of an entry that is known to become one in the work file, of the same class.
 void prepareKnownEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, bool withOrigins, Texts& texts,

@@ -67,7 +67,7 @@ static void prepareOnceMore(RecordMaker& maker, const GatheredEntry& entry, Load
     prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), areOriginsWanted,
                       loaded.texts, loaded.prepared);
   else
-    prepareEntry(loaded.read, text, true, loaded.texts, loaded.prepared);
+    prepareEntry(loaded.read, text, classOf(loaded.read.lines()), true, loaded.texts, loaded.prepared);
 }
 
 static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) {

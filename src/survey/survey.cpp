@@ -155,7 +155,7 @@ static void prepareAgain(Survey& survey, std::string_view text) {
   EntryWalk walk = walkOver(text);
   readEntry(walk, survey.again);
   survey.texts.release();
-  prepareEntry(survey.again, text, true, survey.texts, survey.prepared);
+  prepareEntry(survey.again, text, survey.prepared.objectClass, true, survey.texts, survey.prepared);
 }
 
 static void takePlainLines(Survey& survey) {
@@ -183,20 +183,21 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   ++survey.counts.entries;
   const uint64_t begin = textBegin + survey.entry.begin;
   measureEntry(survey.entry, survey.registry.awaitedEnd, survey.counts.held);
+  const ObjectClass objectClass = classOf(survey.entry.lines());
   if (survey.entry.isOversized) {
     survey.prepared = {};
-    survey.prepared.objectClass = classOf(survey.entry.lines());
-    survey.prepared.goesToOutput = goesStraightThrough(survey.prepared.objectClass, survey.entry.room[0].content());
+    survey.prepared.objectClass = objectClass;
+    survey.prepared.goesToOutput = goesStraightThrough(objectClass, survey.entry.room[0].content());
     survey.visitor.takeEntry(survey.entry, survey.prepared, begin);
     takeOversized(survey, walk, begin);
     return;
   }
   survey.texts.release();
   survey.keptAt = NOT_KEPT;
-  if (foreseePlainEntry(survey.entry, walk.text, survey.texts, survey.prepared))
+  if (foreseePlainEntry(survey.entry, walk.text, objectClass, survey.texts, survey.prepared))
     takePlainLines(survey);
   else
-    prepareEntry(survey.entry, walk.text, false, survey.texts, survey.prepared);
+    prepareEntry(survey.entry, walk.text, objectClass, false, survey.texts, survey.prepared);
   // Preparing uses the lines up, so that where they came from cannot be found out afterwards.
   if (survey.prepared.lacksOrigins) prepareAgain(survey, walk.text.substr(survey.entry.begin));
   survey.visitor.takeEntry(survey.entry, survey.prepared, begin);
