@@ -180,6 +180,7 @@ class CopiedEntries final : public EntryVisitor {
     // Where all lines are dropped only an empty one is left, which is no record.
     const bool isRecord = at_ > from;
     const bool isFound = isSame_ && (!isRecord || takeRecordAt(accounting_.output, from, at_));
+    if (isFound && accounting_.copiedBytes == accounting_.output.file->size) accounting_.output.mayEndOpen = true;
     accounting_.account.lines[isFound ? KEPT : LOST] += kept_;
     if (!isFound)
       accounting_.missing.push_back({begin, 0});
@@ -221,15 +222,14 @@ class CopiedEntries final : public EntryVisitor {
   void takeGoneLines(const PreparedEntry& prepared, uint64_t begin) {
     const bool isPolicyData = kindOfWritten(prepared) == SECPOLICYDATA_KIND;
     if (isPolicyData) policyDataLines_ += static_cast<int64_t>(prepared.goneLines.size());
-    fates_.assign(1, isPolicyData ? LEFT_OUT : LOST);
-    for (const size_t i : prepared.goneLines)
-      tally(accounting_, {begin,
-                          "a line of it reads as nothing once it is written",
-                          {},
-                          prepared.lines.subspan(i, 1),
-                          std::span(prepared.origins).subspan(i, 1),
-                          &fates_,
-                          {}});
+    std::vector<Line> lines;
+    std::vector<Origin> origins;
+    for (const size_t i : prepared.goneLines) {
+      lines.push_back(prepared.lines[i]);
+      origins.push_back(prepared.origins[i]);
+    }
+    fates_.assign(lines.size(), isPolicyData ? LEFT_OUT : LOST);
+    tally(accounting_, {begin, "lines of it read as nothing once they are written", {}, lines, origins, &fates_, {}});
   }
 
   void beginOversized() {
@@ -481,7 +481,7 @@ static void findDifference(Accounting& accounting) {
     }
   } else if (missing != accounting.missing.end()) {
     first = {true, missing->begin, NO_RECORD, "The record that the conversion makes of the entry is missing."};
-  } else if (accounting.expectedBytes != file.size) {
+  } else if (accounting.expectedBytes != file.size || (accounting.output.endsOpen && !accounting.output.mayEndOpen)) {
     // Where all are parted by one, there is more than there should be, or less, at the end.
     const uint64_t gap = std::min(accounting.output.firstGap, std::max<uint64_t>(file.size, 1) - 1);
     first = {true, NO_PLACE, gap, "The records are parted by other than one empty line."};

@@ -126,7 +126,8 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
   bool isParted = true;  // by an empty line from the record before
   uint64_t last = 0;
   for (uint64_t place = 0; place < file.size;) {
-    // More than one empty line between records is not what a conversion writes; that is told by the sum of all bytes.
+    // More than one empty line between records is not what a conversion writes; that is told by the sum of all bytes,
+    // and where another one lacks by the end.
     if (textFrom(file, place, 1)[0] == '\n') {
       if (isParted) records.firstGap = std::min(records.firstGap, place);
       isParted = true;
@@ -139,6 +140,7 @@ void readRecords(SurveyedFile& file, OutputRecords& records) {
     last = place;
     place += measureRecord(text, records.lines);
   }
+  records.endsOpen = !isParted;
   if (!isParted) records.firstGap = std::min(records.firstGap, last);
   records.read = records.all.size();
 }
@@ -154,7 +156,8 @@ static bool isSame(std::string_view text, const PiecedText& expected, bool isOpe
   return !hasAddedDate || endsWithDate(onePiece(record));
 }
 
-static bool findOne(OutputRecords& records, const PiecedText& expected, uint64_t maker, bool hasAddedDate) {
+// Returns where it begins, NO_RECORD when there is none.
+static uint64_t findOne(OutputRecords& records, const PiecedText& expected, uint64_t maker, bool hasAddedDate) {
   const auto isExpected = [&](const OutputRecord& record) {
     const std::string_view text = textFrom(*records.file, record.place, expected.size + 1);
     return isSame(text, expected, record.isOpen != 0, hasAddedDate);
@@ -166,10 +169,11 @@ static bool findOne(OutputRecords& records, const PiecedText& expected, uint64_t
     OutputRecord& record = records.all[records.foundInOrder++];
     record.isFound = 1;
     record.nextOrMaker = maker;
-    return true;
+    return record.place;
   }
   linkRest(records);
-  return takeOut(records, hashOfRecord(expected), maker, isExpected) != NO_NUMBER;
+  const uint32_t number = takeOut(records, hashOfRecord(expected), maker, isExpected);
+  return number == NO_NUMBER ? NO_RECORD : records.all[number].place;
 }
 
 bool findRecord(OutputRecords& records, PiecedText text, uint64_t maker, bool hasAddedDate) {
@@ -182,8 +186,12 @@ bool findRecord(OutputRecords& records, PiecedText text, uint64_t maker, bool ha
     }
     // What the conversion writes for one entry reads as several records where a value of it is blank.
     const PiecedText one = beginOf(text, lengthToEmptyLine(text));
-    areFound = findOne(records, one, maker, hasAddedDate && endsWithDate(one)) && areFound;
+    const uint64_t place = findOne(records, one, maker, hasAddedDate && endsWithDate(one));
     text = restOf(text, one.size);
+    if (place == NO_RECORD)
+      areFound = false;
+    else if (text.size == 0 && place + one.size == records.file->size)
+      records.mayEndOpen = true;
   }
   return areFound;
 }

@@ -41,6 +41,8 @@ struct OutputRecords {
   std::vector<OpenRecord> open = {};  // that have been announced
   size_t longestOpen = 0;             // bytes
   uint64_t firstGap = NO_RECORD;      // where the first records are parted by other than one empty line
+  bool endsOpen = false;              // the last one has no empty line behind it
+  bool mayEndOpen = false;            // it has been found, and should have none
   int64_t lines = 0;                  // attribute lines of the whole output
 };
 

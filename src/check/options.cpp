@@ -57,7 +57,9 @@ CheckOptions readOptions(int argumentCount, char** arguments) {
     if (found == ALL) read.all = true;
     if (found == VALUES) read.values = true;
     if (found == SPLIT) {
-      if (optind >= argumentCount) endForUsage("--split needs two names");
+      // An option there means that a name has been forgotten, and would become the name of a file.
+      if (optind >= argumentCount || *optarg == '-' || *arguments[optind] == '-')
+        endForUsage("--split needs two names that do not begin with a dash");
       read.good = optarg;
       // getopt_long takes one argument of an option; the second one is the next word.
       read.rejected = arguments[optind++];

@@ -1,12 +1,11 @@
 #include "check/slot_counts.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <bit>
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 // What a run keeps of each entry, owner and slot, as measured and as its tables are laid out.
@@ -154,8 +153,12 @@ static uint64_t availableMemory() {
   return 0;
 }
 
-// As many as the side with more of them takes.
-static uint64_t passesWith(const Registry& registry, const int32_t (&slots)[2]) {
+// As many as the side with more of them takes. An owner of two entries of a kind can take one more, which is known of
+// the slot counts that have been played alone.
+static uint64_t passesWith(const Prediction& prediction, const int32_t (&slots)[2]) {
+  const Registry& registry = prediction.registry;
+  const bool isPlayed = prediction.code == 0 && std::equal(slots, std::end(slots), prediction.slots);
+  if (isPlayed) return static_cast<uint64_t>(prediction.passes);
   uint64_t passes = 0;
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     const auto atOnce = static_cast<uint64_t>(slots[side]);
@@ -188,7 +191,7 @@ void writeSlotCounts(const Prediction& prediction, bool isFolderInMemory) {
     const bool fits = !isRecommended && (available == 0 || memory < available / 2);
     isRecommended = isRecommended || fits;
     printf("  %10d %10d  %6" PRIu64 "  %13" PRIu64 "   1.0%s\n", slots[USER_SIDE], slots[GROUP_SIDE],
-           passesWith(prediction.registry, slots), (memory >> 20U) + 1,
+           passesWith(prediction, slots), (memory >> 20U) + 1,
            fits ? "  recommended for the memory that this machine has free" : "");
   }
 }

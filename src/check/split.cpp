@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -16,14 +17,24 @@
 #include "platform/open_file.h"
 #include "survey/file_walk.h"
 
-// A file that is written under another name until it is whole.
+// A file that is written under another name until it is whole. Without its own name it goes away with this.
 struct NewFile {
   std::string name;
-  std::string unfinished;
+  std::string unfinished;  // the other name; empty when it has its own
   FILE* stream = nullptr;
+
+  NewFile() = default;
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+  ~NewFile() {
+    if (stream != nullptr) fclose(stream);
+    if (!unfinished.empty()) unlink(unfinished.c_str());
+    std::replace(std::begin(filesToRemove), std::end(filesToRemove), unfinished.c_str(),
+                 static_cast<const char*>(nullptr));
+  }
 };
 
-// A signal waits as long.
+// Signals wait while one of these lives.
 class BlockedSignals {
  public:
   BlockedSignals() {
@@ -181,15 +192,6 @@ static bool writeEntries(SurveyedFile& input, SurveyedFile& again, const Predict
   return areWritten && write(files[last], again, written, input.size);
 }
 
-static void giveUp(NewFile (&files)[2]) {
-  // Neither is worth anything without the other.
-  for (NewFile& file : files) {
-    if (file.stream != nullptr) fclose(file.stream);
-    if (!file.unfinished.empty()) unlink(file.unfinished.c_str());
-  }
-  for (const char*& name : filesToRemove) name = nullptr;
-}
-
 // Returns null, or the name of the file that cannot be made.
 static const char* makeFiles(SurveyedFile& file, SurveyedFile& again, const Prediction& prediction,
                              const CheckOptions& options, NewFile (&files)[2]) {
@@ -239,15 +241,8 @@ static const char* renameFiles(NewFile (&files)[2], const CheckOptions& options)
 
 const char* splitInput(SurveyedFile& file, SurveyedFile& again, Prediction& prediction, const CheckOptions& options) {
   OwnerRejection(prediction.registry).rejectAll();
+  // Neither is worth anything without the other.
   NewFile files[2];
-  const char* failed = makeFiles(file, again, prediction, options, files);
-  if (failed == nullptr) failed = renameFiles(files, options);
-  if (failed != nullptr) {
-    // Clearing up may fail, too, and would give its own reason.
-    const std::string reason = messageReason;
-    giveUp(files);
-    snprintf(messageReason, sizeof messageReason, "%s", reason.c_str());
-  }
-  for (const char*& name : filesToRemove) name = nullptr;
-  return failed;
+  const char* const failed = makeFiles(file, again, prediction, options, files);
+  return failed != nullptr ? failed : renameFiles(files, options);
 }

@@ -28,6 +28,13 @@ static bool mayBeMade(const std::string& name, const std::string& folder) {
          faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
+// The conversion goes on with a work file that an earlier run may have left, and with nothing that somebody else may
+// have laid in its place.
+static bool mayBeLeft(const std::string& name, const struct stat& status) {
+  return S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_uid == geteuid() &&
+         faccessat(AT_FDCWD, name.c_str(), R_OK | W_OK, AT_EACCESS) == 0;
+}
+
 MessageCode findFileProblems(const char* input, FindingSink& findings) {
   // The names of the work file and of its copy are the input's and four characters more, and must fit into a path.
   constexpr size_t LONGEST_NAME = 4091;
@@ -37,13 +44,15 @@ MessageCode findFileProblems(const char* input, FindingSink& findings) {
     return USAGE_ERROR;
   }
   struct stat status;
-  const bool isWorkFileThere = lstat((name + ".tmp").c_str(), &status) == 0;
-  if (isWorkFileThere) findings.take({WORK_FILE_IS_THERE});
+  const std::string workFile = name + ".tmp";
+  const bool isThere = lstat(workFile.c_str(), &status) == 0;
+  const bool isLeft = isThere && mayBeLeft(workFile, status);
+  if (isLeft) findings.take({WORK_FILE_IS_THERE});
   // The converter opens its input for writing, although it does not write there: it refuses what its user may not
   // change. Asked with the rights that the user has at the moment.
   const bool isWritable = faccessat(AT_FDCWD, input, W_OK, AT_EACCESS) == 0;
   if (!isWritable) findings.take({INPUT_IS_NOT_WRITABLE});
-  const bool isPossible = isWorkFileThere || mayBeMade(name + ".tmp", folderOf(input));
+  const bool isPossible = isLeft || (!isThere && mayBeMade(workFile, folderOf(input)));
   if (!isPossible) findings.take({WORK_FILE_IS_NOT_POSSIBLE});
   return isWritable && isPossible ? MessageCode{0} : FILE_NOT_OPENED;
 }

@@ -102,7 +102,8 @@ static constexpr FindingKind kinds[] = {
     {"input-name-too-long", SURROUNDINGS, "The name of the input is too long for the conversion.",
      "Use a name of 4,091 characters at most."},
     {"work-file-not-possible", SURROUNDINGS, "The work file cannot be made beside the input.",
-     "Put the input into a folder in which you may write, under a name of 251 characters at most."},
+     "Put the input into a folder in which you may write and nothing has the name of the work file, under a name of 251 "
+     "characters at most."},
     {"work-file-left", SURROUNDINGS, "A work file from an earlier run is there and would be converted as well.",
      "Remove it."},
     {"no-room", SURROUNDINGS, "There is not room enough for the work file, the notes and the output.",

@@ -102,6 +102,7 @@ static void moveWindow(SurveyedFile& file, uint64_t begin, size_t atLeast) {
   // Half of the addresses may be free where all of them are not.
   for (; wanted >= begin - from + atLeast && wanted > 0; wanted /= 2)
     if (map(file, from, std::min(wanted, file.size - from))) return;
+  removeFiles();
   say(programName);
   say(": there is no memory to look at the file\n");
   _exit(2);

@@ -440,6 +440,11 @@ def examineOutput(programs, text, slots, conversion, whole):
 
 # Spoilt outputs.
 
+def newlineMoved(text, place):
+    """The text with its last newline in front of a record."""
+    return text[:place] + b"\n" + text[place:-1]
+
+
 def changedByte(text, rng):
     """The text with one byte changed, outside an install date; None if there is none."""
     dates = [match.span() for match in re.finditer(rb"(?im)^.*installdate: .*$", text)]
@@ -463,6 +468,7 @@ def spoilt(output, other, rng):
             "a record doubled": output[:starts[one]] + record + output[starts[one]:],
             "the end cut off": output[:rng.choice(line_ends)] if line_ends else b"",
             "a byte changed": changedByte(output, rng),
+            "a newline moved": newlineMoved(output, rng.choice(starts[:-1])) if output.endswith(b"\n") else None,
             "the output of another input": other}
 
 

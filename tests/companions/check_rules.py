@@ -200,6 +200,15 @@ def slot_counts_to_choose_from_have_the_passes_of_their_runs():
     return []
 
 
+def slot_counts_that_are_given_have_the_passes_of_the_forecast():
+    """A user who is there twice takes two passes, where all owners have a slot."""
+    with Folder(USER + MAP + USER + MAP) as folder:
+        text = folder.check(INPUT, 1, 1).stdout.decode()
+        said = folder.convert((1, 1)).stdout.count(b" 380928313 ")
+        table = re.findall(r"^ +1 +1 +(\d+) +\d+ +1\.0", text, re.MULTILINE)
+        return differs("passes", (2, ["2"]), (said, table))
+
+
 def a_run_that_ends_while_it_prepares_holds_nothing_of_what_stands_behind():
     other = unit(line_of(LINE - 1)) * 100   # more than a window of the input
     large = unit(*["note: something"] * 100_000)
@@ -368,7 +377,8 @@ def split_that_cannot_be_written_leaves_everything_as_it_was():
 UNUSABLE = (
     (), ("--json",), (INPUT, "1"), (INPUT, "1", "1", "1"), (INPUT, "0", "1"), (INPUT, "1", "0"), (INPUT, "-1", "1"),
     (INPUT, "many", "1"), (INPUT, "", "1"), (INPUT, "2147483648", "1"), ("--unknown", INPUT), ("-x", INPUT),
-    ("--split",), ("--split", GOOD), ("--split", GOOD, REJECTED))
+    ("--split",), ("--split", GOOD), ("--split", GOOD, REJECTED), ("--split", GOOD, "--json", INPUT),
+    ("--split", "--json", REJECTED, INPUT))
 
 
 def a_command_line_that_cannot_be_used_ends_with_2():
@@ -434,6 +444,7 @@ RULES = (owners_of_an_entry_that_falls_apart_are_rejected_together, a_name_that_
          earlier_files_stay_where_the_second_one_may_not_be_replaced, a_folder_that_may_not_be_read_takes_both_files,
          an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_other_line_ends_comments_and_a_version,
          slot_counts_to_choose_from_have_the_passes_of_their_runs,
+    slot_counts_that_are_given_have_the_passes_of_the_forecast,
          a_run_that_ends_while_it_prepares_holds_nothing_of_what_stands_behind, values_are_shown_as_they_stand,
          values_are_only_shown_when_they_are_asked_for, values_are_only_shown_by_splitting_when_they_are_asked_for,
          control_characters_do_not_reach_the_terminal, text_begins_with_the_verdict_and_goes_on_with_the_counts,

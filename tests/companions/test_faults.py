@@ -127,6 +127,20 @@ class Faults(unittest.TestCase):
                 self.assertEqual(process.wait(timeout=LIMIT), -number)
             self.assertEqual(sorted(os.listdir(self.folder.name)), ["input.ldif", "output.ldif"])
 
+    def test_a_split_that_runs_out_of_memory_leaves_no_file(self):
+        # Its many lines need memory once more, behind all others.
+        long_entry = b"dn: o=long\n" + b"description: x\n" * 240_000
+        self.write("input.ldif", users(200_000) + long_entry)
+        with subprocess.Popen([CHECK, "--split", "good", "rejected", self.input], cwd=self.folder.name,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.PIPE) as process:
+            while len(os.listdir(self.folder.name)) < 4 and process.poll() is None:
+                pass
+            resource.prlimit(process.pid, resource.RLIMIT_DATA, (1 << 20, 1 << 20))
+            said = process.communicate(timeout=LIMIT)[1]
+        self.assertEqual(process.returncode, 2, said)
+        self.assertIn(b"memory is exhausted", said)
+        self.assertEqual(sorted(os.listdir(self.folder.name)), ["input.ldif", "output.ldif"])
+
     def test_a_split_whose_user_has_gone_is_finished_where_that_is_wanted(self):
         self.write("input.ldif", users(50_000))
         ignore = lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)

@@ -119,9 +119,25 @@ def a_work_file_of_an_earlier_run_is_found():
         faults = around(folder, [])
         folder.write(WORK_FILE, b"")
         faults += around(folder, ["work-file-left"])
-        (folder.path / WORK_FILE).unlink()
-        (folder.path / WORK_FILE).symlink_to("nowhere")
-        return faults + around(folder, ["work-file-left"])
+        return faults
+
+
+def what_no_run_has_left_in_the_place_of_the_work_file_stops_the_run():
+    makers = {"symbolic link": lambda path: path.symlink_to("nowhere"), "folder": lambda path: path.mkdir(),
+              "hard link": lambda path: path.hardlink_to(path.parent / "other"), "pipe": os.mkfifo}
+    faults = []
+    for make in makers.values():
+        with Folder(REGISTRY) as folder:
+            folder.write("other", b"")
+            make(folder.path / WORK_FILE)
+            faults += around(folder, ["work-file-not-possible"]) + agrees(folder, INPUT)
+    with Folder(REGISTRY) as folder:  # another user's
+        folder.path.chmod(0o777)
+        (folder.path / INPUT).chmod(0o666)
+        folder.write(WORK_FILE, b"")
+        (folder.path / WORK_FILE).chmod(0o666)
+        faults += around(folder, ["work-file-not-possible"], **as_somebody()) + agrees(folder, INPUT, **as_somebody())
+    return faults
 
 
 def an_input_that_may_not_be_written_stops_the_run():
@@ -255,7 +271,8 @@ AROUND = {
 }
 
 
-RULES = (every_identifier_is_shown_and_has_a_neighbour, *AROUND.values(), *check_rules.RULES)
+RULES = (every_identifier_is_shown_and_has_a_neighbour, *AROUND.values(),
+         what_no_run_has_left_in_the_place_of_the_work_file_stops_the_run, *check_rules.RULES)
 
 
 def shortened(text):
