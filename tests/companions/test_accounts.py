@@ -311,6 +311,10 @@ class Accounts(unittest.TestCase):
         shown = self.written(b"\r" + credentials(), "--all")
         self.assertIn("  line 1  lost  (no attribute name)  (blank once it is written)\n", shown)
 
+    def test_lines_of_an_entry_that_are_blank_once_they_are_written_are_listed_together(self):
+        shown = self.written(user("bert") + map_of("bert", "\rone: 1", "\rtwo: 2"), "--all")
+        self.assertRegex(shown, "once they are written\n.*blank once it is written[)]\n.*blank once it is written[)]\n")
+
     def test_a_second_dn_of_a_merged_entry_is_not_merged(self):
         shown = self.written(user("bert") + map_of("bert", "DN: again"), "--all")
         self.assertIn("  line 9  lost  DN  (not merged)\n", shown)
