@@ -288,7 +288,7 @@ static void noteLongEntries(Accounting& accounting, const Registry& registry, co
 
 static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKind kind, Fates& fates) {
   fates.assign(entry.lines.size(), LEFT_OUT);
-  if (kind != SECPOLICYDATA_KIND) settleFates(fates, entry.lines, kind == SECPOLICY_KIND ? POLICY : MERGED, false);
+  if (kind != SECPOLICYDATA_KIND) settleFates(fates, entry.lines, roadOf(kind), false);
   tally(accounting, {entry.begin, "missing", {}, entry.lines, entry.origins, &fates});
 }
 
@@ -336,7 +336,6 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   if (!isPolicyFound) noteLongEntries(accounting, *maker.registry, rows, true);
   accounting.newDns.compare(findNameChanges(maker, rows, side, accounting.sink), accounting.sink);
   findSurvivors(records, room.survivors);
-  const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
   const bool withPolicyData = accounting.sink.wantsEntries() || !maker.registry->isRegular;
   const auto takeEntry = [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
     if (kind == SECPOLICYDATA_KIND) {
@@ -349,13 +348,13 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
     if (isPolicy)
       findFatesAlone(entry.lines, entry.origins, POLICY, true, room.fates);
     else
-      findMergedFates(row, entry.origins, kind == ownKind, room.survivors, room.fates);
+      findMergedFates(row, entry.origins, kind == ownKindOf(side), room.survivors, room.fates);
     if (!isPolicy) absorbRenamed(maker, entry, room.survivors, room.fates);
-    settleFates(room.fates, entry.lines, isPolicy ? POLICY : MERGED, isThere);
+    settleFates(room.fates, entry.lines, roadOf(kind), isThere);
     const char* const whereFound = isPolicy ? "copied" : "merged";
     EntryFate fate = {entry.begin, isThere ? whereFound : "missing", {}, entry.lines, entry.origins, &room.fates};
     fate.record = withoutLineEnd(isPolicy ? records.policyDn : records.newDn);
-    fate.road = isPolicy ? POLICY : MERGED;
+    fate.road = roadOf(kind);
     if (isThere) {
       fate.written = isPolicy ? records.policyLines : records.merged;
       fate.between = row.between;
@@ -386,18 +385,11 @@ template <typename TakeLayer>
 static void forEachLayer(const Registry& registry, const RegistryOwner& owner, OwnerRecords& room,
                          TakeLayer takeLayer) {
   const size_t layers = sortByKind(registry, owner, room.byKind);
-  SlotRows& rows = room.rows;
   for (size_t layer = 0; layer < layers; ++layer) {
-    rows.opener = rows.policyDn = NONE;
-    for (size_t kind = 0; kind < RESCREDS_KIND; ++kind) {
-      rows.parts[kind].clear();
-      if (layer >= room.byKind[kind].size()) continue;
-      const uint32_t i = room.byKind[kind][layer];
-      rows.parts[kind].push_back({i, 0, registry.entries[i].lines});
-      rows.opener = std::min(rows.opener, i);
-      if (kind == SECPOLICY_KIND) rows.policyDn = i;
-    }
-    takeLayer(rows);
+    clearRows(room.rows);
+    for (const auto& entries : room.byKind)
+      if (layer < entries.size()) addToRow(registry, entries[layer], room.rows);
+    takeLayer(room.rows);
   }
 }
 
@@ -406,20 +398,17 @@ static void takeWithoutOwner(Accounting& accounting, RecordMaker& maker, Fates& 
   const auto& entries = maker.registry->entries;
   for (uint32_t i = 0; i < entries.size(); ++i) {
     if (entries[i].owner != NONE || entries[i].kind == RESCREDS_KIND || entries[i].endsPreparation) continue;
-    maker.loadedCount = 0;
     accounting.missing.push_back({entries[i].begin, 0});
-    loseEntry(accounting, loadedEntry(maker, i), UNKNOWN_KIND, fates);
+    loseEntry(accounting, loadedAlone(maker, i), UNKNOWN_KIND, fates);
   }
 }
 
-static void takeCredentials(Accounting& accounting, RecordMaker& maker, Fates& fates) {
+// Has each entry of the resource credentials taken to which a run comes.
+template <typename TakeEntry>
+static void forEachCredential(RecordMaker& maker, TakeEntry takeEntry) {
   const auto& entries = maker.registry->entries;
-  for (uint32_t i = 0; i < entries.size(); ++i) {
-    if (entries[i].kind != RESCREDS_KIND || entries[i].endsPreparation) continue;
-    maker.loadedCount = 0;
-    const LoadedEntry& entry = loadedEntry(maker, i);
-    takeCopiedEntry(accounting, entry.lines, entry.origins, REMAINING, entry.begin, fates);
-  }
+  for (uint32_t i = 0; i < entries.size(); ++i)
+    if (entries[i].kind == RESCREDS_KIND && !entries[i].endsPreparation) takeEntry(loadedAlone(maker, i));
 }
 
 static void announceIfOpen(Accounting& accounting) {
@@ -443,12 +432,10 @@ static void partRecords(Accounting& accounting, RecordMaker& maker, OwnerRecords
       putPolicy(accounting, records);
       announceIfOpen(accounting);
     });
-  for (uint32_t i = 0; i < registry.entries.size(); ++i) {
-    if (registry.entries[i].kind != RESCREDS_KIND || registry.entries[i].endsPreparation) continue;
-    maker.loadedCount = 0;
-    putRecord(accounting, {}, loadedEntry(maker, i).lines, REMAINING);
+  forEachCredential(maker, [&](const LoadedEntry& entry) {
+    putRecord(accounting, {}, entry.lines, REMAINING);
     announceIfOpen(accounting);
-  }
+  });
   partOpenRecords(accounting.output);
 }
 
@@ -501,8 +488,7 @@ static bool reportLongEntries(Accounting& accounting, FindingSink& sink) {
   for (uint32_t i = 0; i < registry.entries.size(); ++i) {
     const GatheredEntry& entry = registry.entries[i];
     if (entry.owner == NONE || entry.rowKind == SECPOLICYDATA_KIND || fitsRow(entry)) continue;
-    const auto columns = static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
-    if (entry.lines == columns && !std::binary_search(missing.begin(), missing.end(), i)) continue;
+    if (entry.lines == rowLength(entry.rowKind) && !std::binary_search(missing.begin(), missing.end(), i)) continue;
     isAny = true;
     sink.take({ENTRY_IN_ANOTHER_ROW, AT_NONE, entry.begin});
   }
@@ -522,11 +508,13 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   EntryFetch fetch;
   for (size_t i = 0; i < owners.size(); ++i) {
     fetchAhead(fetch, again, account.registry, owners[i]);
-    showSurveyProgress(file.program, "records", i, owners.size());
+    showSurveyProgress("records", i, owners.size());
     forEachLayer(account.registry, owners[i], room,
                  [&](const SlotRows& rows) { takeRecords(accounting, maker, rows, owners[i].side, room); });
   }
-  takeCredentials(accounting, maker, room.fates);
+  forEachCredential(maker, [&](const LoadedEntry& entry) {
+    takeCopiedEntry(accounting, entry.lines, entry.origins, REMAINING, entry.begin, room.fates);
+  });
   if (!sink.wantsEntries() && account.registry.isRegular) account.lines[LEFT_OUT] = copied.policyDataLines();
   if (!account.registry.isRegular) takeWithoutOwner(accounting, maker, room.fates);
   findDifference(accounting);

@@ -1,23 +1,13 @@
 // What became of every entry of an export in the output of a conversion.
 #include <cstdio>
-#include <cstdlib>
 #include <new>
 
 #include "account/accounting.h"
 #include "account/options.h"
 #include "account/report.h"
 #include "platform/freed_memory.h"
-#include "platform/message_details.h"
-#include "platform/open_file.h"
+#include "survey/program_end.h"
 #include "survey/progress.h"
-#include "survey/shown_place.h"
-
-static constexpr char PROGRAM[] = "tqldif2v6-account";
-
-[[noreturn]] static void endFor(const char* name) {
-  fprintf(stderr, "%s: %s: %s\n", PROGRAM, harmless(name).c_str(), messageReason);
-  exit(2);
-}
 
 // What has been found would hold for no file that there ever was: before the verdict, and behind what the report reads.
 static void endIfChanged(const SurveyedFile& file) {
@@ -27,11 +17,11 @@ static void endIfChanged(const SurveyedFile& file) {
 static int account(const AccountOptions& options) {
   SurveyedFile input;
   SurveyedFile output;
-  if (!openSurveyed(PROGRAM, options.input, input)) endFor(options.input);
+  if (!openSurveyed(options.input, input)) endFor(options.input);
   SurveyedFile opened = input;
   // In memory as a whole it can be looked at in two places; otherwise each look moves its own window.
   SurveyedFile& again = canBeWhole(input) ? input : opened;
-  if (!openSurveyed(PROGRAM, options.output, output)) endFor(options.output);
+  if (!openSurveyed(options.output, output)) endFor(options.output);
   AccountReport report(options, again, output);
   report.begin();
   OutputRecords records = {};
@@ -45,21 +35,19 @@ static int account(const AccountOptions& options) {
   report.end(made);
   endIfChanged(input);
   endIfChanged(output);
-  // An account that has not come out must not look like one without losses.
-  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
-    failWith();
-    endFor("standard output");
-  }
+  flushOrEnd();
   return made.first.isAny || report.isAnyFound() ? 1 : 0;
 }
 
 int main(int argumentCount, char** arguments) {
+  programName = "tqldif2v6-account";
   const AccountOptions options = readOptions(argumentCount, arguments);
   giveBackLargeBlocks();
+  removeFilesAtEnd();
   try {
     return account(options);
   } catch (const std::bad_alloc&) {
-    fprintf(stderr, "%s: memory is exhausted\n", PROGRAM);
+    fprintf(stderr, "%s: memory is exhausted\n", programName);
     return 2;
   }
 }

@@ -2,8 +2,7 @@
 
 #include <getopt.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include "survey/program_end.h"
 
 static constexpr char usage[] =
     "usage: tqldif2v6-account [--json] [--all] [--values] [--entry DN] INPUT OUTPUT\n"
@@ -15,18 +14,6 @@ static constexpr char usage[] =
     "  --help, --version\n"
     "exit status: 0 when the output is complete and nothing was lost, 1 for losses, changes or another output, 2 when\n"
     "the account itself failed\n";
-
-// Ends with what was asked for.
-[[noreturn]] static void endWith(const char* text) {
-  if (fputs(text, stdout) >= 0 && fflush(stdout) == 0) exit(0);
-  perror("tqldif2v6-account: standard output");
-  exit(2);
-}
-
-[[noreturn]] static void endForUsage(const char* problem) {
-  fprintf(stderr, "tqldif2v6-account: %s\n%s", problem, usage);
-  exit(2);
-}
 
 AccountOptions readOptions(int argumentCount, char** arguments) {
   enum { JSON = 1, ALL, VALUES, ENTRY, HELP, VERSION };
@@ -46,10 +33,10 @@ AccountOptions readOptions(int argumentCount, char** arguments) {
     if (found == ENTRY) read.entry = optarg;
     if (found == HELP) endWith(usage);
     if (found == VERSION) endWith("tqldif2v6-account " TQLDIF2V6_VERSION "\n");
-    if (found == '?') endForUsage("an option is not known or incomplete");
+    if (found == '?') endForUsage("an option is not known or incomplete", usage);
   }
   // A third name would be one too many to guess what was meant.
-  if (argumentCount - optind != 2) endForUsage("two names are expected");
+  if (argumentCount - optind != 2) endForUsage("two names are expected", usage);
   read.input = arguments[optind];
   read.output = arguments[optind + 1];
   return read;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "rules/text.h"
@@ -29,7 +28,6 @@ void AccountReport::begin() {
 // Kept until the end, because JSON has the list of the losses open meanwhile, and two lists cannot be written at
 // once.
 void AccountReport::take(const Finding& finding) {
-  isAnyChange_ = true;
   if (changesOf_[finding.id]++ < SHOWN_OF_EACH || options_.all || options_.json) changes_.push_back(finding);
 }
 
@@ -100,9 +98,8 @@ void AccountReport::writeFate(const EntryFate& entry, Takers& takers, size_t i) 
 
 // The lines by their number, each with what became of it.
 void AccountReport::writeEntry(const EntryFate& entry) {
-  const ShownDn dn = dnAt(input_, entry.begin);
   printf("%sline %" PRId64 ": %s: %s", entriesWritten_++ > 0 ? "\n" : "", lineNumberOf(input_, entry.begin),
-         dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", entry.what);
+         shownDnAt(input_, entry.begin).c_str(), entry.what);
   const bool isMerged = std::string_view(entry.what) == "merged";
   if (isMerged) printf(" into %s", harmless(std::string(behindSpaces(entry.record.substr(3)))).c_str());
   puts("");
@@ -182,11 +179,10 @@ void AccountReport::writeLosses() {
     if (lossesOf_[fate] > 0) printf("\n%s:\n", fateNames[fate]);
     for (const Loss& loss : shown_) {
       if (loss.fate != fate) continue;
-      const ShownDn dn = dnAt(input_, loss.entry);
       std::string line = shownAttribute(input_, loss.line);
       if (options_.values) line += valueAt(input_, loss.line);
-      printf("  line %" PRId64 ": %s, %s\n", lineNumberOf(input_, loss.line),
-             dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", harmless(line).c_str());
+      printf("  line %" PRId64 ": %s, %s\n", lineNumberOf(input_, loss.line), shownDnAt(input_, loss.entry).c_str(),
+             harmless(line).c_str());
     }
     writeRest(lossesOf_[fate]);
   }
@@ -200,9 +196,7 @@ void AccountReport::writeChanges() {
     printf("\n%s (%s): %s\n", kind.id, nameOf(kind.effect), kind.what);
     for (const Finding& change : changes_) {
       if (change.id != id) continue;
-      const ShownDn dn = dnAt(input_, change.entry);
-      printf("  line %" PRId64 ": %s\n", lineNumberOf(input_, change.line != NO_PLACE ? change.line : change.entry),
-             dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown");
+      printf("  line %" PRId64 ": %s\n", lineNumberOf(input_, change.place()), shownDnAt(input_, change.entry).c_str());
     }
     if (!options_.all) writeRest(changesOf_[id]);
   }

@@ -21,7 +21,7 @@ class AccountReport final : public AccountSink {
   void takeLoss(const EntryFate& entry, size_t line) override;
   void end(const Account& account);
 
-  bool isAnyFound() const { return losses_ > 0 || isAnyChange_; }
+  bool isAnyFound() const { return losses_ > 0 || !changes_.empty(); }
 
  private:
   struct Loss {
@@ -47,6 +47,5 @@ class AccountReport final : public AccountSink {
   int64_t losses_ = 0;
   int64_t lossesOf_[NUMBER_OF_FATES] = {};
   int64_t changesOf_[NUMBER_OF_FINDINGS] = {};
-  bool isAnyChange_ = false;
   int64_t entriesWritten_ = 0;
 };

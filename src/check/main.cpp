@@ -14,15 +14,9 @@
 #include "check/surroundings.h"
 #include "platform/file_operations.h"
 #include "platform/freed_memory.h"
-#include "platform/message_details.h"
-#include "platform/open_file.h"
+#include "survey/program_end.h"
 #include "survey/progress.h"
 #include "survey/shown_place.h"
-
-[[noreturn]] static void endFor(const char* name) {
-  fprintf(stderr, "tqldif2v6-check: %s: %s\n", harmless(name).c_str(), messageReason);
-  exit(2);
-}
 
 static void requireDistinctNames(const CheckOptions& options) {
   if (options.good == nullptr) return;
@@ -33,7 +27,7 @@ static void requireDistinctNames(const CheckOptions& options) {
   for (size_t i = 0; i < names.size(); ++i)
     for (size_t j = 0; j < i; ++j) {
       if (!isSameFile(names[i].c_str(), names[j].c_str())) continue;
-      fprintf(stderr, "tqldif2v6-check: two names lead to the same file: %s and %s\n", harmless(names[j]).c_str(),
+      fprintf(stderr, "%s: two names lead to the same file: %s and %s\n", programName, harmless(names[j]).c_str(),
               harmless(names[i]).c_str());
       exit(2);
     }
@@ -47,7 +41,7 @@ static void endIfChanged(const SurveyedFile& file) {
 static int check(const CheckOptions& options) {
   SurveyedFile file;
   requireDistinctNames(options);
-  if (!openSurveyed("tqldif2v6-check", options.input, file)) endFor(options.input);
+  if (!openSurveyed(options.input, file)) endFor(options.input);
   SurveyedFile opened = file;
   // In memory as a whole it can be looked at in two places; otherwise each look moves its own window.
   SurveyedFile& again = canBeWhole(file) ? file : opened;
@@ -66,22 +60,20 @@ static int check(const CheckOptions& options) {
   endIfChanged(file);
   if (options.good != nullptr)
     if (const char* const failed = splitInput(file, again, prediction, options); failed != nullptr) endFor(failed);
-  // A report that has not come out must not look like one without problems.
-  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
-    failWith();
-    endFor("standard output");
-  }
+  flushOrEnd();
   return report.isAnyFound() ? 1 : 0;
 }
 
 int main(int argumentCount, char** arguments) {
+  programName = "tqldif2v6-check";
   const CheckOptions options = readOptions(argumentCount, arguments);
   giveBackLargeBlocks();
+  removeFilesAtEnd();
   signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is the error of a call
   try {
     return check(options);
   } catch (const std::bad_alloc&) {
-    fputs("tqldif2v6-check: memory is exhausted\n", stderr);
+    fprintf(stderr, "%s: memory is exhausted\n", programName);
     return 2;
   }
 }

@@ -3,10 +3,10 @@
 #include <getopt.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 
 #include "rules/object_class.h"
+#include "survey/program_end.h"
 
 static constexpr char usage[] =
     "usage: tqldif2v6-check [--json] [--all] [--values] [--split GOOD REJECTED] INPUT [MAXUSERS MAXGROUPS]\n"
@@ -19,18 +19,6 @@ static constexpr char usage[] =
     "  --help, --version\n"
     "exit status: 0 when nothing was found, 1 for problems, 2 when the check itself failed\n";
 
-// Ends with what was asked for.
-[[noreturn]] static void endWith(const char* text) {
-  if (fputs(text, stdout) >= 0 && fflush(stdout) == 0) exit(0);
-  perror("tqldif2v6-check: standard output");
-  exit(2);
-}
-
-[[noreturn]] static void endForUsage(const char* problem) {
-  fprintf(stderr, "tqldif2v6-check: %s\n%s", problem, usage);
-  exit(2);
-}
-
 static int32_t readSlotCount(const char* text) {
   char* end = nullptr;
   errno = 0;
@@ -38,7 +26,7 @@ static int32_t readSlotCount(const char* text) {
   // Stricter than the conversion, which takes the digits that it finds: a slip of the finger should not be foretold,
   // but told.
   if (errno != 0 || end == text || *end != '\0' || count < 1 || count > INT32_MAX)
-    endForUsage("a slot count must be a number from 1 to 2147483647");
+    endForUsage("a slot count must be a number from 1 to 2147483647", usage);
   return static_cast<int32_t>(count);
 }
 
@@ -59,18 +47,18 @@ CheckOptions readOptions(int argumentCount, char** arguments) {
     if (found == SPLIT) {
       // An option there means that a name has been forgotten, and would become the name of a file.
       if (optind >= argumentCount || *optarg == '-' || *arguments[optind] == '-')
-        endForUsage("--split needs two names that do not begin with a dash");
+        endForUsage("--split needs two names that do not begin with a dash", usage);
       read.good = optarg;
       // getopt_long takes one argument of an option; the second one is the next word.
       read.rejected = arguments[optind++];
     }
     if (found == HELP) endWith(usage);
     if (found == VERSION) endWith("tqldif2v6-check " TQLDIF2V6_VERSION "\n");
-    if (found == '?') endForUsage("an option is not known or incomplete");
+    if (found == '?') endForUsage("an option is not known or incomplete", usage);
   }
   // Slot counts come in pairs: for one of them alone the other would have to be guessed.
   const int left = argumentCount - optind;
-  if (left != 1 && left != 3) endForUsage("one or three arguments are expected");
+  if (left != 1 && left != 3) endForUsage("one or three arguments are expected", usage);
   read.input = arguments[optind];
   if (left == 3) {
     read.slots[USER_SIDE] = readSlotCount(arguments[optind + 1]);

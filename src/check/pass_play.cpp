@@ -12,10 +12,6 @@
 #include "check/regular_records.h"
 #include "rules/text.h"
 
-static void report(FindingSink& findings, const Registry& registry, FindingId id, At at, uint32_t entry) {
-  findings.take({id, at, registry.entries[entry].begin});
-}
-
 // What a slot holds: of each kind an entry, NONE, or ODD.
 struct Slot {
   std::array<uint32_t, RESCREDS_KIND> rows;
@@ -97,10 +93,8 @@ static uint32_t linesOf(const std::vector<RowPart>& parts) {
   return lines;
 }
 
-static uint32_t columns(EntryKind kind) { return static_cast<uint32_t>(columnsOf(kind)); }
-
 static bool isFull(const Play& play, EntryKind kind, int32_t slot) {
-  return linesOf(partsOf(play, kind, slot)) == columns(kind);
+  return linesOf(partsOf(play, kind, slot)) == rowLength(kind);
 }
 
 static Slot& slotAt(Play& play, Side side, int32_t slot) {
@@ -119,22 +113,15 @@ static void clearRow(Play& play, EntryKind kind, int32_t slot) {
   slotAt(play, sideOf(kind), slot).rows[kind] = NONE;
 }
 
-// Loads an entry in the place of all others. One that fills many rows is asked for again and again, and stays loaded.
-static const LoadedEntry& loadedAlone(Play& play, uint32_t entry) {
-  RecordMaker& maker = play.maker;
-  if (maker.loadedCount != 1 || maker.loaded[0]->number != entry) maker.loadedCount = 0;
-  return loadedEntry(maker, entry);
-}
-
 // The text is copied, because the entry that it lies in makes room for the next one that is looked at.
 static std::string firstLineOf(Play& play, const std::vector<RowPart>& parts) {
   if (parts.empty()) return {};
-  return std::string(loadedAlone(play, parts[0].entry).lines[parts[0].first].view());
+  return std::string(loadedAlone(play.maker, parts[0].entry).lines[parts[0].first].view());
 }
 
 // The first line of an entry as it stands before it is gathered.
 static std::string firstLineAsRead(Play& play, uint32_t entry) {
-  return std::string(loadedAlone(play, entry).lines[0].view());
+  return std::string(loadedAlone(play.maker, entry).lines[0].view());
 }
 
 // A run ends with its first failure. The play goes on behind it, so that the failures of later entries are found,
@@ -148,7 +135,7 @@ static uint64_t keyOf(FindingId id, uint32_t entry) { return uint64_t{entry} * N
 
 // An entry that is met in several passes, or that is complained of in several ways, is one problem to mend.
 static void reportOnce(Play& play, FindingId id, At at, uint32_t entry) {
-  if (play.reported.insert(keyOf(id, entry)).second) report(play.findings, play.registry, id, at, entry);
+  if (play.reported.insert(keyOf(id, entry)).second) play.findings.take({id, at, play.registry.entries[entry].begin});
 }
 
 static void reportFailure(Play& play, DetailText problem, uint32_t entry) {
@@ -240,13 +227,13 @@ static bool isAsPlanned(const GatheredEntry& entry) { return fitsOwnRow(entry) &
 
 // Puts the entry into the row and, as far as it is too long, into those behind it.
 static void place(Play& play, uint32_t entry, int32_t slot) {
-  const EntryKind kind = rowKindOf(play.registry, entry);
+  const EntryKind kind = play.registry.entries[entry].rowKind;
   const uint32_t lines = play.registry.entries[entry].lines;
   const int32_t first = slot;
   // A row of exactly so many lines as it has columns has nothing behind it that says where it ends: what reads it
   // goes on in the next row.
-  if (lines < columns(kind)) slotAt(play, sideOf(kind), slot).rows[kind] = entry;
-  for (uint32_t passed = 0; lines >= columns(kind) && passed < lines; passed += columns(kind), ++slot) {
+  if (lines < rowLength(kind)) slotAt(play, sideOf(kind), slot).rows[kind] = entry;
+  for (uint32_t passed = 0; lines >= rowLength(kind) && passed < lines; passed += rowLength(kind), ++slot) {
     // There are as many rows as the run has slots, whether these are in use or not.
     if (slot == play.limits[sideOf(kind)]) {
       fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, firstLineOf(play, {{entry, 0, 1}}));
@@ -254,7 +241,7 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
       takeBackRest(play, kind, first, entry);
       break;
     }
-    std::vector<RowPart> parts = {{entry, passed, std::min(columns(kind), lines - passed)}};
+    std::vector<RowPart> parts = {{entry, passed, std::min(rowLength(kind), lines - passed)}};
     const std::vector<RowPart> before = partsOf(play, kind, slot);
     appendRest(before, parts[0].count, parts);
     setRow(play, kind, slot, std::move(parts));
@@ -266,7 +253,7 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
 
 // Gathers the entry into a slot, or finds that it cannot be.
 static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
-  const EntryKind kind = rowKindOf(play.registry, entry);
+  const EntryKind kind = play.registry.entries[entry].rowKind;
   const Side side = sideOf(kind);
   Slot& target = slotAt(play, side, slot);
   if (target.rows[kind] != NONE || !isAsPlanned(play.registry.entries[entry])) noteLookUp(play);
@@ -288,14 +275,13 @@ static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
 // An entry as a pass meets it. Returns false when it stays.
 static bool meet(Play& play, uint32_t number) {
   const GatheredEntry& entry = play.registry.entries[number];
-  const auto kind = static_cast<EntryKind>(entry.kind);
+  const EntryKind kind = entry.kind;
   // A pass asks this before it looks at the entry: one with a problem does not end the run while as many entries of
   // its kind have been gathered as there are slots.
   if (kind != UNKNOWN_KIND && play.counts[kind] >= play.limits[sideOf(kind)]) return false;
   if (entry.problem != NO_DETAIL) {
-    const auto problem = static_cast<DetailText>(entry.problem);
-    fail(play, PROCESSING_FAILED, problem, firstLineAsRead(play, number));
-    reportFailure(play, problem, number);
+    fail(play, PROCESSING_FAILED, entry.problem, firstLineAsRead(play, number));
+    reportFailure(play, entry.problem, number);
     return true;
   }
   const Side side = sideOf(kind);
@@ -316,7 +302,7 @@ static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
     const auto parts = partsOf(play, kind, next);
     const bool isOfAnother = next != slot && next < play.inUse[sideOf(kind)] && parts[0].entry != own[0].entry;
     if (isOfAnother) reportRunOn(play, kind, own[0].entry);
-    goesOn = linesOf(parts) == columns(kind);
+    goesOn = linesOf(parts) == rowLength(kind);
     clearRow(play, kind, next);
   }
   // It has emptied the rows of later slots. Should one of these lack an entry of this kind, this is the one to blame;
@@ -355,7 +341,7 @@ static void failForRecords(Play& play, const SlotRecords& records, const SlotRow
 // What is taken for the entry of a row: where that is full, what stands in the next one, too.
 static std::vector<RowPart> readOn(const Play& play, EntryKind kind, int32_t slot) {
   std::vector<RowPart> all = partsOf(play, kind, slot);
-  for (uint32_t lines = linesOf(all); lines == columns(kind);) {
+  for (uint32_t lines = linesOf(all); lines == rowLength(kind);) {
     const std::vector<RowPart> more = partsOf(play, kind, ++slot);
     lines = linesOf(more);
     all.insert(all.end(), more.begin(), more.end());
@@ -379,7 +365,7 @@ static void flushSlot(Play& play, Side side, int32_t number) {
       play.run.memory.mostLines = std::max(play.run.memory.mostLines, linesOf(parts));
   const auto entries = entriesOf(play.registry, owner);
   const bool isAsAlone = owner.isRegular && std::all_of(entries.begin(), entries.end(), [&](uint32_t i) {
-                           return slot.rows[rowKindOf(play.registry, i)] == i;
+                           return slot.rows[play.registry.entries[i].rowKind] == i;
                          });
   if (isAsAlone && !owner.hasProblem) {
     play.run.bytes += owner.bytes;
@@ -617,8 +603,8 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
     if (play.run.failure.code == 0) ++play.run.passes;
     flush(play);
     noteBytes(play);
-    // The run would go round for ever, and ends with a message instead.
   } else if (!isAny) {
+    // The run would go round for ever, and ends with a message instead.
     fail(play, PROCESSING_FAILED, NOTHING_GATHERED, {});
     play.findings.take({NOTHING_CAN_BE_GATHERED, AT_GIVEN});
     return false;
@@ -641,11 +627,11 @@ static void reportOthers(Play& play) {
     std::sort(begin, begin + owner.entries);
     bool has[RESCREDS_KIND] = {};
     for (const uint32_t i : entriesOf(play.registry, owner)) {
-      const EntryKind kind = rowKindOf(play.registry, i);
+      const EntryKind kind = play.registry.entries[i].rowKind;
       const bool isDouble = has[kind];
       has[kind] = true;
       if (isDouble) reportOnce(play, DOUBLED_ENTRY, AT_OTHERS, i);
-      if (play.registry.entries[i].lines >= columns(kind)) reportOnce(play, TOO_MANY_LINES, AT_OTHERS, i);
+      if (play.registry.entries[i].lines >= rowLength(kind)) reportOnce(play, TOO_MANY_LINES, AT_OTHERS, i);
     }
   }
 }

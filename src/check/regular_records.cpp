@@ -6,18 +6,12 @@
 #include "survey/progress.h"
 
 void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& rows) {
-  for (auto& parts : rows.parts) parts.clear();
-  rows.opener = owner.first;
-  rows.policyDn = NONE;
-  for (const uint32_t i : entriesOf(registry, owner)) {
-    const EntryKind kind = rowKindOf(registry, i);
-    rows.parts[kind].push_back({i, 0, registry.entries[i].lines});
-    if (kind == SECPOLICY_KIND) rows.policyDn = i;
-  }
+  clearRows(rows);
+  for (const uint32_t i : entriesOf(registry, owner)) addToRow(registry, i, rows);
 }
 
 uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side) {
-  EntryKind kind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  EntryKind kind = ownKindOf(side);
   if (records.missing != UNKNOWN_KIND) kind = records.present;
   if (records.subjectKind != UNKNOWN_KIND) kind = records.subjectKind;
   if (kind >= RESCREDS_KIND || rows.parts[kind].empty()) return rows.opener;
@@ -28,7 +22,7 @@ RecordDn takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, Record
                      FindingSink& findings) {
   findSurvivors(maker.records, survivors);
   forEachEntryOfSlot(maker, rows, side, false, [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
-    const Road road = kind == SECPOLICY_KIND ? POLICY : MERGED;
+    const Road road = roadOf(kind);
     const auto takeFate = [&](size_t line, LineFate fate) {
       if (!isLoss(fate)) return;
       findLoss(fate, entry.lines[line], road, originOf(*maker.registry, entry, line), entry.begin, findings);
@@ -124,8 +118,7 @@ void makeRegularRecords(Registry& registry, RecordMaker& maker, DnComparison& ne
   RecordWorker workers[2] = {{RecordMaker(*maker.file, registry, maker.changetypeSeen)},
                              {RecordMaker(*maker.file, registry, maker.changetypeSeen)}};
   // Only a file that is in memory as a whole can be looked at in two places at once.
-  textFrom(*maker.file, 0, 1);
-  const size_t ofSecond = isWhole(*maker.file) ? OWNERS_AT_ONCE : 0;
+  const size_t ofSecond = canBeWhole(*maker.file) ? OWNERS_AT_ONCE : 0;
   OwnerRange first = {0, 0};
   OwnerRange second = {0, 0};
   while (second.end < registry.owners.size()) {
@@ -133,9 +126,7 @@ void makeRegularRecords(Registry& registry, RecordMaker& maker, DnComparison& ne
     second = rangeBehind(registry, first, ofSecond);
     // Where no thread can be had, the second half is made when it is waited for.
     auto half = std::async([&] { makeRecordsOf(workers[1], second, [] {}); });
-    const auto showProgress = [&] {
-      showSurveyProgress(maker.file->program, "records", first.begin, registry.owners.size());
-    };
+    const auto showProgress = [&] { showSurveyProgress("records", first.begin, registry.owners.size()); };
     makeRecordsOf(workers[0], first, showProgress);
     half.get();
     for (RecordWorker& worker : workers) worker.found.handOver(newDns, findings, showProgress);

@@ -7,10 +7,6 @@
 #include "survey/entry_findings.h"
 #include "survey/record.h"
 
-inline EntryKind rowKindOf(const Registry& registry, uint32_t entry) {
-  return static_cast<EntryKind>(registry.entries[entry].rowKind);
-}
-
 // Fills the rows of a slot with the entries of such an owner.
 void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& rows);
 

@@ -67,12 +67,10 @@ void Report::writeFindings() {
     for (const Finding& finding : kept_) {
       // What is wrong with the file as a whole has no place in it, and is said by the heading alone.
       if (finding.id != id || finding.entry == NO_PLACE) continue;
-      const uint64_t place = finding.line != NO_PLACE ? finding.line : finding.entry;
-      const ShownDn dn = dnAt(file_, finding.entry);
       const std::string line = harmless(lineText(file_, finding, options_.values));
-      printf("    line %" PRId64 ": %s%s%s%s\n", lineNumberOf(file_, place),
-             dn.isKnown ? harmless(dn.text).c_str() : "an entry whose DN cannot be shown", line.empty() ? "" : ", ",
-             line.c_str(), finding.at == AT_OTHERS ? " (at other slot counts)" : "");
+      printf("    line %" PRId64 ": %s%s%s%s\n", lineNumberOf(file_, finding.place()),
+             shownDnAt(file_, finding.entry).c_str(), line.empty() ? "" : ", ", line.c_str(),
+             finding.at == AT_OTHERS ? " (at other slot counts)" : "");
       ++shown;
     }
     if (shown != 0 && shown < counts_[id]) printf("    and %" PRId64 " more: --all shows them\n", counts_[id] - shown);

@@ -16,6 +16,7 @@
 #include "platform/message_details.h"
 #include "platform/open_file.h"
 #include "survey/file_walk.h"
+#include "survey/program_end.h"
 
 // A file that is written under another name until it is whole. Without its own name it goes away with this.
 struct NewFile {

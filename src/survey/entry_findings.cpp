@@ -426,7 +426,7 @@ static bool isApartFromContainer(const SlotRecords& records) {
 }
 
 RecordDn findNameChanges(RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
-  const EntryKind own = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  const EntryKind own = ownKindOf(side);
   const uint64_t begin = maker.registry->entries[rows.parts[own][0].entry].begin;
   const SlotRecords& records = maker.records;
   const std::string_view name = records.name;

@@ -1,44 +1,54 @@
 #include "survey/findings.h"
 
+#include <algorithm>
 #include <iterator>
 
 // By FindingId.
 static constexpr FindingKind kinds[] = {
     {"entry-begins-with-continuation", STOPS, "The entry begins with the continuation of another line.",
-     "Write a comment before it on one line; remove a line of blanks alone."},
-    {"user-without-authority", STOPS, "The user has no secAuthority.", "Add the attribute or remove the user."},
-    {"user-without-name", STOPS, "The user has no principalName.", "Add the attribute or remove the user."},
+     "Write a comment before it on one line; remove a line of blanks alone.", FOLDED_COMMENT},
+    {"user-without-authority", STOPS, "The user has no secAuthority.", "Add the attribute or remove the user.",
+     USER_WITHOUT_AUTHORITY},
+    {"user-without-name", STOPS, "The user has no principalName.", "Add the attribute or remove the user.",
+     USER_WITHOUT_NAME},
     {"users-entry-without-authority", STOPS, "The entry under cn=Users has no secAuthority.",
-     "Add the attribute or remove the entry."},
+     "Add the attribute or remove the entry.", USERS_ENTRY_WITHOUT_AUTHORITY},
     {"users-entry-without-dn", STOPS, "The entry under cn=Users has no secDN.",
-     "Add the attribute or remove the entry."},
-    {"map-without-authority", STOPS, "The map has no secAuthority in its DN.", "Mend its DN or remove it."},
-    {"map-without-dn", STOPS, "The map has no secDN.", "Add the attribute or remove the map."},
-    {"incomplete-dn", STOPS, "The entry does not begin with a complete dn: line.", "Mend its first line."},
-    {"dn-without-comma", STOPS, "The DN has no comma, so the entry belongs to no user.", "Mend its DN or remove it."},
-    {"owner-dn-too-long", STOPS, "The entry names too long an owner DN.", "Shorten it to 19,998 characters at most."},
+     "Add the attribute or remove the entry.", USERS_ENTRY_WITHOUT_DN},
+    {"map-without-authority", STOPS, "The map has no secAuthority in its DN.", "Mend its DN or remove it.",
+     MAP_WITHOUT_AUTHORITY},
+    {"map-without-dn", STOPS, "The map has no secDN.", "Add the attribute or remove the map.", MAP_WITHOUT_DN},
+    {"incomplete-dn", STOPS, "The entry does not begin with a complete dn: line.", "Mend its first line.",
+     INCOMPLETE_DN},
+    {"dn-without-comma", STOPS, "The DN has no comma, so the entry belongs to no user.", "Mend its DN or remove it.",
+     DN_WITHOUT_COMMA},
+    {"owner-dn-too-long", STOPS, "The entry names too long an owner DN.", "Shorten it to 19,998 characters at most.",
+     OWNER_DN_TOO_LONG},
     {"user-without-map", STOPS, "The user has no secMap entry.",
-     "Add its secMap entry, whose secDN must be the user's DN, or remove the user."},
+     "Add its secMap entry, whose secDN must be the user's DN, or remove the user.", USER_WITHOUT_MAP},
     {"group-without-map", STOPS, "The group has no secMap entry.",
-     "Add its secMap entry, whose secDN must be the group's DN, or remove the group."},
+     "Add its secMap entry, whose secDN must be the group's DN, or remove the group.", GROUP_WITHOUT_MAP},
     {"user-without-own-entry", STOPS, "The entry belongs to a user without a secUser entry of its own.",
-     "Add that entry or remove this one."},
+     "Add that entry or remove this one.", USER_WITHOUT_OWN_ENTRY},
     {"group-without-own-entry", STOPS, "The map belongs to a group without a secGroup entry.",
-     "Add that entry or remove this one."},
-    {"group-without-name", STOPS, "The group has no cn.", "Add the attribute or remove the group."},
-    {"name-too-long", STOPS, "The name is too long.", "Shorten it to 1,022 characters at most."},
-    {"dn-too-long", STOPS, "The DN is too long, the old or the new one.", "Shorten it to 4,094 characters at most."},
-    {"policy-without-authority", STOPS, "The policy has no secAuthority in its DN.", "Mend its DN or remove it."},
+     "Add that entry or remove this one.", GROUP_WITHOUT_OWN_ENTRY},
+    {"group-without-name", STOPS, "The group has no cn.", "Add the attribute or remove the group.", GROUP_WITHOUT_NAME},
+    {"name-too-long", STOPS, "The name is too long.", "Shorten it to 1,022 characters at most.", NAME_TOO_LONG},
+    {"dn-too-long", STOPS, "The DN is too long, the old or the new one.", "Shorten it to 4,094 characters at most.",
+     DN_TOO_LONG},
+    {"policy-without-authority", STOPS, "The policy has no secAuthority in its DN.", "Mend its DN or remove it.",
+     POLICY_WITHOUT_AUTHORITY},
     {"line-without-colon", STOPS, "A line of the entry has no colon.",
-     "Mend the line; one that continues another begins with a blank."},
-    {"doubled-entry", STOPS, "Another entry of the same kind belongs to the same user or group.",
-     "Remove one of them."},
+     "Mend the line; one that continues another begins with a blank.", LINE_WITHOUT_COLON},
+    {"doubled-entry", STOPS, "Another entry of the same kind belongs to the same user or group.", "Remove one of them.",
+     DOUBLED},
     {"too-many-lines", STOPS, "The entry has more lines than can be gathered of it.",
-     "Remove lines from it: 49 are gathered, of a policy 499."},
+     "Remove lines from it: 49 are gathered, of a policy 499.", ROW_OVERRUN},
     {"unknown-class", STOPS, "What is left of the entry behind a broken line is of an unknown class.",
-     "Shorten its lines of 4,095 characters and more, and take out carriage returns that begin a line."},
-    {"entry-too-long", STOPS, "The entry has more than 250,000 lines.", "Remove lines from it."},
-    {"nothing-gathered", STOPS, "The entries that remain cannot be gathered.", "Try other slot counts."},
+     "Shorten its lines of 4,095 characters and more, and take out carriage returns that begin a line.", UNKNOWN_CLASS},
+    {"entry-too-long", STOPS, "The entry has more than 250,000 lines.", "Remove lines from it.", ENTRY_TOO_LONG},
+    {"nothing-gathered", STOPS, "The entries that remain cannot be gathered.", "Try other slot counts.",
+     NOTHING_GATHERED},
 
     {"looks-like-bookkeeping", LOSES, "The line is dropped: it holds the name of an attribute that is.",
      "Reword the value."},
@@ -127,39 +137,7 @@ const char* nameOf(At at) {
   return names[at];
 }
 
-struct FailureFinding {
-  DetailText problem;
-  FindingId id;
-};
-
-static constexpr FailureFinding failures[] = {
-    {FOLDED_COMMENT, ENTRY_BEGINS_WITH_CONTINUATION},
-    {USER_WITHOUT_AUTHORITY, USER_HAS_NO_AUTHORITY},
-    {USER_WITHOUT_NAME, USER_HAS_NO_NAME},
-    {USERS_ENTRY_WITHOUT_AUTHORITY, USERS_ENTRY_HAS_NO_AUTHORITY},
-    {USERS_ENTRY_WITHOUT_DN, USERS_ENTRY_HAS_NO_DN},
-    {MAP_WITHOUT_AUTHORITY, MAP_HAS_NO_AUTHORITY},
-    {MAP_WITHOUT_DN, MAP_HAS_NO_DN},
-    {INCOMPLETE_DN, DN_IS_INCOMPLETE},
-    {DN_WITHOUT_COMMA, DN_HAS_NO_COMMA},
-    {OWNER_DN_TOO_LONG, OWNER_DN_IS_TOO_LONG},
-    {USER_WITHOUT_MAP, USER_HAS_NO_MAP},
-    {GROUP_WITHOUT_MAP, GROUP_HAS_NO_MAP},
-    {USER_WITHOUT_OWN_ENTRY, ENTRY_WITHOUT_USER},
-    {GROUP_WITHOUT_OWN_ENTRY, MAP_WITHOUT_GROUP},
-    {GROUP_WITHOUT_NAME, GROUP_HAS_NO_NAME},
-    {NAME_TOO_LONG, NAME_IS_TOO_LONG},
-    {DN_TOO_LONG, DN_IS_TOO_LONG},
-    {POLICY_WITHOUT_AUTHORITY, POLICY_HAS_NO_AUTHORITY},
-    {LINE_WITHOUT_COLON, LINE_HAS_NO_COLON},
-    {DOUBLED, DOUBLED_ENTRY},
-    {ROW_OVERRUN, TOO_MANY_LINES},
-    {UNKNOWN_CLASS, CLASS_IS_UNKNOWN},
-    {ENTRY_TOO_LONG, ENTRY_IS_TOO_LONG},
-};
-
 FindingId findingOf(DetailText problem) {
-  for (const FailureFinding& failure : failures)
-    if (failure.problem == problem) return failure.id;
-  return NOTHING_CAN_BE_GATHERED;
+  const auto isOfProblem = [&](const FindingKind& kind) { return kind.failure == problem; };
+  return static_cast<FindingId>(std::find_if(std::begin(kinds), std::end(kinds), isOfProblem) - std::begin(kinds));
 }

@@ -76,8 +76,9 @@ enum Effect : uint8_t { STOPS, LOSES, CHANGES, SURROUNDINGS };
 struct FindingKind {
   const char* id;
   Effect effect;
-  const char* what;    // will happen
-  const char* advice;  // what to do
+  const char* what;                // will happen
+  const char* advice;              // what to do
+  DetailText failure = NO_DETAIL;  // of the conversion, that it is
 };
 
 const FindingKind& kindOf(FindingId id);
@@ -87,7 +88,7 @@ const char* nameOf(Effect effect);
 enum At : uint8_t { AT_NONE, AT_GIVEN, AT_OTHERS };
 const char* nameOf(At at);
 
-// Returns the finding that a failure of the conversion is.
+// Returns the finding that a failure of the conversion is. There is one for each that an entry can bring about.
 FindingId findingOf(DetailText problem);
 
 constexpr uint64_t NO_PLACE = UINT64_MAX;
@@ -96,7 +97,9 @@ struct Finding {
   FindingId id;
   At at = AT_NONE;
   uint64_t entry = NO_PLACE;  // where the entry begins in the input
-  uint64_t line = NO_PLACE;   // where the line stands that it is about; that of the entry for none
+  uint64_t line = NO_PLACE;   // where the line stands that it is about, if it is about one
+
+  uint64_t place() const { return line != NO_PLACE ? line : entry; }
 };
 
 // Who takes the findings as they are found.

@@ -128,8 +128,7 @@ bool isOneEntry(const std::vector<RowPart>& parts);
 template <typename TakeEntry>
 void forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, bool withPolicyData, TakeEntry takeEntry) {
   const bool isMergedTwice = !rows.parts[USERS_SECUSER_KIND].empty();
-  const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
-  const EntryKind baseKind = isMergedTwice ? USERS_SECUSER_KIND : ownKind;
+  const EntryKind baseKind = isMergedTwice ? USERS_SECUSER_KIND : ownKindOf(side);
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind) {
     const auto& parts = rows.parts[kind];
     if (!isOneEntry(parts) || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;

@@ -7,8 +7,9 @@
 #include <ctime>
 
 #include "platform/progress_line.h"
+#include "survey/program_end.h"
 
-void showSurveyProgress(const char* program, const char* step, uint64_t done, uint64_t all) {
+void showSurveyProgress(const char* step, uint64_t done, uint64_t all) {
   // Asking the clock takes longer than many an entry.
   constexpr uint32_t CALLS_BETWEEN_LOOKS = 4096;
   constexpr size_t LINE_SIZE = 100;
@@ -23,7 +24,7 @@ void showSurveyProgress(const char* program, const char* step, uint64_t done, ui
   if (now == shownAt) return;
   shownAt = now;
   char line[LINE_SIZE];
-  snprintf(line, sizeof line, "%s: %s: %" PRIu64 " %%", program, step, done * WHOLE / all);
+  snprintf(line, sizeof line, "%s: %s: %" PRIu64 " %%", programName, step, done * WHOLE / all);
   drawProgressLine(line);
 }
 

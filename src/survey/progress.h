@@ -4,7 +4,7 @@
 #include <cstdint>
 
 // Shows it now and then; cheap enough to be called for every entry.
-void showSurveyProgress(const char* program, const char* step, uint64_t done, uint64_t all);
+void showSurveyProgress(const char* step, uint64_t done, uint64_t all);
 
 // Takes the line away before anything else is shown.
 void endSurveyProgress();

@@ -64,8 +64,7 @@ static void prepareOnceMore(RecordMaker& maker, const GatheredEntry& entry, Load
   // What the first look found need not be found again; it is most of the work.
   loaded.areOriginsKnown = !entry.isPlain || areOriginsWanted;
   if (entry.isPlain)
-    prepareKnownEntry(loaded.read, text, classOfKind(static_cast<EntryKind>(entry.kind)), areOriginsWanted,
-                      loaded.texts, loaded.prepared);
+    prepareKnownEntry(loaded.read, text, classOfKind(entry.kind), areOriginsWanted, loaded.texts, loaded.prepared);
   else
     prepareEntry(loaded.read, text, classOf(loaded.read.lines()), true, loaded.texts, loaded.prepared);
 }
@@ -81,7 +80,7 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
   if (isNew) measure(maker, entry, loaded.lines);
   // A slot holds the first line as its owner's DN has been read from it: blanks and all that stands behind are gone.
   if (entry.isNormal) return;
-  const Owner owner = ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr);
+  const Owner owner = ownerOf(loaded.lines, entry.kind, loaded.texts, nullptr);
   loaded.lines[0] = scanLine(owner.firstLine);
   if (isNew) maker.measured.kept += bytesOfLines(loaded.lines);
 }
@@ -106,15 +105,30 @@ LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number) {
   return loaded;
 }
 
+const LoadedEntry& loadedAlone(RecordMaker& maker, uint32_t number) {
+  if (maker.loadedCount != 1 || maker.loaded[0]->number != number) maker.loadedCount = 0;
+  return loadedEntry(maker, number);
+}
+
 void measureRest(RecordMaker& maker) {
   const auto& entries = maker.registry->entries;
   for (uint32_t i = 0; i < entries.size(); ++i) {
-    if (entries[i].isMeasured) continue;
-    maker.loadedCount = 0;
-    loadedEntry(maker, i);
+    if (!entries[i].isMeasured) loadedAlone(maker, i);
   }
   maker.registry->measured.add(maker.measured);
   maker.measured = {};
+}
+
+void clearRows(SlotRows& rows) {
+  for (auto& parts : rows.parts) parts.clear();
+  rows.opener = rows.policyDn = NONE;
+}
+
+void addToRow(const Registry& registry, uint32_t entry, SlotRows& rows) {
+  const GatheredEntry& added = registry.entries[entry];
+  rows.parts[added.rowKind].push_back({entry, 0, added.lines});
+  rows.opener = std::min(rows.opener, entry);
+  if (added.rowKind == SECPOLICY_KIND) rows.policyDn = entry;
 }
 
 // Puts the lines of a row together; mostly they are those of an entry.
@@ -173,7 +187,7 @@ static void findName(SlotRecords& records, Entry own, Side side) {
 static std::string_view ownerDn(RecordMaker& maker, uint32_t opener) {
   const GatheredEntry& entry = maker.registry->entries[opener];
   LoadedEntry& loaded = loadedEntry(maker, opener);
-  return keepText(maker.texts, ownerOf(loaded.lines, static_cast<EntryKind>(entry.kind), loaded.texts, nullptr).saved);
+  return keepText(maker.texts, ownerOf(loaded.lines, entry.kind, loaded.texts, nullptr).saved);
 }
 
 // Merges two entries into a third one; kindOfMerged is that of the one that is not the owner's own. Returns false, with
@@ -238,7 +252,7 @@ static void makePolicy(RecordMaker& maker, const SlotRows& rows, std::string_vie
 }
 
 const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& rows) {
-  const EntryKind ownKind = side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND;
+  const EntryKind ownKind = ownKindOf(side);
   const EntryKind mapKind = side == USER_SIDE ? MAP_OF_USER_KIND : MAP_OF_GROUP_KIND;
   const DetailText withoutOwn = side == USER_SIDE ? USER_WITHOUT_OWN_ENTRY : GROUP_WITHOUT_OWN_ENTRY;
   const DetailText withoutMap = side == USER_SIDE ? USER_WITHOUT_MAP : GROUP_WITHOUT_MAP;

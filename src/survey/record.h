@@ -32,6 +32,9 @@ struct LoadedEntry {
   bool areOriginsKnown = false;
 };
 
+// Where the lines of an entry of the kind that is gathered go.
+constexpr Road roadOf(EntryKind kind) { return kind == SECPOLICY_KIND ? POLICY : MERGED; }
+
 // Returns where a line of the entry comes from.
 Origin originOf(const Registry& registry, const LoadedEntry& entry, size_t line);
 
@@ -98,11 +101,21 @@ struct RecordMaker {
   SlotRecords records;
 };
 
-// Makes the records of a slot.
+// Empties the rows for another slot.
+void clearRows(SlotRows& rows);
+
+// Puts an entry that fits into its row. The first entry of the slot opens it.
+void addToRow(const Registry& registry, uint32_t entry, SlotRows& rows);
+
+// Makes the records of a slot, which has an opener, of its entries, loading them in the place of others. The records
+// and the entries stay until the maker is used for another slot.
 const SlotRecords& makeRecords(RecordMaker& maker, Side side, const SlotRows& rows);
 
-// Returns the entry of the slot that has been loaded.
+// Returns an entry of the slot, loaded beside those that are.
 LoadedEntry& loadedEntry(RecordMaker& maker, uint32_t number);
+
+// Returns an entry, loaded in the place of all others. One that is asked for again and again stays loaded.
+const LoadedEntry& loadedAlone(RecordMaker& maker, uint32_t number);
 
 // Measures the entries that are in no record that has been made, and adds what has been measured to the registry's.
 void measureRest(RecordMaker& maker);

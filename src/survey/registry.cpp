@@ -58,10 +58,10 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
   if (registry.entries.size() >= NONE - 1) throw std::bad_alloc();
   GatheredEntry entry = awaited.entry;
   const auto number = static_cast<uint32_t>(registry.entries.size());
-  const auto kind = static_cast<EntryKind>(entry.kind);
-  const bool isGathered = kind != RESCREDS_KIND;
-  if (isGathered && kind != UNKNOWN_KIND && entry.problem == NO_DETAIL) {
-    entry.owner = findOwner(registry, withSide(awaited.hash, sideOf(kind)), sideOf(kind));
+  const bool isGathered = entry.kind != RESCREDS_KIND;
+  if (isGathered && entry.kind != UNKNOWN_KIND && entry.problem == NO_DETAIL) {
+    const Side side = sideOf(entry.kind);
+    entry.owner = findOwner(registry, withSide(awaited.hash, side), side);
     RegistryOwner& owner = registry.owners[entry.owner];
     // The first entry decides alone whether the others find the slot, so that the question is asked before the entry
     // is added.
@@ -74,8 +74,8 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
       registry.measured.kept += awaited.openerBytes;
     }
     ++owner.entries;
-    // What has no owner is met by every pass, and ends a run.
   } else if (isGathered) {
+    // What has no owner is met by every pass, and ends a run.
     registry.isRegular = false;
     ++registry.withoutOwner;
   }
@@ -83,7 +83,7 @@ static void settle(Registry& registry, const AwaitedEntry& awaited) {
 }
 
 static size_t placeOf(const Registry& registry, const AwaitedEntry& awaited) {
-  return firstPlace(registry, withSide(awaited.hash, sideOf(static_cast<EntryKind>(awaited.entry.kind))));
+  return firstPlace(registry, withSide(awaited.hash, sideOf(awaited.entry.kind)));
 }
 
 // Fetches first the place in the hash table, then the owner to which it leads.

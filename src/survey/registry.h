@@ -20,9 +20,9 @@ struct GatheredEntry {
   uint32_t keptAt = NOT_KEPT;  // where its lines are kept
   uint32_t owner = NONE;       // number; NONE for an entry whose owner cannot be told
   uint32_t lines = 0;          // in the work file
-  uint8_t kind = UNKNOWN_KIND;
-  uint8_t rowKind = UNKNOWN_KIND;    // of the row into which it goes: blanks in its DN can make the two differ
-  uint8_t problem = NO_DETAIL;       // of its owner; it ends a run that looks at the entry
+  EntryKind kind = UNKNOWN_KIND;
+  EntryKind rowKind = UNKNOWN_KIND;  // of the row into which it goes: blanks in its DN can make the two differ
+  DetailText problem = NO_DETAIL;    // of its owner; it ends a run that looks at the entry
   bool opensForKey : 1 = true;       // a slot that it opens is found by the owner's other entries
   bool isNormal : 1 = true;          // its first line is gathered as it stands
   bool endsPreparation : 1 = false;  // the run does not come so far as to gather it
@@ -31,10 +31,14 @@ struct GatheredEntry {
 };
 static_assert(sizeof(GatheredEntry) == 32);
 
+// The lines that a row of a kind takes.
+inline uint32_t rowLength(EntryKind kind) { return static_cast<uint32_t>(columnsOf(kind)); }
+
+// The kind of an owner's own entry.
+constexpr EntryKind ownKindOf(Side side) { return side == USER_SIDE ? SECUSER_KIND : SECGROUP_KIND; }
+
 // True when the entry has room in one row of its kind. One that fills the row has none: nothing says where it ends.
-inline bool fitsRow(const GatheredEntry& entry) {
-  return entry.lines < static_cast<uint32_t>(columnsOf(static_cast<EntryKind>(entry.rowKind)));
-}
+inline bool fitsRow(const GatheredEntry& entry) { return entry.lines < rowLength(entry.rowKind); }
 
 // True when that is the row of the kind as which it was sorted.
 inline bool fitsOwnRow(const GatheredEntry& entry) { return entry.rowKind == entry.kind && fitsRow(entry); }

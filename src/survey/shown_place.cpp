@@ -41,6 +41,11 @@ ShownDn dnAt(SurveyedFile& file, uint64_t entry) {
   return {std::string(trimmed(behindSpaces(view.substr(TAG.size())))), true};
 }
 
+std::string shownDnAt(SurveyedFile& file, uint64_t entry) {
+  const ShownDn dn = dnAt(file, entry);
+  return dn.isKnown ? harmless(dn.text) : "an entry whose DN cannot be shown";
+}
+
 static bool isLetter(char c) { return lowered(c) >= 'a' && lowered(c) <= 'z'; }
 static bool isOfName(char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '-' || c == ';' || c == '.'; }
 

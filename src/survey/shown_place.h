@@ -14,6 +14,9 @@ struct ShownDn {
 };
 ShownDn dnAt(SurveyedFile& file, uint64_t entry);
 
+// The same as it can be shown on a terminal, or that it cannot be shown.
+std::string shownDnAt(SurveyedFile& file, uint64_t entry);
+
 // The line that begins in a place, up to its first odd byte, with those that continue it. What is longer than 64 KiB is
 // cut.
 std::string wholeLineAt(SurveyedFile& file, uint64_t place);

@@ -31,7 +31,7 @@ static std::string sentences(SurveyedFile& file, const Finding& finding, bool wi
 Json jsonProblem(SurveyedFile& file, const Finding& finding, bool withValue) {
   const FindingKind& kind = kindOf(finding.id);
   const char* const at = nameOf(finding.at);
-  return {{"line", jsonLine(file, finding.line != NO_PLACE ? finding.line : finding.entry)},
+  return {{"line", jsonLine(file, finding.place())},
           {"dn", jsonDn(file, finding.entry)},
           {"id", kind.id},
           {"effect", nameOf(kind.effect)},

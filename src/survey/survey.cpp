@@ -58,7 +58,7 @@ static void noteKeptTexts(Registry& registry, AwaitedEntry& awaited, const Owner
 
 static void noteOwner(Registry& registry, AwaitedEntry& awaited, Entry lines, Texts& texts) {
   GatheredEntry& gathered = awaited.entry;
-  const Owner owner = ownerOf(lines, static_cast<EntryKind>(gathered.kind), texts, nullptr);
+  const Owner owner = ownerOf(lines, gathered.kind, texts, nullptr);
   gathered.problem = owner.problem;
   if (owner.problem != NO_DETAIL) return;
   awaited.hash = hashOfDn(owner.key);
@@ -206,11 +206,10 @@ static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
 
 SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& visitor) {
   Survey survey = {.registry = registry, .visitor = visitor};
-  textFrom(file, 0, 1);
-  survey.areLinesKept = isWhole(file);
+  survey.areLinesKept = canBeWhole(file);
   registry.mayHoldNul = walkEntries(file, survey.entry, [&](EntryWalk& walk, uint64_t textBegin) {
     takeEntry(survey, walk, textBegin);
-    showSurveyProgress(file.program, "entries", textBegin + survey.entry.end, file.size);
+    showSurveyProgress("entries", textBegin + survey.entry.end, file.size);
     return true;
   });
   // Comments at the end of the file are held like an entry.

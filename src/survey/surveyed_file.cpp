@@ -5,77 +5,24 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <cstring>
 
 #include "platform/message_details.h"
 #include "platform/open_file.h"
+#include "survey/program_end.h"
 
 // Addresses that one file may take. A test builds with a small one.
 #ifndef SURVEY_WINDOW_SIZE
 #define SURVEY_WINDOW_SIZE (sizeof(void*) > 4 ? uint64_t{1} << 46U : uint64_t{256} << 20U)
 #endif
 
-static const char* programName = "";
-
-static void say(const char* text) {
-  if (write(STDERR_FILENO, text, strlen(text)) < 0) return;  // there is nobody to tell
-}
-
-// Nothing but the calls of these two is safe in a signal handler.
-static void removeFiles() {
-  for (const char* name : filesToRemove)
-    if (name != nullptr) unlink(name);
-}
-
-// What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at.
-static void endForLostText(int) {
-  removeFiles();
-  say(programName);
-  say(": a file could not be read to its end: something else has changed it, or the disk fails\n");
-  _exit(2);
-}
-
-// What is half done holds credentials, and must not stay when somebody gives up.
-static void endForSignal(int number) {
-  removeFiles();
-  raise(number);  // it ends the process now
-}
-
-// As whoever has started the process may want it, nohup for one.
-static bool isIgnored(int number) {
-  struct sigaction action = {};
-  return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-}
-
-static void handle(int number, void (*handler)(int), int flags) {
-  struct sigaction action = {};
-  action.sa_handler = handler;
-  action.sa_flags = flags;
-  sigemptyset(&action.sa_mask);
-  sigaction(number, &action, nullptr);
-}
-
-bool openSurveyed(const char* program, const char* name, SurveyedFile& file) {
-  programName = program;
-  file.program = program;
+bool openSurveyed(const char* name, SurveyedFile& file) {
   file.name = name;
   // Opening a pipe would wait for somebody to write to it.
   file.descriptor = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (file.descriptor < 0 || fstat(file.descriptor, &file.state) != 0) return failWith();
   if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
   file.size = static_cast<uint64_t>(file.state.st_size);
-  handle(SIGBUS, endForLostText, 0);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXCPU})
-    if (!isIgnored(number)) handle(number, endForSignal, static_cast<int>(SA_RESETHAND));
   return true;
-}
-
-void closeSurveyed(SurveyedFile& file) {
-  if (file.window != nullptr) munmap(const_cast<char*>(file.window), file.windowLength);
-  if (file.descriptor >= 0) close(file.descriptor);
-  file = {};
 }
 
 bool isWhole(const SurveyedFile& file) { return file.windowLength == file.size; }
@@ -102,10 +49,7 @@ static void moveWindow(SurveyedFile& file, uint64_t begin, size_t atLeast) {
   // Half of the addresses may be free where all of them are not.
   for (; wanted >= begin - from + atLeast && wanted > 0; wanted /= 2)
     if (map(file, from, std::min(wanted, file.size - from))) return;
-  removeFiles();
-  say(programName);
-  say(": there is no memory to look at the file\n");
-  _exit(2);
+  endAtOnce("there is no memory to look at the file");
 }
 
 std::string_view textFrom(SurveyedFile& file, uint64_t begin, size_t atLeast) {

@@ -11,7 +11,6 @@
 
 struct SurveyedFile {
   int descriptor = -1;
-  const char* program = "";  // that looks at it
   const char* name = "";
   uint64_t size = 0;       // bytes
   struct stat state = {};  // at its opening
@@ -21,17 +20,13 @@ struct SurveyedFile {
   std::vector<int64_t> lineCounts;  // of the lines before each step of the file
 };
 
-// Opens a regular file for reading. Returns false with the reason in messageReason. From then on a part of the file
-// that is gone or cannot be read ends the process with exit status 2, and with a message that begins with the program's
-// name.
-bool openSurveyed(const char* program, const char* name, SurveyedFile& file);
+// Opens a regular file for reading. Returns false with the reason in messageReason. It stays open; removeFilesAtEnd
+// says what follows when a part of it is gone.
+bool openSurveyed(const char* name, SurveyedFile& file);
 
 // Returns the text from a place on: all of it where the whole file is in memory, at least so much of it otherwise, and
 // always what there is when it is less. It stays until the next call that asks for what is not in the window.
 std::string_view textFrom(SurveyedFile& file, uint64_t begin, size_t atLeast);
-
-// Closes it and takes it out of memory.
-void closeSurveyed(SurveyedFile& file);
 
 // True when the file is in memory as a whole, so that its texts stay.
 bool isWhole(const SurveyedFile& file);
@@ -44,7 +39,3 @@ bool isUnchanged(const SurveyedFile& file);
 
 // Counts the lines that end before a place: in steps, so that the next count has less to look at.
 int64_t linesBefore(SurveyedFile& file, uint64_t place);
-
-// Files to be taken away should the process end by a signal, as it does when a part of a surveyed file is gone; null
-// for none.
-inline const char* filesToRemove[2] = {nullptr, nullptr};

@@ -32,6 +32,12 @@ static FuzzedFile makeFile(std::string_view text) {
   return {descriptor, "/proc/self/fd/" + std::to_string(descriptor)};
 }
 
+static void closeSurveyed(SurveyedFile& file) {
+  munmap(const_cast<char*>(file.window), file.windowLength);
+  close(file.descriptor);
+  file = {};
+}
+
 class Findings final : public FindingSink {
  public:
   explicit Findings(size_t size) : size_(size) {}
@@ -62,8 +68,7 @@ class SomeFates final : public AccountSink {
 static void check(const FuzzedFile& input, size_t size, const int32_t (&slots)[2]) {
   SurveyedFile file;
   SurveyedFile again;
-  require(openSurveyed("fuzzer", input.name.c_str(), file) && openSurveyed("fuzzer", input.name.c_str(), again),
-          "opened");
+  require(openSurveyed(input.name.c_str(), file) && openSurveyed(input.name.c_str(), again), "opened");
   Findings findings(size);
   Prediction prediction;
   predictRun(file, again, slots, findings, prediction);
@@ -76,9 +81,8 @@ static void account(const FuzzedFile& input, const FuzzedFile& result) {
   SurveyedFile file;
   SurveyedFile again;
   SurveyedFile output;
-  require(openSurveyed("fuzzer", input.name.c_str(), file) && openSurveyed("fuzzer", input.name.c_str(), again),
-          "opened");
-  require(openSurveyed("fuzzer", result.name.c_str(), output), "opened");
+  require(openSurveyed(input.name.c_str(), file) && openSurveyed(input.name.c_str(), again), "opened");
+  require(openSurveyed(result.name.c_str(), output), "opened");
   OutputRecords records = {};
   readRecords(output, records);
   SomeFates sink;

@@ -1,0 +1,81 @@
+#include "survey/program_end.h"
+
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/message_details.h"
+#include "platform/open_file.h"
+#include "survey/shown_place.h"
+
+static void say(const char* text) {
+  if (write(STDERR_FILENO, text, strlen(text)) < 0) return;  // there is nobody to tell
+}
+
+static void removeFiles() {
+  for (const char* name : filesToRemove)
+    if (name != nullptr) unlink(name);
+}
+
+// Calls only what a signal handler may call.
+void endAtOnce(const char* text) {
+  removeFiles();
+  for (const char* const part : {programName, ": ", text, "\n"}) say(part);
+  _exit(2);
+}
+
+// What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at.
+static void endForLostText(int) {
+  endAtOnce("a file could not be read to its end: something else has changed it, or the disk fails");
+}
+
+// What is half done holds credentials, and must not stay when somebody gives up.
+static void endForSignal(int number) {
+  removeFiles();
+  raise(number);  // it has no handler any more, and ends the process when this one returns
+}
+
+// As whoever has started the process may want it, nohup for one.
+static bool isIgnored(int number) {
+  struct sigaction action = {};
+  return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+static void handle(int number, void (*handler)(int), int flags) {
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  action.sa_flags = flags;
+  sigemptyset(&action.sa_mask);
+  sigaction(number, &action, nullptr);
+}
+
+void removeFilesAtEnd() {
+  handle(SIGBUS, endForLostText, 0);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXCPU})
+    if (!isIgnored(number)) handle(number, endForSignal, static_cast<int>(SA_RESETHAND));
+}
+
+void endFor(const char* file) {
+  fprintf(stderr, "%s: %s: %s\n", programName, harmless(file).c_str(), messageReason);
+  exit(2);
+}
+
+void endForUsage(const char* problem, const char* usage) {
+  fprintf(stderr, "%s: %s\n%s", programName, problem, usage);
+  exit(2);
+}
+
+void endWith(const char* text) {
+  fputs(text, stdout);
+  flushOrEnd();
+  exit(0);
+}
+
+void flushOrEnd() {
+  if (fflush(stdout) == 0 && ferror(stdout) == 0) return;
+  failWith();
+  endFor("standard output");
+}
