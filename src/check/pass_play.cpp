@@ -605,8 +605,9 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
     noteBytes(play);
   } else if (!isAny) {
     // The run would go round for ever, and ends with a message instead.
+    // Behind a failure what is left over is owed to the entry that has failed.
+    if (play.run.failure.code == 0) play.findings.take({NOTHING_CAN_BE_GATHERED, AT_GIVEN});
     fail(play, PROCESSING_FAILED, NOTHING_GATHERED, {});
-    play.findings.take({NOTHING_CAN_BE_GATHERED, AT_GIVEN});
     return false;
   }
   const bool isMore = putBack(play, owners) || !areCountsZero(play);

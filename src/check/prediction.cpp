@@ -100,6 +100,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
   DnComparison newDns;
   EntryCheck entryCheck(findings, newDns, prediction);
   prediction.counts = surveyInput(file, prediction.registry, entryCheck);
+  if (prediction.registry.mayHoldNul) findNulsBehind(file, prediction.counts.entriesEnd, findings);
   const SurveyCounts& counts = prediction.counts;
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     // As many slots as there are owners make one pass, which is what an administrator with enough memory would choose.

@@ -68,6 +68,7 @@ static bool beginFile(NewFile& file, const char* name, size_t number) {
   // should be.
   const int descriptor = mkostemp(file.unfinished.data(), O_CLOEXEC);
   if (descriptor < 0) return failWith();
+  fchmod(descriptor, S_IRUSR | S_IWUSR);  // whatever the umask takes away
   filesToRemove[number] = file.unfinished.c_str();
   file.stream = fdopen(descriptor, "w");
   if (file.stream == nullptr) close(descriptor);

@@ -135,6 +135,8 @@ static uint64_t placeOf(const PreparedEntry& prepared, size_t line, uint64_t beg
 static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin,
                           FindingSink& findings) {
   if (entry.isOrdinary && entry.end - entry.begin <= LONGEST_LINE) return;
+  // Policy data are not written, in whatever pieces.
+  if (prepared.parts.size() == 1 && prepared.parts[0].kind == SECPOLICYDATA_KIND) return;
   WholeLines wholeLines(prepared, begin);
   uint64_t last = NO_PLACE;
   bool isAny = entry.hasLongLine;
@@ -155,6 +157,8 @@ static void findLongLines(const ReadEntry& entry, const PreparedEntry& prepared,
   findings.take({LONG_LINE, AT_NONE, begin, cut});
 }
 
+static constexpr std::string_view DN = "dn";
+
 // A finding for each line in which one of the places lies, in their order.
 static void findInLines(FindingId id, const std::vector<size_t>& places, const PreparedEntry& prepared, uint64_t begin,
                         FindingSink& findings) {
@@ -174,6 +178,23 @@ void findNuls(const ReadEntry& entry, uint64_t begin, FindingSink& findings) {
   for (const size_t nul : entry.nuls) findings.take({NUL_BYTE, AT_NONE, begin, begin + (nul - entry.begin)});
 }
 
+void findNulsBehind(SurveyedFile& file, uint64_t entriesEnd, FindingSink& findings) {
+  const auto length = static_cast<size_t>(file.size - entriesEnd);
+  EntryWalk walk = walkOver(textFrom(file, entriesEnd, length));
+  ReadEntry rest;
+  // There is no entry any more, only lines that are cut to nothing, of which one is enough to tell of.
+  readEntry(walk, rest);
+  if (!rest.nuls.empty()) findings.take({NUL_BYTE, AT_NONE, entriesEnd + rest.nuls[0]});
+}
+
+// True for an entry that is written as it stands, as one whose DN is missing: text in front of all DNs may be no entry.
+static bool isCopiedWithoutDn(const PreparedEntry& prepared, bool isBehindDn) {
+  const auto isDnLine = [](const Line& line) { return isNamed(line, DN); };
+  const bool isCopied = prepared.goesToOutput || kindOfWritten(prepared) == RESCREDS_KIND;
+  return isCopied && prepared.problem == NO_DETAIL &&
+         (isBehindDn || std::any_of(prepared.lines.begin(), prepared.lines.end(), isDnLine));
+}
+
 // What its first line and its bytes show.
 static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
                          FindingSink& findings) {
@@ -186,7 +207,7 @@ static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, 
   const bool isVersion = isSameInAnyCase(lines[0].view().substr(hasMark ? MARK.size() : 0, VERSION.size()), VERSION);
   if (lines.size() > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
   if (hasMark) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
-  if (isBehindDn && prepared.goesToOutput && !isVersion && !beginsWithDn(entry) && prepared.problem == NO_DETAIL)
+  if (!isVersion && !beginsWithDn(entry) && isCopiedWithoutDn(prepared, isBehindDn))
     findings.take({ENTRY_WITHOUT_DN, AT_NONE, begin});
   std::vector<size_t> nuls = entry.nuls;
   for (size_t& place : nuls) place -= entry.begin;
@@ -210,8 +231,6 @@ static bool isFolded(const PreparedEntry& prepared, uint64_t place) {
   const size_t newline = prepared.text.find('\n', static_cast<size_t>(place));
   return newline < prepared.text.size() - 1 && prepared.text[newline + 1] == ' ';
 }
-
-static constexpr std::string_view DN = "dn";
 
 // True for a dn: line of an entry that begins with one. A piece of a longer line is none.
 static bool isSecondDn(const PreparedEntry& prepared, size_t line) {
@@ -260,8 +279,8 @@ static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, 
   bool hasSecondDn = false;
   // What is copied is sorted by its lines as they are folded.
   const bool isAnyFolded = !entry.isOrdinary || entry.continuations > 0;
-  const bool isClassFolded =
-      isAnyFolded && prepared.goesToOutput && !isSameToRun(classOf(prepared.lines), prepared.objectClass);
+  const bool isClassFolded = isAnyFolded && prepared.goesToOutput &&
+                             withoutCredentials(classOf(prepared.lines)) != withoutCredentials(prepared.objectClass);
   // One finding for an entry is enough, whatever attributes were taken from odd places.
   bool isTaken = prepared.isValueTaken;
   isTaken |= findOddDns(prepared, begin, wholeLines, findings);
@@ -282,7 +301,7 @@ static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, 
       isTaken = true;
       findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
     }
-    const bool isFoldedHere = isClassFolded && isFolded(prepared, placeOf(prepared, i, 0, wholeLines));
+    const bool isFoldedHere = isClassFolded && isFolded(prepared, placeOf(prepared, i, begin, wholeLines) - begin);
     if (hasUnknownName || !isClassOverlooked(line, prepared, isFoldedHere)) continue;
     hasUnknownName = true;
     findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});

@@ -17,6 +17,9 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
 // Finds the lines that NULs cut short of an entry that is too long to be held.
 void findNuls(const ReadEntry& entry, uint64_t begin, FindingSink& findings);
 
+// The same of what stands behind the last entry.
+void findNulsBehind(SurveyedFile& file, uint64_t entriesEnd, FindingSink& findings);
+
 // True when it begins with a dn: line.
 bool beginsWithDn(const ReadEntry& entry);
 

@@ -20,16 +20,10 @@ static void removeFiles() {
     if (name != nullptr) unlink(name);
 }
 
-// Calls only what a signal handler may call.
 void endAtOnce(const char* text) {
   removeFiles();
   for (const char* const part : {programName, ": ", text, "\n"}) say(part);
   _exit(2);
-}
-
-// What somebody else has cut off, or a disk cannot read, raises a signal where it is looked at.
-static void endForLostText(int) {
-  endAtOnce("a file could not be read to its end: something else has changed it, or the disk fails");
 }
 
 // What is half done holds credentials, and must not stay when somebody gives up.
@@ -44,18 +38,17 @@ static bool isIgnored(int number) {
   return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
-static void handle(int number, void (*handler)(int), int flags) {
+void handleOnce(int number, void (*handler)(int)) {
   struct sigaction action = {};
   action.sa_handler = handler;
-  action.sa_flags = flags;
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
   sigemptyset(&action.sa_mask);
   sigaction(number, &action, nullptr);
 }
 
 void removeFilesAtEnd() {
-  handle(SIGBUS, endForLostText, 0);
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXCPU})
-    if (!isIgnored(number)) handle(number, endForSignal, static_cast<int>(SA_RESETHAND));
+    if (!isIgnored(number)) handleOnce(number, endForSignal);
 }
 
 void endFor(const char* file) {

@@ -4,14 +4,17 @@
 // The program's name; set by main before anything else.
 inline const char* programName = "";
 
-// Files to be taken away should the process end by a signal, or for a part of a file that is gone; null for none.
+// Files to be taken away should the process end by a signal, or by endAtOnce; null for none.
 inline const char* filesToRemove[2] = {nullptr, nullptr};
 
-// From then on a signal that ends the process takes those files away first, and a part of a file in memory that is
-// gone or cannot be read ends it with exit status 2.
+// From then on a signal that ends the process takes those files away first.
 void removeFilesAtEnd();
 
-// Ends the process at once with exit status 2, having taken those files away; the text says why.
+// Has a signal handled, the first time that it comes.
+void handleOnce(int number, void (*handler)(int));
+
+// Ends the process at once with exit status 2, having taken those files away; the text says why. Calls only what a
+// signal handler may call.
 [[noreturn]] void endAtOnce(const char* text);
 
 // Ends the process with exit status 2 for a file; the reason is in messageReason.

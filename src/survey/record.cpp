@@ -73,7 +73,9 @@ static void loadEntry(RecordMaker& maker, uint32_t number, LoadedEntry& loaded) 
   GatheredEntry& entry = maker.registry->entries[number];
   if (!holdsPart(loaded, *maker.registry, entry)) prepareOnceMore(maker, entry, loaded);
   loaded.number = number;
-  const WorkEntry& part = loaded.prepared.parts[entry.part];
+  const auto& parts = loaded.prepared.parts;
+  if (entry.part >= parts.size() || parts[entry.part].count != entry.lines) endForChange();
+  const WorkEntry& part = parts[entry.part];
   loaded.lines = linesOf(loaded.prepared, part);
   loaded.origins = originsOf(loaded.prepared, part);
   const bool isNew = !entry.isMeasured;

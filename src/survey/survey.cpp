@@ -209,6 +209,7 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
   survey.areLinesKept = canBeWhole(file);
   registry.mayHoldNul = walkEntries(file, survey.entry, [&](EntryWalk& walk, uint64_t textBegin) {
     takeEntry(survey, walk, textBegin);
+    survey.counts.entriesEnd = textBegin + survey.entry.end;
     showSurveyProgress("entries", textBegin + survey.entry.end, file.size);
     return true;
   });

@@ -26,6 +26,7 @@ struct SurveyCounts {
   int64_t resourceCredentials = 0;
   int64_t straightThrough = 0;
   int64_t attributeLines = 0;
+  uint64_t entriesEnd = 0;   // where the last one ends in the file
   uint64_t outputBytes = 0;  // that the preparation writes straight through
   uint64_t finalBytes = 0;   // of the resource credentials
   bool changetypeSeen = false;

@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
+#include <iterator>
+#include <span>
 
 #include "platform/message_details.h"
 #include "platform/open_file.h"
@@ -15,6 +18,35 @@
 #define SURVEY_WINDOW_SIZE (sizeof(void*) > 4 ? uint64_t{1} << 46U : uint64_t{256} << 20U)
 #endif
 
+static bool isAsOpened(int descriptor, const struct stat& opened) {
+  struct stat now;
+  // The time of the last change and the size: what a program that writes the file cannot leave as they were.
+  return fstat(descriptor, &now) == 0 && now.st_size == opened.st_size && now.st_mtim.tv_sec == opened.st_mtim.tv_sec &&
+         now.st_mtim.tv_nsec == opened.st_mtim.tv_nsec;
+}
+
+void endForChange() {
+  endAtOnce("a file could not be read to its end: something else has changed it, or the disk fails");
+}
+
+// The files that are open, for the signal handlers.
+static struct {
+  int descriptor;
+  struct stat state;
+} watched[2];
+static size_t watchedCount = 0;
+
+// What somebody else has cut off, or a disk cannot read, raises this signal where it is looked at.
+static void endForLostText(int) { endForChange(); }
+
+// What was found in a file at the first look does not fit what is there at the second one, once somebody else has
+// written to it: then the bounds that are checked do not hold.
+static void endForFailure(int number) {
+  for (const auto& file : std::span(watched, watchedCount))
+    if (!isAsOpened(file.descriptor, file.state)) endForChange();
+  raise(number);
+}
+
 bool openSurveyed(const char* name, SurveyedFile& file) {
   file.name = name;
   // Opening a pipe would wait for somebody to write to it.
@@ -22,6 +54,9 @@ bool openSurveyed(const char* name, SurveyedFile& file) {
   if (file.descriptor < 0 || fstat(file.descriptor, &file.state) != 0) return failWith();
   if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
   file.size = static_cast<uint64_t>(file.state.st_size);
+  if (watchedCount < std::size(watched)) watched[watchedCount++] = {file.descriptor, file.state};
+  handleOnce(SIGBUS, endForLostText);
+  for (const int number : {SIGABRT, SIGSEGV}) handleOnce(number, endForFailure);
   return true;
 }
 
@@ -68,12 +103,7 @@ bool canBeWhole(SurveyedFile& file) {
 }
 
 bool isUnchanged(const SurveyedFile& file) {
-  struct stat now;
-  if (fstat(file.descriptor, &now) != 0) return failWith();
-  // The time of the last change and the size: what a program that writes the file cannot leave as they were.
-  const bool isSameState = now.st_size == file.state.st_size && now.st_mtim.tv_sec == file.state.st_mtim.tv_sec &&
-                           now.st_mtim.tv_nsec == file.state.st_mtim.tv_nsec;
-  return isSameState || failWith("it has changed while it was read");
+  return isAsOpened(file.descriptor, file.state) || failWith("it has changed while it was read");
 }
 
 // Counted in parts of few enough bytes for a sum of one byte, which compilers can make of many at once.

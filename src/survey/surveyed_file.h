@@ -20,8 +20,9 @@ struct SurveyedFile {
   std::vector<int64_t> lineCounts;  // of the lines before each step of the file
 };
 
-// Opens a regular file for reading. Returns false with the reason in messageReason. It stays open; removeFilesAtEnd
-// says what follows when a part of it is gone.
+// Opens a regular file for reading. Returns false with the reason in messageReason. It stays open. From then on the
+// process ends with exit status 2 when a part of the file is gone or cannot be read, and when it fails for a change of
+// the file.
 bool openSurveyed(const char* name, SurveyedFile& file);
 
 // Returns the text from a place on: all of it where the whole file is in memory, at least so much of it otherwise, and
@@ -36,6 +37,9 @@ bool canBeWhole(SurveyedFile& file);
 
 // Returns false, with the reason in messageReason, when the file is not as it was when it was opened.
 bool isUnchanged(const SurveyedFile& file);
+
+// Ends the process for a file in which something is not as it was.
+[[noreturn]] void endForChange();
 
 // Counts the lines that end before a place: in steps, so that the next count has less to look at.
 int64_t linesBefore(SurveyedFile& file, uint64_t place);

@@ -6,9 +6,10 @@ question come first, so that their lines count from 1.
 from base64 import b64encode
 
 from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, GROUP, GROUP_MAP, HELD, LINE, MAP,
-                    UNIT, ROW, USER, WEB, WITHOUT_NAME, beside, changes, credentials, entry, folded, group, line_of,
-                    lines, loses, map_dn, map_of, map_of_group, oversized_unit, own_dn, policy, policy_data, shown,
-                    shown_alone, stops, unit, user, users_dn, users_entry)
+                    REGISTRY, REGISTRY_LINES, UNIT, ROW, USER, WEB, WITHOUT_NAME, beside, beside_alone, changes,
+                    credentials, entry, folded, group, line_of, lines, loses, map_dn, map_of, map_of_group,
+                    oversized_unit, own_dn, policy, policy_data, shown, shown_alone, stops, unit, user, users_dn,
+                    users_entry)
 
 
 def in_base64(text):
@@ -332,6 +333,10 @@ CLASSES = (
           (entry("dn: secAuthority=Default", "objectclass: secAuthority\n Info", "version: 5.1"),),
           changes("unknown-class-name", 2, "secAuthority=Default"),
           shows=("dn: secAuthority=Default\nobjectclass: secAuthorityInfo\nversion: 5.1\n",)),
+    *(shown(f"folded class is not known behind other entries, here {line!r}",
+            (unit(), entry(f"dn: {dn}", line)), changes("unknown-class-name", 5, dn), shows=(f"dn: {dn}\n",))
+      for dn, line in (("secAuthority=Other", "objectclass: secAuthority\n Info"),
+                       (WEB, "objectclass: con\n tainer"), ("cn=box,o=example", "object\n class: container"))),
     shown("class in base 64 is not known", (of_class(f"objectclass:: {in_base64('secUser')}"),),
           changes("unknown-class-name", 2, BERT), lacks=("dn: principalName=bert,",)),
     beside("unknown-class-name", "other class in base 64 is none of these",
@@ -429,6 +434,11 @@ TEXTS = (
           changes("entry-without-dn", 5, None), shows=("ou: Other\n\ncn: three\n",)),
     shown("NUL byte in front of an entry is named by its own line, the first of several",
           (b"\0one\n \0two\n" + unit("ou: Other"),), changes("nul-byte", 1, UNIT), lacks=("one", "two")),
+    *(shown_alone(f"NUL byte behind all entries is named by its line, here {line!r}", (REGISTRY, b"\n", line),
+                  changes("nul-byte", REGISTRY_LINES + 2, None), lacks=("lost",))
+      for line in (b"\0dn: o=lost\n", b"  \0description: lost\n\n", b"\0lost")),
+    beside_alone("nul-byte", "NUL byte in a comment behind all entries is gone with it", (REGISTRY, b"\n# \0lost\n"),
+                 lacks=("lost",)),
     shown("line that is too long for its CRLF is named, and ends its entry",
           (unit("sn: b", line_of(4094) + "\r", "ou: Other"),), changes("long-line", 4, UNIT),
           changes("entry-without-dn", 5, None)),
@@ -452,7 +462,7 @@ TEXTS = (
           changes("entry-without-dn", 4, None), shows=("\n\nou: Other\n",)),
     shown("what is left of a long comment above an entry is taken for its first line",
           (b"#" + b"c" * (LINE - 1) + b"x: y\n" + unit(),), changes("long-line", 1, None),
-          shows=("x: y\ndn: ",)),
+          changes("entry-without-dn", 1, None), shows=("x: y\ndn: ",)),
     beside("long-line", "comment of 4,094 characters is left out",
            (unit("#" + "c" * (LINE - 2), "ou: Other"),), lacks=("ccc",)),
     beside("long-line", "line end that is left of a long comment between entries is blank",
@@ -467,6 +477,8 @@ TEXTS = (
     shown("line of 4,095 characters is broken apart in a map even when it is folded",
           (USER, map_of("bert", folded(line_of(4095)))), changes("long-line", 9, BERTS_MAP),
           shows=(f"\n{line_of(4095)}\ndn: principalName=anna,",)),
+    beside("long-line", "line of policy data is not written, however long it is",
+           (USER, MAP, policy_data("bert", folded(line_of(10_000)))), lacks=("xxx",)),
     beside("long-line", "folded line of 4,094 characters in a map stays whole",
            (USER, map_of("bert", folded(line_of(4094)))), shows=(f"\n{line_of(4094)}\n\n",)),
     shown("user of 250,000 lines is copied unconverted",
@@ -636,6 +648,13 @@ PARTED = (
     beside("second-dn", "attribute of another name is no DN", (unit("dnq: x", "ou: dn: x", "cn: x"), USER, MAP)),
     beside("second-dn", "entry behind a version line has one DN", (b"version: 1\n", unit()),
            changes("version-line", 1, None)),
+    *(shown(f"entry whose DN is not its first line is copied so, here of {name}",
+            (entry("cn: web", f"dn: {WEB}", f"objectclass: {name}"),), changes("entry-without-dn", 1, None),
+            shows=(f"cn: web\ndn: {WEB}\n",))
+      for name in ("organizationalUnit", "secResCreds")),
+    shown("resource credentials without a DN are the rest of the entry before",
+          (unit(), entry("objectclass: secResCreds", "cn: web")), changes("entry-without-dn", 4, None),
+          shows=("\n\nobjectclass: secResCreds\n",)),
     beside("entry-without-dn", "version line on its own is copied", (entry("version: 1"),), shows=("version: 1\n\n",)),
 )
 

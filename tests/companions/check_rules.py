@@ -9,7 +9,7 @@ import subprocess
 from folder import (GOOD, INPUT, REJECTED, WORK_FILE, Folder, Skipped, as_somebody, check_report, check_verdict, differs,
                     text_of)
 from pieces import (BERT, LINE, MAP, PLENTY, REGISTRY, ROW, USER, entry, folded, group, line_of, lines, map_dn, map_of,
-                    map_of_group, own_dn, policy, policy_data, unit, user)
+                    map_of_group, own_dn, policy, policy_data, unit, user, users_entry)
 
 SLOTS = ((1, 1), (2, 1), PLENTY)
 
@@ -209,6 +209,21 @@ def slot_counts_that_are_given_have_the_passes_of_the_forecast():
         return differs("passes", (2, ["2"]), (said, table))
 
 
+def what_a_failure_leaves_over_is_no_failure_of_its_own():
+    """Entries of 49 and 101 lines run on into the rows of others: once they are shorter, all is gathered."""
+    def text(most):
+        long = [f"a{number}: x" for number in range(most)]
+        return b"".join((user("a"), map_of("b"), users_entry("b"), map_of("c"), users_entry("a", *long[:44]), user("b"),
+                         user("d"), user("e"), policy_data("c", *long), map_of("a"), map_of("d"), map_of("e"),
+                         user("c")))
+    with Folder(text(98)) as folder:
+        said = json.loads(folder.check("--json", INPUT, 2, 2).stdout)
+        faults = differs("found", ["too-many-lines"],
+                         [problem["id"] for problem in said["problems"] if problem["at"] == "given"])
+    with Folder(text(10)) as folder:
+        return faults + differs("mended", 0, folder.convert((2, 2)).returncode)
+
+
 def a_run_that_ends_while_it_prepares_holds_nothing_of_what_stands_behind():
     other = unit(line_of(LINE - 1)) * 100   # more than a window of the input
     large = unit(*["note: something"] * 100_000)
@@ -275,6 +290,12 @@ def nothing_found_splits_with_exit_status_0():
         run = folder.check("--split", GOOD, REJECTED, INPUT, umask=0)
         return (differs("exit status", 0, run.returncode) + differs("good", folder.read(INPUT), folder.read(GOOD))
                 + differs("rejected", b"", folder.read(REJECTED)))
+
+
+def both_files_can_be_read_whatever_the_umask_is():
+    with Folder(USER + REGISTRY) as folder:
+        folder.check("--split", GOOD, REJECTED, INPUT, umask=0o777)
+        return differs("modes", [0o600] * 2, [(folder.path / name).stat().st_mode & 0o777 for name in (GOOD, REJECTED)])
 
 
 def both_files_are_their_owners_alone():
@@ -440,17 +461,19 @@ def a_full_standard_output_ends_with_2():
     return faults
 
 
-RULES = (owners_of_an_entry_that_falls_apart_are_rejected_together, a_name_that_a_run_takes_for_its_work_file_is_refused,
+RULES = (owners_of_an_entry_that_falls_apart_are_rejected_together,
+         a_name_that_a_run_takes_for_its_work_file_is_refused,
          earlier_files_stay_where_the_second_one_may_not_be_replaced, a_folder_that_may_not_be_read_takes_both_files,
          an_ordinary_registry_has_no_finding, an_ordinary_registry_may_have_other_line_ends_comments_and_a_version,
          slot_counts_to_choose_from_have_the_passes_of_their_runs,
-    slot_counts_that_are_given_have_the_passes_of_the_forecast,
+         slot_counts_that_are_given_have_the_passes_of_the_forecast,
+         what_a_failure_leaves_over_is_no_failure_of_its_own, both_files_can_be_read_whatever_the_umask_is,
          a_run_that_ends_while_it_prepares_holds_nothing_of_what_stands_behind, values_are_shown_as_they_stand,
          values_are_only_shown_when_they_are_asked_for, values_are_only_shown_by_splitting_when_they_are_asked_for,
          control_characters_do_not_reach_the_terminal, text_begins_with_the_verdict_and_goes_on_with_the_counts,
          text_lists_ten_of_each_kind, text_lists_everything_with_all, json_lists_everything_always,
-         findings_of_many_users_come_in_the_order_of_the_users,
-         text_says_what_will_happen_and_what_to_do, text_marks_what_stops_at_other_slot_counts_only,
+         findings_of_many_users_come_in_the_order_of_the_users, text_says_what_will_happen_and_what_to_do,
+         text_marks_what_stops_at_other_slot_counts_only,
          each_entry_goes_to_one_file_with_its_owners_others_and_its_comments,
          owners_of_entries_that_fill_their_rows_are_rejected, what_is_found_besides_does_not_matter_to_the_split,
          nothing_found_splits_with_exit_status_0, both_files_are_their_owners_alone, equal_names_are_refused,

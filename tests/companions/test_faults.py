@@ -94,6 +94,22 @@ class Faults(unittest.TestCase):
         self.assertEqual(status, 2, said)
         self.assertIn("it has changed while it was read", said)
 
+    def overwrite_input(self, part):
+        """The same length, and nothing of what stood there."""
+        size = os.path.getsize(self.input)
+        with open(self.input, "r+b") as file:
+            file.write((part * (size // len(part) + 1))[:size])
+
+    def test_an_input_that_is_overwritten_between_two_looks_ends_both_with_2(self):
+        text = users(20_000)  # more than records are made of at once
+        for command in ([CHECK, "--json"], [ACCOUNT, "--all"]):
+            for part in (b"\n", b"\0", b"x", b"dn: x\n", text[100:]):
+                self.write("input.ldif", text)
+                output = [self.output] if ACCOUNT in command else []
+                status, said = self.run_halted([*command, self.input, *output], lambda: self.overwrite_input(part))
+                self.assertEqual(status, 2, f"{command[0]} {part[:9]}: {said}")
+                self.assertRegex(said, "it has changed while it was read|something else has changed it")
+
     def test_an_account_of_an_input_that_changes_gives_no_verdict(self):
         status, said = self.run_halted([ACCOUNT, "--all", self.input, self.output], self.touch_input)
         self.assertEqual(status, 2, said)
