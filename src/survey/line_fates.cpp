@@ -78,8 +78,9 @@ Likeness WrittenLines::likenessOf(const Line& line) const {
 
 WrittenLines stayingLines(Entry lines, Road road) {
   WrittenLines staying;
+  OwnLines own(road);
   for (const Line& line : lines)
-    if (!isDropped(line, road)) staying.take(line);
+    if (own.holds(line)) staying.take(line);
   staying.sort();
   return staying;
 }

@@ -52,12 +52,31 @@ class WrittenLines {
 
 // The fate of a line that is dropped from an entry that is written alone.
 LineFate fateAmong(const Line& line, const WrittenLines& others, Road road);
-// Those that stay of its lines.
+// Those of its lines that are lines of their own in the output.
 WrittenLines stayingLines(Entry lines, Road road);
 
 // True when a line that is written is one of its own in the output: it does not go on in the line before, nor reads as
 // none.
 inline bool isOwnLine(const Line& line) { return line.text[0] != ' ' && line.text[0] != '#' && line.contentLength > 0; }
+
+// Tells of the lines of an entry that is written alone, one after the other, whether they are lines of their own in the
+// output.
+class OwnLines {
+ public:
+  explicit OwnLines(Road road) : road_(road) {}
+
+  bool holds(const Line& line) {
+    if (isDropped(line, road_)) return false;
+    // The piece of a longer line has no line end where the piece behind it is dropped, and is joined by what follows.
+    const bool isJoined = isOpen_;
+    isOpen_ = line.text[line.length - 1] != '\n';
+    return !isJoined && isOwnLine(line);
+  }
+
+ private:
+  Road road_;
+  bool isOpen_ = false;
+};
 
 // Calls take with the place and the fate of each line of such an entry that is dropped, or none of its own once it is
 // written. Its first line is not looked at when it gets a new DN.
@@ -65,11 +84,11 @@ template <typename Take>
 void forEachDroppedLine(Entry lines, Road road, bool getsNewDn, Take take) {
   const Entry rest = lines.subspan(getsNewDn ? 1 : 0);
   std::optional<WrittenLines> staying;  // most entries do not need them
+  OwnLines own(road);
   for (const Line& line : rest) {
-    const bool isWritten = !isDropped(line, road);
-    if (isWritten && isOwnLine(line)) continue;
+    if (own.holds(line)) continue;
     if (!staying) staying = stayingLines(rest, road);
-    const LineFate fate = isWritten ? LOST : fateAmong(line, *staying, road);
+    const LineFate fate = isDropped(line, road) ? fateAmong(line, *staying, road) : LOST;
     take(static_cast<size_t>(&line - lines.data()), fate);
   }
 }

@@ -477,6 +477,12 @@ TEXTS = (
     shown("line of 4,095 characters is broken apart in a map even when it is folded",
           (USER, map_of("bert", folded(line_of(4095)))), changes("long-line", 9, BERTS_MAP),
           shows=(f"\n{line_of(4095)}\ndn: principalName=anna,",)),
+    *(shown(f"line behind one whose end is dropped goes on in that one in {name}", (*pieces, entry),
+            changes("long-line", line, dn), loses("line-lost", line + 2, dn), shows=(f"\n{line_of(4095)}sn: b\n",),
+            lacks=("x acl:",))
+      for name, pieces, entry, line, dn in (
+          ("resource credentials", (), credentials(folded(f"{line_of(4300)} acl: x"), "sn: b"), 4, WEB),
+          ("a policy", (USER, MAP), policy("bert", folded(f"{line_of(4300)} acl: x"), "sn: b"), 13, BERTS_POLICY))),
     beside("long-line", "line of policy data is not written, however long it is",
            (USER, MAP, policy_data("bert", folded(line_of(10_000)))), lacks=("xxx",)),
     beside("long-line", "folded line of 4,094 characters in a map stays whole",
