@@ -9,6 +9,7 @@
 
 #include "account/output_records.h"
 #include "survey/entry_findings.h"
+#include "survey/new_dns.h"
 #include "survey/survey.h"
 
 // What the output has a record of.

@@ -1,28 +1,18 @@
 #include "check/pass_play.h"
 
 #include <algorithm>
-#include <array>
 #include <functional>
 #include <queue>
 #include <set>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
+#include "check/entry_queues.h"
+#include "check/played_slots.h"
 #include "check/regular_records.h"
 #include "rules/text.h"
 
-// What a slot holds: of each kind an entry, NONE, or ODD.
-struct Slot {
-  std::array<uint32_t, RESCREDS_KIND> rows;
-  uint32_t opener;
-  uint32_t policyDn;
-  uint32_t owner;
-  bool isRunOver;  // an entry that did not fit has taken what stood in a row, and the run has failed for it
-};
-static constexpr uint32_t ODD = NONE - 1;  // the parts stand elsewhere
 static constexpr int32_t NO_SLOT = -1;
-static constexpr Slot EMPTY_SLOT = {{NONE, NONE, NONE, NONE, NONE, NONE, NONE}, NONE, NONE, NONE, false};
 
 // A release that has run on into the row of another slot.
 struct PlayedOverrun {
@@ -41,13 +31,6 @@ struct RunOn {
   bool isOverAnother;  // that had been gathered there
 };
 
-// The entries of one kind and owner that are left, in the order of the work file. What keeps one of them from being
-// gathered in a pass, keeps those behind it.
-struct Queue {
-  uint32_t next;  // place in Registry::byOwner
-  uint32_t end;
-};
-
 struct Play {
   Registry& registry;
   const int32_t (&limits)[2];
@@ -57,61 +40,19 @@ struct Play {
   RecordSurvivors survivors = {};
   PlayedRun run = {};
 
-  std::vector<Slot> slots[2] = {};  // by Side; more than are in use where an entry runs on
-  std::unordered_map<uint64_t, std::vector<RowPart>> oddRows = {};
+  PlayedSlots slots{registry};
   int32_t inUse[2] = {0, 0};
   int32_t counts[RESCREDS_KIND] = {};
   std::vector<PlayedOverrun> overruns = {};
 
   std::vector<int32_t> slotOfOwner = {};       // by owner: that which is found in this pass, or NO_SLOT
-  std::vector<Queue> queues = {};              // those of one owner together; at the end those of none
-  std::vector<uint32_t> firstQueues = {};      // by owner
+  EntryQueues queues{registry};                // where something odd can happen
   uint32_t nextOwner[2] = {0, 0};              // by Side, among those that no pass has met
   std::set<uint32_t> metBefore[2] = {};        // the first entry that is left of owners that one has met
   std::unordered_set<uint64_t> reported = {};  // findings that have been told, by entry and identifier
   std::vector<RunOn> runOn = {};               // in this pass
   bool isPlanLeft = false;                     // in this pass, because an entry has been left
 };
-
-// Rows of several parts are rare. They stand in a map of their own, so that a slot stays small: there can be as
-// many slots as there are users.
-static uint64_t keyOf(EntryKind kind, int32_t slot) { return static_cast<uint64_t>(slot) * RESCREDS_KIND + kind; }
-
-// An empty list is an empty row; so is any row behind the last slot that has been used.
-static std::vector<RowPart> partsOf(const Play& play, EntryKind kind, int32_t slot) {
-  const auto& slots = play.slots[sideOf(kind)];
-  if (static_cast<size_t>(slot) >= slots.size()) return {};
-  const uint32_t row = slots[static_cast<size_t>(slot)].rows[kind];
-  if (row == NONE) return {};
-  if (row == ODD) return play.oddRows.at(keyOf(kind, slot));
-  return {{row, 0, play.registry.entries[row].lines}};
-}
-
-static uint32_t linesOf(const std::vector<RowPart>& parts) {
-  uint32_t lines = 0;
-  for (const RowPart& part : parts) lines += part.count;
-  return lines;
-}
-
-static bool isFull(const Play& play, EntryKind kind, int32_t slot) {
-  return linesOf(partsOf(play, kind, slot)) == rowLength(kind);
-}
-
-static Slot& slotAt(Play& play, Side side, int32_t slot) {
-  auto& slots = play.slots[side];
-  if (slots.size() <= static_cast<size_t>(slot)) slots.resize(static_cast<size_t>(slot) + 1, EMPTY_SLOT);
-  return slots[static_cast<size_t>(slot)];
-}
-
-static void setRow(Play& play, EntryKind kind, int32_t slot, std::vector<RowPart> parts) {
-  slotAt(play, sideOf(kind), slot).rows[kind] = ODD;
-  play.oddRows[keyOf(kind, slot)] = std::move(parts);
-}
-
-static void clearRow(Play& play, EntryKind kind, int32_t slot) {
-  play.oddRows.erase(keyOf(kind, slot));
-  slotAt(play, sideOf(kind), slot).rows[kind] = NONE;
-}
 
 // The text is copied, because the entry that it lies in makes room for the next one that is looked at.
 static std::string firstLineOf(Play& play, const std::vector<RowPart>& parts) {
@@ -131,11 +72,12 @@ static void fail(Play& play, MessageCode code, DetailText problem, std::string f
   play.run.failure = {code, problem, std::move(firstLine), std::move(earlier)};
 }
 
-static uint64_t keyOf(FindingId id, uint32_t entry) { return uint64_t{entry} * NUMBER_OF_FINDINGS + id; }
+static uint64_t findingKey(FindingId id, uint32_t entry) { return uint64_t{entry} * NUMBER_OF_FINDINGS + id; }
 
 // An entry that is met in several passes, or that is complained of in several ways, is one problem to mend.
 static void reportOnce(Play& play, FindingId id, At at, uint32_t entry) {
-  if (play.reported.insert(keyOf(id, entry)).second) play.findings.take({id, at, play.registry.entries[entry].begin});
+  if (play.reported.insert(findingKey(id, entry)).second)
+    play.findings.take({id, at, play.registry.entries[entry].begin});
 }
 
 static void reportFailure(Play& play, DetailText problem, uint32_t entry) {
@@ -157,17 +99,17 @@ static bool beginsWithDn(const std::string& line) {
 // missing for anybody, and the play goes on with them.
 static void takeBackRest(Play& play, EntryKind kind, int32_t first, uint32_t entry) {
   const auto isOfEntry = [&](const auto& part) { return part.entry == entry; };
-  setRow(play, kind, first, {{entry, 0, play.registry.entries[entry].lines}});
+  setRow(play.slots, kind, first, {{entry, 0, play.registry.entries[entry].lines}});
   for (const RunOn& rest : play.runOn) {
     if (!isOfEntry(rest)) continue;
-    std::vector<RowPart> others = partsOf(play, kind, rest.slot);
+    std::vector<RowPart> others = partsOf(play.slots, kind, rest.slot);
     std::erase_if(others, isOfEntry);
     if (others.empty())
-      clearRow(play, kind, rest.slot);
+      clearRow(play.slots, kind, rest.slot);
     else
-      setRow(play, kind, rest.slot, std::move(others));
+      setRow(play.slots, kind, rest.slot, std::move(others));
     // What stood there cannot be told any more.
-    if (rest.isOverAnother) slotAt(play, sideOf(kind), rest.slot).isRunOver = true;
+    if (rest.isOverAnother) slotAt(play.slots, sideOf(kind), rest.slot).isRunOver = true;
   }
   std::erase_if(play.runOn, isOfEntry);
 }
@@ -178,34 +120,22 @@ static bool failForOccupiedRow(Play& play, EntryKind kind, int32_t slot, uint32_
   // An entry fills the rows behind its own from their begin, so that the row of the entry to blame is the first one
   // before that begins with a DN.
   int32_t owner = slot;
-  while (owner > 0 && isFull(play, kind, owner - 1) && !beginsWithDn(firstLineOf(play, partsOf(play, kind, owner))))
+  while (owner > 0 && isFull(play.slots, kind, owner - 1) &&
+         !beginsWithDn(firstLineOf(play, partsOf(play.slots, kind, owner))))
     --owner;
-  const std::string earlier = firstLineOf(play, partsOf(play, kind, owner));
+  const std::string earlier = firstLineOf(play, partsOf(play.slots, kind, owner));
   if (owner != slot) {
-    const uint32_t tooLong = partsOf(play, kind, owner)[0].entry;
+    const uint32_t tooLong = partsOf(play.slots, kind, owner)[0].entry;
     fail(play, ROW_ALREADY_OCCUPIED, ROW_OVERRUN, earlier);
     reportFailure(play, ROW_OVERRUN, tooLong);
     const auto rest =
         std::find_if(play.runOn.begin(), play.runOn.end(), [&](const RunOn& other) { return other.entry == tooLong; });
     if (rest != play.runOn.end()) takeBackRest(play, kind, rest->slot - 1, tooLong);
-    return partsOf(play, kind, slot).empty();
+    return partsOf(play.slots, kind, slot).empty();
   }
   fail(play, ROW_ALREADY_OCCUPIED, DOUBLED, firstLineOf(play, {{entry, 0, 1}}), earlier);
   reportFailure(play, DOUBLED, entry);
   return false;
-}
-
-// What is left of the parts behind their first lines.
-// An entry that runs on is written over what stands in the next row. What is longer than itself stays there, behind
-// it, and is taken for more of it.
-static void appendRest(const std::vector<RowPart>& from, uint32_t passed, std::vector<RowPart>& parts) {
-  for (RowPart part : from) {
-    const uint32_t gone = std::min(passed, part.count);
-    passed -= gone;
-    part.first += gone;
-    part.count -= gone;
-    if (part.count > 0) parts.push_back(part);
-  }
 }
 
 // Slots that are opened behind a failure are the play's alone.
@@ -232,7 +162,7 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
   const int32_t first = slot;
   // A row of exactly so many lines as it has columns has nothing behind it that says where it ends: what reads it
   // goes on in the next row.
-  if (lines < rowLength(kind)) slotAt(play, sideOf(kind), slot).rows[kind] = entry;
+  if (lines < rowLength(kind)) slotAt(play.slots, sideOf(kind), slot).rows[kind] = entry;
   for (uint32_t passed = 0; lines >= rowLength(kind) && passed < lines; passed += rowLength(kind), ++slot) {
     // There are as many rows as the run has slots, whether these are in use or not.
     if (slot == play.limits[sideOf(kind)]) {
@@ -242,12 +172,13 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
       break;
     }
     std::vector<RowPart> parts = {{entry, passed, std::min(rowLength(kind), lines - passed)}};
-    const std::vector<RowPart> before = partsOf(play, kind, slot);
+    const std::vector<RowPart> before = partsOf(play.slots, kind, slot);
+    // It is written over what stands there. What is longer than itself stays behind it, and is taken for more of it.
     appendRest(before, parts[0].count, parts);
-    setRow(play, kind, slot, std::move(parts));
+    setRow(play.slots, kind, slot, std::move(parts));
     if (slot != first) play.runOn.push_back({kind, slot, entry, !before.empty()});
   }
-  noteSlots(play, sideOf(kind), play.slots[sideOf(kind)].size());
+  noteSlots(play, sideOf(kind), play.slots.of[sideOf(kind)].size());
   ++play.counts[kind];
 }
 
@@ -255,7 +186,7 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
 static void gather(Play& play, uint32_t entry, int32_t slot, bool isNewSlot) {
   const EntryKind kind = play.registry.entries[entry].rowKind;
   const Side side = sideOf(kind);
-  Slot& target = slotAt(play, side, slot);
+  Slot& target = slotAt(play.slots, side, slot);
   if (target.rows[kind] != NONE || !isAsPlanned(play.registry.entries[entry])) noteLookUp(play);
   // Two entries of one kind and owner, or the rest of a long one that came before: the run ends here, in whichever
   // pass the two meet in a slot.
@@ -294,16 +225,16 @@ static bool meet(Play& play, uint32_t number) {
 
 // Kept as the release is: it goes on behind a full row.
 static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
-  if (partsOf(play, kind, slot).empty()) return;
+  if (partsOf(play.slots, kind, slot).empty()) return;
   --play.counts[kind];
-  const std::vector<RowPart> own = partsOf(play, kind, slot);
+  const std::vector<RowPart> own = partsOf(play.slots, kind, slot);
   int32_t next = slot;
-  for (bool goesOn = true; goesOn && !partsOf(play, kind, next).empty(); ++next) {
-    const auto parts = partsOf(play, kind, next);
+  for (bool goesOn = true; goesOn && !partsOf(play.slots, kind, next).empty(); ++next) {
+    const auto parts = partsOf(play.slots, kind, next);
     const bool isOfAnother = next != slot && next < play.inUse[sideOf(kind)] && parts[0].entry != own[0].entry;
     if (isOfAnother) reportRunOn(play, kind, own[0].entry);
-    goesOn = linesOf(parts) == rowLength(kind);
-    clearRow(play, kind, next);
+    goesOn = lineCount(parts) == rowLength(kind);
+    clearRow(play.slots, kind, next);
   }
   // It has emptied the rows of later slots. Should one of these lack an entry of this kind, this is the one to blame;
   // only the last of each kind is remembered, as in the run.
@@ -338,31 +269,20 @@ static void failForRecords(Play& play, const SlotRecords& records, const SlotRow
   fail(play, PROCESSING_FAILED, problem, subject);
 }
 
-// What is taken for the entry of a row: where that is full, what stands in the next one, too.
-static std::vector<RowPart> readOn(const Play& play, EntryKind kind, int32_t slot) {
-  std::vector<RowPart> all = partsOf(play, kind, slot);
-  for (uint32_t lines = linesOf(all); lines == rowLength(kind);) {
-    const std::vector<RowPart> more = partsOf(play, kind, ++slot);
-    lines = linesOf(more);
-    all.insert(all.end(), more.begin(), more.end());
-  }
-  return all;
-}
-
 // The records of a regular owner have been made before, and count without a second look, unless rows of others have
 // mixed with theirs.
 static void flushSlot(Play& play, Side side, int32_t number) {
-  const Slot slot = slotAt(play, side, number);
+  const Slot slot = slotAt(play.slots, side, number);
   const RegistryOwner& owner = play.registry.owners[slot.owner];
   SlotRows rows;
   rows.opener = slot.opener;
   rows.policyDn = slot.policyDn;
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
     if (sideOf(static_cast<EntryKind>(kind)) == side)
-      rows.parts[kind] = readOn(play, static_cast<EntryKind>(kind), number);
+      rows.parts[kind] = readOn(play.slots, static_cast<EntryKind>(kind), number);
   if (play.run.failure.code == 0)
     for (const auto& parts : rows.parts)
-      play.run.memory.mostLines = std::max(play.run.memory.mostLines, linesOf(parts));
+      play.run.memory.mostLines = std::max(play.run.memory.mostLines, lineCount(parts));
   const auto entries = entriesOf(play.registry, owner);
   const bool isAsAlone = owner.isRegular && std::all_of(entries.begin(), entries.end(), [&](uint32_t i) {
                            return slot.rows[play.registry.entries[i].rowKind] == i;
@@ -381,7 +301,7 @@ static void flushSlot(Play& play, Side side, int32_t number) {
   for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
                                SECGROUP_KIND, MAP_OF_GROUP_KIND})
     if (sideOf(kind) == side) releaseRow(play, kind, number);
-  slotAt(play, side, number).policyDn = NONE;
+  slotAt(play.slots, side, number).policyDn = NONE;
 }
 
 static void flush(Play& play) {
@@ -391,7 +311,7 @@ static void flush(Play& play) {
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (int32_t slot = 0; slot < play.inUse[side]; ++slot) flushSlot(play, side, slot);
     play.inUse[side] = 0;
-    for (Slot& slot : play.slots[side]) {
+    for (Slot& slot : play.slots.of[side]) {
       if (slot.owner != NONE) play.slotOfOwner[slot.owner] = NO_SLOT;
       slot = {slot.rows, NONE, NONE, NONE, false};
     }
@@ -402,71 +322,16 @@ static void flush(Play& play) {
   play.overruns.clear();
 }
 
-// The number behind that of the last owner: of the entries that have none.
-static uint32_t noOwner(const Play& play) { return static_cast<uint32_t>(play.registry.owners.size()); }
-
-static std::span<Queue> queuesOf(Play& play, uint32_t owner) {
-  const uint32_t first = play.firstQueues[owner];
-  return std::span(play.queues).subspan(first, play.firstQueues[owner + 1] - first);
-}
-
-static bool isAnyLeft(std::span<const Queue> queues) {
-  return std::any_of(queues.begin(), queues.end(), [](const Queue& queue) { return queue.next < queue.end; });
-}
-
-static uint32_t headOf(const Play& play, const Queue& queue) { return play.registry.byOwner[queue.next]; }
-
-// The queue that an entry is the first of.
-static Queue& queueOf(Play& play, uint32_t entry) {
-  const uint32_t owner = play.registry.entries[entry].owner;
-  const auto queues = queuesOf(play, owner == NONE ? noOwner(play) : owner);
-  return *std::find_if(queues.begin(), queues.end(),
-                       [&](const Queue& queue) { return queue.next < queue.end && headOf(play, queue) == entry; });
-}
-
-// The first entry that is left of an owner, NONE for none.
-// Entries of one owner are taken in several passes where two of them are of a kind.
-static uint32_t firstLeft(Play& play, uint32_t owner) {
-  uint32_t first = NONE;
-  for (const Queue& queue : queuesOf(play, owner))
-    if (queue.next < queue.end) first = std::min(first, headOf(play, queue));
-  return first;
-}
-
-// Sorts the entries of an owner into queues by their kinds. They stand in a range of Registry::byOwner.
-static void addQueues(Play& play, uint32_t begin, uint32_t end) {
-  std::vector<uint32_t>& byOwner = play.registry.byOwner;
-  const auto ofKind = [&](uint32_t number) { return play.registry.entries[number].kind; };
-  play.firstQueues.push_back(static_cast<uint32_t>(play.queues.size()));
-  std::sort(byOwner.begin() + begin, byOwner.begin() + end, [&](uint32_t one, uint32_t other) {
-    return ofKind(one) != ofKind(other) ? ofKind(one) < ofKind(other) : one < other;
-  });
-  for (uint32_t next = begin; begin < end; begin = next) {
-    while (next < end && ofKind(byOwner[next]) == ofKind(byOwner[begin])) ++next;
-    play.queues.push_back({begin, next});
-  }
-}
-
 // What passes need in which something odd can happen.
 static void prepareOddPasses(Play& play) {
   auto& all = play.registry.entries;
   // Nearly all records have been made. What has been kept for making them gives its memory to the queues.
   play.registry.kept = {};
   for (uint32_t i = 0; i < all.size(); ++i) all[i].keptAt = NOT_KEPT;
-  // Growing by doubling would take three times the memory, for a moment.
   for (const Side side : {USER_SIDE, GROUP_SIDE})
-    play.slots[side].reserve(std::min(play.registry.ownersOf[side], static_cast<uint32_t>(play.limits[side])));
-  play.queues.reserve(all.size());
-  play.firstQueues.reserve(size_t{noOwner(play)} + 2);
-  play.slotOfOwner.assign(noOwner(play), NO_SLOT);
-  uint32_t end = 0;
-  for (uint32_t i = 0; i < noOwner(play); ++i) {
-    const RegistryOwner& owner = play.registry.owners[i];
-    end = owner.begin + owner.entries;
-    addQueues(play, owner.begin, end);
-  }
-  addQueues(play, end, end + play.registry.withoutOwner);
-  play.firstQueues.push_back(static_cast<uint32_t>(play.queues.size()));
+    play.slots.of[side].reserve(std::min(play.registry.ownersOf[side], static_cast<uint32_t>(play.limits[side])));
+  fillQueues(play.queues);
+  play.slotOfOwner.assign(noOwner(play.queues), NO_SLOT);
 }
 
 static void skipToSide(Play& play, Side side) {
@@ -527,26 +392,21 @@ static void playPlainPass(Play& play, const std::vector<uint32_t> (&owners)[2]) 
     // Only where odd passes come, too, does anybody ask which entries have been taken.
     if (play.registry.isRegular) continue;
     for (const uint32_t number : side)
-      for (Queue& queue : queuesOf(play, number)) queue.next = queue.end;
+      for (EntryQueue& queue : queuesOf(play.queues, number)) queue.next = queue.end;
   }
-}
-
-static void addHeads(const Play& play, std::span<const Queue> queues, std::vector<uint32_t>& heads) {
-  for (const Queue& queue : queues)
-    if (queue.next < queue.end) heads.push_back(headOf(play, queue));
 }
 
 // The entries that the pass meets first. Where earlier ones have left a count that keeps entries away, that can be any.
 static std::vector<uint32_t> headsInReach(Play& play, const std::vector<uint32_t> (&owners)[2]) {
   std::vector<uint32_t> heads;
-  heads.reserve(play.queues.size());
+  heads.reserve(play.queues.all.size());
   // Owners that the plan has not chosen may find a slot, since those that it has chosen may not.
   if (!areCountsZero(play)) {
-    addHeads(play, play.queues, heads);
+    addHeads(play.queues, play.queues.all, heads);
   } else {
     for (const auto& side : owners)
-      for (const uint32_t owner : side) addHeads(play, queuesOf(play, owner), heads);
-    addHeads(play, queuesOf(play, noOwner(play)), heads);
+      for (const uint32_t owner : side) addHeads(play.queues, queuesOf(play.queues, owner), heads);
+    addHeads(play.queues, queuesOf(play.queues, noOwner(play.queues)), heads);
   }
   std::sort(heads.begin(), heads.end(), std::greater());
   return heads;
@@ -570,8 +430,8 @@ static bool meetEntries(Play& play, std::vector<uint32_t> heads) {
       continue;
     }
     isAny = true;
-    Queue& left = queueOf(play, head);
-    if (++left.next < left.end) followers.push(headOf(play, left));
+    EntryQueue& left = queueOf(play.queues, head);
+    if (++left.next < left.end) followers.push(headOf(play.queues, left));
   }
   return isAny;
 }
@@ -581,7 +441,7 @@ static bool putBack(Play& play, const std::vector<uint32_t> (&owners)[2]) {
   bool isAny = false;
   for (const auto& side : owners)
     for (const uint32_t owner : side) {
-      const uint32_t left = firstLeft(play, owner);
+      const uint32_t left = firstLeft(play.queues, owner);
       if (left == NONE) continue;
       play.metBefore[play.registry.owners[owner].side].insert(left);
       isAny = true;
@@ -591,7 +451,7 @@ static bool putBack(Play& play, const std::vector<uint32_t> (&owners)[2]) {
 
 static uint64_t ownersLeft(const Play& play) {
   const uint32_t next = std::min(play.nextOwner[USER_SIDE], play.nextOwner[GROUP_SIDE]);
-  return play.metBefore[USER_SIDE].size() + play.metBefore[GROUP_SIDE].size() + (noOwner(play) - next);
+  return play.metBefore[USER_SIDE].size() + play.metBefore[GROUP_SIDE].size() + (noOwner(play.queues) - next);
 }
 
 // Returns false when nothing can be gathered any more.
@@ -638,7 +498,7 @@ static void reportOthers(Play& play) {
 }
 
 // While counts are left over, which owners come next cannot be told beforehand: all of them can.
-static void takeBack(Play& play, std::vector<uint32_t> (&owners)[2]) {
+static void dropChoice(Play& play, std::vector<uint32_t> (&owners)[2]) {
   if (areCountsZero(play)) return;
   putBack(play, owners);
   for (auto& side : owners) side.clear();
@@ -653,14 +513,14 @@ PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker&
     std::vector<uint32_t> owners[2] = {takeOwners(play, USER_SIDE), takeOwners(play, GROUP_SIDE)};
     const bool isPlain =
         registry.isRegular || (arePlain(play, owners[USER_SIDE]) && arePlain(play, owners[GROUP_SIDE]) &&
-                               !isAnyLeft(queuesOf(play, noOwner(play))) && areCountsZero(play));
+                               !isAnyLeft(queuesOf(play.queues, noOwner(play.queues))) && areCountsZero(play));
     if (isPlain && owners[USER_SIDE].empty() && owners[GROUP_SIDE].empty()) break;
     if (isPlain) {
       playPlainPass(play, owners);
       continue;
     }
-    takeBack(play, owners);
-    if (!areCountsZero(play) && !isAnyLeft(play.queues)) break;
+    dropChoice(play, owners);
+    if (!areCountsZero(play) && !isAnyLeft(play.queues.all)) break;
     if (!playOddPass(play, owners)) break;
   }
   reportOthers(play);

@@ -6,7 +6,7 @@
 
 #include "platform/detail_texts.h"
 #include "platform/message_codes.h"
-#include "survey/entry_findings.h"
+#include "survey/new_dns.h"
 #include "survey/record.h"
 #include "survey/registry.h"
 

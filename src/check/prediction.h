@@ -5,6 +5,7 @@
 
 #include "check/pass_play.h"
 #include "survey/entry_findings.h"
+#include "survey/new_dns.h"
 #include "survey/survey.h"
 
 struct Prediction {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <future>
 
+#include "survey/entry_findings.h"
 #include "survey/progress.h"
 
 void fillRows(const Registry& registry, const RegistryOwner& owner, SlotRows& rows) {

@@ -4,7 +4,8 @@
 
 #include <cstdint>
 
-#include "survey/entry_findings.h"
+#include "survey/line_fates.h"
+#include "survey/new_dns.h"
 #include "survey/record.h"
 
 // Fills the rows of a slot with the entries of such an owner.

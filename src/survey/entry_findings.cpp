@@ -4,10 +4,8 @@
 
 #include "rules/adjustments.h"
 #include "rules/attribute.h"
-#include "rules/dn_hash.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
-#include "survey/domains.h"
 #include "survey/spellings.h"
 
 // The values that name a class that is known.
@@ -25,18 +23,6 @@ static constexpr ClassValue classValues[] = {
 // The container of the resource credentials is a container whose name counts besides.
 static ObjectClass withoutCredentials(ObjectClass code) {
   return code == RESCREDS_CONTAINER ? CONTAINER_OBJECTCLASS : code;
-}
-
-// The value of a line, empty without a colon. One in base 64 is decoded, into the room given.
-static std::string_view valueOf(const Line& line, std::string& decoded) {
-  if (line.firstColon >= line.contentLength) return {};
-  std::string_view value = line.content().substr(size_t{line.firstColon} + 1);
-  const bool isBase64 = value.starts_with(':');
-  value = behindSpaces(value.substr(isBase64 ? 1 : 0));
-  while (value.ends_with(' ') || value.ends_with('\t')) value.remove_suffix(1);
-  if (!isBase64) return value;
-  decoded = decodedBase64(value);
-  return decoded;
 }
 
 static bool isSameToRun(ObjectClass one, ObjectClass other) {
@@ -74,7 +60,7 @@ static bool isClassOverlooked(const Line& line, const PreparedEntry& prepared, b
   constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
   if (line.contentLength < SHORTEST) return false;
   std::string decoded;
-  const std::string_view value = valueOf(line, decoded);
+  const std::string_view value = decodedValueOf(line, decoded);
   for (const ClassValue& known : classValues)
     if (value.size() == known.value.size() && isSameInAnyCase(value, known.value))
       return withoutCredentials(prepared.objectClass) != known.code && isNamed(line, "objectclass") &&
@@ -269,43 +255,61 @@ static bool findOddDns(const PreparedEntry& prepared, uint64_t begin, WholeLines
   return isTaken;
 }
 
-// What the names of its lines show.
-static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+static void findSecondDn(const PreparedEntry& prepared, uint64_t begin, WholeLines& wholeLines, FindingSink& findings) {
+  for (size_t i = 0; i < prepared.lines.size(); ++i) {
+    if (prepared.lines[i].firstColon != DN.size() || !isSecondDn(prepared, i)) continue;
+    findings.take({SECOND_DN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
+    return;
+  }
+}
+
+// Returns true when a value is taken for a changetype, or has been taken for something else: one finding for an entry
+// is enough, whatever attributes were taken from odd places.
+static bool findChangetypes(const PreparedEntry& prepared, bool isTaken, uint64_t begin, WholeLines& wholeLines,
+                            FindingSink& findings) {
   constexpr uint32_t CHANGETYPE = nameBit("changetype");
-  constexpr uint32_t NAMES = CHANGETYPE | nameBit("objectclass");
-  WholeLines wholeLines(prepared, begin);
   bool isChange = false;
-  bool hasUnknownName = false;
-  bool hasSecondDn = false;
+  for (size_t i = 0; (prepared.names & CHANGETYPE) != 0 && i < prepared.lines.size(); ++i) {
+    const Line& line = prepared.lines[i];
+    if ((line.names & CHANGETYPE) == 0) continue;
+    const bool isOwn = isNamed(line, "changetype");
+    const bool isTakenHere = !isOwn && !isTaken && !prepared.goesToOutput && holdsChangetype(line);
+    if (!isTakenHere && (!isOwn || isChange)) continue;
+    const FindingId id = isOwn ? CHANGE_RECORD : VALUE_TAKEN_FOR_ATTRIBUTE;
+    findings.take({id, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
+    isChange = isChange || isOwn;
+    isTaken = isTaken || isTakenHere;
+  }
+  return isTaken;
+}
+
+// Returns true when there is a class whose name does not count.
+static bool findUnknownClass(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin,
+                             WholeLines& wholeLines, FindingSink& findings) {
+  constexpr uint32_t OBJECTCLASS = nameBit("objectclass");
   // What is copied is sorted by its lines as they are folded.
   const bool isAnyFolded = !entry.isOrdinary || entry.continuations > 0;
   const bool isClassFolded = isAnyFolded && prepared.goesToOutput &&
                              withoutCredentials(classOf(prepared.lines)) != withoutCredentials(prepared.objectClass);
-  // One finding for an entry is enough, whatever attributes were taken from odd places.
-  bool isTaken = prepared.isValueTaken;
-  isTaken |= findOddDns(prepared, begin, wholeLines, findings);
-  if (prepared.isValueTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
-  for (const Line& line : prepared.lines) {
-    const auto i = static_cast<size_t>(&line - prepared.lines.data());
-    if (line.firstColon == DN.size() && isSecondDn(prepared, i)) {
-      if (!hasSecondDn) findings.take({SECOND_DN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
-      hasSecondDn = true;
-    }
-    if ((line.names & NAMES) == 0) continue;
-    if ((line.names & CHANGETYPE) == 0) {
-      // it can only name a class
-    } else if (!isChange && isNamed(line, "changetype")) {
-      isChange = true;
-      findings.take({CHANGE_RECORD, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
-    } else if (!isTaken && !prepared.goesToOutput && holdsChangetype(line) && !isNamed(line, "changetype")) {
-      isTaken = true;
-      findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
-    }
+  for (size_t i = 0; i < prepared.lines.size(); ++i) {
+    const Line& line = prepared.lines[i];
+    if ((line.names & OBJECTCLASS) == 0) continue;
     const bool isFoldedHere = isClassFolded && isFolded(prepared, placeOf(prepared, i, begin, wholeLines) - begin);
-    if (hasUnknownName || !isClassOverlooked(line, prepared, isFoldedHere)) continue;
-    hasUnknownName = true;
+    if (!isClassOverlooked(line, prepared, isFoldedHere)) continue;
     findings.take({CLASS_NAME_NOT_KNOWN, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
+    return true;
   }
+  return false;
+}
+
+// What the names of its lines show.
+static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+  WholeLines wholeLines(prepared, begin);
+  bool isTaken = findOddDns(prepared, begin, wholeLines, findings) || prepared.isValueTaken;
+  if (prepared.isValueTaken) findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, begin + prepared.takenPlace});
+  findSecondDn(prepared, begin, wholeLines, findings);
+  isTaken = findChangetypes(prepared, isTaken, begin, wholeLines, findings);
+  const bool hasUnknownName = findUnknownClass(entry, prepared, begin, wholeLines, findings);
   // Nothing is taken for the class of an entry that has none.
   const bool hasClass = prepared.objectClass != UNINTERESTING_OBJECTCLASS;
   const bool mayBeTaken = !isTaken && !hasUnknownName && !prepared.isForeseen && prepared.partLines.empty();
@@ -320,7 +324,7 @@ static void findVersionsThatStay(const PreparedEntry& prepared, uint64_t begin, 
   for (const Line& line : prepared.lines) {
     std::string decoded;
     const bool isVersion = isNamed(line, "version") && !isDropped(line, STRAIGHT_THROUGH);
-    if (!isVersion || valueOf(line, decoded) == "6.0") continue;
+    if (!isVersion || decodedValueOf(line, decoded) == "6.0") continue;
     const auto i = static_cast<size_t>(&line - prepared.lines.data());
     findings.take({VERSION_STAYS, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
     return;
@@ -356,110 +360,4 @@ void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, 
 void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   for (const size_t i : prepared.goneLines)
     findings.take({LINE_IS_LOST, AT_NONE, begin, begin + prepared.origins[i].place});
-}
-
-// The characters that RFC 4514 has escaped in a DN. The conversion puts a name into the new DN as it is.
-static bool needsEscapes(std::string_view name) {
-  return name.find_first_of(",+\"\\<>;=") != std::string_view::npos || name.front() == '#' || name.front() == ' ' ||
-         name.back() == ' ';
-}
-
-void DnComparison::insert(uint64_t hash) {
-  size_t place = firstPlace(hash);
-  while (places_[place] != 0) place = (place + 1) & (places_.size() - 1);
-  places_[place] = hash;
-}
-
-void DnComparison::grow() {
-  std::vector<uint64_t> before(places_.size() * 2);
-  before.swap(places_);
-  for (const uint64_t hash : before)
-    if (hash != 0) insert(hash);
-}
-
-bool DnComparison::add(uint64_t hash) {
-  if (count_ >= places_.size() / 4 * 3) grow();
-  size_t place = firstPlace(hash);
-  while (places_[place] != 0 && places_[place] != hash) place = (place + 1) & (places_.size() - 1);
-  if (places_[place] == hash) return false;
-  places_[place] = hash;
-  ++count_;
-  return true;
-}
-
-// Of a DN without spare blanks, in any letter case; never 0.
-static uint64_t hashOfPlainDn(std::string_view dn) { return hashOfDn(dn) | 1U; }
-
-static uint64_t hashOfNewDn(std::string_view dn) {
-  const bool mayHaveSpareBlanks = dn.find(' ') != std::string_view::npos;
-  return mayHaveSpareBlanks ? hashOfPlainDn(withoutSpareBlanks(dn)) : hashOfPlainDn(dn);
-}
-
-void DnComparison::takeCopied(const Line& firstLine) {
-  if (!isNamed(firstLine, "dn")) return;
-  // Most DNs are those of persons, and end otherwise.
-  const std::string_view asWritten = dnOfFirstLine(firstLine.view());
-  const bool mayEndSo = asWritten.starts_with(':') || holdsInAnyCase(asWritten, "secauthority");
-  if (!mayEndSo) return;
-  std::string decoded;
-  const std::string dn = withoutSpareBlanks(valueOf(firstLine, decoded));
-  // All new DNs end with it, and few others.
-  if (!holdsInAnyCase(dn, ",secauthority=default")) return;
-  add(hashOfPlainDn(dn));
-  constexpr std::string_view CONTAINER = "cn=policies,";
-  constexpr std::string_view POLICY = "cn=policy,cn=policies,";
-  const std::string_view view = dn;
-  if (isSameInAnyCase(view.substr(0, CONTAINER.size()), CONTAINER))
-    aboveContainers_.insert(hashOfPlainDn(view.substr(CONTAINER.size())));
-  if (isSameInAnyCase(view.substr(0, POLICY.size()), POLICY))
-    abovePolicies_.insert(hashOfPlainDn(view.substr(POLICY.size())));
-}
-
-void DnComparison::compare(const RecordDn& dn, FindingSink& findings) {
-  if (!add(dn.hash)) findings.take({NEW_DN_TWICE, AT_NONE, dn.entry});
-  const bool isTwice = aboveContainers_.contains(dn.hash) || (dn.isPolicyWritten && abovePolicies_.contains(dn.hash));
-  if (dn.policy != NO_PLACE && isTwice) findings.take({NEW_DN_TWICE, AT_NONE, dn.policy});
-}
-
-// True when a user's record has a secDomainId that the conversion has made, and not of what it stands for.
-static bool isDomainIdMistaken(RecordMaker& maker, uint32_t ownEntry) {
-  const LoadedEntry& own = loadedEntry(maker, ownEntry);
-  const size_t last = own.lines.size() - 1;
-  const Line& added = own.lines[last];
-  if (originOf(*maker.registry, own, last).line != NO_LINE || !isNamed(added, "secdomainid")) return false;
-  const std::vector<Line>& merged = maker.records.merged;
-  const bool isThere =
-      std::any_of(merged.begin(), merged.end(), [&](const Line& line) { return line.text == added.text; });
-  const std::string_view name = maker.records.name;
-  const std::string_view authority = added.content().substr(0, added.contentLength - name.size());
-  const bool isOfName = added.content().ends_with(name) && authority.ends_with('%');
-  return isThere && (!isOfName || own.prepared.isAuthorityCoded);
-}
-
-// True when the policy's DN is not below that of its container.
-static bool isApartFromContainer(const SlotRecords& records) {
-  if (records.policyDn.ends_with(records.containerDn)) return false;
-  const std::string dn = withoutSpareBlanks(records.policyDn);
-  const std::string above = withoutSpareBlanks(records.containerDn);
-  return !isSameInAnyCase(std::string_view(dn).substr(dn.size() - std::min(dn.size(), above.size())), above);
-}
-
-RecordDn findNameChanges(RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
-  const EntryKind own = ownKindOf(side);
-  const uint64_t begin = maker.registry->entries[rows.parts[own][0].entry].begin;
-  const SlotRecords& records = maker.records;
-  const std::string_view name = records.name;
-  const bool isBase64 = name.front() == ':';
-  // The name begins with the second colon of a base-64 value, which is not decoded.
-  if (isBase64) findings.take({NAME_IN_BASE_64, AT_NONE, begin});
-  if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
-  if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
-    findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
-  if (isDomainMistaken(side == USER_SIDE ? NEW_USER_DN : NEW_GROUP_DN, records.oldDn))
-    findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, begin});
-  if (side == USER_SIDE && isDomainIdMistaken(maker, rows.parts[own][0].entry))
-    findings.take({DOMAIN_ID_IS_MISTAKEN, AT_NONE, begin});
-  const uint64_t policy = rows.policyDn == NONE ? NO_PLACE : maker.registry->entries[rows.policyDn].begin;
-  if (records.hasPolicy && isApartFromContainer(records)) findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, policy});
-  return {hashOfNewDn(dnOfFirstLine(withoutLineEnd(records.newDn))), begin, policy, records.hasPolicy};
 }

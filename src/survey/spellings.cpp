@@ -141,3 +141,14 @@ int compareValues(std::string_view one, std::string_view other) {
     return static_cast<int>(reader.isBroken()) - static_cast<int>(otherReader.isBroken());
   }
 }
+
+std::string_view decodedValueOf(const Line& line, std::string& decoded) {
+  if (line.firstColon >= line.contentLength) return {};
+  std::string_view value = line.content().substr(size_t{line.firstColon} + 1);
+  const bool isBase64 = value.starts_with(':');
+  value = behindSpaces(value.substr(isBase64 ? 1 : 0));
+  while (value.ends_with(' ') || value.ends_with('\t')) value.remove_suffix(1);
+  if (!isBase64) return value;
+  decoded = decodedBase64(value);
+  return decoded;
+}

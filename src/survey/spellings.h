@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "rules/line.h"
+
 // Returns a DN without blanks that do not matter: beside the signs between its parts, at its ends, and beside other
 // blanks.
 std::string withoutSpareBlanks(std::string_view dn);
@@ -19,3 +21,7 @@ std::string decodedBase64(std::string_view text);
 // of it, is the same as the text itself; the address of a file, behind <, is the same as no text. Blanks in front do
 // not count, as they do not in LDIF. Quick where they differ soon.
 int compareValues(std::string_view one, std::string_view other);
+
+// Returns the value of a line without the blanks around it, empty without a colon. One in base 64 is decoded, into the
+// room given.
+std::string_view decodedValueOf(const Line& line, std::string& decoded);
