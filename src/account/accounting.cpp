@@ -2,251 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <deque>
 
-#include "rules/attribute.h"
-#include "rules/line_scan.h"
+#include "account/copied_entries.h"
+#include "account/tallying.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
 #include "survey/progress.h"
 #include "survey/shown_place.h"
-
-// A record that should be in the output and is not.
-struct MissingRecord {
-  uint64_t begin;  // of its first entry in the input
-  uint64_t dnHash;
-};
-
-// An account while it is made.
-struct Accounting {
-  OutputRecords& output;
-  AccountSink& sink;
-  Account& account;
-  std::deque<MissingRecord> missing = {};
-  std::vector<uint32_t> longMissing = {};  // entries that fill their rows, or more, whose records are missing
-  uint64_t expectedBytes = 0;
-  uint64_t copiedBytes = 0;  // of those that the preparation writes
-  DnComparison newDns = {};
-
-  // A record as the conversion writes it, in the pieces in which its lines lie in memory.
-  std::vector<std::string_view> pieces = {};
-  size_t size = 0;  // bytes of them
-};
-
-static PiecedText recordOf(const Accounting& accounting) { return {accounting.pieces, 0, accounting.size}; }
-
-static void beginRecord(Accounting& accounting) {
-  accounting.pieces.clear();
-  accounting.size = 0;
-}
-
-static void addPiece(Accounting& accounting, std::string_view piece) {
-  if (piece.empty()) return;
-  accounting.pieces.push_back(piece);
-  accounting.size += piece.size();
-}
-
-// The order of records depends on the slot counts, so that each is looked for by its bytes, wherever it stands.
-// Their sum shows what is there besides.
-static bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAddedDate = false) {
-  // Counted whether it is there or not: the sum must be the size of the output.
-  accounting.expectedBytes += accounting.size;
-  if (findRecord(accounting.output, recordOf(accounting), begin, hasAddedDate)) {
-    ++accounting.account.records[kind];
-    return true;
-  }
-  accounting.missing.push_back({begin, hashOfFirstLine(recordOf(accounting))});
-  return false;
-}
-
-// The first line, where it is not among the others, and those that are not dropped.
-static void putRecord(Accounting& accounting, std::string_view firstLine, Entry lines, Road road) {
-  beginRecord(accounting);
-  addPiece(accounting, firstLine);
-  for (const Line& line : lines)
-    if (!isDropped(line, road)) addPiece(accounting, line.view());
-  addPiece(accounting, "\n");
-}
-
-static bool isCounted(const Origin& origin, uint32_t last) {
-  return origin.line != NO_LINE && !origin.isPiece && origin.line != last;
-}
-
-static int64_t attributeLinesOf(const PreparedEntry& prepared, const WorkEntry& part) {
-  if (prepared.partLines.empty()) return prepared.attributeLines;
-  int64_t lines = 0;
-  uint32_t last = NO_LINE;
-  for (const Origin& origin : originsOf(prepared, part)) {
-    if (!isCounted(origin, last)) continue;
-    last = origin.line;
-    ++lines;
-  }
-  return lines;
-}
-
-// Counts the attribute lines of an entry and has those that are gone taken.
-static void tally(Accounting& accounting, const EntryFate& entry) {
-  uint32_t last = NO_LINE;
-  // Pieces of one line follow one another, and the line counts once.
-  for (size_t i = 0; i < entry.lines.size(); ++i) {
-    const Origin& origin = entry.origins[i];
-    if (!isCounted(origin, last)) continue;
-    last = origin.line;
-    const LineFate fate = (*entry.fates)[i];
-    ++accounting.account.lines[fate];
-    if (isLoss(fate)) accounting.sink.takeLoss(entry, i);
-  }
-  accounting.sink.takeEntry(entry);
-}
-
-// What a missing record would have held is lost, but for what is dropped anyway.
-static void settleFates(Fates& fates, Entry lines, Road road, bool isFound) {
-  for (size_t i = 0; i < fates.size(); ++i) {
-    const bool isWritten = fates[i] == KEPT || fates[i] == RENAMED;
-    if (isWritten && !(isFound && isOwnLine(lines[i])))
-      fates[i] = LOST;
-    else if (!isFound)
-      fates[i] = fateOfDropped(lines[i], road);
-  }
-}
-
-static void takeCopiedEntry(Accounting& accounting, Entry lines, std::span<const Origin> origins, Road road,
-                            uint64_t begin, Fates& fates) {
-  putRecord(accounting, {}, lines, road);
-  // The registry's own entry has got the date of the run as its last line, and that date is not known here.
-  const bool hasAddedDate = road == STRAIGHT_THROUGH && !origins.empty() && origins.back().line == NO_LINE;
-  const bool isFound = find(accounting, road == REMAINING ? CREDENTIALS_RECORD : STRAIGHT_RECORD, begin, hasAddedDate);
-  findFatesAlone(lines, origins, road, false, fates);
-  settleFates(fates, lines, road, isFound);
-  tally(accounting, {begin, isFound ? "copied" : "missing", lines[0].content(), lines, origins, &fates, lines, road});
-}
-
-class CopiedEntries final : public EntryVisitor {
- public:
-  explicit CopiedEntries(Accounting& accounting) : accounting_(accounting) {}
-
-  void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
-    findChanges(entry, prepared, begin, hasDn_, accounting_.sink);
-    hasDn_ = hasDn_ || beginsWithDn(entry);
-    const EntryKind kind = kindOfWritten(prepared);
-    if (entry.isOversized || prepared.goesToOutput || kind == SECPOLICY_KIND || kind == RESCREDS_KIND)
-      ++accounting_.account.copied;
-    else if (kind == SECPOLICYDATA_KIND)
-      ++accounting_.account.notWritten;
-    else
-      ++accounting_.account.merged;
-    if (prepared.problem == NO_DETAIL) {
-      for (const WorkEntry& part : prepared.parts)
-        if (part.kind == SECPOLICYDATA_KIND) policyDataLines_ += attributeLinesOf(prepared, part);
-      if (!prepared.goneLines.empty()) takeGoneLines(prepared, begin);
-      return;
-    }
-    // The run ends with this entry, so that nothing of it can be in a complete output.
-    takeFailed(prepared, begin);
-    accounting_.missing.push_back({begin, 0});
-  }
-
-  void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
-    accounting_.newDns.takeCopied(lines[0]);
-    if (road == REMAINING) return;  // their turn comes at the end, as in a run
-    takeCopiedEntry(accounting_, lines, origins, road, begin, fates_);
-    accounting_.copiedBytes += accounting_.size;
-  }
-
-  // Such an entry has its place in the output: where those before it end.
-  // It is compared while it is read, since it may be longer than memory.
-  void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override {
-    if (!isOversized_) beginOversized();
-    const bool isGone = isDropped(line, OVERSIZED);
-    if (what != MORE_OF_LINE && isGone) takeGone(line, fateOfDropped(line, OVERSIZED), begin, place);
-    if (what == JOINED_LINE && !isGone) takeGone(line, LOST, begin, place);
-    if (what == OWN_LINE && !isGone) ++kept_;
-    if (isGone) return;
-    // Where the entry should stand its lines are compared one by one, so that nothing of it is held.
-    const std::string_view there =
-        textFrom(*accounting_.output.file, std::min(at_, accounting_.output.file->size), line.length);
-    if (there.substr(0, line.length) != line.view()) isSame_ = false;
-    at_ += line.length;
-  }
-
-  void endOversized(const ReadEntry& entry, uint64_t begin) override {
-    const bool hasEmptyLine = !entry.isEndedByText;
-    findNuls(entry, begin, accounting_.sink);
-    const uint64_t from = accounting_.copiedBytes;
-    const uint64_t length = at_ - from + (hasEmptyLine ? 1 : 0);
-    isOversized_ = false;
-    accounting_.copiedBytes += length;
-    accounting_.expectedBytes += length;
-    // Where all lines are dropped only an empty one is left, which is no record.
-    const bool isRecord = at_ > from;
-    const bool isFound = isSame_ && (!isRecord || takeRecordAt(accounting_.output, from, at_));
-    if (isFound && accounting_.copiedBytes == accounting_.output.file->size) accounting_.output.mayEndOpen = true;
-    accounting_.account.lines[isFound ? KEPT : LOST] += kept_;
-    if (!isFound)
-      accounting_.missing.push_back({begin, 0});
-    else if (isRecord)
-      ++accounting_.account.records[STRAIGHT_RECORD];
-  }
-
-  int64_t policyDataLines() const { return policyDataLines_; }
-
- private:
-  // Its lines are told as they have been read: what would be written of them, nobody knows.
-  void takeFailed(const PreparedEntry& prepared, uint64_t begin) {
-    EntryWalk walk = walkOver(prepared.text);
-    ReadEntry entry;
-    readEntry(walk, entry);
-    Texts texts;
-    std::vector<Line> lines;
-    std::vector<Origin> origins;
-    for (const Line& line : entry.lines()) {
-      const auto place = static_cast<size_t>(line.text - prepared.text.data());
-      const bool isMore = place > 0 && (isContinuation(line) || line.text[-1] != '\n');
-      if (isMore) continue;
-      const auto number = static_cast<int32_t>(&line - entry.room.data());
-      lines.push_back(scanLine(unfold(entry.lines(), number, 0, texts).text));
-      origins.push_back({place, static_cast<uint32_t>(origins.size()), false, false});
-    }
-    const Road road = prepared.goesToOutput ? STRAIGHT_THROUGH : MERGED;
-    fates_.assign(lines.size(), LEFT_OUT);
-    if (prepared.kind != SECPOLICYDATA_KIND) settleFates(fates_, lines, road, false);
-    tally(accounting_, {begin, "missing", {}, lines, origins, &fates_, {}, road});
-  }
-
-  void takeGone(const Line& line, LineFate fate, uint64_t begin, uint64_t place) {
-    const Origin origin = {static_cast<size_t>(place - begin), 0, false, false};
-    fates_.assign(1, fate);
-    tally(accounting_, {begin, "copied", {}, {&line, 1}, {&origin, 1}, &fates_, {}});
-  }
-
-  void takeGoneLines(const PreparedEntry& prepared, uint64_t begin) {
-    const bool isPolicyData = kindOfWritten(prepared) == SECPOLICYDATA_KIND;
-    if (isPolicyData) policyDataLines_ += static_cast<int64_t>(prepared.goneLines.size());
-    std::vector<Line> lines;
-    std::vector<Origin> origins;
-    for (const size_t i : prepared.goneLines) {
-      lines.push_back(prepared.lines[i]);
-      origins.push_back(prepared.origins[i]);
-    }
-    fates_.assign(lines.size(), isPolicyData ? LEFT_OUT : LOST);
-    tally(accounting_, {begin, "lines of it read as nothing once they are written", {}, lines, origins, &fates_, {}});
-  }
-
-  void beginOversized() {
-    isOversized_ = isSame_ = true;
-    at_ = accounting_.copiedBytes;
-    kept_ = 0;
-  }
-
-  Accounting& accounting_;
-  Fates fates_;
-  int64_t policyDataLines_ = 0;  // those of a regular registry are not looked at again
-  int64_t kept_ = 0;             // lines of the entry that is being copied
-  bool hasDn_ = false;           // an entry has begun with one
-  bool isOversized_ = false;
-  bool isSame_ = true;
-  uint64_t at_ = 0;
-};
 
 // The entries of an owner, by EntryKind of their rows, each in the order of the work file.
 using EntriesByKind = std::array<std::vector<uint32_t>, RESCREDS_KIND>;
@@ -289,15 +51,15 @@ static void noteLongEntries(Accounting& accounting, const Registry& registry, co
 static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKind kind, Fates& fates) {
   fates.assign(entry.lines.size(), LEFT_OUT);
   if (kind != SECPOLICYDATA_KIND) settleFates(fates, entry.lines, roadOf(kind), false);
-  tally(accounting, {entry.begin, "missing", {}, entry.lines, entry.origins, &fates});
+  tally(accounting, {.begin = entry.begin, .lines = entry.lines, .origins = entry.origins, .fates = &fates});
 }
 
 // A line that is written with another name may be equal to one that stays, as it stood in the input.
-static void absorbRenamed(RecordMaker& maker, const LoadedEntry& entry, const RecordSurvivors& survivors,
+static void absorbRenamed(SurveyedFile& file, const LoadedEntry& entry, const RecordSurvivors& survivors,
                           Fates& fates) {
   for (size_t i = 0; i < fates.size(); ++i) {
     if (fates[i] != REPLACED_BY_SAME || !entry.origins[i].isChanged) continue;
-    const std::string before = wholeLineAt(*maker.file, entry.begin + entry.origins[i].place);
+    const std::string before = wholeLineAt(file, entry.begin + entry.origins[i].place);
     for (const Line* survivor : survivors.lines)
       if (survivor->content() == before) fates[i] = ABSORBED;
   }
@@ -308,22 +70,56 @@ static uint32_t firstMerged(const Registry& registry, const SlotRows& rows) {
   uint32_t first = NONE;
   for (const auto& parts : rows.parts)
     for (const RowPart& part : parts) {
-      const uint8_t kind = registry.entries[part.entry].rowKind;
+      const EntryKind kind = registry.entries[part.entry].rowKind;
       if (kind != SECPOLICY_KIND && kind != SECPOLICYDATA_KIND) first = std::min(first, part.entry);
     }
   return first == NONE ? rows.opener : first;
 }
 
+// Nothing is written of a slot whose records cannot be made.
+static void loseSlot(Accounting& accounting, RecordMaker& maker, const SlotRows& rows, uint64_t begin, Fates& fates) {
+  accounting.missing.push_back({begin, 0});
+  for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
+    for (const RowPart& part : rows.parts[kind])
+      loseEntry(accounting, loadedEntry(maker, part.entry), static_cast<EntryKind>(kind), fates);
+}
+
+// Finds what has become of the lines of an entry of a slot, and of the entry.
+static EntryFate fateOf(const RecordMaker& maker, const LoadedEntry& entry, EntryKind kind, const MergedRow& row,
+                        bool isThere, Side side, OwnerRecords& room) {
+  EntryFate fate = {.begin = entry.begin, .lines = entry.lines, .origins = entry.origins, .fates = &room.fates};
+  if (kind == SECPOLICYDATA_KIND) {
+    room.fates.assign(entry.lines.size(), LEFT_OUT);
+    fate.what = IS_LEFT_OUT;
+    return fate;
+  }
+  const bool isPolicy = kind == SECPOLICY_KIND;
+  if (isPolicy) {
+    findFatesAlone(entry.lines, entry.origins, POLICY, true, room.fates);
+  } else {
+    findMergedFates(row, entry.origins, kind == ownKindOf(side), room.survivors, room.fates);
+    absorbRenamed(*maker.file, entry, room.survivors, room.fates);
+  }
+  settleFates(room.fates, entry.lines, roadOf(kind), isThere);
+  const SlotRecords& records = maker.records;
+  fate.record = withoutLineEnd(isPolicy ? records.policyDn : records.newDn);
+  fate.road = roadOf(kind);
+  if (!isThere) return fate;
+  fate.what = isPolicy ? IS_COPIED : IS_MERGED;
+  fate.written = isPolicy ? records.policyLines : records.merged;
+  fate.between = row.between;
+  fate.sources = {maker.loaded.data(), maker.loadedCount};
+  return fate;
+}
+
 static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRows& rows, Side side,
                         OwnerRecords& room) {
+  const Registry& registry = *maker.registry;
   // The very functions that the conversion uses make what it should have written.
   const SlotRecords& records = makeRecords(maker, side, rows);
-  const uint64_t begin = maker.registry->entries[firstMerged(*maker.registry, rows)].begin;
+  const uint64_t begin = registry.entries[firstMerged(registry, rows)].begin;
   if (records.problem != NO_DETAIL) {
-    accounting.missing.push_back({begin, 0});
-    for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind)
-      for (const RowPart& part : rows.parts[kind])
-        loseEntry(accounting, loadedEntry(maker, part.entry), static_cast<EntryKind>(kind), room.fates);
+    loseSlot(accounting, maker, rows, begin, room.fates);
     return;
   }
   putMerged(accounting, records);
@@ -331,36 +127,15 @@ static void takeRecords(Accounting& accounting, RecordMaker& maker, const SlotRo
   // The container comes before the policy, and both are looked for even when the user's own record is missing: each
   // is a difference of its own.
   const bool isPolicyFound = rows.policyDn == NONE || findPolicy(accounting, records, maker.changetypeSeen,
-                                                                 maker.registry->entries[rows.policyDn].begin);
-  if (!isFound) noteLongEntries(accounting, *maker.registry, rows, false);
-  if (!isPolicyFound) noteLongEntries(accounting, *maker.registry, rows, true);
+                                                                 registry.entries[rows.policyDn].begin);
+  if (!isFound) noteLongEntries(accounting, registry, rows, false);
+  if (!isPolicyFound) noteLongEntries(accounting, registry, rows, true);
   accounting.newDns.compare(findNameChanges(maker, rows, side, accounting.sink), accounting.sink);
   findSurvivors(records, room.survivors);
-  const bool withPolicyData = accounting.sink.wantsEntries() || !maker.registry->isRegular;
+  const bool withPolicyData = accounting.sink.wantsEntries() || !registry.isRegular;
   const auto takeEntry = [&](const LoadedEntry& entry, EntryKind kind, const MergedRow& row) {
-    if (kind == SECPOLICYDATA_KIND) {
-      room.fates.assign(entry.lines.size(), LEFT_OUT);
-      tally(accounting, {entry.begin, "not written", {}, entry.lines, entry.origins, &room.fates});
-      return;
-    }
-    const bool isPolicy = kind == SECPOLICY_KIND;
-    const bool isThere = isPolicy ? isPolicyFound : isFound;
-    if (isPolicy)
-      findFatesAlone(entry.lines, entry.origins, POLICY, true, room.fates);
-    else
-      findMergedFates(row, entry.origins, kind == ownKindOf(side), room.survivors, room.fates);
-    if (!isPolicy) absorbRenamed(maker, entry, room.survivors, room.fates);
-    settleFates(room.fates, entry.lines, roadOf(kind), isThere);
-    const char* const whereFound = isPolicy ? "copied" : "merged";
-    EntryFate fate = {entry.begin, isThere ? whereFound : "missing", {}, entry.lines, entry.origins, &room.fates};
-    fate.record = withoutLineEnd(isPolicy ? records.policyDn : records.newDn);
-    fate.road = roadOf(kind);
-    if (isThere) {
-      fate.written = isPolicy ? records.policyLines : records.merged;
-      fate.between = row.between;
-      fate.sources = {maker.loaded.data(), maker.loadedCount};
-    }
-    tally(accounting, fate);
+    const bool isThere = kind == SECPOLICY_KIND ? isPolicyFound : isFound;
+    tally(accounting, fateOf(maker, entry, kind, row, isThere, side, room));
   };
   forEachEntryOfSlot(maker, rows, side, withPolicyData, takeEntry);
 }

@@ -42,12 +42,15 @@ struct Account {
   Difference first;
 };
 
+// What has become of an entry.
+enum EntryState : uint8_t { IS_MISSING, IS_COPIED, IS_MERGED, IS_LEFT_OUT, HAS_GONE_LINES, NUMBER_OF_STATES };
+
 // Where an entry has gone.
 struct EntryFate {
-  uint64_t begin;           // of the entry in the input
-  const char* what;         // has become of it
-  std::string_view record;  // the dn: line of the record that it is in; empty without one
-  Entry lines;
+  uint64_t begin;  // of the entry in the input
+  EntryState what = IS_MISSING;
+  std::string_view record = {};  // the dn: line of the record that it is in; empty without one
+  Entry lines;                   // those that are told of
   std::span<const Origin> origins;
   const Fates* fates;  // of its lines
   // The lines of the record, for those that have taken the place of others; dropped ones, too. None where it is

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <iterator>
 #include <string>
 
 #include "rules/text.h"
@@ -14,6 +15,13 @@
 static constexpr const char* fateNames[] = {"not_written", "absorbed", "renamed",     "kept",
                                             "replaced",    "replaced", "bookkeeping", "looks_like_bookkeeping",
                                             "lost"};
+
+static_assert(std::size(fateNames) == NUMBER_OF_FATES);
+
+// By EntryState.
+static constexpr const char* stateNames[] = {"missing", "copied", "merged", "not written",
+                                             "lines of it read as nothing once they are written"};
+static_assert(std::size(stateNames) == NUMBER_OF_STATES);
 
 static constexpr int64_t SHOWN_OF_EACH = 10;
 
@@ -99,9 +107,8 @@ void AccountReport::writeFate(const EntryFate& entry, Takers& takers, size_t i) 
 // The lines by their number, each with what became of it.
 void AccountReport::writeEntry(const EntryFate& entry) {
   printf("%sline %" PRId64 ": %s: %s", entriesWritten_++ > 0 ? "\n" : "", lineNumberOf(input_, entry.begin),
-         shownDnAt(input_, entry.begin).c_str(), entry.what);
-  const bool isMerged = std::string_view(entry.what) == "merged";
-  if (isMerged) printf(" into %s", harmless(std::string(behindSpaces(entry.record.substr(3)))).c_str());
+         shownDnAt(input_, entry.begin).c_str(), stateNames[entry.what]);
+  if (entry.what == IS_MERGED) printf(" into %s", harmless(std::string(behindSpaces(entry.record.substr(3)))).c_str());
   puts("");
   Takers takers(entry);
   uint32_t last = NO_LINE;

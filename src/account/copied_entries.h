@@ -1,0 +1,37 @@
+// Accounts for the entries as they are read: those that go to the output by themselves, and what of the others is gone
+// before a pass meets them.
+#pragma once
+
+#include <cstdint>
+
+#include "account/tallying.h"
+
+class CopiedEntries final : public EntryVisitor {
+ public:
+  explicit CopiedEntries(Accounting& accounting) : accounting_(accounting) {}
+
+  void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override;
+  void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override;
+  void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override;
+  void endOversized(const ReadEntry& entry, uint64_t begin) override;
+
+  // The lines of policy data; those of a regular registry are not looked at again.
+  int64_t policyDataLines() const { return policyDataLines_; }
+
+ private:
+  void takeFailed(const PreparedEntry& prepared, uint64_t begin);
+  void takeGoneLines(const PreparedEntry& prepared, uint64_t begin);
+  void takeGone(const Line& line, LineFate fate, uint64_t begin, uint64_t place);
+  void beginOversized();
+
+  Accounting& accounting_;
+  Fates fates_;
+  int64_t policyDataLines_ = 0;
+  bool hasDn_ = false;  // an entry has begun with one
+
+  // Of an entry that is copied line by line.
+  bool isOversized_ = false;
+  bool isSame_ = true;  // so far in its place in the output
+  uint64_t at_ = 0;     // where its next line should stand there
+  int64_t kept_ = 0;    // lines
+};
