@@ -73,5 +73,6 @@ class AccountSink : public FindingSink {
   ~AccountSink() = default;
 };
 
-// Accounts for the input, which is opened twice, in the output.
+// Accounts for the input in the output. Both of its files are the input, looked at in two places: one and the same
+// where it is in memory as a whole.
 void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, AccountSink& sink, Account& account);

@@ -9,7 +9,7 @@
 #include "check/options.h"
 #include "check/prediction.h"
 #include "check/report.h"
-#include "check/slot_counts.h"
+#include "check/run_needs.h"
 #include "check/split.h"
 #include "check/surroundings.h"
 #include "platform/file_operations.h"

@@ -5,7 +5,7 @@
 
 struct CheckOptions {
   bool json = false;
-  bool all = false;            // problems, not ten of each kind
+  bool all = false;            // every problem is shown, not ten of each kind
   bool values = false;         // are shown, too
   const char* good = nullptr;  // where the split goes; null without one
   const char* rejected = nullptr;

@@ -5,7 +5,6 @@
 #include "check/regular_records.h"
 #include "rules/attribute.h"
 #include "rules/first_line.h"
-#include "rules/text.h"
 #include "survey/file_walk.h"
 
 // Finds what is odd about the entries that are looked at first.

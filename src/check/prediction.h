@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "check/pass_play.h"
 #include "survey/entry_findings.h"
@@ -27,6 +28,7 @@ struct Prediction {
 void failAtOnce(Prediction& prediction, MessageCode code);
 
 // Predicts the run with these slot counts, 0 standing for as many as there are owners, and has every finding about the
-// entries taken. The files are the input, opened twice.
+// entries taken. The files are the input, looked at in two places: one and the
+// same where it is in memory as a whole.
 void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[2], FindingSink& findings,
                 Prediction& prediction);

@@ -12,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/file_operations.h"
 #include "platform/message_details.h"
 #include "platform/open_file.h"
 #include "survey/file_walk.h"

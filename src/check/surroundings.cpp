@@ -12,7 +12,7 @@
 #include <iterator>
 #include <string>
 
-#include "check/slot_counts.h"
+#include "check/run_needs.h"
 #include "rules/text.h"
 
 static std::string folderOf(const char* input) {

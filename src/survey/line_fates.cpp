@@ -29,7 +29,7 @@ LineFate fateOfDropped(const Line& line, Road road) {
   return isDropped(line, road) ? LOOKS_LIKE_BOOKKEEPING : LOST;
 }
 
-// True when the line is in the output but for what has been changed in it on purpose.
+// A line that is in the output as it stood, or but for what has been changed in it on purpose.
 static LineFate fateOfWritten(const Origin& origin) { return origin.isChanged ? RENAMED : KEPT; }
 
 static int compareValues(const Line& one, const Line& other) {

@@ -73,9 +73,9 @@ void prepareFirstLine(PreparedEntry& prepared);
 // have not been found.
 size_t placeInText(const PreparedEntry& prepared, size_t line);
 
-// Works it out for an entry that has been read and can be held; its lines are used up. The text is that of the walk,
-// the class that of the lines as they have been read.
-// The origins are only found where they may be needed, unless they are asked for. Texts last until they are released.
+// Prepares an entry that has been read and can be held, as the conversion does; its lines are used up. The text is that
+// of the walk, the class that of the lines as they have been read. The origins are only found where they may be needed,
+// unless they are asked for. Texts last until they are released.
 void prepareEntry(ReadEntry& entry, std::string_view text, ObjectClass objectClass, bool withOrigins, Texts& texts,
                   PreparedEntry& prepared);
 

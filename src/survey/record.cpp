@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "rules/line_scan.h"
 #include "rules/merge.h"
 #include "rules/new_dn.h"
 #include "rules/owner.h"

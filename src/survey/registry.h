@@ -8,7 +8,6 @@
 
 #include "platform/detail_texts.h"
 #include "rules/object_class.h"
-#include "rules/owner.h"
 #include "survey/block_list.h"
 #include "survey/kept_lines.h"
 
@@ -53,9 +52,10 @@ struct RegistryOwner {
   uint8_t kinds = 0;      // of its entries, a bit for each
   bool isRegular = true;  // one entry of each kind at most, all of which fit, find their owner and have no problem
   bool isSpoilt = false;  // an entry ends the preparation
-  bool isRejected = false;
+  // Found out by the check when all entries are there.
   bool hasProblem = false;  // its records cannot be written
   uint32_t bytes = 0;       // of them
+  bool isRejected = false;  // the split sets it and its entries apart
 };
 
 // Where an owner is found by the hash of its DN: what else stands on the way to it is passed without a look at it.

@@ -20,5 +20,5 @@ Json jsonDn(SurveyedFile& file, uint64_t entry);
 // What is said of the line of a finding: its attribute, and its value if that is asked for.
 std::string lineText(SurveyedFile& file, const Finding& finding, bool withValue);
 
-// A finding.
+// A finding as one of the problems or changes.
 Json jsonProblem(SurveyedFile& file, const Finding& finding, bool withValue);

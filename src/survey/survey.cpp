@@ -5,7 +5,6 @@
 #include "rules/attribute.h"
 #include "rules/dn_hash.h"
 #include "rules/dropped_lines.h"
-#include "rules/new_dn.h"
 #include "rules/owner.h"
 #include "rules/policy_container.h"
 #include "survey/file_walk.h"

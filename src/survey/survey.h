@@ -53,7 +53,8 @@ class EntryVisitor {
   // The same of one that is too long to be held: line by line, and then its end.
   virtual void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) = 0;
   virtual void endOversized(const ReadEntry& entry, uint64_t begin) = 0;
-  // Any entry, before the others.
+  // Any entry, before the other calls for it. Of one that is too long to be held only the class is known, and whether
+  // it goes to the output. Lines and origins last until the call returns.
   virtual void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) = 0;
 
  protected:
