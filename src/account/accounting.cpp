@@ -51,7 +51,8 @@ static void noteLongEntries(Accounting& accounting, const Registry& registry, co
 static void loseEntry(Accounting& accounting, const LoadedEntry& entry, EntryKind kind, Fates& fates) {
   fates.assign(entry.lines.size(), LEFT_OUT);
   if (kind != SECPOLICYDATA_KIND) settleFates(fates, entry.lines, roadOf(kind), false);
-  tally(accounting, {.begin = entry.begin, .lines = entry.lines, .origins = entry.origins, .fates = &fates});
+  const EntryFate fate = {.begin = entry.begin, .lines = entry.lines, .origins = entry.origins, .fates = &fates};
+  tally(accounting, fate);
 }
 
 // A line that is written with another name may be equal to one that stays, as it stood in the input.

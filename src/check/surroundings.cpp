@@ -46,13 +46,13 @@ MessageCode findFileProblems(const char* input, FindingSink& findings) {
   struct stat status;
   const std::string workFile = name + ".tmp";
   const bool isThere = lstat(workFile.c_str(), &status) == 0;
-  const bool isLeft = isThere && mayBeLeft(workFile, status);
-  if (isLeft) findings.take({WORK_FILE_IS_THERE});
+  const bool isOfEarlierRun = isThere && mayBeLeft(workFile, status);
+  if (isOfEarlierRun) findings.take({WORK_FILE_IS_THERE});
   // The converter opens its input for writing, although it does not write there: it refuses what its user may not
   // change. Asked with the rights that the user has at the moment.
   const bool isWritable = faccessat(AT_FDCWD, input, W_OK, AT_EACCESS) == 0;
   if (!isWritable) findings.take({INPUT_IS_NOT_WRITABLE});
-  const bool isPossible = isLeft || (!isThere && mayBeMade(workFile, folderOf(input)));
+  const bool isPossible = isOfEarlierRun || (!isThere && mayBeMade(workFile, folderOf(input)));
   if (!isPossible) findings.take({WORK_FILE_IS_NOT_POSSIBLE});
   return isWritable && isPossible ? MessageCode{0} : FILE_NOT_OPENED;
 }

@@ -53,7 +53,7 @@ static bool holdsPart(const LoadedEntry& loaded, const Registry& registry, const
 }
 
 static void prepareOnceMore(RecordMaker& maker, const GatheredEntry& entry, LoadedEntry& loaded) {
-  Registry& registry = *maker.registry;
+  const Registry& registry = *maker.registry;
   loaded.texts.release();
   loaded.begin = entry.begin;
   const std::string_view text = readEntryOnceMore(*maker.file, registry, entry, loaded);

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <csignal>
 #include <iterator>
-#include <span>
 
 #include "platform/message_details.h"
 #include "platform/open_file.h"
@@ -30,10 +29,11 @@ void endForChange() {
 }
 
 // The files that are open, for the signal handlers.
-static struct {
+struct WatchedFile {
   int descriptor;
   struct stat state;
-} watched[2];
+};
+static WatchedFile watched[2];
 static size_t watchedCount = 0;
 
 // What somebody else has cut off, or a disk cannot read, raises this signal where it is looked at.
@@ -42,8 +42,8 @@ static void endForLostText(int) { endForChange(); }
 // What was found in a file at the first look does not fit what is there at the second one, once somebody else has
 // written to it: then the bounds that are checked do not hold.
 static void endForFailure(int number) {
-  for (const auto& file : std::span(watched, watchedCount))
-    if (!isAsOpened(file.descriptor, file.state)) endForChange();
+  for (size_t i = 0; i < watchedCount; ++i)
+    if (!isAsOpened(watched[i].descriptor, watched[i].state)) endForChange();
   raise(number);
 }
 
