@@ -437,6 +437,8 @@ TEXTS = (
     *(shown_alone(f"NUL byte behind all entries is named by its line, here {line!r}", (REGISTRY, b"\n", line),
                   changes("nul-byte", REGISTRY_LINES + 2, None), lacks=("lost",))
       for line in (b"\0dn: o=lost\n", b"  \0description: lost\n\n", b"\0lost")),
+    shown_alone("NUL byte behind a comment and all entries is named by its line", (REGISTRY, b"\n# a comment\n\n\0lost"),
+                changes("nul-byte", REGISTRY_LINES + 4, None), lacks=("lost",)),
     beside_alone("nul-byte", "NUL byte in a comment behind all entries is gone with it", (REGISTRY, b"\n# \0lost\n"),
                  lacks=("lost",)),
     shown("line that is too long for its CRLF is named, and ends its entry",

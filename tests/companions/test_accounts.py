@@ -12,8 +12,8 @@ import unittest
 
 import folder as folders
 from folder import INPUT, OUTPUT, Folder
-from pieces import (BERT, BERTS_MAP, BERTS_USERS, HELD, LINE, PLENTY, UNIT, credentials, entry, group, line_of, lines, map_of,
-                    map_of_group, oversized_unit, policy, policy_data, unit, user, users_entry, WEB)
+from pieces import (BERT, BERTS_MAP, BERTS_USERS, HELD, LINE, PLENTY, UNIT, credentials, entry, folded, group, line_of,
+                    lines, map_of, map_of_group, oversized_unit, policy, policy_data, unit, user, users_entry, WEB)
 
 AUTHORITY_INFO = entry("dn: secAuthority=Default", "objectclass: secAuthorityInfo", "version: 5.1")
 
@@ -38,6 +38,12 @@ def record_of(output, begin):
 
 def without_record(output, begin):
     return output.replace(record_of(output, begin), b"")
+
+
+def last_line_before(output, line):
+    """With the last line in the place of another one."""
+    lines_of_it = output.splitlines(True)
+    return b"".join(lines_of_it[:line - 1] + lines_of_it[-1:] + lines_of_it[line - 1:-1])
 
 
 class Accounts(unittest.TestCase):
@@ -408,6 +414,17 @@ class Accounts(unittest.TestCase):
                             spoil=lambda output: output.replace(b"principalName: bert", b"principalName: Bert"))
         self.assertEqual((said["verdict"], self.status), ("differs", 1))
         self.assertEqual((said["first_difference"]["input_line"], said["first_difference"]["output_line"]), (4, 4))
+
+    def test_an_empty_line_that_has_moved_is_found(self):
+        text = unit("ou: Other") + user("bert") + map_of("bert")
+        for line in (1, 5):  # in front of either record
+            said = self.account(text, spoil=lambda output: last_line_before(output, line))
+            self.assertEqual((said["verdict"], said["first_difference"]["output_line"]), ("differs", line))
+
+    def test_an_output_that_ends_with_a_piece_of_a_line_ends_without_an_empty_line(self):
+        # The piece has no line end, and the empty line becomes it.
+        self.expect(user("bert") + map_of("bert", folded(line_of(LINE))),
+                    counts(kept=5, renamed=1, absorbed=2, added=1), (2, 0, 2, 0), {"users": 1})
 
     def test_a_doubled_record_is_found(self):
         said = self.account(unit() + user("bert") + map_of("bert"), spoil=lambda output: output + first_record(output))

@@ -39,7 +39,7 @@ def messages_of_the_manual():
 def findings_of_the_check():
     """By effect, each as its identifier with what happens and what to do."""
     findings = {}
-    for found in re.finditer(rf"\{{{LITERAL}, (\w+),{LITERALS},{LITERALS}\}}", FINDINGS.read_text()):
+    for found in re.finditer(rf"\{{{LITERAL}, (\w+),{LITERALS},{LITERALS}(?:,\s*\w+)?\}}", FINDINGS.read_text()):
         identifier, effect, what, _, advice, _ = found.groups()
         findings.setdefault(effect.lower(), []).append((identifier, f"{joined(what)} {joined(advice)}"))
     return findings
