@@ -73,7 +73,8 @@ enum FindingId : uint8_t {
 
 enum Effect : uint8_t { STOPS, LOSES, CHANGES, SURROUNDINGS };
 
-struct FindingKind {
+// In the order in which its row is read.
+struct FindingKind {  // NOLINT(clang-analyzer-optin.performance.Padding)
   const char* id;
   Effect effect;
   const char* what;                // will happen
