@@ -44,6 +44,7 @@ int main(int argumentCount, char** arguments) {
   const AccountOptions options = readOptions(argumentCount, arguments);
   giveBackLargeBlocks();
   removeFilesAtEnd();
+  endForLostFiles();
   try {
     return account(options);
   } catch (const std::bad_alloc&) {

@@ -69,6 +69,7 @@ int main(int argumentCount, char** arguments) {
   const CheckOptions options = readOptions(argumentCount, arguments);
   giveBackLargeBlocks();
   removeFilesAtEnd();
+  endForLostFiles();
   signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is the error of a call
   try {
     return check(options);

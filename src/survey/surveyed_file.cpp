@@ -47,6 +47,11 @@ static void endForFailure(int number) {
   raise(number);
 }
 
+void endForLostFiles() {
+  handleOnce(SIGBUS, endForLostText);
+  for (const int number : {SIGABRT, SIGSEGV}) handleOnce(number, endForFailure);
+}
+
 bool openSurveyed(const char* name, SurveyedFile& file) {
   file.name = name;
   // Opening a pipe would wait for somebody to write to it.
@@ -55,8 +60,6 @@ bool openSurveyed(const char* name, SurveyedFile& file) {
   if (!S_ISREG(file.state.st_mode)) return failWith("it is not a regular file");
   file.size = static_cast<uint64_t>(file.state.st_size);
   if (watchedCount < std::size(watched)) watched[watchedCount++] = {file.descriptor, file.state};
-  handleOnce(SIGBUS, endForLostText);
-  for (const int number : {SIGABRT, SIGSEGV}) handleOnce(number, endForFailure);
   return true;
 }
 

@@ -20,10 +20,12 @@ struct SurveyedFile {
   std::vector<int64_t> lineCounts;  // of the lines before each step of the file
 };
 
-// Opens a regular file for reading. Returns false with the reason in messageReason. It stays open. From then on the
-// process ends with exit status 2 when a part of the file is gone or cannot be read, and when it fails for a change of
-// the file.
+// Opens a regular file for reading. Returns false with the reason in messageReason. It stays open.
 bool openSurveyed(const char* name, SurveyedFile& file);
+
+// From then on the process ends with exit status 2 when a part of an open file is gone or cannot be read, and when it
+// fails behind a change of one.
+void endForLostFiles();
 
 // Returns the text from a place on: all of it where the whole file is in memory, at least so much of it otherwise, and
 // always what there is when it is less. It stays until the next call that asks for what is not in the window.
