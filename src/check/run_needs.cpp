@@ -70,29 +70,49 @@ static uint64_t ofOnePass(uint64_t bytes, const Registry& registry, uint64_t slo
   return bytes / owners * std::min(owners, slots);
 }
 
-// Of the windows of the input and the work file, and the table of lines.
-static uint64_t memoryOfFiles(const Prediction& prediction, uint64_t workFile, const HeldMost& held) {
-  return std::min(prediction.inputBytes, WINDOW) + std::min(workFile, WINDOW) + held.lines * BYTES_OF_LINE;
+// Bytes that the preparation writes to each file.
+struct Written {
+  uint64_t output;
+  uint64_t workFile;
+};
+
+// Of the windows of the two files.
+static uint64_t windowsOf(const Written& written) {
+  return std::min(written.output, WINDOW) + std::min(written.workFile, WINDOW);
 }
 
-// The peak while the work file is made, besides the output's window.
-static uint64_t memoryOfPreparation(const Prediction& prediction, uint64_t workFile, uint64_t entries,
+// Of the input's window and the table of lines.
+static uint64_t memoryOfReading(const Prediction& prediction, const HeldMost& held) {
+  return std::min(prediction.inputBytes, WINDOW) + held.lines * BYTES_OF_LINE;
+}
+
+// The peak while the longest entry is held.
+static uint64_t memoryAtLongest(const Written& written, const HeldMost& held) {
+  if (held.longest <= WINDOW) return windowsOf(written);
+  // The input's window grows to its length, beside the first one. What is unfolded or cut stands there once more.
+  // Behind the entry the window goes back to its size.
+  const uint64_t whole = held.longest + held.copied + windowsOf(written);
+  if (held.longest <= 2 * WINDOW) return whole;
+  // While it doubles the text stands there twice; of the entry nothing has been written then.
+  const Written before = {std::min(written.output, held.longestAt), std::min(written.workFile, held.longestAt)};
+  return std::max(whole, 2 * std::bit_floor(held.longest) + windowsOf(before));
+}
+
+// The peak while the work file is made.
+static uint64_t memoryOfPreparation(const Prediction& prediction, const Written& written, uint64_t entries,
                                     const HeldMost& held, bool isFolderInMemory) {
-  // The window grows to the length of a longer entry, and while it doubles its text stands there twice. Later what is
-  // unfolded or cut stands there once more. Behind the entry it goes back to its size.
-  uint64_t grown = 0;
-  if (held.longest > WINDOW) grown = std::max(held.longest + held.copied, 2 * std::bit_floor(held.longest));
   const uint64_t entriesBefore = std::min(entries, held.gatheredBeforeLongest);
-  return BASE + memoryOfFiles(prediction, workFile, held) +
-         std::max(notesOf(entries, isFolderInMemory).mostMemory,
-                  grown + notesOf(entriesBefore, isFolderInMemory).mostMemory);
+  return BASE + memoryOfReading(prediction, held) +
+         std::max(windowsOf(written) + notesOf(entries, isFolderInMemory).mostMemory,
+                  memoryAtLongest(written, held) + notesOf(entriesBefore, isFolderInMemory).mostMemory);
 }
 
 static uint64_t memoryOfPasses(const Prediction& prediction, const PlayedMemory& played, bool isFolderInMemory) {
   const Registry& registry = prediction.registry;
   const uint64_t notes = notesOf(entriesOf(prediction), isFolderInMemory).memory;
   const uint64_t ranks = ranksOf(prediction, isFolderInMemory).memory;
-  uint64_t atPass = BASE + memoryOfFiles(prediction, registry.measured.workFile, prediction.counts.held) + notes;
+  uint64_t atPass =
+      BASE + memoryOfReading(prediction, prediction.counts.held) + std::min(registry.measured.workFile, WINDOW) + notes;
   const uint64_t atPlan = atPass + ranks;
   atPass +=
       std::min(prediction.counts.outputBytes + played.bytes, WINDOW) + numbersOf(prediction, isFolderInMemory).memory;
@@ -113,16 +133,17 @@ static uint64_t memoryUpToFailure(const Prediction& prediction, bool isFolderInM
   if (end == NO_PLACE) return BASE;
   uint64_t entries = 0;
   while (entries < entriesOf(prediction) && prediction.registry.entries[entries].begin < end) ++entries;
-  const uint64_t workFile = std::min(prediction.registry.measured.workFile, end);
+  const Written written = {std::min(prediction.counts.outputBytes, end),
+                           std::min(prediction.registry.measured.workFile, end)};
   // The input is read once more, to tell the line of the entry.
-  return memoryOfPreparation(prediction, workFile, entries, prediction.counts.heldToProblem, isFolderInMemory) +
-         std::min({prediction.counts.outputBytes, end, WINDOW}) + std::min(end, WINDOW);
+  return memoryOfPreparation(prediction, written, entries, prediction.counts.heldToProblem, isFolderInMemory) +
+         std::min(end, WINDOW);
 }
 
 uint64_t memoryOfWholeRun(const Prediction& prediction, const PlayedMemory& played, bool isFolderInMemory) {
-  const uint64_t atPreparation = memoryOfPreparation(prediction, prediction.registry.measured.workFile,
-                                                     entriesOf(prediction), prediction.counts.held, isFolderInMemory) +
-                                 std::min(prediction.counts.outputBytes, WINDOW);
+  const Written written = {prediction.counts.outputBytes, prediction.registry.measured.workFile};
+  const uint64_t atPreparation =
+      memoryOfPreparation(prediction, written, entriesOf(prediction), prediction.counts.held, isFolderInMemory);
   return std::max(atPreparation, memoryOfPasses(prediction, played, isFolderInMemory));
 }
 

@@ -162,11 +162,12 @@ static void takePlainLines(Survey& survey) {
   prepareFirstLine(survey.prepared);
 }
 
-// What a run holds of an entry, in its longest form.
-static void measureEntry(const ReadEntry& entry, size_t gatheredBefore, HeldMost& held) {
+// What a run holds of an entry, in its longest form, whose place in the file has that end.
+static void measureEntry(const ReadEntry& entry, uint64_t end, size_t gatheredBefore, HeldMost& held) {
   const uint64_t length = entry.end - entry.heldFrom;
   if (length > held.longest) {
     held.longest = length;
+    held.longestAt = end - length;
     held.gatheredBeforeLongest = gatheredBefore;
   }
   held.lines = std::max<uint64_t>(held.lines, entry.count);
@@ -181,7 +182,7 @@ static void measureEntry(const ReadEntry& entry, size_t gatheredBefore, HeldMost
 static void takeEntry(Survey& survey, EntryWalk& walk, uint64_t textBegin) {
   ++survey.counts.entries;
   const uint64_t begin = textBegin + survey.entry.begin;
-  measureEntry(survey.entry, survey.registry.awaitedEnd, survey.counts.held);
+  measureEntry(survey.entry, textBegin + survey.entry.end, survey.registry.awaitedEnd, survey.counts.held);
   const ObjectClass objectClass = classOf(survey.entry.lines());
   if (survey.entry.isOversized) {
     survey.prepared = {};
@@ -213,7 +214,7 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
     return true;
   });
   // Comments at the end of the file are held like an entry.
-  measureEntry(survey.entry, registry.awaitedEnd, survey.counts.held);
+  measureEntry(survey.entry, file.size, registry.awaitedEnd, survey.counts.held);
   endAdding(registry);
   return survey.counts;
 }

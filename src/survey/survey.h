@@ -13,6 +13,7 @@
 // The most that a run holds of one entry.
 struct HeldMost {
   uint64_t longest = 0;                // bytes
+  uint64_t longestAt = 0;              // in the input
   uint64_t gatheredBeforeLongest = 0;  // entries
   uint64_t lines = 0;
   uint64_t copied = 0;  // bytes of one in lines that continue others or are cut
