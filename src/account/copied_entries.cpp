@@ -34,12 +34,13 @@ void CopiedEntries::takeCopied(Entry lines, std::span<const Origin> origins, Roa
 
 // Such an entry has its place in the output: where those before it end.
 // It is compared while it is read, since it may be longer than memory.
-void CopiedEntries::takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) {
+void CopiedEntries::takeOversizedLine(const Line& line, OversizedLine what, uint64_t /*begin*/, uint64_t /*place*/) {
   if (!isOversized_) beginOversized();
   const bool isGone = isDropped(line, OVERSIZED);
-  if (what != MORE_OF_LINE && isGone) takeGone(line, fateOfDropped(line, OVERSIZED), begin, place);
-  if (what == JOINED_LINE && !isGone) takeGone(line, LOST, begin, place);
-  if (what == OWN_LINE && !isGone) ++kept_;
+  if (what == OWN_LINE && !isGone)
+    ++kept_;
+  else if (what != MORE_OF_LINE)
+    isAnyGone_ = true;
   if (isGone) return;
   // Where the entry should stand its lines are compared one by one, so that nothing of it is held.
   const std::string_view there =
@@ -60,7 +61,10 @@ void CopiedEntries::endOversized(const ReadEntry& entry, uint64_t begin) {
   const bool isRecord = at_ > from;
   const bool isFound = isSame_ && (!isRecord || takeRecordAt(accounting_.output, from, at_));
   if (isFound && accounting_.copiedBytes == accounting_.output.file->size) accounting_.output.mayEndOpen = true;
-  accounting_.account.lines[isFound ? KEPT : LOST] += kept_;
+  if (isFound && !isAnyGone_ && !accounting_.sink.wantsEntries())
+    accounting_.account.lines[KEPT] += kept_;
+  else
+    again_.push_back({begin, isFound});
   if (!isFound)
     accounting_.missing.push_back({begin, 0});
   else if (isRecord)
@@ -89,13 +93,6 @@ void CopiedEntries::takeFailed(const PreparedEntry& prepared, uint64_t begin) {
   tally(accounting_, {.begin = begin, .lines = lines, .origins = origins, .fates = &fates_, .road = road});
 }
 
-void CopiedEntries::takeGone(const Line& line, LineFate fate, uint64_t begin, uint64_t place) {
-  const Origin origin = {static_cast<size_t>(place - begin), 0, false, false};
-  fates_.assign(1, fate);
-  tally(accounting_,
-        {.begin = begin, .what = IS_COPIED, .lines = {&line, 1}, .origins = {&origin, 1}, .fates = &fates_});
-}
-
 void CopiedEntries::takeGoneLines(const PreparedEntry& prepared, uint64_t begin) {
   const bool isPolicyData = kindOfWritten(prepared) == SECPOLICYDATA_KIND;
   if (isPolicyData) policyDataLines_ += static_cast<int64_t>(prepared.goneLines.size());
@@ -113,4 +110,44 @@ void CopiedEntries::beginOversized() {
   isOversized_ = isSame_ = true;
   at_ = accounting_.copiedBytes;
   kept_ = 0;
+  isAnyGone_ = false;
+}
+
+namespace {
+
+// Accounts for the lines of an entry one by one.
+class OversizedLines final : public EntryVisitor {
+ public:
+  OversizedLines(Accounting& accounting, bool isFound) : accounting_(accounting), isFound_(isFound) {}
+
+  void takeEntry(const ReadEntry& /*entry*/, const PreparedEntry& /*prepared*/, uint64_t /*begin*/) override {}
+  void takeCopied(Entry /*lines*/, std::span<const Origin> /*origins*/, Road /*road*/, uint64_t /*begin*/) override {}
+  void endOversized(const ReadEntry& /*entry*/, uint64_t /*begin*/) override {}
+
+  void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override {
+    if (what == MORE_OF_LINE) return;
+    const Origin origin = {static_cast<size_t>(place - begin), 0, false, false};
+    fates_.assign(1, isFound_ && what == OWN_LINE ? KEPT : LOST);
+    if (isDropped(line, OVERSIZED)) fates_[0] = fateOfDropped(line, OVERSIZED);
+    tally(accounting_, {.begin = begin,
+                        .what = isFound_ ? IS_COPIED : IS_MISSING,
+                        .lines = {&line, 1},
+                        .origins = {&origin, 1},
+                        .fates = &fates_,
+                        .road = OVERSIZED});
+  }
+
+ private:
+  Accounting& accounting_;
+  bool isFound_;
+  Fates fates_;
+};
+
+}  // namespace
+
+void CopiedEntries::takeOversizedAgain(SurveyedFile& file) {
+  for (const OversizedEntry& entry : again_) {
+    OversizedLines lines(accounting_, entry.isFound);
+    surveyOversized(file, entry.begin, lines);
+  }
 }

@@ -3,8 +3,15 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "account/tallying.h"
+
+// An entry that was too long to be held and whose lines are to be looked at again.
+struct OversizedEntry {
+  uint64_t begin;
+  bool isFound;  // in the output
+};
 
 class CopiedEntries final : public EntryVisitor {
  public:
@@ -15,13 +22,16 @@ class CopiedEntries final : public EntryVisitor {
   void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override;
   void endOversized(const ReadEntry& entry, uint64_t begin) override;
 
+  // Accounts for the lines of those entries that were too long to be held, as far as more is to be said of them than
+  // that all are kept. The file is the input.
+  void takeOversizedAgain(SurveyedFile& file);
+
   // The lines of policy data; those of a regular registry are not looked at again.
   int64_t policyDataLines() const { return policyDataLines_; }
 
  private:
   void takeFailed(const PreparedEntry& prepared, uint64_t begin);
   void takeGoneLines(const PreparedEntry& prepared, uint64_t begin);
-  void takeGone(const Line& line, LineFate fate, uint64_t begin, uint64_t place);
   void beginOversized();
 
   Accounting& accounting_;
@@ -34,4 +44,6 @@ class CopiedEntries final : public EntryVisitor {
   bool isSame_ = true;  // so far in its place in the output
   uint64_t at_ = 0;     // where its next line should stand there
   int64_t kept_ = 0;    // lines
+  bool isAnyGone_ = false;
+  std::vector<OversizedEntry> again_;
 };

@@ -61,11 +61,13 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
 
 bool AccountReport::isWanted(const EntryFate& entry) {
   if (options_.entry == nullptr) return true;
+  if (asked_ == entry.begin) return isWanted_;
+  asked_ = entry.begin;
   const ShownDn dn = dnAt(input_, entry.begin);
   // A DN in base 64 is not decoded, so that nobody can ask for it by its text.
-  if (!dn.isKnown) return false;
   // The administrator may have the DN from anywhere, in another letter case and with other blanks.
-  return isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
+  isWanted_ = dn.isKnown && isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
+  return isWanted_;
 }
 
 // Why a line is lost in whose place there is no other. Of a record that is missing that is said already.
@@ -104,12 +106,18 @@ void AccountReport::writeFate(const EntryFate& entry, Takers& takers, size_t i) 
   puts("");
 }
 
-// The lines by their number, each with what became of it.
-void AccountReport::writeEntry(const EntryFate& entry) {
+void AccountReport::writeHead(const EntryFate& entry) {
   printf("%sline %" PRId64 ": %s: %s", entriesWritten_++ > 0 ? "\n" : "", lineNumberOf(input_, entry.begin),
          shownDnAt(input_, entry.begin).c_str(), stateNames[entry.what]);
   if (entry.what == IS_MERGED) printf(" into %s", harmless(std::string(behindSpaces(entry.record.substr(3)))).c_str());
   puts("");
+  written_ = entry.begin;
+  writtenState_ = entry.what;
+}
+
+// The lines by their number, each with what became of it.
+void AccountReport::writeEntry(const EntryFate& entry) {
+  if (written_ != entry.begin || writtenState_ != entry.what) writeHead(entry);
   Takers takers(entry);
   uint32_t last = NO_LINE;
   for (size_t i = 0; i < entry.lines.size(); ++i) {

@@ -31,6 +31,7 @@ class AccountReport final : public AccountSink {
   };
 
   bool isWanted(const EntryFate& entry);
+  void writeHead(const EntryFate& entry);
   void writeEntry(const EntryFate& entry);
   void writeTaker(const Line& taker, uint64_t source, Road road);
   void writeFate(const EntryFate& entry, Takers& takers, size_t i);
@@ -48,4 +49,11 @@ class AccountReport final : public AccountSink {
   int64_t lossesOf_[NUMBER_OF_FATES] = {};
   int64_t changesOf_[NUMBER_OF_FINDINGS] = {};
   int64_t entriesWritten_ = 0;
+
+  // Of the last entry that came: an entry may come in parts, line by line even.
+  uint64_t asked_ = NO_PLACE;
+  bool isWanted_ = false;
+  // Of the last one that was written.
+  uint64_t written_ = NO_PLACE;
+  EntryState writtenState_ = IS_MISSING;
 };

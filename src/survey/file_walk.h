@@ -11,12 +11,11 @@ inline bool mayBeCut(const ReadEntry& entry, std::string_view text) {
   return entry.isEndedByText || entry.isOversized || entry.end == text.size();
 }
 
-// Reads every entry and has it taken, with the walk and the place in the file where the walk's text begins, until one
-// is the last that is wanted: then take returns false. Of an entry that is too long to be held it takes the other
-// lines, too. Returns whether a NUL has been met.
+// Reads every entry from a place on and has it taken, with the walk and the place in the file where the walk's text
+// begins, until one is the last that is wanted: then take returns false. Of an entry that is too long to be held it
+// takes the other lines, too. Returns whether a NUL has been met.
 template <typename Take>
-bool walkEntries(SurveyedFile& file, ReadEntry& entry, Take take) {
-  uint64_t begin = 0;
+bool walkEntries(SurveyedFile& file, ReadEntry& entry, Take take, uint64_t begin = 0) {
   bool hasMetNul = false;
   for (size_t atLeast = 1; begin < file.size;) {
     const std::string_view text = textFrom(file, begin, atLeast);

@@ -218,3 +218,14 @@ SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& v
   endAdding(registry);
   return survey.counts;
 }
+
+void surveyOversized(SurveyedFile& file, uint64_t begin, EntryVisitor& visitor) {
+  Registry none;
+  Survey survey = {.registry = none, .visitor = visitor};
+  const auto take = [&](EntryWalk& walk, uint64_t textBegin) {
+    if (!survey.entry.isOversized) endForChange();
+    takeOversized(survey, walk, textBegin + survey.entry.begin);
+    return false;
+  };
+  walkEntries(file, survey.entry, take, begin);
+}

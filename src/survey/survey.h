@@ -64,3 +64,6 @@ class EntryVisitor {
 
 // Looks at all entries. Returns what was counted.
 SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& visitor);
+
+// Has the lines of an entry that is too long to be held, and begins there, taken once more, and its end.
+void surveyOversized(SurveyedFile& file, uint64_t begin, EntryVisitor& visitor);

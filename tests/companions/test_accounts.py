@@ -357,6 +357,20 @@ class Accounts(unittest.TestCase):
         said = self.account(oversized_unit()[:-1] + b"a: b\0c\n\n" + oversized_unit())
         self.assertEqual((said["verdict"], said["lines"], said["losses"]), ("complete", counts(kept=2 * HELD + 1), []))
 
+    def test_every_line_of_a_missing_entry_of_250000_lines_is_lost_but_what_is_dropped_anyway(self):
+        said = self.account(unit() + oversized_unit("xoq-entryuuid: 9"), spoil=lambda output: first_record(output))
+        self.assertEqual((said["verdict"], said["lines"]), ("differs", counts(kept=2, lost=HELD - 1, bookkeeping=1)))
+        self.assertEqual([one["line"] for one in said["losses"]], [4, 5, *range(7, 4 + HELD)])
+        self.assertEqual({one["how"] for one in said["losses"]}, {"lost"})
+
+    def test_an_entry_of_250000_lines_is_answered_for_line_by_line(self):
+        shown = self.written(oversized_unit("xoq-entryuuid: 9") + user("bert") + map_of("bert"), "--entry", UNIT)
+        answer = shown[:shown.index("\n\n")].splitlines()
+        self.assertEqual(answer[:4], [f"line 1: {UNIT}: copied", "  line 1  kept  dn", "  line 2  kept  objectclass",
+                                      "  line 3  bookkeeping  xoq-entryuuid"])
+        self.assertEqual([line.split()[:3] for line in answer[4:]],
+                         [["line", str(number), "kept"] for number in range(4, HELD + 1)])
+
     def test_slot_counts_make_no_difference(self):
         registry = b"".join(user(name) + map_of(name) for name in ("anna", "bert", "carl"))
         for slots in ((1, 1), (2, 1), (3, 3)):
