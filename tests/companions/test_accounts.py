@@ -364,12 +364,18 @@ class Accounts(unittest.TestCase):
         self.assertEqual({one["how"] for one in said["losses"]}, {"lost"})
 
     def test_an_entry_of_250000_lines_is_answered_for_line_by_line(self):
-        shown = self.written(oversized_unit("xoq-entryuuid: 9") + user("bert") + map_of("bert"), "--entry", UNIT)
-        answer = shown[:shown.index("\n\n")].splitlines()
-        self.assertEqual(answer[:4], [f"line 1: {UNIT}: copied", "  line 1  kept  dn", "  line 2  kept  objectclass",
-                                      "  line 3  bookkeeping  xoq-entryuuid"])
-        self.assertEqual([line.split()[:3] for line in answer[4:]],
-                         [["line", str(number), "kept"] for number in range(4, HELD + 1)])
+        head = [f"line 5: {UNIT}: copied", "  line 5  kept  dn", "  line 6  kept  objectclass"]
+        for more, third in (("xoq-entryuuid: 9", "bookkeeping  xoq-entryuuid"), ("note: x\n y", "kept  note")):
+            shown = self.written(credentials() + oversized_unit(more), "--entry", UNIT)
+            answer = shown[:shown.index("\n\n")].splitlines()
+            self.assertEqual(answer[:4], [*head, f"  line 7  {third}"])
+            fourth = 9 if "\n" in more else 8
+            self.assertEqual(answer[4:], [f"  line {number}  kept  mail" for number in range(fourth, fourth + HELD - 3)])
+
+    def test_the_lines_that_read_as_nothing_stand_apart_from_those_that_are_copied(self):
+        shown = self.written(b"\r" + credentials(), "--all")
+        self.assertEqual([line.rpartition(": ")[2] for line in shown.splitlines() if line.startswith("line 1:")],
+                         ["lines of it read as nothing once they are written", "copied"])
 
     def test_slot_counts_make_no_difference(self):
         registry = b"".join(user(name) + map_of(name) for name in ("anna", "bert", "carl"))
@@ -520,6 +526,11 @@ class Accounts(unittest.TestCase):
                          [["line", "11", "absorbed", "dn"], ["line", "12", "kept", "objectclass"],
                           ["line", "13", "kept", "secAuthority"], ["line", "14", "absorbed", "principalName"],
                           ["line", "15", "absorbed", "secDN"]])
+
+    def test_an_entry_is_answered_for_that_others_stand_before(self):
+        shown = self.written(unit() + credentials() + user("bert") + map_of("bert"), "--entry", BERTS_MAP)
+        self.assertEqual([line for line in shown.splitlines() if line.startswith("line")],
+                         [f"line 13: {BERTS_MAP}: merged into principalName=bert,cn=Users,secAuthority=default"])
 
     def test_values_are_shown_when_they_are_asked_for_only(self):
         with Folder(user("bert", "description: hunter2") + map_of("bert", "description: x")) as folder:
