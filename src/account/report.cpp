@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string>
 
+#include "rules/attribute.h"
 #include "rules/text.h"
 #include "survey/shown_place.h"
 #include "survey/shown_values.h"
@@ -59,14 +60,20 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
   ++losses_;
 }
 
+// The administrator may have the DN from anywhere, in another letter case and with other blanks.
+static bool hasDn(SurveyedFile& input, uint64_t entry, std::string_view dn) {
+  const std::string text = wholeLineAt(input, entry);
+  const Line line = scanLine(text);
+  std::string decoded;
+  return isNamed(line, "dn") &&
+         isSameInAnyCase(withoutSpareBlanks(dn), withoutSpareBlanks(decodedValueOf(line, decoded)));
+}
+
 bool AccountReport::isWanted(const EntryFate& entry) {
   if (options_.entry == nullptr) return true;
   if (asked_ == entry.begin) return isWanted_;
   asked_ = entry.begin;
-  const ShownDn dn = dnAt(input_, entry.begin);
-  // A DN in base 64 is not decoded, so that nobody can ask for it by its text.
-  // The administrator may have the DN from anywhere, in another letter case and with other blanks.
-  isWanted_ = dn.isKnown && isSameInAnyCase(withoutSpareBlanks(options_.entry), withoutSpareBlanks(dn.text));
+  isWanted_ = hasDn(input_, entry.begin, options_.entry);
   return isWanted_;
 }
 

@@ -532,6 +532,15 @@ class Accounts(unittest.TestCase):
         self.assertEqual([line for line in shown.splitlines() if line.startswith("line")],
                          [f"line 13: {BERTS_MAP}: merged into principalName=bert,cn=Users,secAuthority=default"])
 
+    def test_an_entry_whose_dn_is_in_base_64_is_answered_for_by_its_text(self):
+        coded = base64.b64encode("cn=Jürgen, o=Example".encode())
+        for first in (b"dn:: " + coded, b"DN::" + coded + b" ", b"dn:: " + coded[:9] + b"\n " + coded[9:]):
+            shown = self.written(first + unit()[len(f"dn: {UNIT}"):] + unit(), "--entry", "CN=Jürgen,o=example")
+            self.assertEqual(shown.count(" kept "), 2, first)
+        for first in (b"dn: " + coded, b"cn:: " + coded, b"dn " + coded):
+            shown = self.written(first + unit()[len(f"dn: {UNIT}"):] + unit(), "--entry", "CN=Jürgen,o=example")
+            self.assertEqual(shown.count(" kept "), 0, first)
+
     def test_values_are_shown_when_they_are_asked_for_only(self):
         with Folder(user("bert", "description: hunter2") + map_of("bert", "description: x")) as folder:
             folder.convert(PLENTY)

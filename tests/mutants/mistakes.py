@@ -1420,6 +1420,7 @@ mistakes = [
      "if (written_ != entry.begin || writtenState_ != entry.what) writeHead", "writeHead"),
     ("gone lines stand under the entry's state", "account/report.cpp",
      "if (written_ != entry.begin || writtenState_ != entry.what)", "if (written_ != entry.begin)"),
+    ("any first line has the DN that is asked for", "account/report.cpp", 'return isNamed(line, "dn") &&', "return"),
     ("first entry answers for all", "account/report.cpp", "if (asked_ == entry.begin)", "if (asked_ != NO_PLACE)"),
     ("line that is dropped anyway is replaced", "survey/entry_findings.cpp",
      "  if (fate == REPLACED && isDropped(line, road)) fate", "  if (false) fate"),
