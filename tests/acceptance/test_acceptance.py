@@ -113,6 +113,19 @@ def expected_entries(install_date):
     return {dn.lower(): sorted_values(attributes) for dn, attributes in registry.new_entries(install_date)}
 
 
+def dn_of(record):
+    """The DN of a record of the export, in lower case."""
+    return value_of(record.replace(b"\n ", b"").partition(b"\n")[0])[1].strip().decode().lower()
+
+
+def own_dn(user):
+    return list(user.old_entries())[1][0].lower()
+
+
+def map_dn(user):
+    return list(user.old_entries())[2][0].lower()
+
+
 def guide_commands(heading):
     section = re.search(rf"^## {heading}$(.*?)(?=^## |\Z)", guide_text, re.MULTILINE | re.DOTALL).group(1)
     return "".join(re.findall(r"^```sh\n(.*?)^```$", section, re.MULTILINE | re.DOTALL))
@@ -321,6 +334,27 @@ class Guide(Migration):
         for heading in ("Check", "Set aside", "Convert", "Account", "Import into a running server"):
             follow(heading, self.folder, users=1, groups=1, url=directory.url)
         self.assertEqual(differences(expected, directory.entries()), [])
+
+    def test_five_broken_entries_take_one_check_one_split_one_conversion_and_one_account(self):
+        broken = [user for user in registry.users if user.policy and not user.users_entry][:5]
+        without_map, doubled, gone, nameless, without_colon = broken
+        records = {dn_of(record): record for record in export.split(b"\n\n")[:-1]}
+        del records[map_dn(without_map)]
+        del records[map_dn(gone)], records[own_dn(gone)]
+        records[own_dn(doubled)] += b"\n\n" + records[own_dn(doubled)]
+        records[own_dn(nameless)] = re.sub(rb"\nprincipalName:.*", b"", records[own_dn(nameless)])
+        records[own_dn(without_colon)] += b"\na line that is broken"
+        (self.folder / "export.ldif").write_bytes(b"\n\n".join(records.values()) + b"\n\n")
+
+        printed = follow("Check", self.folder)
+        self.assertEqual(sorted(self.stopping(printed)), ["doubled-entry", "line-without-colon", "user-without-map",
+                                                          "user-without-name", "user-without-own-entry"])
+        follow("Set aside", self.folder)
+        expected = self.convert()
+        found = self.imported(self.new_directory())
+        dns = {dn.lower() for user in broken for dn, _ in user.new_entries()}
+        dns -= {user.person[0].lower() for user in broken}
+        self.assertEqual(differences(expected, found), sorted(f"missing: {dn}" for dn in dns))
 
     def test_a_name_with_a_comma_can_be_escaped_after_the_account(self):
         user = next(user for user in registry.users if user.policy and user.authority == "Default")
