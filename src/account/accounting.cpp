@@ -276,6 +276,7 @@ void accountFor(SurveyedFile& file, SurveyedFile& again, OutputRecords& output, 
   CopiedEntries copied(accounting);
   account.outputLines = output.lines;
   account.counts = surveyInput(file, account.registry, copied);
+  if (isMoreWritten(account.registry, account.counts)) copied.takeRecordsBehind();
   copied.takeOversizedAgain(file);
   if (account.registry.mayHoldNul) findNulsBehind(file, account.counts.entriesEnd, sink);
   RecordMaker maker(again, account.registry, account.counts.changetypeSeen);

@@ -6,6 +6,7 @@
 
 void CopiedEntries::takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) {
   findChanges(entry, prepared, begin, hasDn_, accounting_.sink);
+  if (entry.isOversized) oversized_.takeEntry(entry, prepared, begin, hasDn_);
   hasDn_ = hasDn_ || beginsWithDn(entry);
   const EntryKind kind = kindOfWritten(prepared);
   if (entry.isOversized || prepared.goesToOutput || kind == SECPOLICY_KIND || kind == RESCREDS_KIND)
@@ -27,6 +28,7 @@ void CopiedEntries::takeEntry(const ReadEntry& entry, const PreparedEntry& prepa
 
 void CopiedEntries::takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) {
   accounting_.newDns.takeCopied(lines[0]);
+  if (road == STRAIGHT_THROUGH) oversized_.takeRecord();
   if (road == REMAINING) return;  // their turn comes at the end, as in a run
   takeCopiedEntry(accounting_, lines, origins, road, begin, fates_);
   accounting_.copiedBytes += accounting_.size;
@@ -34,7 +36,8 @@ void CopiedEntries::takeCopied(Entry lines, std::span<const Origin> origins, Roa
 
 // Such an entry has its place in the output: where those before it end.
 // It is compared while it is read, since it may be longer than memory.
-void CopiedEntries::takeOversizedLine(const Line& line, OversizedLine what, uint64_t /*begin*/, uint64_t /*place*/) {
+void CopiedEntries::takeOversizedLine(const Line& line, OversizedLine what, uint64_t /*begin*/, uint64_t place) {
+  oversized_.takeLine(line, what, place);
   if (!isOversized_) beginOversized();
   const bool isGone = isDropped(line, OVERSIZED);
   if (what == OWN_LINE && !isGone)
@@ -51,7 +54,7 @@ void CopiedEntries::takeOversizedLine(const Line& line, OversizedLine what, uint
 
 void CopiedEntries::endOversized(const ReadEntry& entry, uint64_t begin) {
   const bool hasEmptyLine = !entry.isEndedByText;
-  findNuls(entry, begin, accounting_.sink);
+  oversized_.takeEnd(entry);
   const uint64_t from = accounting_.copiedBytes;
   const uint64_t length = at_ - from + (hasEmptyLine ? 1 : 0);
   isOversized_ = false;

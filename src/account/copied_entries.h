@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "account/tallying.h"
+#include "survey/oversized_findings.h"
 
 // An entry that was too long to be held and whose lines are to be looked at again.
 struct OversizedEntry {
@@ -15,12 +16,16 @@ struct OversizedEntry {
 
 class CopiedEntries final : public EntryVisitor {
  public:
-  explicit CopiedEntries(Accounting& accounting) : accounting_(accounting) {}
+  explicit CopiedEntries(Accounting& accounting)
+      : accounting_(accounting), oversized_(accounting.newDns, accounting.sink) {}
 
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override;
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override;
   void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override;
   void endOversized(const ReadEntry& entry, uint64_t begin) override;
+
+  // What the passes write, and the resource credentials, follow all that has been read.
+  void takeRecordsBehind() { oversized_.takeRecord(); }
 
   // Accounts for the lines of those entries that were too long to be held, as far as more is to be said of them than
   // that all are kept. The file is the input.
@@ -35,6 +40,7 @@ class CopiedEntries final : public EntryVisitor {
   void beginOversized();
 
   Accounting& accounting_;
+  OversizedFindings oversized_;
   Fates fates_;
   int64_t policyDataLines_ = 0;
   bool hasDn_ = false;  // an entry has begun with one

@@ -6,15 +6,17 @@
 #include "rules/attribute.h"
 #include "rules/first_line.h"
 #include "survey/file_walk.h"
+#include "survey/oversized_findings.h"
 
 // Finds what is odd about the entries that are looked at first.
 class EntryCheck final : public EntryVisitor {
  public:
   EntryCheck(FindingSink& findings, DnComparison& newDns, Prediction& prediction)
-      : findings_(findings), newDns_(newDns), prediction_(prediction) {}
+      : findings_(findings), newDns_(newDns), oversized_(newDns, findings), prediction_(prediction) {}
 
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
     findChanges(entry, prepared, begin, prediction_.hasDn, findings_);
+    if (entry.isOversized) oversized_.takeEntry(entry, prepared, begin, prediction_.hasDn);
     prediction_.hasDn = prediction_.hasDn || beginsWithDn(entry);
     if (prepared.problem == NO_DETAIL) {
       if (kindOfWritten(prepared) != SECPOLICYDATA_KIND) findGoneLines(prepared, begin, findings_);
@@ -26,21 +28,27 @@ class EntryCheck final : public EntryVisitor {
   }
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
     newDns_.takeCopied(lines[0]);
+    if (road == STRAIGHT_THROUGH) oversized_.takeRecord();
     forEachDroppedLine(lines, road, false, [&](size_t line, LineFate fate) {
       findLoss(fate, lines[line], road, origins[line], begin, findings_);
     });
   }
   void takeOversizedLine(const Line& line, OversizedLine what, uint64_t begin, uint64_t place) override {
     const bool isGone = isDropped(line, OVERSIZED);
-    if (isGone && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
+    if (isGone && what != MORE_OF_LINE && fateOfDropped(line, OVERSIZED) == LOOKS_LIKE_BOOKKEEPING)
       findings_.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
     if (!isGone && what == JOINED_LINE) findings_.take({LINE_IS_LOST, AT_NONE, begin, place});
+    oversized_.takeLine(line, what, place);
   }
-  void endOversized(const ReadEntry& entry, uint64_t begin) override { findNuls(entry, begin, findings_); }
+  void endOversized(const ReadEntry& entry, uint64_t /*begin*/) override { oversized_.takeEnd(entry); }
+
+  // What the passes write, and the resource credentials, follow all that has been looked at.
+  void takeRecordsBehind() { oversized_.takeRecord(); }
 
  private:
   FindingSink& findings_;
   DnComparison& newDns_;
+  OversizedFindings oversized_;
   Prediction& prediction_;
 };
 
@@ -101,6 +109,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
   prediction.counts = surveyInput(file, prediction.registry, entryCheck);
   if (prediction.registry.mayHoldNul) findNulsBehind(file, prediction.counts.entriesEnd, findings);
   const SurveyCounts& counts = prediction.counts;
+  if (isMoreWritten(prediction.registry, counts)) entryCheck.takeRecordsBehind();
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     // As many slots as there are owners make one pass, which is what an administrator with enough memory would choose.
     const auto owners = static_cast<int32_t>(std::min<uint32_t>(prediction.registry.ownersOf[side], INT32_MAX));

@@ -6,24 +6,8 @@
 #include "rules/attribute.h"
 #include "rules/policy_container.h"
 #include "rules/text.h"
+#include "survey/class_names.h"
 #include "survey/spellings.h"
-
-// The values that name a class that is known.
-struct ClassValue {
-  std::string_view value;
-  ObjectClass code;
-};
-static constexpr ClassValue classValues[] = {
-    {"secUser", SECUSER_OBJECTCLASS},     {"secPolicyData", SECPOLICYDATA_OBJECTCLASS},
-    {"secPolicy", SECPOLICY_OBJECTCLASS}, {"secMap", SECMAP_OBJECTCLASS},
-    {"secGroup", SECGROUP_OBJECTCLASS},   {"secAuthorityInfo", SECAUTHORITYINFO_OBJECTCLASS},
-    {"container", CONTAINER_OBJECTCLASS}, {"secResCreds", SECRESCREDS_OBJECTCLASS},
-};
-
-// The container of the resource credentials is a container whose name counts besides.
-static ObjectClass withoutCredentials(ObjectClass code) {
-  return code == RESCREDS_CONTAINER ? CONTAINER_OBJECTCLASS : code;
-}
 
 static bool isSameToRun(ObjectClass one, ObjectClass other) {
   // A container is copied like an entry of an unknown class.
@@ -56,17 +40,9 @@ static bool isBehindAnother(ObjectClass code, const PreparedEntry& prepared) {
 
 // True when the line names a class that the run knows only in another spelling, in one piece, or in front of others.
 static bool isClassOverlooked(const Line& line, const PreparedEntry& prepared, bool isFolded) {
-  // Most entries have a line of the class top, too, which is shorter than one with any of these values.
-  constexpr size_t SHORTEST = std::string_view("objectclass:secMap").size();
-  if (line.contentLength < SHORTEST) return false;
-  std::string decoded;
-  const std::string_view value = decodedValueOf(line, decoded);
-  for (const ClassValue& known : classValues)
-    if (value.size() == known.value.size() && isSameInAnyCase(value, known.value))
-      return withoutCredentials(prepared.objectClass) != known.code && isNamed(line, "objectclass") &&
-             (isFolded || withoutCredentials(classOf({&line, 1})) != known.code ||
-              isBehindAnother(known.code, prepared));
-  return false;
+  const ObjectClass code = classNamedBy(line);
+  return code != UNINTERESTING_OBJECTCLASS && withoutCredentials(prepared.objectClass) != code &&
+         (isFolded || withoutCredentials(classOf({&line, 1})) != code || isBehindAnother(code, prepared));
 }
 
 // True for a piece that goes on where another one ends.
@@ -160,10 +136,6 @@ static void findInLines(FindingId id, const std::vector<size_t>& places, const P
   }
 }
 
-void findNuls(const ReadEntry& entry, uint64_t begin, FindingSink& findings) {
-  for (const size_t nul : entry.nuls) findings.take({NUL_BYTE, AT_NONE, begin, begin + (nul - entry.begin)});
-}
-
 void findNulsBehind(SurveyedFile& file, uint64_t entriesEnd, FindingSink& findings) {
   const auto length = static_cast<size_t>(file.size - entriesEnd);
   EntryWalk walk = walkOver(textFrom(file, entriesEnd, length));
@@ -181,18 +153,22 @@ static bool isCopiedWithoutDn(const PreparedEntry& prepared, bool isBehindDn) {
          (isBehindDn || std::any_of(prepared.lines.begin(), prepared.lines.end(), isDnLine));
 }
 
-// What its first line and its bytes show.
-static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
-                         FindingSink& findings) {
-  const Entry lines = prepared.lines;
+bool findOddBegin(std::string_view firstLine, size_t lines, uint64_t begin, FindingSink& findings) {
   // Other programs write a line with the version of LDIF above the first entry. The conversion takes it for the first
   // line of that entry, and the DN for an attribute.
   constexpr std::string_view MARK = "\xEF\xBB\xBF";
-  const bool hasMark = lines[0].view().starts_with(MARK);
+  const bool hasMark = firstLine.starts_with(MARK);
   constexpr std::string_view VERSION = "version:";
-  const bool isVersion = isSameInAnyCase(lines[0].view().substr(hasMark ? MARK.size() : 0, VERSION.size()), VERSION);
-  if (lines.size() > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
+  const bool isVersion = isSameInAnyCase(firstLine.substr(hasMark ? MARK.size() : 0, VERSION.size()), VERSION);
+  if (lines > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
   if (hasMark) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
+  return isVersion;
+}
+
+// What its first line and its bytes show.
+static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
+                         FindingSink& findings) {
+  const bool isVersion = findOddBegin(prepared.lines[0].view(), prepared.lines.size(), begin, findings);
   if (!isVersion && !beginsWithDn(entry) && isCopiedWithoutDn(prepared, isBehindDn))
     findings.take({ENTRY_WITHOUT_DN, AT_NONE, begin});
   std::vector<size_t> nuls = entry.nuls;
@@ -335,12 +311,7 @@ bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn");
 
 void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
                  FindingSink& findings) {
-  if (entry.isOversized) {
-    const bool isConverted = !prepared.goesToOutput || getsVersionAndDate(prepared.objectClass);
-    if (isConverted) findings.take({OVERSIZED_ENTRY, AT_NONE, begin});
-    return;
-  }
-  if (prepared.lines.empty()) return;
+  if (entry.isOversized || prepared.lines.empty()) return;
   // A plain entry has a DN, whole lines and no odd byte.
   if (!prepared.isForeseen) findOddBytes(entry, prepared, begin, isBehindDn, findings);
   findOddNames(entry, prepared, begin, findings);

@@ -2,20 +2,22 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "survey/findings.h"
 #include "survey/line_fates.h"
 #include "survey/record.h"
 
-// Finds what is odd about an entry of the input; begin is its place. Behind one that begins with its DN all others
-// should.
+// Finds what is odd about an entry of the input that can be held; begin is its place. Behind one that begins with its
+// DN all others should.
 void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
                  FindingSink& findings);
 
-// Finds the lines that NULs cut short of an entry that is too long to be held.
-void findNuls(const ReadEntry& entry, uint64_t begin, FindingSink& findings);
+// Finds what other programs write in front of the first DN, in an entry of so many lines. Returns true when its first
+// line is one with the version of LDIF.
+bool findOddBegin(std::string_view firstLine, size_t lines, uint64_t begin, FindingSink& findings);
 
-// The same of what stands behind the last entry.
+// Finds lines that NULs cut short behind the last entry.
 void findNulsBehind(SurveyedFile& file, uint64_t entriesEnd, FindingSink& findings);
 
 // True when it begins with a dn: line.

@@ -114,16 +114,12 @@ static bool finish(const EntryWalk& walk, ReadEntry& entry) {
   return entry.count > 0;
 }
 
-// Reads a line that needs a look. Returns true when the entry ends there.
-static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment) {
-  Line& line = entry.room[entry.count];
+// Takes the next line and notes what is odd about it. Returns false at the end of the text.
+static bool takeNotedLine(EntryWalk& walk, ReadEntry& entry, Line& line, bool& isBehindComment) {
   const size_t nuls = entry.nuls.size();
   const bool hadLongLine = entry.hasLongLine;
   const bool isRestOfComment = isBehindComment && walk.isInLine;
-  if (!takeAnyLine(walk, entry, line)) {
-    entry.isEndedByText = true;
-    return true;
-  }
+  if (!takeAnyLine(walk, entry, line)) return false;
   // Of the NULs in front of an entry one is enough to tell of: there may be one on every line.
   if (entry.count == 0 && entry.nuls.size() > 1) entry.nuls.resize(1);
   const bool isBlank = isBlankLine(line.view());
@@ -133,10 +129,7 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
     const auto place = static_cast<size_t>(line.text - walk.text.data());
     noteLongLine(entry, walk.text.rfind('\n', place - 1) + 1);
   }
-  if (isBlank) {
-    if (entry.count == 0) entry.heldFrom = walk.scan.next;
-    return entry.count > 0;
-  }
+  if (isBlank) return true;
   if (isComment) {
     entry.nuls.resize(nuls);
     entry.hasLongLine = hadLongLine;
@@ -144,7 +137,21 @@ static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment
   // A comment cannot be folded here: what continues it is taken for more of the line before the comment.
   if (isBehindComment && isContinuation(line)) entry.hasFoldedComment = true;
   isBehindComment = isComment || (isBehindComment && isContinuation(line));
-  if (!isComment) ++entry.count;
+  return true;
+}
+
+// Reads a line that needs a look. Returns true when the entry ends there.
+static bool readOddLine(EntryWalk& walk, ReadEntry& entry, bool& isBehindComment) {
+  const Line& line = entry.room[entry.count];
+  if (!takeNotedLine(walk, entry, entry.room[entry.count], isBehindComment)) {
+    entry.isEndedByText = true;
+    return true;
+  }
+  if (isBlankLine(line.view())) {
+    if (entry.count == 0) entry.heldFrom = walk.scan.next;
+    return entry.count > 0;
+  }
+  if (line.text[0] != '#') ++entry.count;
   return false;
 }
 
@@ -165,8 +172,8 @@ bool readEntry(EntryWalk& walk, ReadEntry& entry) {
 }
 
 bool takeOversizedLine(EntryWalk& walk, ReadEntry& entry, Line& line) {
-  for (;;) {
-    entry.isEndedByText = !takeAnyLine(walk, entry, line);
+  for (bool isBehindComment = false;;) {
+    entry.isEndedByText = !takeNotedLine(walk, entry, line, isBehindComment);
     entry.end = walk.scan.next;
     if (entry.isEndedByText || isBlankLine(line.view())) return false;
     if (line.text[0] != '#') return true;

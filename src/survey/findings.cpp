@@ -90,6 +90,13 @@ static constexpr FindingKind kinds[] = {
      "Shorten it; in an entry that is copied as it is folding helps, too."},
     {"oversized-entry", CHANGES, "The entry has 250,000 lines or more and is copied unconverted.",
      "Remove lines from it."},
+    {"dropped-in-part", CHANGES,
+     "The line is folded in an entry of 250,000 lines or more, where each piece is dropped or stays by itself.",
+     "Write it on one line."},
+    {"record-runs-on", CHANGES,
+     "The record that follows in the output begins without an empty line before it: the entry, of 250,000 lines or "
+     "more, does not end with a whole line and an empty one.",
+     "Put an empty line behind it, and mend its last line."},
     {"folded-comment", CHANGES, "What continues a comment is taken for more of the line before it.",
      "Write the comment on one line, or remove it."},
 

@@ -62,6 +62,11 @@ class EntryVisitor {
   ~EntryVisitor() = default;
 };
 
+// True when a run writes more than what the preparation does.
+inline bool isMoreWritten(const Registry& registry, const SurveyCounts& counts) {
+  return !registry.owners.empty() || counts.finalBytes > 0;
+}
+
 // Looks at all entries. Returns what was counted.
 SurveyCounts surveyInput(SurveyedFile& file, Registry& registry, EntryVisitor& visitor);
 

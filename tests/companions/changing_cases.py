@@ -513,6 +513,92 @@ TEXTS = (
            (b"dn: ou=Other,\n# a comment\nobjectclass: organizationalUnit\ndescription: a\n b\n# c\n\n",)),
 )
 
+
+def held(*more):
+    """So many lines that what follows is read when no more can be held."""
+    return lines(HELD - 2) + [*more]
+
+
+BEHIND = HELD + 1   # the first line that is not held
+LONG_COMMENT = "#" + "c" * (LINE - 1)
+
+# An entry of 250,000 lines and more is copied as it stands, line by line.
+OVERSIZED = (
+    shown("line of 4,095 characters at the end of a long entry takes the empty line behind it",
+          (unit(*held(line_of(4095))),), changes("long-line", BEHIND, UNIT), changes("record-runs-on", 1, UNIT),
+          shows=(f"\n{line_of(4095)}\ndn: ",)),
+    shown("longer line of a long entry goes on in a line of its own, even where the first piece is dropped",
+          (unit(*held(f"xoq-entryuuid:{'x' * LINE}", "ou: Other")),), changes("long-line", BEHIND, UNIT),
+          shows=(f"\n{'x' * 14}\nou: Other\n",)),
+    shown("each long line of a long entry is named",
+          (oversized_unit(line_of(5000), folded(line_of(4000)), line_of(5000)),), changes("long-line", 3, UNIT),
+          changes("long-line", 3 + folded(line_of(4000)).count("\n") + 2, UNIT)),
+    *(shown(f"what is left of a long comment in a long entry is a line of it, {where}", (piece,),
+            changes("long-line", line, UNIT), shows=("\nyyy\nou: Other\n",), lacks=("ccc",))
+      for where, piece, line in (
+          ("among those that are held", oversized_unit(f"{LONG_COMMENT}yyy", "ou: Other"), 3),
+          ("behind them", unit(*held(f"{LONG_COMMENT}yyy", "ou: Other")), BEHIND))),
+    beside("long-line", "line of 4,094 characters at the end of a long entry ends in its line",
+           (unit(*held(line_of(4094))),), shows=(f"\n{line_of(4094)}\n\n",)),
+    beside("long-line", "comment of 4,094 characters in a long entry is left out",
+           (unit(*held(LONG_COMMENT[:-1], "ou: Other")),), lacks=("ccc",)),
+    *(shown_alone(f"record that follows the last entry begins in it when that is a long one, {how}",
+                  (REGISTRY, b"\n", unit(*held())[:-end]), changes("record-runs-on", REGISTRY_LINES + 2, UNIT),
+                  shows=(f"mail: x{between}dn: ",))
+      for how, end, between in (("without an empty line", 1, "\n"), ("without a newline", 2, ""))),
+    shown("record that follows a long entry begins behind it when a NUL takes the newline",
+          (unit(*held("ou: Other\0")), unit("ou: two")), changes("nul-byte", BEHIND, UNIT),
+          changes("record-runs-on", 1, UNIT), shows=(f"\nou: Other\ndn: {UNIT}\n",)),
+    shown("long entry that follows another one begins behind it when a NUL takes the newline",
+          (unit(*held("ou: Other\0")), oversized_unit()), changes("nul-byte", BEHIND, UNIT),
+          changes("record-runs-on", 1, UNIT), shows=(f"\nou: Other\ndn: {UNIT}\n",)),
+    beside_alone("record-runs-on", "long entry with an empty line behind it ends",
+                 (REGISTRY, b"\n", unit(*held())), shows=("mail: x\n\ndn: ",)),
+    beside_alone("record-runs-on", "small entry at the end of the text ends without an empty line, too",
+                 (REGISTRY, b"\n", unit()[:-2]), shows=("organizationalUnit\n\ndn: ",)),
+    *(shown(f"folded line of a long entry is dropped in part when {which} piece names the entry's number",
+            (unit(*held("k: 1", line, "ou: Other")),), changes("dropped-in-part", BEHIND + 1, UNIT), *more, shows=(left,))
+      for which, line, left, more in (
+          ("the first", "xoq-entryuuid: 9\n 9", "\nk: 1\n 9\nou: Other\n", ()),
+          ("another", "description: 9\n xoq-entryuuid: 9\n 9", "\ndescription: 9\n 9\nou: Other\n", ()))),
+    beside("dropped-in-part", "folded line of a long entry goes whole when each piece is dropped",
+           (unit(*held("xoq-entryuuid: 9\n xoq-entryuuid: 9", "ou: Other")),), shows=("\nmail: x\nou: Other\n",)),
+    beside("dropped-in-part", "folded line of a small entry goes whole",
+           (unit("k: 1", "xoq-entryuuid: 9\n 9", "ou: Other"),), shows=("\nk: 1\nou: Other\n",)),
+    *(shown(f"what continues a comment in a long entry goes to the line before it, {where}", (piece,),
+            changes("folded-comment", 1, UNIT), shows=("\nk: 1\n more\n",))
+      for where, piece in (("among those that are held", oversized_unit("k: 1", "# c\n more")),
+                           ("behind them", unit(*held("k: 1", "# c\n more"))))),
+    beside("folded-comment", "comment between the pieces of a folded line of a long entry is left out",
+           (unit(*held("k: 1\n 2\n# c", "ou: Other")),), shows=("\nk: 1\n 2\nou: Other\n",)),
+    beside("nul-byte", "NUL byte in a comment of a long entry is gone with it", (unit(*held("# \0lost", "ou: Other")),),
+           shows=("\nmail: x\nou: Other\n",)),
+    *(shown(f"long entry that is copied may have the new DN of a user, {how}",
+            (entry(dn, "objectclass: person", *lines(HELD)), USER, MAP),
+            changes("new-dn-twice", HELD + 4 + dn.count("\n"), BERT))
+      for how, dn in (("on one line", "dn: principalName=bert,cn=Users,secAuthority=default"),
+                      ("folded", "dn: principalName=bert,cn=Users,\n secAuthority=default"))),
+    shown("second DN in a long entry is named once",
+          (unit(*held())[:-1], unit("ou: two")[:-1], unit("ou: three")), changes("second-dn", BEHIND, UNIT)),
+    *(shown(f"long entry without a DN is named {where}", pieces, changes("entry-without-dn", line, None))
+      for where, pieces, line in (
+          ("behind one with a DN", (unit(), entry("ou: Other", *lines(HELD))), 4),
+          ("with a DN within", (entry("ou: Other", *lines(HELD), f"dn: {UNIT}"),), 1))),
+    beside("entry-without-dn", "long entry without a DN in front of all DNs may be none",
+           (entry("ou: Other", *lines(HELD)),)),
+    shown("version line in front of a long entry is taken for its DN",
+          (MARK + b"version: 1\n", oversized_unit()), changes("byte-order-mark", 1, None),
+          changes("version-line", 1, None)),
+    shown("changetype in a long entry is not applied", (unit(*held("changetype: add")),),
+          changes("change-record", BEHIND, UNIT)),
+    *(shown(f"class of a long entry does not count {why}", (unit(*held(f"objectclass: {name}", *more)),),
+            changes("unknown-class-name", BEHIND, UNIT))
+      for why, name, more in (("in an unknown spelling", "SECUSER", ("objectclass: SecMap",)),
+                              ("behind all that can be held", "secUser", ()))),
+    beside("unknown-class-name", "container among the classes of a long entry changes nothing",
+           (unit(*held("objectclass: container", "objectclass: secUserOf")),)),
+)
+
 AUTHORITY = ("dn: secAuthority=Other", "objectclass: secAuthorityInfo")
 
 # A value that holds the name of an attribute, and is taken for that attribute.
@@ -666,4 +752,4 @@ PARTED = (
     beside("entry-without-dn", "version line on its own is copied", (entry("version: 1"),), shows=("version: 1\n\n",)),
 )
 
-CHANGING = (*LOSSES, *NAMES, *CLASSES, *TEXTS, *TAKEN, *OWNERS, *PARTED)
+CHANGING = (*LOSSES, *NAMES, *CLASSES, *TEXTS, *OVERSIZED, *TAKEN, *OWNERS, *PARTED)

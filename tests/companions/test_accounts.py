@@ -372,6 +372,18 @@ class Accounts(unittest.TestCase):
             fourth = 9 if "\n" in more else 8
             self.assertEqual(answer[4:], [f"  line {number}  kept  mail" for number in range(fourth, fourth + HELD - 3)])
 
+    def test_what_is_odd_about_an_entry_of_250000_lines_is_a_change(self):
+        odd = ("description: a\n xoq-entryuuid: 9", "dn: x", "changetype: add", "# c\n d", line_of(5000), "ou: b\0")
+        long_user = user("bert", *lines(HELD), *odd)
+        said = self.account(b"\xef\xbb\xbf" + unit() + long_user + entry("ou: x", *lines(HELD))[:-1] + credentials())
+        found = [(one["id"], one["line"]) for one in said["changes"]]
+        more = 8 + HELD   # the first line behind those of the user
+        self.assertEqual(sorted(found), sorted([
+            ("byte-order-mark", 1), ("oversized-entry", 4), ("dropped-in-part", more), ("second-dn", more + 2),
+            ("change-record", more + 3), ("folded-comment", 4), ("long-line", more + 6), ("nul-byte", more + 7),
+            ("record-runs-on", 4), ("entry-without-dn", more + 9),
+            ("unknown-class-name", more + 9 + HELD + 2)]))
+
     def test_the_lines_that_read_as_nothing_stand_apart_from_those_that_are_copied(self):
         shown = self.written(b"\r" + credentials(), "--all")
         self.assertEqual([line.rpartition(": ")[2] for line in shown.splitlines() if line.startswith("line 1:")],
