@@ -1430,7 +1430,7 @@ mistakes = [
      "isContinuation(line) && isGone != line_.isGone", "isContinuation(line) && !isGone && line_.isGone"),
     ("cut piece is dropped in part", "survey/oversized_findings.cpp", "isContinuation(line) && isGone !=", "isGone !="),
     ("next long entry is no record", "survey/oversized_findings.cpp", "  if (isGone) return;\n  takeRecord();\n", "  if (isGone) return;\n"),
-    ("open line of a long entry is closed", "survey/oversized_findings.cpp", "entry_.isOpen = !isWhole;", "entry_.isOpen = false;"),
+    ("open line of a long entry is closed", "survey/oversized_findings.cpp", "entry_.isOpen = !endsInNewline;", "entry_.isOpen = false;"),
     ("end of the text ends a long entry", "survey/oversized_findings.cpp", "(entry_.isOpen || entry.isEndedByText)", "entry_.isOpen"),
     ("long entry of which nothing is written runs on", "survey/oversized_findings.cpp", "entry_.isAnyWritten && (", "("),
     ("record runs on again and again", "survey/oversized_findings.cpp", "  runsOn_ = NO_PLACE;\n}", "}"),
