@@ -29,7 +29,7 @@ static constexpr FindingKind kinds[] = {
     {"group-without-map", STOPS, "The group has no secMap entry.",
      "Add its secMap entry, whose secDN must be the group's DN, or remove the group.", GROUP_WITHOUT_MAP},
     {"user-without-own-entry", STOPS, "The entry belongs to a user without a secUser entry of its own.",
-     "Add that entry or remove this one.", USER_WITHOUT_OWN_ENTRY},
+     "Add that entry, or remove all others of the user.", USER_WITHOUT_OWN_ENTRY},
     {"group-without-own-entry", STOPS, "The map belongs to a group without a secGroup entry.",
      "Add that entry or remove this one.", GROUP_WITHOUT_OWN_ENTRY},
     {"group-without-name", STOPS, "The group has no cn.", "Add the attribute or remove the group.", GROUP_WITHOUT_NAME},
