@@ -552,6 +552,9 @@ OVERSIZED = (
                   (REGISTRY, b"\n", unit(*held())[:-end]), changes("record-runs-on", REGISTRY_LINES + 2, UNIT),
                   shows=(f"mail: x{between}dn: ",))
       for how, end, between in (("without an empty line", 1, "\n"), ("without a newline", 2, ""))),
+    shown_alone("user's record begins in a long entry, where there are no resource credentials",
+                (USER, MAP, unit(*held())[:-1]), changes("record-runs-on", 10, UNIT),
+                shows=("mail: x\ndn: principalName=bert,",)),
     shown("record that follows a long entry begins behind it when a NUL takes the newline",
           (unit(*held("ou: Other\0")), unit("ou: two")), changes("nul-byte", BEHIND, UNIT),
           changes("record-runs-on", 1, UNIT), shows=(f"\nou: Other\ndn: {UNIT}\n",)),

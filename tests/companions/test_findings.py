@@ -20,7 +20,8 @@ import folder as folders
 from changing_cases import CHANGING
 from folder import (GOOD, INPUT, OUTPUT, REJECTED, WORK_FILE, Folder, Skipped, as_somebody, check_report, check_verdict,
                     differs, found_by)
-from pieces import (GROUP, GROUP_MAP, MAP, PLENTY, REGISTRY, USER, credentials, entry, line_of, map_of, unit, user)
+from pieces import (GROUP, GROUP_MAP, MAP, PLENTY, REGISTRY, USER, credentials, entry, line_of, map_of,
+                    oversized_unit, unit, user)
 from stopping_cases import NEVER, STOPPING
 
 project = Path(__file__).resolve().parent.parent.parent
@@ -253,7 +254,10 @@ def an_input_without_entries_is_empty():
 def an_input_without_users_and_groups_is_no_registry():
     faults = []
     for content, findings in ((unit("ou: Other"), ["nothing-to-convert"]), (credentials(), ["nothing-to-convert"]),
-                              (GROUP + GROUP_MAP, []), (USER + MAP, [])):
+                              (GROUP + GROUP_MAP, []), (USER + MAP, []),
+                              # Without an empty line behind a long entry what follows in the output runs on in it.
+                              (oversized_unit()[:-1], ["nothing-to-convert"]),
+                              (credentials() + oversized_unit()[:-1], ["nothing-to-convert", "record-runs-on"])):
         with Folder(content) as folder:
             faults += around(folder, findings)
     return faults
