@@ -28,7 +28,7 @@ void CopiedEntries::takeEntry(const ReadEntry& entry, const PreparedEntry& prepa
 
 void CopiedEntries::takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) {
   accounting_.newDns.takeCopied(lines[0]);
-  if (road == STRAIGHT_THROUGH) oversized_.takeRecord();
+  oversized_.takeRecord();
   if (road == REMAINING) return;  // their turn comes at the end, as in a run
   takeCopiedEntry(accounting_, lines, origins, road, begin, fates_);
   accounting_.copiedBytes += accounting_.size;

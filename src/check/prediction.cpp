@@ -28,7 +28,7 @@ class EntryCheck final : public EntryVisitor {
   }
   void takeCopied(Entry lines, std::span<const Origin> origins, Road road, uint64_t begin) override {
     newDns_.takeCopied(lines[0]);
-    if (road == STRAIGHT_THROUGH) oversized_.takeRecord();
+    oversized_.takeRecord();
     forEachDroppedLine(lines, road, false, [&](size_t line, LineFate fate) {
       findLoss(fate, lines[line], road, origins[line], begin, findings_);
     });

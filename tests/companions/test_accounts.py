@@ -384,6 +384,11 @@ class Accounts(unittest.TestCase):
             ("record-runs-on", 4), ("entry-without-dn", more + 9),
             ("unknown-class-name", more + 9 + HELD + 2)]))
 
+    def test_a_record_runs_on_in_an_entry_of_250000_lines_without_a_whole_end(self):
+        for text, changes in ((oversized_unit()[:-2] + b"\0\n\n" + unit(), ["nul-byte", "record-runs-on"]),
+                              (credentials() + oversized_unit()[:-1], ["record-runs-on"]), (oversized_unit()[:-1], [])):
+            self.assertEqual([one["id"] for one in self.account(text)["changes"]], changes)
+
     def test_the_lines_that_read_as_nothing_stand_apart_from_those_that_are_copied(self):
         shown = self.written(b"\r" + credentials(), "--all")
         self.assertEqual([line.rpartition(": ")[2] for line in shown.splitlines() if line.startswith("line 1:")],

@@ -257,6 +257,8 @@ def an_input_without_users_and_groups_is_no_registry():
                               (GROUP + GROUP_MAP, []), (USER + MAP, []),
                               # Without an empty line behind a long entry what follows in the output runs on in it.
                               (oversized_unit()[:-1], ["nothing-to-convert"]),
+                              (oversized_unit()[:-2] + b"\0\n\n" + unit(),
+                               ["nothing-to-convert", "nul-byte", "record-runs-on"]),
                               (credentials() + oversized_unit()[:-1], ["nothing-to-convert", "record-runs-on"])):
         with Folder(content) as folder:
             faults += around(folder, findings)
