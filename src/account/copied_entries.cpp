@@ -62,8 +62,12 @@ void CopiedEntries::endOversized(const ReadEntry& entry, uint64_t begin) {
   accounting_.expectedBytes += length;
   // Where all lines are dropped only an empty one is left, which is no record.
   const bool isRecord = at_ > from;
-  const bool isFound = isSame_ && (!isRecord || takeRecordAt(accounting_.output, from, at_));
+  const bool isFound = isSame_ && (!isRecord || takeRecordAt(accounting_.output, from, at_, hasEmptyLine));
   if (isFound && accounting_.copiedBytes == accounting_.output.file->size) accounting_.output.mayEndOpen = true;
+  // Without a newline its last line and the first one of the record behind it are one, and count as the two they were.
+  const bool isBehindLine = isFound && isRecord && !hasEmptyLine && at_ < accounting_.output.file->size &&
+                            textFrom(*accounting_.output.file, at_ - 1, 1)[0] != '\n';
+  if (isBehindLine) ++accounting_.account.outputLines;
   if (isFound && !isAnyGone_ && !accounting_.sink.wantsEntries())
     accounting_.account.lines[KEPT] += kept_;
   else

@@ -232,7 +232,7 @@ static size_t numberAt(const OutputRecords& records, uint64_t begin) {
   return number;
 }
 
-bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
+bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end, bool hasEmptyLine) {
   linkRest(records);
   const size_t number = numberAt(records, begin);
   if (number == records.all.size()) return false;
@@ -240,7 +240,7 @@ bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end) {
   takeOut(records, addOpen(records, begin, static_cast<size_t>(end - begin)));
   // What would be the empty line behind a last line that a NUL has cut is only its newline.
   const bool isLineOpen = end > begin && textFrom(*records.file, end - 1, 1)[0] != '\n';
-  addRest(records, isLineOpen ? end + 1 : end);
+  addRest(records, isLineOpen && hasEmptyLine ? end + 1 : end);
   return true;
 }
 

@@ -54,9 +54,9 @@ void readRecords(SurveyedFile& file, OutputRecords& records);
 // The maker is the place of the entry in the input.
 bool findRecord(OutputRecords& records, PiecedText text, uint64_t maker, bool hasAddedDate);
 
-// Finds a record that ends in a place and has no empty line there. What stands behind it is another one. Returns false
-// when no record begins there.
-bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end);
+// Finds a record that ends in a place and has no empty line there. What stands behind it is another one, behind the
+// empty line if one was written, which ends a line without a newline. Returns false when no record begins there.
+bool takeRecordAt(OutputRecords& records, uint64_t begin, uint64_t end, bool hasEmptyLine);
 
 // Announces a record that may have no empty line behind it.
 void announceOpenRecord(OutputRecords& records, const PiecedText& text);

@@ -389,6 +389,14 @@ class Accounts(unittest.TestCase):
                               (credentials() + oversized_unit()[:-1], ["record-runs-on"]), (oversized_unit()[:-1], [])):
             self.assertEqual([one["id"] for one in self.account(text)["changes"]], changes)
 
+    def test_a_line_behind_an_entry_of_250000_lines_without_a_newline_counts(self):
+        text = user("bert", "secDomainId: Default%bert") + map_of("bert") + oversized_unit()[:-2]
+        said = self.account(text)
+        self.assertEqual((said["verdict"], said["lines"]), ("complete", counts(kept=5 + HELD, renamed=1, absorbed=2)))
+        said = self.account(text, spoil=lambda output: output.replace(b"principalName: bert", b"principalName: Bert"))
+        self.assertEqual(said["verdict"], "differs")
+        self.assertEqual(self.account(oversized_unit()[:-2])["lines"], counts(kept=HELD))
+
     def test_the_lines_that_read_as_nothing_stand_apart_from_those_that_are_copied(self):
         shown = self.written(b"\r" + credentials(), "--all")
         self.assertEqual([line.rpartition(": ")[2] for line in shown.splitlines() if line.startswith("line 1:")],
