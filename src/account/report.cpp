@@ -119,12 +119,12 @@ void AccountReport::writeHead(const EntryFate& entry) {
   if (entry.what == IS_MERGED) printf(" into %s", harmless(std::string(behindSpaces(entry.record.substr(3)))).c_str());
   puts("");
   written_ = entry.begin;
-  writtenState_ = entry.what;
 }
 
 // The lines by their number, each with what became of it.
 void AccountReport::writeEntry(const EntryFate& entry) {
-  if (written_ != entry.begin || writtenState_ != entry.what) writeHead(entry);
+  // The lines of an entry that is too long to be held come one by one.
+  if (entry.road != OVERSIZED || written_ != entry.begin) writeHead(entry);
   Takers takers(entry);
   uint32_t last = NO_LINE;
   for (size_t i = 0; i < entry.lines.size(); ++i) {

@@ -50,10 +50,7 @@ class AccountReport final : public AccountSink {
   int64_t changesOf_[NUMBER_OF_FINDINGS] = {};
   int64_t entriesWritten_ = 0;
 
-  // Of the last entry that came: an entry may come in parts, line by line even.
-  uint64_t asked_ = NO_PLACE;
+  uint64_t asked_ = NO_PLACE;  // the last entry that came: it may come in parts, line by line even
   bool isWanted_ = false;
-  // Of the last one that was written.
-  uint64_t written_ = NO_PLACE;
-  EntryState writtenState_ = IS_MISSING;
+  uint64_t written_ = NO_PLACE;  // the last one of which something was written
 };

@@ -399,6 +399,11 @@ class Accounts(unittest.TestCase):
         self.assertEqual(said["verdict"], "differs")
         self.assertEqual(self.account(oversized_unit()[:-2])["lines"], counts(kept=HELD))
 
+    def test_each_entry_of_250000_lines_has_one_head(self):
+        shown = self.written(2 * oversized_unit(), "--all")
+        self.assertEqual([line for line in shown.splitlines() if line.startswith("line")],
+                         [f"line {number}: {UNIT}: copied" for number in (1, HELD + 2)])
+
     def test_the_lines_that_read_as_nothing_stand_apart_from_those_that_are_copied(self):
         shown = self.written(b"\r" + credentials(), "--all")
         self.assertEqual([line.rpartition(": ")[2] for line in shown.splitlines() if line.startswith("line 1:")],
