@@ -235,7 +235,8 @@ static void findDifference(Accounting& accounting) {
     const bool isPaired = pair != accounting.missing.end();
     first = {true, isPaired ? pair->begin : NO_PLACE, place, "The record is no part of a conversion of the input."};
     if (isPaired) {
-      first.text = "The record is not what the conversion makes of the entry.";
+      first.text = pair->isContainer ? "The record is not the container that the conversion puts before the policy."
+                                     : "The record is not what the conversion makes of the entry.";
     } else if (maker != NO_PLACE) {
       first.text = "The record is there more often than it should be.";
       first.inputPlace = maker;
@@ -243,7 +244,9 @@ static void findDifference(Accounting& accounting) {
       first.inputPlace = missing->begin;
     }
   } else if (missing != accounting.missing.end()) {
-    first = {true, missing->begin, NO_RECORD, "The record that the conversion makes of the entry is missing."};
+    first = {true, missing->begin, NO_RECORD,
+             missing->isContainer ? "The container that the conversion puts before the policy is missing."
+                                  : "The record that the conversion makes of the entry is missing."};
   } else if (accounting.expectedBytes != file.size || (accounting.output.endsOpen && !accounting.output.mayEndOpen)) {
     // Where all are parted by one, there is more than there should be, or less, at the end.
     const uint64_t gap = std::min(accounting.output.firstGap, std::max<uint64_t>(file.size, 1) - 1);

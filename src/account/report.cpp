@@ -20,7 +20,7 @@ static constexpr const char* fateNames[] = {"not_written", "absorbed", "renamed"
 static_assert(std::size(fateNames) == NUMBER_OF_FATES);
 
 // By EntryState.
-static constexpr const char* stateNames[] = {"missing", "copied", "merged", "not written",
+static constexpr const char* stateNames[] = {"not in the output as it should be", "copied", "merged", "not written",
                                              "lines of it read as nothing once they are written"};
 static_assert(std::size(stateNames) == NUMBER_OF_STATES);
 
@@ -61,19 +61,29 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
 }
 
 // The administrator may have the DN from anywhere, in another letter case and with other blanks.
-static bool hasDn(SurveyedFile& input, uint64_t entry, std::string_view dn) {
-  const std::string text = wholeLineAt(input, entry);
-  const Line line = scanLine(text);
+static bool isDnLine(SurveyedFile& input, uint64_t place, std::string_view dn) {
+  const std::string text = wholeLineAt(input, place);
+  const Line line = scanLine(withoutMark(text));
   std::string decoded;
   return isNamed(line, "dn") &&
          isSameInAnyCase(withoutSpareBlanks(dn), withoutSpareBlanks(decodedValueOf(line, decoded)));
+}
+
+// It need not be the first line: what stands above it, or two entries without an empty line between them, are taken for
+// one entry.
+static bool hasDn(SurveyedFile& input, const EntryFate& entry, std::string_view dn) {
+  const auto isOther = [&](const Line& line) {
+    const Origin& origin = entry.origins[static_cast<size_t>(&line - entry.lines.data())];
+    return isNamed(line, "dn") && origin.line != NO_LINE && isDnLine(input, entry.begin + origin.place, dn);
+  };
+  return isDnLine(input, entry.begin, dn) || std::any_of(entry.lines.begin(), entry.lines.end(), isOther);
 }
 
 bool AccountReport::isWanted(const EntryFate& entry) {
   if (options_.entry == nullptr) return true;
   if (asked_ == entry.begin) return isWanted_;
   asked_ = entry.begin;
-  isWanted_ = hasDn(input_, entry.begin, options_.entry);
+  isWanted_ = hasDn(input_, entry, options_.entry);
   return isWanted_;
 }
 
@@ -242,8 +252,8 @@ void AccountReport::writeText(const Account& account) {
     if (first.inputPlace != NO_PLACE) printf("line %" PRId64 " of the input", lineNumberOf(input_, first.inputPlace));
     printf(". %s\n", first.text.c_str());
   } else {
-    printf("%s is a complete conversion of %s. Lines of the input that are gone: %" PRId64 ".\n",
-           harmless(options_.output).c_str(), input.c_str(), losses_);
+    printf("%s is a complete conversion of %s. Losses: %" PRId64 ".\n", harmless(options_.output).c_str(),
+           input.c_str(), losses_);
   }
   // Who asks for one entry does not want the rest.
   if (options_.entry != nullptr) return;

@@ -20,21 +20,23 @@ const Line* Takers::likeliest(const Line& line, Likeness likeness) {
   return found != alike->end() && compareLines(**found, line, likeness) == 0 ? *found : nullptr;
 }
 
-// Returns the line that the merge has put in the place of one that is lost.
+// Returns the line that the merge has put in the place of another one; null without one.
 static const Line* mergedOver(const EntryFate& entry, const Line& line) {
-  const Line* taken = &line;
-  if (!isLeft(*taken) && !entry.between.empty()) taken = entry.between.data() + taken->endings;
-  if (isLeft(*taken) || entry.sources.empty() || entry.road != MERGED) return nullptr;
-  const Line* const taker = entry.written.data() + taken->endings;
+  if (entry.sources.empty() || entry.road != MERGED) return nullptr;
+  const uint64_t place = placeInRecord(&line, entry.between);
+  if (place == NO_PLACE_IN_RECORD) return nullptr;
+  const Line* const taker = entry.written.data() + place;
   return taker->text == line.text ? nullptr : taker;
 }
 
 const Line* Takers::takerOf(size_t line) {
   const Line& gone = entry_.lines[line];
   const LineFate fate = (*entry_.fates)[line];
-  if (fate == LOST) return mergedOver(entry_, gone);
-  if (fate == REPLACED) return likeliest(gone, SAME_NAME);
-  return fate == REPLACED_BY_SAME ? likeliest(gone, SAME_VALUE) : nullptr;
+  if (fate == REPLACED_BY_SAME) return likeliest(gone, SAME_VALUE);
+  if (fate != REPLACED && fate != LOST) return nullptr;
+  const Line* const taker = mergedOver(entry_, gone);
+  if (fate == LOST || (taker != nullptr && !isDropped(*taker, entry_.road))) return taker;
+  return likeliest(gone, SAME_NAME);
 }
 
 void Takers::takeSources(Entry lines, std::span<const Origin> origins, uint64_t begin) {

@@ -24,7 +24,7 @@ bool find(Accounting& accounting, RecordKind kind, uint64_t begin, bool hasAdded
     ++accounting.account.records[kind];
     return true;
   }
-  accounting.missing.push_back({begin, hashOfFirstLine(recordOf(accounting))});
+  accounting.missing.push_back({begin, hashOfFirstLine(recordOf(accounting)), kind == CONTAINER_RECORD});
   return false;
 }
 

@@ -13,6 +13,7 @@
 struct MissingRecord {
   uint64_t begin;  // of its first entry in the input
   uint64_t dnHash;
+  bool isContainer = false;  // of the entry, which is a policy
 };
 
 // An account while it is made.

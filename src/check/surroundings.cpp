@@ -14,6 +14,7 @@
 
 #include "check/run_needs.h"
 #include "rules/text.h"
+#include "survey/spellings.h"
 
 static std::string folderOf(const char* input) {
   const std::filesystem::path folder = std::filesystem::path(input).parent_path();
@@ -70,8 +71,7 @@ static bool beginsWithWideCharacters(std::string_view text) {
 
 // A byte-order mark in front of it is a finding of its own.
 static bool beginsLikeLdif(std::string_view text) {
-  constexpr std::string_view MARK = "\xEF\xBB\xBF";
-  if (text.starts_with(MARK)) text.remove_prefix(MARK.size());
+  text = withoutMark(text);
   while (text.starts_with('#')) text.remove_prefix(std::min(text.find('\n'), text.size() - 1) + 1);
   return isSameInAnyCase(text.substr(0, 3), "dn:") || isSameInAnyCase(text.substr(0, 8), "version:");
 }

@@ -156,12 +156,11 @@ static bool isCopiedWithoutDn(const PreparedEntry& prepared, bool isBehindDn) {
 bool findOddBegin(std::string_view firstLine, size_t lines, uint64_t begin, FindingSink& findings) {
   // Other programs write a line with the version of LDIF above the first entry. The conversion takes it for the first
   // line of that entry, and the DN for an attribute.
-  constexpr std::string_view MARK = "\xEF\xBB\xBF";
-  const bool hasMark = firstLine.starts_with(MARK);
   constexpr std::string_view VERSION = "version:";
-  const bool isVersion = isSameInAnyCase(firstLine.substr(hasMark ? MARK.size() : 0, VERSION.size()), VERSION);
+  const std::string_view text = withoutMark(firstLine);
+  const bool isVersion = isSameInAnyCase(text.substr(0, VERSION.size()), VERSION);
   if (lines > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
-  if (hasMark) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
+  if (text.size() < firstLine.size()) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
   return isVersion;
 }
 

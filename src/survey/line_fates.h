@@ -115,10 +115,19 @@ struct MergedRow {
   bool isBase;    // the object classes of the record are its own
 };
 
+// In the record no line has become of one, nor stands for it.
+constexpr uint64_t NO_PLACE_IN_RECORD = UINT64_MAX;
+// Returns the place in the merged record of what a line has become, or of what stands for it, dropped or not. The
+// entry between is as in MergedRow.
+inline uint64_t placeInRecord(const Line* line, Entry between) {
+  if (!isLeft(*line) && !between.empty()) line = between.data() + line->endings;
+  return isLeft(*line) ? NO_PLACE_IN_RECORD : line->endings;
+}
+
 // Returns the line of the output that a line has become or that stands for it; null without one.
-inline const Line* survivorOf(const Line* line, const MergedRow& row, const RecordSurvivors& survivors) {
-  if (!isLeft(*line) && !row.between.empty()) line = row.between.data() + line->endings;
-  return isLeft(*line) ? nullptr : survivors.byPlace.data()[line->endings];
+inline const Line* survivorOf(const Line& line, const MergedRow& row, const RecordSurvivors& survivors) {
+  const uint64_t inRecord = placeInRecord(&line, row.between);
+  return inRecord == NO_PLACE_IN_RECORD ? nullptr : survivors.byPlace.data()[inRecord];
 }
 
 // Returns the fate of a line that is not in the output; its survivor is a line that stands for it, or null.
@@ -128,7 +137,7 @@ LineFate fateOfMissing(const Line& line, const Line* survivor, const MergedRow& 
 template <typename Take>
 void forEachMissingLine(const MergedRow& row, const RecordSurvivors& survivors, Take take) {
   for (const Line& line : row.lines) {
-    const Line* const survivor = survivorOf(&line, row, survivors);
+    const Line* const survivor = survivorOf(line, row, survivors);
     // Merging moves lines and never changes them: the same text is the same line, and two equal lines are two.
     if (survivor != nullptr && survivor->text == line.text) continue;
     take(static_cast<size_t>(&line - row.lines.data()), fateOfMissing(line, survivor, row, survivors));

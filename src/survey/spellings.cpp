@@ -6,6 +6,11 @@
 
 #include "rules/text.h"
 
+std::string_view withoutMark(std::string_view text) {
+  constexpr std::string_view MARK = "\xEF\xBB\xBF";
+  return text.starts_with(MARK) ? text.substr(MARK.size()) : text;
+}
+
 std::string withoutSpareBlanks(std::string_view dn) {
   constexpr std::string_view SIGNS = ",=+";
   if (dn.find(' ') == std::string_view::npos) return std::string(trimmed(dn));

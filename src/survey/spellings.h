@@ -6,6 +6,9 @@
 
 #include "rules/line.h"
 
+// Returns a text without the byte-order mark of UTF-8, which some programs write in front of it.
+std::string_view withoutMark(std::string_view text);
+
 // Returns a DN without blanks that do not matter: beside the signs between its parts, at its ends, and beside other
 // blanks.
 std::string withoutSpareBlanks(std::string_view dn);

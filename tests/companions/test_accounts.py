@@ -285,6 +285,23 @@ class Accounts(unittest.TestCase):
             for line in lines:
                 self.assertIn(f"  {line}\n", shown)
 
+    def test_each_of_several_values_is_told_with_the_one_in_its_own_place(self):
+        shown = self.written(user("bert", "mail: a", "mail: b") + map_of("bert", "mail: c", "mail: d"), "--all")
+        for line in ("line 5  replaced  mail  by line 11", "line 6  replaced  mail  by line 12"):
+            self.assertIn(f"  {line}\n", shown)
+
+    def test_another_value_that_stays_has_not_taken_the_place_of_one_that_is_gone(self):
+        # Of three entries, too: there the map is merged with the entry under cn=Users before.
+        for more in (b"", users_entry("bert", "sn: Bert")):
+            shown = self.written(user("bert", "mail: a", "mail: b") + map_of("bert", "altMail: c") + more, "--all")
+            self.assertIn("  line 5  lost  mail  by line 11\n", shown)
+        shown = self.written(user("bert", "x: a", "x: b") + map_of("bert", "x: acl: c"), "--all")
+        self.assertIn("  line 5  lost  x  by line 11, which is dropped\n", shown)
+
+    def test_a_value_that_is_dropped_takes_no_place_of_one_that_is_dropped_itself(self):
+        shown = self.written(user("bert", "x: acl: a", "x: b") + map_of("bert", "x: acl: c"), "--all")
+        self.assertIn("  line 5  replaced  x  by line 6\n", shown)
+
     def test_of_several_lines_that_one_is_told_which_says_the_same(self):
         text = user("bert", "mail: b", "x: y") + map_of("bert", "mail: a", "mail:: Yg==", "mail: B")
         self.assertIn("  line 5  replaced  mail  by line 12\n", self.written(text, "--all"))
@@ -430,7 +447,15 @@ class Accounts(unittest.TestCase):
                                 spoil=lambda output, begin=begin: without_record(output, begin))
             first = said["first_difference"]
             self.assertEqual((first["input_line"], first["output_line"]), (10, None), begin)
-            self.assertIn("is missing", first["text"])
+            self.assertRegex(first["text"], "container.*is missing" if b"=Policy," not in begin else "entry is missing")
+
+    def test_a_changed_container_is_not_taken_for_the_policy(self):
+        # The record of the user has six lines: the map's secDN and the added identifier are among them.
+        said = self.account(user("bert") + map_of("bert") + policy("bert"),
+                            spoil=lambda output: output.replace(b"objectclass: container", b"objectclass: other"))
+        first = said["first_difference"]
+        self.assertEqual((first["input_line"], first["output_line"]), (10, 8), first)
+        self.assertIn("is not the container", first["text"])
 
     def test_a_changed_record_of_a_user_is_named_by_the_first_entry_that_is_merged_into_it(self):
         # The policy of three lines, and policy data, come first.
@@ -572,6 +597,15 @@ class Accounts(unittest.TestCase):
         for first in (b"dn: " + coded, b"cn:: " + coded, b"dn " + coded):
             shown = self.written(first + unit()[len(f"dn: {UNIT}"):] + unit(), "--entry", "CN=Jürgen,o=example")
             self.assertEqual(shown.count(" kept "), 0, first)
+
+    def test_an_entry_is_answered_for_whose_dn_is_not_its_first_line(self):
+        for first in (b"version: 1\n", b"\xef\xbb\xbf", unit()[:-1]):
+            shown = self.written(first + unit().replace(UNIT.encode(), b"ou=New,\n o=example") + unit(), "--entry",
+                                 "OU=new, o=example")
+            self.assertEqual([line.partition(":")[0] for line in shown.splitlines() if line.startswith("line")],
+                             ["line 1"], first)
+        # A DN elsewhere is none.
+        self.assertIn("No entry of the input has the DN", self.written(unit("member: ou=New"), "--entry", "ou=New"))
 
     def test_values_are_shown_when_they_are_asked_for_only(self):
         with Folder(user("bert", "description: hunter2") + map_of("bert", "description: x")) as folder:
