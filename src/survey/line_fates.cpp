@@ -170,18 +170,18 @@ static bool isObjectClass(const Line& line) {
   return (line.names & OBJECTCLASS) != 0 && isNamed(line, "objectclass");
 }
 
-// True when what stands for a line is of another attribute, or is dropped: the other values of its own attribute are
-// there in their own right, and taking them away would not bring it back.
-static bool isPushedOut(const Line& line, const Line* survivor, const MergedRow& row) {
-  if (survivor != nullptr) return !isNamed(*survivor, ownName(line));
-  return placeInRecord(&line, row.between) != NO_PLACE_IN_RECORD && !isDropped(line, MERGED);
+// True when what stands for a line that would have been written is of another attribute, or is not written, or when
+// nothing does: other values of its attribute are there in their own right, and taking them away would not bring it
+// back.
+static bool isPushedOut(const Line& line, const Line* survivor) {
+  return survivor == nullptr ? !isDropped(line, MERGED) : !isNamed(*survivor, ownName(line));
 }
 
 LineFate fateOfMissing(const Line& line, const Line* survivor, const MergedRow& row, const RecordSurvivors& survivors) {
   if (&line == row.lines.data() || (!row.isBase && isObjectClass(line))) return ABSORBED;
   if (survivor != nullptr && isEqualLine(line, *survivor)) return ABSORBED;
   const LineFate fate = fateInRecord(line, survivors);
-  return fate == REPLACED && isPushedOut(line, survivor, row) ? fateOfDropped(line, MERGED) : fate;
+  return fate == REPLACED && isPushedOut(line, survivor) ? fateOfDropped(line, MERGED) : fate;
 }
 
 void findMergedFates(const MergedRow& row, std::span<const Origin> origins, bool isOwnEntry,
