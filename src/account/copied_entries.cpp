@@ -5,9 +5,9 @@
 #include "rules/attribute.h"
 
 void CopiedEntries::takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) {
-  findChanges(entry, prepared, begin, hasDn_, accounting_.sink);
-  if (entry.isOversized) oversized_.takeEntry(entry, prepared, begin, hasDn_);
-  hasDn_ = hasDn_ || beginsWithDn(entry);
+  findChanges(entry, prepared, begin, accounting_.sink);
+  dns_.take(entry, prepared, begin, accounting_.sink);
+  if (entry.isOversized) oversized_.takeEntry(entry, prepared, begin, dns_.isAny());
   const EntryKind kind = kindOfWritten(prepared);
   if (entry.isOversized || prepared.goesToOutput || kind == SECPOLICY_KIND || kind == RESCREDS_KIND)
     ++accounting_.account.copied;

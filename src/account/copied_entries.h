@@ -43,7 +43,7 @@ class CopiedEntries final : public EntryVisitor {
   OversizedFindings oversized_;
   Fates fates_;
   int64_t policyDataLines_ = 0;
-  bool hasDn_ = false;  // an entry has begun with one
+  DnWatch dns_;
 
   // Of an entry that is copied line by line.
   bool isOversized_ = false;

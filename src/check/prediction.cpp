@@ -15,9 +15,10 @@ class EntryCheck final : public EntryVisitor {
       : findings_(findings), newDns_(newDns), oversized_(newDns, findings), prediction_(prediction) {}
 
   void takeEntry(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin) override {
-    findChanges(entry, prepared, begin, prediction_.hasDn, findings_);
+    findChanges(entry, prepared, begin, findings_);
+    dns_.take(entry, prepared, begin, findings_);
+    prediction_.hasDn = dns_.isAny();
     if (entry.isOversized) oversized_.takeEntry(entry, prepared, begin, prediction_.hasDn);
-    prediction_.hasDn = prediction_.hasDn || beginsWithDn(entry);
     if (prepared.problem == NO_DETAIL) {
       if (kindOfWritten(prepared) != SECPOLICYDATA_KIND) findGoneLines(prepared, begin, findings_);
       return;
@@ -49,6 +50,7 @@ class EntryCheck final : public EntryVisitor {
   FindingSink& findings_;
   DnComparison& newDns_;
   OversizedFindings oversized_;
+  DnWatch dns_;
   Prediction& prediction_;
 };
 

@@ -145,31 +145,46 @@ void findNulsBehind(SurveyedFile& file, uint64_t entriesEnd, FindingSink& findin
   if (!rest.nuls.empty()) findings.take({NUL_BYTE, AT_NONE, entriesEnd + rest.nuls[0]});
 }
 
-// True for an entry that is written as it stands, as one whose DN is missing: text in front of all DNs may be no entry.
-static bool isCopiedWithoutDn(const PreparedEntry& prepared, bool isBehindDn) {
-  const auto isDnLine = [](const Line& line) { return isNamed(line, DN); };
-  const bool isCopied = prepared.goesToOutput || kindOfWritten(prepared) == RESCREDS_KIND;
-  return isCopied && prepared.problem == NO_DETAIL &&
-         (isBehindDn || std::any_of(prepared.lines.begin(), prepared.lines.end(), isDnLine));
+static bool hasMark(std::string_view firstLine) { return withoutMark(firstLine).size() < firstLine.size(); }
+
+// Other programs write a line with the version of LDIF above the first entry. The conversion takes it for the first
+// line of that entry, and the DN for an attribute.
+static bool isVersionLine(std::string_view firstLine) {
+  constexpr std::string_view VERSION = "version:";
+  return isSameInAnyCase(withoutMark(firstLine).substr(0, VERSION.size()), VERSION);
 }
 
 bool findOddBegin(std::string_view firstLine, size_t lines, uint64_t begin, FindingSink& findings) {
-  // Other programs write a line with the version of LDIF above the first entry. The conversion takes it for the first
-  // line of that entry, and the DN for an attribute.
-  constexpr std::string_view VERSION = "version:";
-  const std::string_view text = withoutMark(firstLine);
-  const bool isVersion = isSameInAnyCase(text.substr(0, VERSION.size()), VERSION);
+  const bool isVersion = isVersionLine(firstLine);
   if (lines > 1 && isVersion) findings.take({VERSION_LINE, AT_NONE, begin});
-  if (text.size() < firstLine.size()) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
+  if (hasMark(firstLine)) findings.take({BYTE_ORDER_MARK, AT_NONE, begin});
   return isVersion;
 }
 
-// What its first line and its bytes show.
-static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
-                         FindingSink& findings) {
-  const bool isVersion = findOddBegin(prepared.lines[0].view(), prepared.lines.size(), begin, findings);
-  if (!isVersion && !beginsWithDn(entry) && isCopiedWithoutDn(prepared, isBehindDn))
+void DnWatch::take(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+  const auto isDnLine = [](const Line& line) { return isNamed(line, DN); };
+  // A plain entry has a DN.
+  if (prepared.isForeseen && isAny_) return;
+  if (beginsWithDn(entry)) {
+    if (inFront_ != NO_PLACE) findings.take({ENTRY_WITHOUT_DN, AT_NONE, inFront_});
+    inFront_ = NO_PLACE;
+    isAny_ = true;
+    return;
+  }
+  const bool isCopied = prepared.goesToOutput || kindOfWritten(prepared) == RESCREDS_KIND;
+  if (entry.isOversized || !isCopied || prepared.problem != NO_DETAIL || prepared.lines.empty()) return;
+  const std::string_view first = prepared.lines[0].view();
+  // Each is a finding of its own.
+  if (isVersionLine(first) || hasMark(first)) return;
+  if (isAny_ || std::any_of(prepared.lines.begin(), prepared.lines.end(), isDnLine))
     findings.take({ENTRY_WITHOUT_DN, AT_NONE, begin});
+  else if (inFront_ == NO_PLACE)
+    inFront_ = begin;
+}
+
+// What its first line and its bytes show.
+static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
+  findOddBegin(prepared.lines[0].view(), prepared.lines.size(), begin, findings);
   std::vector<size_t> nuls = entry.nuls;
   for (size_t& place : nuls) place -= entry.begin;
   findInLines(NUL_BYTE, nuls, prepared, begin, findings);
@@ -308,11 +323,10 @@ static void findVersionsThatStay(const PreparedEntry& prepared, uint64_t begin, 
 
 bool beginsWithDn(const ReadEntry& entry) { return isNamed(entry.room[0], "dn"); }
 
-void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
-                 FindingSink& findings) {
+void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   if (entry.isOversized || prepared.lines.empty()) return;
   // A plain entry has a DN, whole lines and no odd byte.
-  if (!prepared.isForeseen) findOddBytes(entry, prepared, begin, isBehindDn, findings);
+  if (!prepared.isForeseen) findOddBytes(entry, prepared, begin, findings);
   findOddNames(entry, prepared, begin, findings);
   findVersionsThatStay(prepared, begin, findings);
 }

@@ -8,10 +8,21 @@
 #include "survey/line_fates.h"
 #include "survey/record.h"
 
-// Finds what is odd about an entry of the input that can be held; begin is its place. Behind one that begins with its
-// DN all others should.
-void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, bool isBehindDn,
-                 FindingSink& findings);
+// Finds what is odd about an entry of the input that can be held; begin is its place.
+void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings);
+
+// Finds entries without a DN that are copied, as it follows the entries in their order: behind one that begins with its
+// DN all others should. What stands in front of all of these may be a line in which an export says what it does.
+class DnWatch {
+ public:
+  void take(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings);
+  // An entry has begun with one.
+  bool isAny() const { return isAny_; }
+
+ private:
+  bool isAny_ = false;
+  uint64_t inFront_ = NO_PLACE;  // the first entry in front of all DNs
+};
 
 // Finds what other programs write in front of the first DN, in an entry of so many lines. Returns true when its first
 // line is one with the version of LDIF.

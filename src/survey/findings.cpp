@@ -102,8 +102,9 @@ static constexpr FindingKind kinds[] = {
 
     {"value-taken-for-attribute", CHANGES, "A value that holds the name of an attribute is taken for that attribute.",
      "Reword the value."},
-    {"entry-without-dn", CHANGES, "The entry does not begin with its DN: it may be the rest of the one before.",
-     "See whether a line of blanks parts the two."},
+    {"entry-without-dn", CHANGES,
+     "The entry does not begin with its DN: it may be the rest of the one before, or none at all.",
+     "See whether a line of blanks parts the two; remove what is no entry."},
     {"second-dn", CHANGES, "The entry has a second dn: line, and is taken for one entry: it may be two.",
      "See whether an empty line is missing before it."},
     {"version-stays", CHANGES,

@@ -456,6 +456,7 @@ TEXTS = (
           changes("long-line", 3, UNIT), changes("long-line", 5, UNIT)),
     shown("line that begins with a carriage return is blank, and gone, in the work file",
           (b"\r" + credentials(),), changes("carriage-return", 1, None), loses("line-lost", 1, None),
+          changes("entry-without-dn", 1, None),
           shows=("objectclass: secResCreds\ncn: web\n",), lacks=(WEB,)),
     beside("carriage-return", "carriage returns at the end of a line do not matter",
            (unit("ou: Other\r", "description: one\r\n two\r\r").replace(b"example\n", b"example\r\n"),),
@@ -770,6 +771,10 @@ PARTED = (
           (unit(), entry("objectclass: secResCreds", "cn: web")), changes("entry-without-dn", 4, None),
           shows=("\n\nobjectclass: secResCreds\n",)),
     beside("entry-without-dn", "version line on its own is copied", (entry("version: 1"),), shows=("version: 1\n\n",)),
+    shown("text in front of all entries is copied like one", (entry("Exporting: all", "2026"), entry("again: yes"), unit()),
+          changes("entry-without-dn", 1, None), shows=("Exporting: all\n2026\n\nagain: yes\n\ndn: ",)),
+    shown("text behind a version line is copied like an entry", (entry("version: 1"), entry("search: 2")),
+          changes("entry-without-dn", 3, None), shows=("version: 1\n\nsearch: 2\n\n",)),
 )
 
 CHANGING = (*LOSSES, *NAMES, *CLASSES, *TEXTS, *OVERSIZED, *TAKEN, *OWNERS, *PARTED)
