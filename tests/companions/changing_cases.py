@@ -773,6 +773,8 @@ PARTED = (
     beside("entry-without-dn", "version line on its own is copied", (entry("version: 1"),), shows=("version: 1\n\n",)),
     shown("text in front of all entries is copied like one", (entry("Exporting: all", "2026"), entry("again: yes"), unit()),
           changes("entry-without-dn", 1, None), shows=("Exporting: all\n2026\n\nagain: yes\n\ndn: ",)),
+    shown_alone("text in front of a user alone is copied like an entry", (entry("Exporting: bert"), USER, MAP),
+                changes("entry-without-dn", 1, None), shows=("Exporting: bert\n\ndn: principalName=bert,",)),
     shown("text behind a version line is copied like an entry", (entry("version: 1"), entry("search: 2")),
           changes("entry-without-dn", 3, None), shows=("version: 1\n\nsearch: 2\n\n",)),
 )
