@@ -31,6 +31,8 @@ struct RunOn {
   bool isOverAnother;  // that had been gathered there
 };
 
+using SlotEntry = std::pair<int32_t, uint32_t>;
+
 struct Play {
   Registry& registry;
   const int32_t (&limits)[2];
@@ -51,7 +53,9 @@ struct Play {
   std::set<uint32_t> metBefore[2] = {};        // the first entry that is left of owners that one has met
   std::unordered_set<uint64_t> reported = {};  // findings that have been told, by entry and identifier
   std::vector<RunOn> runOn = {};               // in this pass
+  std::set<SlotEntry> swallowed = {};          // in this pass: what has stood in rows that others have taken
   bool isPlanLeft = false;                     // in this pass, because an entry has been left
+  bool isTrial = false;                        // that makes no record, and is to find out who loses entries
 };
 
 // The text is copied, because the entry that it lies in makes room for the next one that is looked at.
@@ -174,6 +178,7 @@ static void place(Play& play, uint32_t entry, int32_t slot) {
     std::vector<RowPart> parts = {{entry, passed, std::min(rowLength(kind), lines - passed)}};
     const std::vector<RowPart> before = partsOf(play.slots, kind, slot);
     // It is written over what stands there. What is longer than itself stays behind it, and is taken for more of it.
+    for (const RowPart& part : before) play.swallowed.insert({slot, part.entry});
     appendRest(before, parts[0].count, parts);
     setRow(play.slots, kind, slot, std::move(parts));
     if (slot != first) play.runOn.push_back({kind, slot, entry, !before.empty()});
@@ -233,6 +238,8 @@ static void releaseRow(Play& play, EntryKind kind, int32_t slot) {
     const auto parts = partsOf(play.slots, kind, next);
     const bool isOfAnother = next != slot && next < play.inUse[sideOf(kind)] && parts[0].entry != own[0].entry;
     if (isOfAnother) reportRunOn(play, kind, own[0].entry);
+    for (const RowPart& part : parts)
+      if (part.entry != own[0].entry) play.swallowed.insert({next, part.entry});
     goesOn = lineCount(parts) == rowLength(kind);
     clearRow(play.slots, kind, next);
   }
@@ -269,9 +276,28 @@ static void failForRecords(Play& play, const SlotRecords& records, const SlotRow
   fail(play, PROCESSING_FAILED, problem, subject);
 }
 
-// The records of a regular owner have been made before, and count without a second look, unless rows of others have
-// mixed with theirs.
-static void flushSlot(Play& play, Side side, int32_t number) {
+// The records of such an owner have been made before, and what is odd about them has been told.
+static bool isKnown(const RegistryOwner& owner) { return owner.isRegular && !owner.losesEntry; }
+
+// Calls take with the entries of the owner in a slot that others have swallowed. Nobody misses policy data.
+template <typename Take>
+static void forEachSwallowed(const Play& play, uint32_t owner, int32_t slot, Take take) {
+  for (auto i = play.swallowed.lower_bound({slot, 0}); i != play.swallowed.end() && i->first == slot; ++i) {
+    const GatheredEntry& entry = play.registry.entries[i->second];
+    // The rest of an entry that has run on into the slot may have been there, too.
+    if (entry.owner == owner && entry.rowKind != SECPOLICYDATA_KIND) take(i->second);
+  }
+}
+
+static void findRecords(Play& play, const SlotRows& rows, Side side, uint32_t owner, int32_t slot) {
+  play.newDns.compare(takeRecords(play.maker, rows, side, play.survivors, play.findings), play.findings);
+  if (play.run.failure.code != 0) return;
+  forEachSwallowed(play, owner, slot,
+                   [&](uint32_t entry) { findSwallowed(play.maker, entry, play.survivors, play.findings); });
+}
+
+// The records of a regular owner count without a second look, unless rows of others have mixed with theirs.
+static void writeSlot(Play& play, Side side, int32_t number) {
   const Slot slot = slotAt(play.slots, side, number);
   const RegistryOwner& owner = play.registry.owners[slot.owner];
   SlotRows rows;
@@ -287,16 +313,23 @@ static void flushSlot(Play& play, Side side, int32_t number) {
   const bool isAsAlone = owner.isRegular && std::all_of(entries.begin(), entries.end(), [&](uint32_t i) {
                            return slot.rows[play.registry.entries[i].rowKind] == i;
                          });
-  if (isAsAlone && !owner.hasProblem) {
+  if (isAsAlone && !owner.hasProblem && !owner.losesEntry) {
     play.run.bytes += owner.bytes;
   } else if (!owner.isSpoilt && !slot.isRunOver) {
     const SlotRecords& records = makeRecords(play.maker, side, rows);
     play.run.bytes += records.bytes;
     if (records.problem != NO_DETAIL)
-      failForRecords(play, records, rows, side, number, owner.isRegular && owner.hasProblem);
-    else if (!owner.isRegular)
-      play.newDns.compare(takeRecords(play.maker, rows, side, play.survivors, play.findings), play.findings);
+      failForRecords(play, records, rows, side, number, isKnown(owner) && owner.hasProblem);
+    else if (!isKnown(owner))
+      findRecords(play, rows, side, slot.owner, number);
   }
+}
+
+static void flushSlot(Play& play, Side side, int32_t number) {
+  if (!play.isTrial) writeSlot(play, side, number);
+  const uint32_t owner = slotAt(play.slots, side, number).owner;
+  if (play.isTrial)
+    forEachSwallowed(play, owner, number, [&](uint32_t) { play.registry.owners[owner].losesEntry = true; });
   // The order matters where a row is full: a release that goes on behind it must find what the run finds.
   for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
                                SECGROUP_KIND, MAP_OF_GROUP_KIND})
@@ -316,6 +349,7 @@ static void flush(Play& play) {
       slot = {slot.rows, NONE, NONE, NONE, false};
     }
   }
+  play.swallowed.clear();
   // What counts as gathered once all is released has been taken by an entry that has to be mended.
   if (play.run.failure.code == 0) return;
   std::fill(std::begin(play.counts), std::end(play.counts), 0);
@@ -326,8 +360,10 @@ static void flush(Play& play) {
 static void prepareOddPasses(Play& play) {
   auto& all = play.registry.entries;
   // Nearly all records have been made. What has been kept for making them gives its memory to the queues.
-  play.registry.kept = {};
-  for (uint32_t i = 0; i < all.size(); ++i) all[i].keptAt = NOT_KEPT;
+  if (!play.isTrial) {
+    play.registry.kept = {};
+    for (uint32_t i = 0; i < all.size(); ++i) all[i].keptAt = NOT_KEPT;
+  }
   for (const Side side : {USER_SIDE, GROUP_SIDE})
     play.slots.of[side].reserve(std::min(play.registry.ownersOf[side], static_cast<uint32_t>(play.limits[side])));
   fillQueues(play.queues);
@@ -363,7 +399,7 @@ static std::vector<uint32_t> takeOwners(Play& play, Side side) {
 
 static bool arePlain(const Play& play, const std::vector<uint32_t>& owners) {
   const auto& all = play.registry.owners;
-  return std::all_of(owners.begin(), owners.end(), [&](uint32_t i) { return all[i].isRegular; });
+  return std::all_of(owners.begin(), owners.end(), [&](uint32_t i) { return isKnown(all[i]); });
 }
 
 // A count of a kind that is not back at zero after a pass keeps entries of that kind out of the next ones, and from
@@ -476,10 +512,19 @@ static bool playOddPass(Play& play, const std::vector<uint32_t> (&owners)[2]) {
   return true;
 }
 
+// What is wrong with an owner's records may be in lines that others have written over.
+static void reportAlone(Play& play, const RegistryOwner& owner) {
+  SlotRows rows;
+  fillRows(play.registry, owner, rows);
+  const SlotRecords& records = makeRecords(play.maker, owner.side, rows);
+  reportOnce(play, findingOf(records.problem), AT_OTHERS, entryOf(rows, records, owner.side));
+}
+
 // What would end a run at other slot counts.
 static void reportOthers(Play& play) {
   for (uint32_t number = 0; number < play.registry.owners.size(); ++number) {
     const RegistryOwner& owner = play.registry.owners[number];
+    if (owner.losesEntry && owner.hasProblem) reportAlone(play, owner);
     // Both are matters of slots: of two entries of a kind, one is gathered in a later pass, or not at all if it meets
     // the first one in its slot; a long one runs on into rows that may be empty, or not there.
     if (owner.isRegular) continue;
@@ -504,16 +549,14 @@ static void dropChoice(Play& play, std::vector<uint32_t> (&owners)[2]) {
   for (auto& side : owners) side.clear();
 }
 
-PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, DnComparison& newDns,
-                     FindingSink& findings) {
-  Play play = {registry, slots, maker, newDns, findings};
+static void playAll(Play& play) {
   // Most registries are regular through and through, so that no entry is looked at here, only the owners' sums.
-  if (!registry.isRegular) prepareOddPasses(play);
+  const bool isRegular = play.registry.isRegular;
+  if (!isRegular) prepareOddPasses(play);
   for (;;) {
     std::vector<uint32_t> owners[2] = {takeOwners(play, USER_SIDE), takeOwners(play, GROUP_SIDE)};
-    const bool isPlain =
-        registry.isRegular || (arePlain(play, owners[USER_SIDE]) && arePlain(play, owners[GROUP_SIDE]) &&
-                               !isAnyLeft(queuesOf(play.queues, noOwner(play.queues))) && areCountsZero(play));
+    const bool isPlain = isRegular || (arePlain(play, owners[USER_SIDE]) && arePlain(play, owners[GROUP_SIDE]) &&
+                                       !isAnyLeft(queuesOf(play.queues, noOwner(play.queues))) && areCountsZero(play));
     if (isPlain && owners[USER_SIDE].empty() && owners[GROUP_SIDE].empty()) break;
     if (isPlain) {
       playPlainPass(play, owners);
@@ -523,6 +566,35 @@ PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker&
     if (!areCountsZero(play) && !isAnyLeft(play.queues.all)) break;
     if (!playOddPass(play, owners)) break;
   }
+}
+
+// An own entry or a map that is swallowed ends the run.
+static bool canSwallow(const GatheredEntry& entry) {
+  return (entry.rowKind == USERS_SECUSER_KIND || entry.rowKind == SECPOLICY_KIND) && !fitsRow(entry);
+}
+
+// Takes none of the findings: they are found once more.
+class NoFindings final : public FindingSink {
+ public:
+  void take(const Finding& /*finding*/) override {}
+};
+
+void findLosers(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker) {
+  bool isAny = false;
+  for (uint32_t i = 0; !registry.isRegular && !isAny && i < registry.entries.size(); ++i)
+    isAny = canSwallow(registry.entries[i]);
+  if (!isAny) return;
+  NoFindings findings;
+  DnComparison newDns;
+  Play play = {
+      .registry = registry, .limits = slots, .maker = maker, .newDns = newDns, .findings = findings, .isTrial = true};
+  playAll(play);
+}
+
+PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, DnComparison& newDns,
+                     FindingSink& findings) {
+  Play play = {registry, slots, maker, newDns, findings};
+  playAll(play);
   reportOthers(play);
   return play.run;
 }

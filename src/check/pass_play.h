@@ -34,6 +34,10 @@ struct PlayedRun {
   uint64_t bytes = 0;  // that they write
 };
 
+// Finds the owners that lose an entry to another one's which runs on into its row. To be called when all entries are
+// there, before any records are made.
+void findLosers(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker);
+
 // Plays the passes. What would end the run is found and passed over, so that all of it is found; the failure is the
 // first. To be called behind makeRegularRecords; the records of the other owners are made here.
 PlayedRun playPasses(Registry& registry, const int32_t (&slots)[2], RecordMaker& maker, DnComparison& newDns,

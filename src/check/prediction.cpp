@@ -118,6 +118,7 @@ void predictRun(SurveyedFile& file, SurveyedFile& again, const int32_t (&slots)[
     prediction.slots[side] = slots[side] > 0 ? slots[side] : std::max(owners, 1);
   }
   RecordMaker maker(again, prediction.registry, counts.changetypeSeen);
+  findLosers(prediction.registry, prediction.slots, maker);
   makeRegularRecords(prediction.registry, maker, newDns, findings);
   measureRest(maker);
   const PlayedRun played = playPasses(prediction.registry, prediction.slots, maker, newDns, findings);

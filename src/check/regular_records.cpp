@@ -36,6 +36,19 @@ RecordDn takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, Record
   return findNameChanges(maker, rows, side, findings);
 }
 
+void findSwallowed(RecordMaker& maker, uint32_t number, const RecordSurvivors& survivors, FindingSink& findings) {
+  const LoadedEntry& entry = loadedEntry(maker, number);
+  const Road road = roadOf(maker.registry->entries[number].rowKind);
+  const MergedRow row = {entry.lines, {}, false};
+  for (size_t i = 0; i < entry.lines.size(); ++i) {
+    const Line& line = entry.lines[i];
+    // Nothing is left of a policy's record; what others of a user say is in that of the user.
+    const LineFate fate = road == POLICY ? fateOfDropped(line, road) : fateOfMissing(line, nullptr, row, survivors);
+    if (!isLoss(fate)) continue;
+    findLoss(fate, line, road, originOf(*maker.registry, entry, i), entry.begin, findings, LINE_IS_TAKEN);
+  }
+}
+
 // What is found about owners and has to wait for what is found about others.
 class WaitingFindings final : public FindingSink {
  public:
@@ -100,6 +113,8 @@ static void makeRecordsOf(RecordWorker& worker, const OwnerRange& range, Meanwhi
     const SlotRecords& records = makeRecords(worker.maker, owner.side, worker.rows);
     owner.hasProblem = records.problem != NO_DETAIL;
     owner.bytes = static_cast<uint32_t>(records.bytes);
+    // What is odd about them depends on what another entry takes of theirs.
+    if (owner.losesEntry) continue;
     if (!owner.hasProblem) {
       worker.found.take(takeRecords(worker.maker, worker.rows, owner.side, worker.survivors, worker.found));
       continue;

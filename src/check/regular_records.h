@@ -19,6 +19,10 @@ uint32_t entryOf(const SlotRows& rows, const SlotRecords& records, Side side);
 RecordDn takeRecords(RecordMaker& maker, const SlotRows& rows, Side side, RecordSurvivors& survivors,
                      FindingSink& findings);
 
+// Finds which lines are lost of an entry whose row an entry of another owner has taken. To be called behind
+// takeRecords.
+void findSwallowed(RecordMaker& maker, uint32_t number, const RecordSurvivors& survivors, FindingSink& findings);
+
 // Makes all of them: finds whether they can be written, how many bytes they have, and what is odd about them. Half of
 // them are made at the same time as the other half, where a second processor is free; findings come in one order all
 // the same.

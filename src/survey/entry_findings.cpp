@@ -331,14 +331,15 @@ void findChanges(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t
   findVersionsThatStay(prepared, begin, findings);
 }
 
-void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, uint64_t begin, FindingSink& findings) {
+void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, uint64_t begin, FindingSink& findings,
+              FindingId lost) {
   if (origin.line == NO_LINE || origin.isPiece) return;
   // Removing the other value would not save a line that is dropped anyway.
   if (fate == REPLACED && isDropped(line, road)) fate = LOOKS_LIKE_BOOKKEEPING;
   const uint64_t place = begin + origin.place;
   if (fate == REPLACED) findings.take({VALUE_IS_REPLACED, AT_NONE, begin, place});
   if (fate == LOOKS_LIKE_BOOKKEEPING) findings.take({LINE_LOOKS_LIKE_BOOKKEEPING, AT_NONE, begin, place});
-  if (fate == LOST) findings.take({LINE_IS_LOST, AT_NONE, begin, place});
+  if (fate == LOST) findings.take({lost, AT_NONE, begin, place});
 }
 
 void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {

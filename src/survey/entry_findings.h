@@ -34,8 +34,10 @@ void findNulsBehind(SurveyedFile& file, uint64_t entriesEnd, FindingSink& findin
 // True when it begins with a dn: line.
 bool beginsWithDn(const ReadEntry& entry);
 
-// What is found about a line of an entry that goes a road and is not in the output.
-void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, uint64_t begin, FindingSink& findings);
+// What is found about a line of an entry that goes a road and is not in the output; lost is what a line is that has no
+// other reason.
+void findLoss(LineFate fate, const Line& line, Road road, const Origin& origin, uint64_t begin, FindingSink& findings,
+              FindingId lost = LINE_IS_LOST);
 
 // Finds the lines of an entry for the work file that are gone because they read as nothing there.
 void findGoneLines(const PreparedEntry& prepared, uint64_t begin, FindingSink& findings);

@@ -56,6 +56,9 @@ static constexpr FindingKind kinds[] = {
      "The line is dropped: what stood for it in the record is dropped, or of another attribute; or it is no line of its "
      "own once it is written.",
      "Reword the value, or remove the line."},
+    {"line-taken", LOSES,
+     "The line is in another record, or in none: an entry with too many lines takes the place of its entry.",
+     "Remove lines from that entry, of which entry-in-another-row tells."},
     {"value-replaced", LOSES, "Another value of the attribute takes its place.", "Remove one of the two values."},
 
     {"base-64-in-new-dn", CHANGES, "The name is in base 64, and the new DN gets that text.",

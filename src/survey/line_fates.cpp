@@ -160,9 +160,11 @@ static LineFate fateInRecord(const Line& line, const RecordSurvivors& survivors)
   return fate == NUMBER_OF_FATES ? fateOfDropped(line, MERGED) : fate;
 }
 
-bool isOneEntry(const std::vector<RowPart>& parts) {
-  return !parts.empty() &&
-         std::all_of(parts.begin(), parts.end(), [&](const RowPart& part) { return part.entry == parts[0].entry; });
+bool beginsWithEntry(const Registry& registry, const std::vector<RowPart>& parts) {
+  uint32_t lines = 0;
+  for (const RowPart& part : parts)
+    if (part.entry == parts[0].entry && part.first == lines) lines += part.count;
+  return !parts.empty() && lines == registry.entries[parts[0].entry].lines;
 }
 
 static bool isObjectClass(const Line& line) {

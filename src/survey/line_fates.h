@@ -148,21 +148,22 @@ void forEachMissingLine(const MergedRow& row, const RecordSurvivors& survivors, 
 void findMergedFates(const MergedRow& row, std::span<const Origin> origins, bool isOwnEntry,
                      const RecordSurvivors& survivors, Fates& fates);
 
-// True when what stands in a row, and in those on which it runs on, is one entry and nothing else.
-bool isOneEntry(const std::vector<RowPart>& parts);
+// True when what stands in a row, and in those on which it runs on, begins with all of an entry.
+bool beginsWithEntry(const Registry& registry, const std::vector<RowPart>& parts);
 
 // Has each entry of a slot taken that stands there whole, with its kind and what the merge has made of it if it has
-// been merged; policy data, which are in no record, only where they are wanted.
+// been merged; policy data, which are in no record, only where they are wanted. Lines that an entry has taken from
+// another one's row are none of its own.
 template <typename TakeEntry>
 void forEachEntryOfSlot(RecordMaker& maker, const SlotRows& rows, Side side, bool withPolicyData, TakeEntry takeEntry) {
   const bool isMergedTwice = !rows.parts[USERS_SECUSER_KIND].empty();
   const EntryKind baseKind = isMergedTwice ? USERS_SECUSER_KIND : ownKindOf(side);
   for (uint8_t kind = 0; kind < RESCREDS_KIND; ++kind) {
     const auto& parts = rows.parts[kind];
-    if (!isOneEntry(parts) || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
+    if (!beginsWithEntry(*maker.registry, parts) || (kind == SECPOLICYDATA_KIND && !withPolicyData)) continue;
     const LoadedEntry& entry = loadedEntry(maker, parts[0].entry);
     // The lines of several rows have been put together.
-    const Entry lines = parts.size() == 1 ? Entry(entry.lines) : Entry(maker.lines[kind]);
+    const Entry lines = parts.size() == 1 ? Entry(entry.lines) : Entry(maker.lines[kind]).first(entry.lines.size());
     const bool isPartial = isMergedTwice && kind != USERS_SECUSER_KIND;
     takeEntry(entry, static_cast<EntryKind>(kind),
               MergedRow{lines, isPartial ? maker.partial : Entry(), kind == baseKind});

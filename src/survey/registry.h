@@ -53,6 +53,7 @@ struct RegistryOwner {
   bool isRegular = true;  // one entry of each kind at most, all of which fit, find their owner and have no problem
   bool isSpoilt = false;  // an entry ends the preparation
   // Found out by the check when all entries are there.
+  bool losesEntry = false;  // an entry of another one's takes the row of one of its own in the passes
   bool hasProblem = false;  // its records cannot be written
   uint32_t bytes = 0;       // of them
   bool isRejected = false;  // the split sets it and its entries apart

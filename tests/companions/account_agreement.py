@@ -241,7 +241,8 @@ def partedRecords(output):
             yield lines[begin:end]
 
 
-def missingLines(text, output):
+def missingLines(text, output, can_be_taken=False):
+    """The lines that are not where they belong; of a policy that another one can have taken there may be none."""
     records = defaultdict(list)
     for lines in partedRecords(output):
         for name in {lines[0], lines[0].lower()}:
@@ -255,6 +256,9 @@ def missingLines(text, output):
             findMissing(entry, kind, own_records, found)
         elif not entry.lines[0].text:  # it begins with a carriage return, and is blank once it is written
             found.may_be_lost[entry.lines[0].number] = entry.lines[0].text, entry, Counter()
+        elif kind == "policy" and can_be_taken:
+            found.may_be_lost[entry.lines[0].number] = entry.lines[0].text, entry, Counter()
+            findMissing(entry, kind, [], found)
         elif entry.lines[0].text.lower().startswith(b"dn:"):  # what has no DN may have lost its first line
             found.faults.append(f"entry of line {entry.number}: no record is called {names or 'like its owner'}"[:300])
     return found
@@ -401,18 +405,31 @@ def judged(report, text, output):
             + checkDifference(report.said) + runs.shownSecrets(text + b"\n\n" + output, report.said))
 
 
-def entangled(programs, text, slots):
-    report = runs.ask(programs["check"], ["--all"], {runs.INPUT: text}, slots)
+def isEntangled(report):
     return report.said is not None and any(problem["id"] in ENTANGLED for problem in report.said["problems"])
 
 
-def checkForetold(programs, text, slots, said):
+def foretoldLosses(report):
+    return sorted(problem["line"] for problem in report.said["problems"] if problem["effect"] == "loses")
+
+
+def checkForetold(report, said):
     """Whether the check has foretold just the losses."""
-    report = runs.ask(programs["check"], ["--all"], {runs.INPUT: text}, slots)
     if report.said is None:
         return report.faults
-    foretold = sorted(problem["line"] for problem in report.said["problems"] if problem["effect"] == "loses")
-    return runs.differs("lines of losses, by the check", sorted(loss["line"] for loss in said["losses"]), foretold)
+    return runs.differs("lines of losses, by the check", sorted(loss["line"] for loss in said["losses"]),
+                        foretoldLosses(report))
+
+
+def checkTaken(report, text, output):
+    """Whether the check has foretold the losses of a run in which an entry takes the row of another one."""
+    found = missingLines(text, output, can_be_taken=True)
+    foretold = foretoldLosses(report)
+    faults = found.faults + runs.differs("lines foretold once", sorted(set(foretold)), foretold)
+    faults += [f"line {number} is missing and not foretold: {found.lost[number][0][:200]!r}"
+               for number in sorted(set(found.lost) - set(foretold))]
+    return faults + [f"line {number} is foretold to be lost, but there"
+                     for number in sorted(set(foretold) - set(found.lost) - set(found.may_be_lost))]
 
 
 def recordsOf(output):
@@ -430,12 +447,13 @@ def examineOutput(programs, text, slots, conversion, whole):
     if conversion.status:
         expected = "complete" if recordsOf(conversion.output) in whole else "differs"
         return runs.differs("verdict on what a failed run left", expected, report.said["verdict"])
+    check = runs.ask(programs["check"], ["--all"], {runs.INPUT: text}, slots)
     if report.said["verdict"] == "complete":
         faults = (checkCounts(report.said, text, conversion) + checkLosses(report.said, text, conversion.output)
-                  + checkForetold(programs, text, slots, report.said))
+                  + checkForetold(check, report.said))
     else:
         faults = [f"differs: {report.said['first_difference']}"]
-    return [] if faults and entangled(programs, text, slots) else faults
+    return checkTaken(check, text, conversion.output) if faults and isEntangled(check) else faults
 
 
 # Spoilt outputs.

@@ -7,9 +7,9 @@ from typing import NamedTuple
 
 from pieces import (BERT, BERTS_DATA, BERTS_MAP, BERTS_POLICY, BERTS_USERS, CREW, CREWS_MAP, GROUP, GROUP_MAP, HELD,
                     LINE, MAP, PLENTY, POLICY_ROW, REGISTRY, REGISTRY_LINES, ROW, UNIT, USER, WITHOUT_AUTHORITY,
-                    WITHOUT_NAME, beside, beside_alone, changes, credentials, entry, folded, group, line_of, lines,
+                    WITHOUT_NAME, beside, beside_alone, changes, credentials, entry, folded, group, line_of, lines, loses,
                     map_dn, map_of, map_of_group, own_dn, policy, policy_data, shown, shown_alone, stops, unit, user,
-                    users_entry)
+                    users_dn, users_entry)
 
 ATTRIBUTES = (
     shown("user without an authority stops the run",
@@ -274,6 +274,18 @@ def doubled(kind):
                  stops("doubled-entry", first_lines + 1, kind.dn), ends=((1, 1),))
 
 
+def runs_on(line, dn):
+    """What is found about an entry that takes the row of another user."""
+    return changes("entry-in-another-row", line, dn), stops("too-many-lines", line, dn, "others")
+
+
+def annas_policy_taken(lines_before):
+    """All of Anna's policy in the registry but its bookkeeping, which is its last line."""
+    dn = f"cn=Policy,{own_dn('anna')}"
+    first = lines_before + REGISTRY[:REGISTRY.index(f"dn: {dn}".encode())].count(b"\n") + 1
+    return (loses("line-taken", line, dn) for line in range(first, first + 4))
+
+
 ROWS = (
     *(case for kind in KINDS for case in too_many_lines(kind)),
     # The next user, or the next group, loses an entry to it that no record can do without.
@@ -281,21 +293,21 @@ ROWS = (
             stops("too-many-lines", kind.line, kind.dn), changes("entry-in-another-row", kind.line, kind.dn),
             slots=(2, 2)) for kind in KINDS if not kind.is_optional),
     shown("policy of 500 lines swallows that of the next user", KINDS[3].of(POLICY_ROW),
-          changes("entry-in-another-row", 10, BERTS_POLICY), stops("too-many-lines", 10, BERTS_POLICY, "others"),
+          *runs_on(10, BERTS_POLICY), *annas_policy_taken(9 + POLICY_ROW + 1),
           slots=(2, 1), shows=("\ndn: cn=Policy,secAuthority=Default,cn=anna,o=example\n",),
           lacks=("dn: cn=Policy,cn=Policies,principalName=anna,",)),
     shown("entry under cn=Users of 50 lines swallows that of the next user", KINDS[2].of(ROW),
-          changes("entry-in-another-row", 10, BERTS_USERS), stops("too-many-lines", 10, BERTS_USERS, "others"),
+          *runs_on(10, BERTS_USERS),
           slots=(2, 1), shows=("\ndn: principalName=bert,cn=Users,secAuthority=default\nobjectclass: secUser\n",
                                "\nsecDN: cn=anna,o=example\n")),
     shown("entry under cn=Users of 51 lines writes over that of the next user",
           (USER, MAP, users_entry("carl"), user("carl"), map_of("carl"), users_entry("bert", *lines(ROW + 1 - 6))),
-          changes("entry-in-another-row", 25, BERTS_USERS), stops("too-many-lines", 25, BERTS_USERS, "others"),
+          *runs_on(25, BERTS_USERS),
           slots=(2, 1), ends=((1, 1),)),
     shown("entry that runs on into the rows of several users is found once",
           (USER, MAP, *(piece for name in ("carl", "dora") for piece in (users_entry(name), user(name), map_of(name))),
            users_entry("bert", *lines(2 * ROW + 1 - 6))),
-          changes("entry-in-another-row", 40, BERTS_USERS), stops("too-many-lines", 40, BERTS_USERS, "others"),
+          *runs_on(40, BERTS_USERS),
           slots=(3, 1), ends=((1, 1),)),
     *(without_room(kind) for kind in KINDS if kind.is_optional),
     # None of them would be missing for a run once Bert's entry has been mended.
@@ -401,7 +413,61 @@ BROKEN = (
            stops("too-many-lines", 1, BERT), stops("name-too-long", 1, BERT), slots=(1, 1)),
 )
 
-STOPPING = (*ATTRIBUTES, *PARTNERS, *LENGTHS, *ROWS, *BROKEN)
+CARLS_USERS, CARLS_POLICY = users_dn("carl"), f"cn=Policy,{own_dn('carl')}"
+
+
+def of_carl(*more):
+    """Carl without his entry under cn=Users: eight lines and more, with the empty ones."""
+    return user("carl", *more), map_of("carl")
+
+
+def swallowing(*more):
+    """Bert, with an entry under cn=Users that fills its row, in the lines 1 to 59."""
+    return USER, MAP, users_entry("bert", *more, *lines(ROW - 6 - len(more)))
+
+
+# Of two entries in one row the later user's is lost to its record, whether it is in the other one's or written over.
+TAKEN = (
+    shown("line of an entry that another one swallows is taken from its record",
+          (*swallowing(), *of_carl(), users_entry("carl", "sn: Carl", "description: see acl: all")),
+          *runs_on(10, BERTS_USERS), loses("line-taken", 74, CARLS_USERS),
+          loses("looks-like-bookkeeping", 75, CARLS_USERS), slots=(2, 1), shows=("\nsn: Carl\n",)),
+    shown("line of an entry that another one is written over is taken from its record",
+          (USER, MAP, users_entry("carl", "sn: Carl", "description: see acl: all"), *of_carl(),
+           users_entry("bert", *lines(ROW + 10 - 6))),
+          *runs_on(27, BERTS_USERS), loses("line-taken", 15, CARLS_USERS),
+          loses("looks-like-bookkeeping", 16, CARLS_USERS), slots=(2, 1), lacks=("\nsn: Carl\n",), ends=((1, 1),)),
+    shown("lines of a policy that another one swallows are taken with its DN",
+          (USER, MAP, policy("bert", *lines(POLICY_ROW - 3)), *of_carl(), policy("carl", "acl: x", "secPwdMinLength: 8")),
+          *runs_on(10, BERTS_POLICY), *(loses("line-taken", line, CARLS_POLICY) for line in (520, 521, 522, 524)),
+          slots=(2, 1), lacks=("dn: cn=Policy,cn=Policies,principalName=carl,",)),
+    # Alone it is replaced by the user's own value.
+    shown("value that another entry swallows is taken, not replaced",
+          (*swallowing(), *of_carl("description: own"), users_entry("carl", "description: other")),
+          *runs_on(10, BERTS_USERS), loses("line-taken", 75, CARLS_USERS), slots=(2, 1)),
+    beside("line-taken", "line that another entry of the user has, too, is there when one of the two is swallowed",
+           (*swallowing(), *of_carl("sn: Carl"), users_entry("carl", "sn: Carl")), *runs_on(10, BERTS_USERS),
+           slots=(2, 1)),
+    beside("line-taken", "line beside an entry that has room in its row is not taken",
+           (USER, MAP, users_entry("bert", *lines(ROW - 1 - 6)), *of_carl(), users_entry("carl", "sn: Carl")),
+           slots=(2, 1)),
+    shown("line of an entry that swallows another one is lost as without it",
+          (*swallowing("description: see acl: all"), *of_carl(), users_entry("carl")), *runs_on(10, BERTS_USERS),
+          loses("looks-like-bookkeeping", 15, BERTS_USERS), slots=(2, 1)),
+    shown("line of a policy that swallows another one is lost as without it",
+          (USER, MAP, policy("bert", "description: see acl: all", *lines(POLICY_ROW - 4))), *runs_on(10, BERTS_POLICY),
+          loses("looks-like-bookkeeping", 13, BERTS_POLICY), *annas_policy_taken(9 + POLICY_ROW + 1), slots=(2, 1)),
+    shown("line without a colon stops other runs than that in which it is written over",
+          (USER, MAP, users_entry("carl", "no colon"), *of_carl(), users_entry("bert", *lines(ROW + 10 - 6))),
+          *runs_on(26, BERTS_USERS), loses("line-taken", 15, CARLS_USERS),
+          stops("line-without-colon", 10, CARLS_USERS, "others"), slots=(2, 1), ends=((1, 1),)),
+    shown_alone("line of an entry of a user who has others of too many lines is taken",
+                (*swallowing(), *of_carl(), users_entry("carl", "sn: Carl"), policy_data("carl", *lines(ROW))),
+                *runs_on(10, BERTS_USERS), loses("line-taken", 74, CARLS_USERS),
+                stops("too-many-lines", 76, f"cn=Data,{own_dn('carl')}", "others"), slots=(3, 1)),
+)
+
+STOPPING = (*ATTRIBUTES, *PARTNERS, *LENGTHS, *ROWS, *TAKEN, *BROKEN)
 
 # Told by the check for the sake of completeness; no input can show them.
 NEVER = {
