@@ -441,6 +441,12 @@ TAKEN = (
           (USER, MAP, policy("bert", *lines(POLICY_ROW - 3)), *of_carl(), policy("carl", "acl: x", "secPwdMinLength: 8")),
           *runs_on(10, BERTS_POLICY), *(loses("line-taken", line, CARLS_POLICY) for line in (520, 521, 522, 524)),
           slots=(2, 1), lacks=("dn: cn=Policy,cn=Policies,principalName=carl,",)),
+    # Carl's entry takes Dora's row, and Bert's both.
+    shown("lines of entries that several write over are taken once",
+          (USER, MAP, *of_carl("mail: x"), user("dora"), map_of("dora"), users_entry("dora", "sn: Dora"),
+           users_entry("carl", "sn: Carl", *lines(ROW + 10 - 7)), users_entry("bert", *lines(2 * ROW + 20 - 6))),
+          *runs_on(36, CARLS_USERS), *runs_on(96, BERTS_USERS), loses("line-taken", 34, users_dn("dora")),
+          loses("line-taken", 41, CARLS_USERS), slots=(3, 1), lacks=("sn: Dora", "sn: Carl")),
     # Alone it is replaced by the user's own value.
     shown("value that another entry swallows is taken, not replaced",
           (*swallowing(), *of_carl("description: own"), users_entry("carl", "description: other")),
