@@ -441,6 +441,10 @@ TAKEN = (
           (USER, MAP, policy("bert", *lines(POLICY_ROW - 3)), *of_carl(), policy("carl", "acl: x", "secPwdMinLength: 8")),
           *runs_on(10, BERTS_POLICY), *(loses("line-taken", line, CARLS_POLICY) for line in (520, 521, 522, 524)),
           slots=(2, 1), lacks=("dn: cn=Policy,cn=Policies,principalName=carl,",)),
+    shown("policy data that other policy data swallow are no loss",
+          (*swallowing(), policy_data("bert", *lines(ROW - 3)), *of_carl(), users_entry("carl", "sn: Carl"),
+           policy_data("carl", "secLastLogin: 5")), *runs_on(10, BERTS_USERS),
+          stops("too-many-lines", 60, BERTS_DATA, "others"), loses("line-taken", 125, CARLS_USERS), slots=(2, 1)),
     # Carl's entry takes Dora's row, and Bert's both.
     shown("lines of entries that several write over are taken once",
           (USER, MAP, *of_carl("mail: x"), user("dora"), map_of("dora"), users_entry("dora", "sn: Dora"),
