@@ -13,12 +13,11 @@ static void noteBytes(Play& play) {
 
 // What passes need in which something odd can happen.
 static void prepareOddPasses(Play& play) {
-  // Nearly all records have been made. What has been kept for making them gives its memory to the queues.
-  if (!play.isTrial) {
-    auto& all = play.registry.entries;
-    play.registry.kept = {};
-    for (uint32_t i = 0; i < all.size(); ++i) all[i].keptAt = NOT_KEPT;
-  }
+  auto& all = play.registry.entries;
+  // What has been kept for making records gives its memory to the queues: nearly all have been made, or a trial comes
+  // first, which few files need.
+  play.registry.kept = {};
+  for (uint32_t i = 0; i < all.size(); ++i) all[i].keptAt = NOT_KEPT;
   for (const Side side : {USER_SIDE, GROUP_SIDE})
     play.slots.of[side].reserve(std::min(play.registry.ownersOf[side], static_cast<uint32_t>(play.limits[side])));
   fillQueues(play.queues);

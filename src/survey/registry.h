@@ -55,9 +55,10 @@ struct RegistryOwner {
   // Found out by the check when all entries are there.
   bool losesEntry = false;  // an entry of another one's takes the row of one of its own in the passes
   bool hasProblem = false;  // its records cannot be written
-  uint32_t bytes = 0;       // of them
   bool isRejected = false;  // the split sets it and its entries apart
+  uint32_t bytes = 0;       // of its records
 };
+static_assert(sizeof(RegistryOwner) == 32);
 
 // Where an owner is found by the hash of its DN: what else stands on the way to it is passed without a look at it.
 struct OwnerPlace {
