@@ -201,36 +201,63 @@ void AccountReport::writeJson(const Account& account) {
          dumped(ofRecords).c_str(), dumped(ofLines).c_str());
 }
 
-// Their number says how much there is to do.
-static void writeRest(int64_t count) {
-  if (count > SHOWN_OF_EACH) printf("  and %" PRId64 " more\n", count - SHOWN_OF_EACH);
+// Returns how many of each kind of losses and changes are shown, so that all of it fits on a screen; with many kinds
+// that is none.
+int64_t AccountReport::shownOfEach() const {
+  constexpr int64_t ROOM = 15;           // lines of a screen that the counts leave
+  constexpr int64_t AROUND_LOSSES = 3;   // an empty line, what they are, and how many more
+  constexpr int64_t AROUND_CHANGES = 4;  // what they are takes two
+  const auto isAny = [](int64_t count) { return count > 0; };
+  const int64_t losses = std::count_if(std::begin(lossesOf_), std::end(lossesOf_), isAny);
+  const int64_t changes = std::count_if(std::begin(changesOf_), std::end(changesOf_), isAny);
+  if (options_.all || losses + changes == 0) return SHOWN_OF_EACH;
+  const int64_t room = ROOM - losses * AROUND_LOSSES - changes * AROUND_CHANGES;
+  return std::clamp<int64_t>(room / (losses + changes), 0, SHOWN_OF_EACH);
+}
+
+// Writes a kind of losses or changes, of which there are so many, with the first ones of a list.
+template <typename List, typename IsOfKind, typename Write>
+void AccountReport::writeKind(const std::string& name, const std::string& what, int64_t count, const List& list,
+                              IsOfKind isOfKind, Write write) {
+  const int64_t most = shownOfEach();
+  if (most > 0)
+    printf("\n%s:%s\n", name.c_str(), what.c_str());
+  else
+    printf("%s: %" PRId64 "\n", name.c_str(), count);
+  int64_t shown = 0;
+  for (const auto& one : list) {
+    if (!isOfKind(one) || (shown == most && !options_.all)) continue;
+    write(one);
+    ++shown;
+  }
+  // Their number says how much there is to do.
+  if (most > 0 && count > shown) printf("  and %" PRId64 " more\n", count - shown);
 }
 
 void AccountReport::writeLosses() {
   for (const LineFate fate : {REPLACED, LOOKS_LIKE_BOOKKEEPING, LOST}) {
-    if (lossesOf_[fate] > 0) printf("\n%s:\n", fateNames[fate]);
-    for (const Loss& loss : shown_) {
-      if (loss.fate != fate) continue;
+    if (lossesOf_[fate] == 0) continue;
+    const auto write = [&](const Loss& loss) {
       std::string line = shownAttribute(input_, loss.line);
       if (options_.values) line += valueAt(input_, loss.line);
       printf("  line %" PRId64 ": %s, %s\n", lineNumberOf(input_, loss.line), shownDnAt(input_, loss.entry).c_str(),
              harmless(line).c_str());
-    }
-    writeRest(lossesOf_[fate]);
+    };
+    writeKind(
+        fateNames[fate], {}, lossesOf_[fate], shown_, [&](const Loss& loss) { return loss.fate == fate; }, write);
   }
-  if (losses_ > 0 && !options_.all) puts("  (--all shows what became of every line)");
 }
 
 void AccountReport::writeChanges() {
   for (int id = 0; id < NUMBER_OF_FINDINGS; ++id) {
     if (changesOf_[id] == 0) continue;
     const FindingKind& kind = kindOf(static_cast<FindingId>(id));
-    printf("\n%s (%s): %s\n", kind.id, nameOf(kind.effect), kind.what);
-    for (const Finding& change : changes_) {
-      if (change.id != id) continue;
+    const auto write = [&](const Finding& change) {
       printf("  line %" PRId64 ": %s\n", lineNumberOf(input_, change.place()), shownDnAt(input_, change.entry).c_str());
-    }
-    if (!options_.all) writeRest(changesOf_[id]);
+    };
+    writeKind(
+        std::string(kind.id) + " (" + nameOf(kind.effect) + ")", std::string(" ") + kind.what, changesOf_[id], changes_,
+        [&](const Finding& change) { return change.id == id; }, write);
   }
 }
 
@@ -271,8 +298,10 @@ void AccountReport::writeText(const Account& account) {
          lines[LOST]);
   printf("Lines of the output %" PRId64 ": added %" PRId64 "\n", account.outputLines,
          account.outputLines - written(account));
+  if (shownOfEach() == 0) puts("");
   writeLosses();
   writeChanges();
+  if (isAnyFound() && !options_.all) puts("(--all shows all changes and what became of every line)");
 }
 
 void AccountReport::end(const Account& account) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <string>
 
 #include "account/accounting.h"
 #include "account/options.h"
@@ -37,6 +38,10 @@ class AccountReport final : public AccountSink {
   void writeFate(const EntryFate& entry, Takers& takers, size_t i);
   void writeJson(const Account& account);
   void writeText(const Account& account);
+  int64_t shownOfEach() const;
+  template <typename List, typename IsOfKind, typename Write>
+  void writeKind(const std::string& name, const std::string& what, int64_t count, const List& list, IsOfKind isOfKind,
+                 Write write);
   void writeLosses();
   void writeChanges();
 

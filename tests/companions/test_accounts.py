@@ -560,17 +560,40 @@ class Accounts(unittest.TestCase):
         said = self.account(oversized_unit()[:-1], spoil=lambda output: output + b"\n")
         self.assertEqual((said["verdict"], said["first_difference"]["output_line"]), ("differs", HELD + 1))
 
-    def test_text_shows_ten_losses_and_changes_of_each_kind_and_all_shows_all_changes(self):
-        many = b"".join(user(f"p{i}", "description: own") + map_of(f"p{i}", "description: map's") for i in range(40))
-        with Folder(many + user("bert", "description: acl: x") + map_of("bert") + 12 * unit("changetype: add")) as folder:
+    MANY_REPLACED = b"".join(user(f"p{i}", "description: own") + map_of(f"p{i}", "description: map's")
+                             for i in range(40))
+    # Three kinds of findings.
+    MANY = MANY_REPLACED + user("bert", "description: acl: x") + map_of("bert") + 12 * unit("changetype: add")
+
+    def summary(self, text, *options):
+        with Folder(text) as folder:
             folder.convert((50, 1))
-            texts = [folder.run(folders.programs["account"], *options, INPUT, OUTPUT).stdout.decode()
-                     for options in ((), ("--all",))]
-        for text, more in zip(texts, (["  and 30 more", "  and 2 more"], ["  and 30 more"])):
-            self.assertEqual([line for line in text.splitlines() if line.endswith("more")], more)
-            self.assertEqual(text.count(f": {UNIT}\n"), 10 if "  and 2 more" in more else 12)
-            losses = text[text.index("\nreplaced:"):]
-            self.assertIn(f"\nlooks_like_bookkeeping:\n  line {40 * 11 + 5}: {BERT}, description\n", losses)
+            return folder.run(folders.programs["account"], *options, INPUT, OUTPUT).stdout.decode()
+
+    def more(self, text):
+        return [line for line in text.splitlines() if line.endswith("more")]
+
+    def test_ten_of_one_kind_are_shown(self):
+        text = self.summary(self.MANY_REPLACED)
+        self.assertEqual((text.count(", description\n"), self.more(text)), (10, ["  and 30 more"]))
+
+    def test_of_more_kinds_as_many_are_shown_as_fit_on_a_screen(self):
+        text = self.summary(self.MANY)
+        self.assertEqual(self.more(text), ["  and 39 more", "  and 11 more"])
+        self.assertIn(f"\nlooks_like_bookkeeping:\n  line {40 * 11 + 5}: {BERT}, description\n", text)
+        self.assertLessEqual(text.count("\n"), 24)
+
+    def test_of_many_kinds_the_numbers_are_shown(self):
+        text = self.summary(self.MANY + user("carl", "secDomainId: x", principal="a+b") + map_of("carl")
+                            + unit("description: a\0b", line_of(5000)) + unit("changetype: add", "objectclass: SecUser"))
+        self.assertIn("\nreplaced: 40\nlooks_like_bookkeeping: 1\n", text)
+        self.assertIn("\nchange-record (changes): 13\n", text)
+        self.assertLessEqual(text.count("\n"), 24)
+
+    def test_all_shows_all_changes(self):
+        text = self.summary(self.MANY, "--all")
+        self.assertEqual(self.more(text), ["  and 30 more"])
+        self.assertEqual(text[text.index("\nreplaced:"):].count(f": {UNIT}\n"), 12)
 
     def test_one_entry_is_answered_for_in_any_case_and_with_any_blanks(self):
         with Folder(user("bert", "description: secret") + map_of("bert") + users_entry("bert")) as folder:
