@@ -45,10 +45,11 @@ void AccountReport::takeLoss(const EntryFate& entry, size_t line) {
   const LineFate fate = (*entry.fates)[line];
   if (options_.json) {
     const std::string attribute = attributeAt(input_, place);
-    const Json loss = {{"line", lineNumberOf(input_, place)},
-                       {"dn", jsonDn(input_, entry.begin)},
-                       {"attribute", attribute.empty() ? Json() : Json(attribute)},
-                       {"how", fateNames[fate]}};
+    Json loss = {{"line", lineNumberOf(input_, place)},
+                 {"dn", jsonDn(input_, entry.begin)},
+                 {"attribute", attribute.empty() ? Json() : Json(attribute)},
+                 {"how", fateNames[fate]}};
+    if (options_.values) loss["text"] = attribute + valueAt(input_, place);
     // Written at once: a million losses need no memory.
     fputs(losses_ > 0 ? ",\n" : "\n", stdout);
     fputs(dumped(loss).c_str(), stdout);

@@ -21,14 +21,15 @@
 static void requireDistinctNames(const CheckOptions& options) {
   if (options.good == nullptr) return;
   std::vector<std::string> names = {options.input, options.good, options.rejected};
+  const size_t given = names.size();
   // The conversion of each of them has a work file, and would take another one for what an earlier run has left.
-  for (const char* const name : {options.input, options.good, options.rejected})
-    names.push_back(std::string(name) + ".tmp");
+  for (size_t i = 0; i < given; ++i) names.push_back(names[i] + ".tmp");
   for (size_t i = 0; i < names.size(); ++i)
     for (size_t j = 0; j < i; ++j) {
       if (!isSameFile(names[i].c_str(), names[j].c_str())) continue;
-      fprintf(stderr, "%s: two names lead to the same file: %s and %s\n", programName, harmless(names[j]).c_str(),
-              harmless(names[i]).c_str());
+      const std::string ofWhat = i < given ? "" : ", the work file of " + harmless(names[i - given]);
+      fprintf(stderr, "%s: two names lead to the same file: %s and %s%s\n", programName, harmless(names[j]).c_str(),
+              harmless(names[i]).c_str(), ofWhat.c_str());
       exit(2);
     }
 }

@@ -249,7 +249,7 @@ static void flushSlot(Play& play, Side side, int32_t number) {
 
 void flush(Play& play) {
   for (const RunOn& entry : play.runOn)
-    if (entry.slot < play.inUse[sideOf(entry.kind)]) reportRunOn(play, entry.kind, entry.entry);
+    if (entry.isOverAnother) reportRunOn(play, entry.kind, entry.entry);
   play.runOn.clear();
   for (const Side side : {USER_SIDE, GROUP_SIDE}) {
     for (int32_t slot = 0; slot < play.inUse[side]; ++slot) flushSlot(play, side, slot);

@@ -634,7 +634,8 @@ class Accounts(unittest.TestCase):
     def test_values_are_shown_when_they_are_asked_for_only(self):
         with Folder(user("bert", "description: hunter2") + map_of("bert", "description: x")) as folder:
             folder.convert(PLENTY)
-            for options, isShown in ((("--all",), False), (("--all", "--values"), True), (("--json",), False)):
+            for options, isShown in ((("--all",), False), (("--all", "--values"), True), (("--json",), False),
+                                     (("--json", "--values"), True)):
                 done = folder.run(folders.programs["account"], *options, INPUT, OUTPUT)
                 self.assertEqual(b"hunter2" in done.stdout, isShown, options)
 
