@@ -3,7 +3,7 @@
 
 struct AccountOptions {
   bool json = false;
-  bool all = false;             // lines and changes, not ten losses and changes of each kind
+  bool all = false;             // every line and change, not as many losses and changes as fit on a screen
   bool values = false;          // are shown, too
   const char* entry = nullptr;  // the DN of the entries that are asked for; null for all
   const char* input = "";
