@@ -4,6 +4,7 @@
 
 #include "rules/attribute.h"
 #include "rules/dn_hash.h"
+#include "rules/new_dn.h"
 #include "rules/text.h"
 #include "survey/domains.h"
 #include "survey/spellings.h"
@@ -94,21 +95,29 @@ static bool isApartFromContainer(const SlotRecords& records) {
   return !isSameInAnyCase(std::string_view(dn).substr(dn.size() - std::min(dn.size(), above.size())), above);
 }
 
+// True when the line that the owner's name was taken from is of another attribute, and its own says otherwise.
+static bool isNameMistaken(const SlotRecords& records, Entry own, Side side) {
+  const auto isOfName = [&](const Line& line) { return isNamed(line, side == USER_SIDE ? "principalname" : "cn"); };
+  if (isOfName(records.nameLine)) return false;
+  const auto first = std::find_if(
+      own.begin(), own.end(), [&](const Line& line) { return isOfName(line) && nameIn(line, side).data() != nullptr; });
+  return first == own.end() || withoutLineEnd(nameIn(*first, side)) != records.name;
+}
+
 RecordDn findNameChanges(RecordMaker& maker, const SlotRows& rows, Side side, FindingSink& findings) {
-  const EntryKind own = ownKindOf(side);
-  const uint64_t begin = maker.registry->entries[rows.parts[own][0].entry].begin;
+  const uint32_t own = rows.parts[ownKindOf(side)][0].entry;
+  const uint64_t begin = maker.registry->entries[own].begin;
   const SlotRecords& records = maker.records;
   const std::string_view name = records.name;
   const bool isBase64 = name.front() == ':';
   // The name begins with the second colon of a base-64 value, which is not decoded.
   if (isBase64) findings.take({NAME_IN_BASE_64, AT_NONE, begin});
   if (!isBase64 && needsEscapes(name)) findings.take({NAME_NEEDS_ESCAPES, AT_NONE, begin});
-  if (!isNamed(records.nameLine, side == USER_SIDE ? "principalname" : "cn"))
+  if (isNameMistaken(records, loadedEntry(maker, own).lines, side))
     findings.take({NAME_FROM_ANOTHER_LINE, AT_NONE, begin});
   if (isDomainMistaken(side == USER_SIDE ? NEW_USER_DN : NEW_GROUP_DN, records.oldDn))
     findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, begin});
-  if (side == USER_SIDE && isDomainIdMistaken(maker, rows.parts[own][0].entry))
-    findings.take({DOMAIN_ID_IS_MISTAKEN, AT_NONE, begin});
+  if (side == USER_SIDE && isDomainIdMistaken(maker, own)) findings.take({DOMAIN_ID_IS_MISTAKEN, AT_NONE, begin});
   const uint64_t policy = rows.policyDn == NONE ? NO_PLACE : maker.registry->entries[rows.policyDn].begin;
   if (records.hasPolicy && isApartFromContainer(records)) findings.take({DOMAIN_IS_MISTAKEN, AT_NONE, policy});
   return {hashOfNewDn(dnOfFirstLine(withoutLineEnd(records.newDn))), begin, policy, records.hasPolicy};

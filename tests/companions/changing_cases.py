@@ -186,6 +186,14 @@ NAMES = (
     shown("name of a group is taken from an earlier line that holds cn:",
           (entry(f"dn: {CREW}", "objectclass: secGroup", "description: cn: wrong", "cn: crew"), GROUP_MAP),
           changes("name-from-another-line", 1, CREW), shows=("dn: cn=wrong,",), lacks=("dn: cn=crew,",)),
+    *(beside("name-from-another-line", f"name of a {what} is its own in whatever line it is found first", pieces)
+      for what, pieces in (
+          ("user", (entry(*WITHOUT_NAME, "description: principalName: bert", "principalName: bert"), MAP)),
+          ("group", (entry(f"dn: {CREW}", "objectclass: secGroup", "description: cn: crew", "cn: crew", "cn: staff"),
+                     GROUP_MAP)))),
+    shown("name of a group is not its first one",
+          (entry(f"dn: {CREW}", "objectclass: secGroup", "description: cn: crew", "cn: staff", "cn: crew"), GROUP_MAP),
+          changes("name-from-another-line", 1, CREW), shows=("dn: cn=crew,",)),
     beside("name-from-another-line", "later line that holds principalName: or cn: does not matter",
            (user("bert", "description: principalName: wrong"), MAP, group("crew", "description: cn: wrong"), GROUP_MAP),
            shows=("dn: principalName=bert,", "dn: cn=crew,")),
