@@ -1,5 +1,4 @@
 // What a run of the conversion will do, found out without one.
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -71,7 +70,6 @@ int main(int argumentCount, char** arguments) {
   giveBackLargeBlocks();
   removeFilesAtEnd();
   endForLostFiles();
-  signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is the error of a call
   try {
     return check(options);
   } catch (const std::bad_alloc&) {

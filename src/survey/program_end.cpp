@@ -47,6 +47,7 @@ void handleOnce(int number, void (*handler)(int)) {
 }
 
 void removeFilesAtEnd() {
+  signal(SIGXFSZ, SIG_IGN);
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGXCPU})
     if (!isIgnored(number)) handleOnce(number, endForSignal);
 }

@@ -123,6 +123,14 @@ class Faults(unittest.TestCase):
         self.assertIn(b"rejected: File too large", done.stderr)
         self.assertEqual(sorted(os.listdir(self.folder.name)), ["input.ldif", "output.ldif"])
 
+    def test_a_report_in_a_file_that_may_not_grow_is_a_failure(self):
+        room = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
+        for command in ([CHECK, "--all", self.input], [ACCOUNT, "--all", self.input, self.output]):
+            with open(self.path("report"), "wb") as report:
+                done = subprocess.run(command, stdout=report, stderr=subprocess.PIPE, timeout=LIMIT, preexec_fn=room)
+            self.assertEqual(done.returncode, 2, command[0])
+            self.assertIn(b"standard output: File too large", done.stderr)
+
     def test_a_split_without_room_leaves_what_was_there(self):
         self.write("good", b"before")
         self.write("rejected", b"before")

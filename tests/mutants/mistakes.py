@@ -1564,6 +1564,7 @@ mistakes = [
     ("split may make a work file", "check/main.cpp", '  for (size_t i = 0; i < given; ++i) names.push_back(names[i] + ".tmp");\n', ""),
     ("name that another line has is another one's", "survey/new_dns.cpp", "return first == own.end() || withoutLineEnd(nameIn(*first, side)) != records.name;", "return true;"),
     ("name that a later line has is the owner's", "survey/new_dns.cpp", "isOfName(line) && nameIn(line, side).data() != nullptr;", "isOfName(line) && withoutLineEnd(nameIn(line, side)) == records.name;"),
+    ("file that may not grow ends the process", "survey/program_end.cpp", "  signal(SIGXFSZ, SIG_IGN);\n", ""),
     ("row that nobody needs is taken", "check/slot_play.cpp", "    if (entry.isOverAnother) reportRunOn", "    reportRunOn"),
     ("split may make a work file of its halves", "check/main.cpp",
      "for (size_t i = 0; i < given; ++i) names", "for (size_t i = 0; i < 1; ++i) names"),
