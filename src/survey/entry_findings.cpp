@@ -32,10 +32,17 @@ static size_t lineTakenForClass(Entry lines, ObjectClass ofEntry) {
   return isSameToRun(UNINTERESTING_OBJECTCLASS, ofEntry) ? lines.size() : taken;
 }
 
-// True when the class would have the entry gathered, but another one stands before it and has it copied.
+// The class by which the entry is dealt with: of one that is gathered, as it is once its lines are whole.
+static ObjectClass classOfWritten(const PreparedEntry& prepared) {
+  return prepared.parts.empty() ? prepared.objectClass : prepared.parts[0].objectClass;
+}
+
+// True when the class would have more done with the entry than to copy it, but another one stands before it.
 static bool isBehindAnother(ObjectClass code, const PreparedEntry& prepared) {
-  return prepared.goesToOutput && !goesStraightThrough(code, prepared.lines[0].view()) &&
-         lineTakenForClass(prepared.lines, prepared.objectClass) == prepared.lines.size();
+  const bool isConverted = getsVersionAndDate(code) || !goesStraightThrough(code, prepared.lines[0].view());
+  const ObjectClass decided = classOfWritten(prepared);
+  return isConverted && withoutCredentials(decided) != code &&
+         lineTakenForClass(prepared.lines, decided) == prepared.lines.size();
 }
 
 // True when the line names a class that the run knows only in another spelling, in one piece, or in front of others.
@@ -196,8 +203,7 @@ static void findOddBytes(const ReadEntry& entry, const PreparedEntry& prepared, 
 // The class that decides about an entry may stand in a value.
 static void findTakenClass(const PreparedEntry& prepared, uint64_t begin, WholeLines& wholeLines,
                            FindingSink& findings) {
-  const ObjectClass ofWritten = prepared.parts.empty() ? prepared.objectClass : prepared.parts[0].objectClass;
-  const size_t taken = lineTakenForClass(prepared.lines, ofWritten);
+  const size_t taken = lineTakenForClass(prepared.lines, classOfWritten(prepared));
   if (taken < prepared.lines.size())
     findings.take({VALUE_TAKEN_FOR_ATTRIBUTE, AT_NONE, begin, placeOf(prepared, taken, begin, wholeLines)});
 }
@@ -292,6 +298,24 @@ static bool findUnknownClass(const ReadEntry& entry, const PreparedEntry& prepar
   return false;
 }
 
+// The class is known by the begin of its name, and behind any blank of the value.
+static void findLongerClass(const PreparedEntry& prepared, uint64_t begin, WholeLines& wholeLines,
+                            FindingSink& findings) {
+  constexpr uint32_t OBJECTCLASS = nameBit("objectclass");
+  const ObjectClass code = withoutCredentials(classOfWritten(prepared));
+  const auto isOfClass = [&](const Line& line) {
+    return (line.names & OBJECTCLASS) != 0 && classNamedBy(line) == code;
+  };
+  const Entry lines = prepared.lines;
+  if (isSameToRun(UNINTERESTING_OBJECTCLASS, code) || std::any_of(lines.begin(), lines.end(), isOfClass)) return;
+  for (const Line& line : lines) {
+    if (!isNamed(line, "objectclass") || classOf({&line, 1}) != code) continue;
+    const auto i = static_cast<size_t>(&line - lines.data());
+    findings.take({CLASS_NAME_IS_LONGER, AT_NONE, begin, placeOf(prepared, i, begin, wholeLines)});
+    return;
+  }
+}
+
 // What the names of its lines show.
 static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, uint64_t begin, FindingSink& findings) {
   WholeLines wholeLines(prepared, begin);
@@ -304,6 +328,7 @@ static void findOddNames(const ReadEntry& entry, const PreparedEntry& prepared, 
   const bool hasClass = prepared.objectClass != UNINTERESTING_OBJECTCLASS;
   const bool mayBeTaken = !isTaken && !hasUnknownName && !prepared.isForeseen && prepared.partLines.empty();
   if (hasClass && mayBeTaken) findTakenClass(prepared, begin, wholeLines, findings);
+  if (hasClass && !hasUnknownName) findLongerClass(prepared, begin, wholeLines, findings);
 }
 
 // Of the versions of the authority information the conversion changes the first one, where it stands as it knows it.

@@ -80,6 +80,8 @@ static constexpr FindingKind kinds[] = {
     {"unknown-class-name", CHANGES,
      "The class does not count: its name is not known in this spelling, or stands behind another class.",
      "Write it as in secUser or secuser, behind objectClass: and a blank, on one line, in front of other classes."},
+    {"longer-class-name", CHANGES, "The class is taken for a known one, whose name it begins with or holds.",
+     "Rename the class, or set the entry aside."},
     {"version-line", CHANGES, "The version line is taken for the DN of the first entry.",
      "Remove it, or put an empty line behind it."},
     {"byte-order-mark", CHANGES, "The byte-order mark is taken for a part of the first line.", "Remove it."},

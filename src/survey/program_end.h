@@ -7,8 +7,8 @@ inline const char* programName = "";
 // Files to be taken away should the process end by a signal, or by endAtOnce; null for none.
 inline const char* filesToRemove[2] = {nullptr, nullptr};
 
-// From then on a signal that ends the process takes those files away first, and a file that may not grow is the error of
-// a call.
+// From then on a signal that ends the process takes those files away first, and a file that may not grow is the error
+// of a call.
 void removeFilesAtEnd();
 
 // Has a signal handled, the first time that it comes.
