@@ -33,7 +33,7 @@ struct RunOn {
   bool isOverAnother;  // that had been gathered there
 };
 
-using SlotEntry = std::pair<int32_t, uint32_t>;
+using SlotEntry = std::pair<int32_t, uint32_t>;  // a slot, and the number of an entry
 
 struct Play {
   Registry& registry;

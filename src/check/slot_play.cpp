@@ -236,10 +236,11 @@ static void writeSlot(Play& play, Side side, int32_t number) {
 }
 
 static void flushSlot(Play& play, Side side, int32_t number) {
-  if (!play.isTrial) writeSlot(play, side, number);
   const uint32_t owner = slotAt(play.slots, side, number).owner;
   if (play.isTrial)
     forEachSwallowed(play, owner, number, [&](uint32_t) { play.registry.owners[owner].losesEntry = true; });
+  else
+    writeSlot(play, side, number);
   // The order matters where a row is full: a release that goes on behind it must find what the run finds.
   for (const EntryKind kind : {SECUSER_KIND, USERS_SECUSER_KIND, SECPOLICYDATA_KIND, MAP_OF_USER_KIND, SECPOLICY_KIND,
                                SECGROUP_KIND, MAP_OF_GROUP_KIND})
